@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "core/base/Failure.h"
+#include "core/base/Geometry.h"
+#include "core/raster/Picture.h"
+
+namespace glintro {
+
+struct VideoTrackSettings {
+    PixelSize size;               // even
+    int fps = 60;                 // frame n is shown at n / fps
+    std::int64_t bitRate = 0;     // average, bits per second
+    int keyFrameInterval = 120;   // at most this many frames from one key frame to the next
+    std::string preset = "veryfast";
+};
+
+struct AudioTrackSettings {
+    int sampleRate = 48000;
+    int channels = 2;
+    std::int64_t bitRate = 160000;
+};
+
+// Writes one movie: H.264 High in 4:2:0, tagged BT.709, and AAC. The container follows the file's ending (MP4 or
+// MOV), its index is moved to the front on finish. Calls come from one thread at a time. A writer destroyed before
+// finish() leaves whatever it wrote; removing that is the caller's business.
+class MovieWriter {
+  public:
+    static Result<std::unique_ptr<MovieWriter>> create(const std::filesystem::path& file,
+                                                       const VideoTrackSettings& video,
+                                                       std::optional<AudioTrackSettings> audio);
+    ~MovieWriter();
+
+    // Frames come in ascending order of `index`; an index left out holds the frame before it on screen.
+    Result<void> writeFrame(const Picture& picture, std::int64_t index);
+    // Interleaved float samples, appended to those before.
+    Result<void> writeAudio(std::span<const float> samples);
+    Result<void> finish();
+
+  private:
+    struct Impl;
+    explicit MovieWriter(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace glintro

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "core/base/Geometry.h"
+
+namespace glintro {
+
+// One pointer observation as stored: [t, x, y]. t is a source time; x and y are fractions of the recorded
+// rectangle from its top left, outside 0..1 when the pointer was outside. Files by others may hold fewer numbers:
+// `count` says how many of the three are there; numbers beyond the third are not kept.
+struct EventSample {
+    std::array<double, 3> numbers{};
+    std::uint8_t count = 3;
+
+    bool complete() const { return count == 3; }
+    Seconds sourceTime() const { return numbers[0]; }
+    Point position() const { return {numbers[1], numbers[2]}; }
+    bool operator==(const EventSample&) const = default;
+};
+
+// What the pointer did during a take; both lists ascend in time. A default value is an empty take.
+struct RecordingEvents {
+    std::int64_t version = 1;
+    Seconds duration = 0;
+    std::vector<EventSample> cursor;
+    std::vector<EventSample> clicks;
+    bool operator==(const RecordingEvents&) const = default;
+};
+
+}  // namespace glintro

@@ -2,15 +2,19 @@
 
 #include <array>
 #include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
 #include <vector>
 
+#include "core/base/Failure.h"
 #include "core/base/Geometry.h"
 
 namespace glintro {
 
 // One pointer observation as stored: [t, x, y]. t is a source time; x and y are fractions of the recorded
-// rectangle from its top left, outside 0..1 when the pointer was outside. Files by others may hold fewer numbers:
-// `count` says how many of the three are there; numbers beyond the third are not kept.
+// rectangle from its top left, outside 0..1 when the pointer was outside. Files by others may hold fewer
+// numbers: `count` says how many of the three are there; numbers beyond the third are not kept.
 struct EventSample {
     std::array<double, 3> numbers{};
     std::uint8_t count = 3;
@@ -30,4 +34,19 @@ struct RecordingEvents {
     bool operator==(const RecordingEvents&) const = default;
 };
 
-}  // namespace glintro
+// Strict: one JSON object with all four values of their types, unknown keys passed over. Whatever else the
+// text holds makes the whole of it a failure.
+Result<RecordingEvents> decodeEvents(std::string_view json);
+
+// The same from a file, which is read piece by piece: beyond the events themselves the memory taken does not
+// grow with the file. Fails for what is not a regular file.
+Result<RecordingEvents> readEvents(const std::filesystem::path& file);
+
+// Compact, and every number reads back bit for bit. Fails when a number is not finite, which JSON cannot
+// hold.
+Result<std::string> encodeEvents(const RecordingEvents& events);
+
+// Writes in place, not atomically: the file belongs to one take and is written once, at its end.
+Result<void> writeEvents(const RecordingEvents& events, const std::filesystem::path& file);
+
+} // namespace glintro

@@ -39,4 +39,4 @@ concept TimeSegment = std::copyable<T> && requires(T segment) {
     { segment.end } -> std::same_as<Seconds&>;
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -13,10 +13,10 @@ namespace glintro {
 struct Uuid {
     std::array<std::uint8_t, 16> bytes{};
 
-    static Uuid random();                                 // version 4
-    static std::optional<Uuid> parse(std::string_view);   // 8-4-4-4-12 hexadecimal digits, either case
-    std::string text() const;                             // upper case
+    static Uuid random();                               // version 4
+    static std::optional<Uuid> parse(std::string_view); // 8-4-4-4-12 hexadecimal digits, either case
+    std::string text() const;                           // upper case
     auto operator<=>(const Uuid&) const = default;
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "core/base/Failure.h"
+#include "core/model/ProjectSettings.h"
+#include "core/model/Timestamp.h"
+
+namespace glintro {
+
+// The record of one reel, which is what its project file holds.
+struct ProjectInfo {
+    std::string name;
+    Timestamp created;
+    Seconds duration = 0; // of the screen movie
+    double width = 0;     // of the screen movie's picture, pixels
+    double height = 0;
+    bool hasCamera = false;   // recorded with a camera
+    Seconds cameraOffset = 0; // camera time = source time - offset
+    bool hasAudio = false;    // the screen movie carries a microphone track
+    ProjectSettings settings;
+
+    bool operator==(const ProjectInfo&) const = default;
+};
+
+// The limits of a project file: beyond them a text is not decoded. Thousands of segments take about a
+// megabyte; the limits keep a hostile file from taking the memory of the machine.
+inline constexpr std::size_t longestProjectText = 64U << 20; // bytes
+
+// Strict for the record: every one of the nine values must be there and of its type, else the failure says
+// what is wrong. Lenient for the settings: a value that is missing or malformed takes its default, a list
+// with one malformed element becomes empty. Keys that are not known are passed over.
+Result<ProjectInfo> decodeProjectInfo(std::string_view json);
+
+// Indented, with sorted keys; numbers read back bit for bit. Fails for numbers that are not finite, which
+// JSON cannot hold. A name that is not UTF-8 is stored with replacement characters.
+Result<std::string> encodeProjectInfo(const ProjectInfo& info);
+
+} // namespace glintro

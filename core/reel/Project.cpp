@@ -1,0 +1,46 @@
+#include "core/reel/Project.h"
+
+#include <system_error>
+
+#include "core/model/FileIO.h"
+
+namespace glintro {
+namespace {
+
+bool fileExists(const std::filesystem::path& file) {
+    std::error_code error;
+    return std::filesystem::exists(file, error);
+}
+
+} // namespace
+
+Project::LoadResult Project::inspect(const std::filesystem::path& folder) {
+    using enum LoadResult::Status;
+    Project project(folder, {});
+    if (!fileExists(project.rawURL())) return {none, std::nullopt};
+    const auto text = readFile(project.infoURL(), longestProjectText);
+    if (!text) return {damaged, std::nullopt};
+    auto info = decodeProjectInfo(*text);
+    if (!info) return {damaged, std::nullopt};
+    project.info = std::move(*info);
+    return {ok, std::move(project)};
+}
+
+std::optional<Project> Project::load(const std::filesystem::path& folder) {
+    return inspect(folder).project;
+}
+
+bool Project::save() const {
+    const auto text = encodeProjectInfo(info);
+    return text && writeFileAtomically(infoURL(), *text);
+}
+
+RecordingEvents Project::loadEvents() const {
+    return readEvents(eventsURL()).value_or(RecordingEvents());
+}
+
+bool Project::cameraAvailable() const {
+    return info.hasCamera && fileExists(cameraURL());
+}
+
+} // namespace glintro

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "core/raster/Resample.h"
+#include "core/render/FramePlan.h"
+#include "core/render/Mask.h"
+
+namespace glintro {
+
+// The camera bubble of one canvas: the presenter's picture in a circle or rounded square, a white ring around
+// it and a shadow below. Holds the masks, which do not change from frame to frame.
+class Bubble {
+  public:
+    Bubble(PixelLayout layout, PixelSize canvas, const BubblePlan& plan);
+
+    // Draws the central square of the camera's picture. `square` is memory kept by the caller between frames.
+    void draw(const Picture& camera, PictureBuffer& canvas, Resampler& resampler,
+              PictureBuffer& square) const;
+
+    PixelRect box() const { return picture_.box(); }
+
+  private:
+    BubblePlan plan_;
+    Mask shadow_;
+    Mask ring_;
+    Mask picture_;
+};
+
+} // namespace glintro

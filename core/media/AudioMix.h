@@ -18,22 +18,23 @@ struct AudioPiece {
     double rate = 1;
 };
 
-// The sound of a reel: the pieces one after the other as 48 kHz stereo float, pitch kept where the rate is not 1.
-// Every piece begins and ends on the sample that the running total of the exact lengths rounds to, so sound never
-// drifts from the picture however many pieces there are. Where the recording has no sound, or a track ends early,
-// there is silence. Memory is flat: pieces are decoded as they are read.
+// The sound of a reel: the pieces one after the other as 48 kHz stereo float, pitch kept where the rate is
+// not 1. Every piece begins and ends on the sample that the running total of the exact lengths rounds to, so
+// sound never drifts from the picture however many pieces there are. Where the recording has no sound, or a
+// track ends early, there is silence. Memory is flat: pieces are decoded as they are read.
 class AudioMix {
   public:
     static constexpr int kSampleRate = 48000;
     static constexpr int kChannels = 2;
 
-    static Result<std::unique_ptr<AudioMix>> open(const std::filesystem::path& file, std::vector<AudioPiece> pieces);
+    static Result<std::unique_ptr<AudioMix>> open(const std::filesystem::path& file,
+                                                  std::vector<AudioPiece> pieces);
     ~AudioMix();
 
     // All samples of the mix, per channel.
     std::int64_t length() const;
-    // Fills `interleaved` (kChannels floats per sample) with the next samples; the number of samples per channel
-    // written, 0 at the end.
+    // Fills `interleaved` (kChannels floats per sample) with the next samples; the number of samples per
+    // channel written, 0 at the end.
     Result<int> read(std::span<float> interleaved);
 
   private:
@@ -42,4 +43,4 @@ class AudioMix {
     std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace glintro
+} // namespace glintro

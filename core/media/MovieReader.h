@@ -28,13 +28,13 @@ struct MovieFrame {
 };
 
 // Decodes the video track of a movie file. Every picture handed out is 8-bit BT.709 limited-range 4:2:0 with
-// left-sited chroma, upright and in square pixels; what is stored otherwise is converted once, here. Not safe for
-// use from several threads at once; the pictures are.
+// left-sited chroma, upright and in square pixels; what is stored otherwise is converted once, here. Not safe
+// for use from several threads at once; the pictures are.
 class MovieReader {
   public:
     enum class Access {
-        sequential,  // a whole reel from front to back: threaded decoding, a small decode-ahead
-        single,      // one frame somewhere: opens fast, decodes as little as possible
+        sequential, // a whole reel from front to back: threaded decoding, a small decode-ahead
+        single,     // one frame somewhere: opens fast, decodes as little as possible
     };
 
     static Result<std::unique_ptr<MovieReader>> open(const std::filesystem::path& file,
@@ -43,10 +43,10 @@ class MovieReader {
 
     const MovieProperties& properties() const;
 
-    // The frame on screen at a time: the last one that starts no later than it (0.5 ms of slack for rounded time
-    // stamps), the first frame for times before it and the last one for times past the end. Ascending times decode
-    // every frame once; going back or far ahead seeks to the key frame before. Asking twice for the same frame
-    // gives the same PicturePtr.
+    // The frame on screen at a time: the last one that starts no later than it (0.5 ms of slack for rounded
+    // time stamps), the first frame for times before it and the last one for times past the end. Ascending
+    // times decode every frame once; going back or far ahead seeks to the key frame before. Asking twice for
+    // the same frame gives the same PicturePtr.
     Result<MovieFrame> frameAt(Seconds time);
 
   private:
@@ -55,4 +55,4 @@ class MovieReader {
     std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -14,10 +14,10 @@
 namespace glintro {
 
 struct VideoTrackSettings {
-    PixelSize size;               // even
-    int fps = 60;                 // frame n is shown at n / fps
-    std::int64_t bitRate = 0;     // average, bits per second
-    int keyFrameInterval = 120;   // at most this many frames from one key frame to the next
+    PixelSize size;             // even
+    int fps = 60;               // frame n is shown at n / fps
+    std::int64_t bitRate = 0;   // average, bits per second
+    int keyFrameInterval = 120; // at most this many frames from one key frame to the next
     std::string preset = "veryfast";
 };
 
@@ -27,9 +27,9 @@ struct AudioTrackSettings {
     std::int64_t bitRate = 160000;
 };
 
-// Writes one movie: H.264 High in 4:2:0, tagged BT.709, and AAC. The container follows the file's ending (MP4 or
-// MOV), its index is moved to the front on finish. Calls come from one thread at a time. A writer destroyed before
-// finish() leaves whatever it wrote; removing that is the caller's business.
+// Writes one movie: H.264 High in 4:2:0, tagged BT.709, and AAC. The container follows the file's ending (MP4
+// or MOV), its index is moved to the front on finish. Calls come from one thread at a time. A writer
+// destroyed before finish() leaves whatever it wrote; removing that is the caller's business.
 class MovieWriter {
   public:
     static Result<std::unique_ptr<MovieWriter>> create(const std::filesystem::path& file,
@@ -49,4 +49,4 @@ class MovieWriter {
     std::unique_ptr<Impl> impl_;
 };
 
-}  // namespace glintro
+} // namespace glintro

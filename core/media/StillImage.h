@@ -13,4 +13,4 @@ Result<BgraImage> loadImage(const std::filesystem::path& file);
 // PNG, written beside and renamed into place, so that a failed save leaves the old file.
 Result<void> savePng(const BgraImage& image, const std::filesystem::path& file);
 
-}  // namespace glintro
+} // namespace glintro

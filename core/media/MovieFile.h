@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+#include "core/base/Geometry.h"
+#include "core/media/FFmpegHandles.h"
+
+namespace glintro {
+
+// A movie's container, opened for reading packets of its first real video and audio track.
+class MovieFile {
+  public:
+    enum class Probe {
+        header,  // what the header says is enough, where it says enough
+        packets, // read some packets too, to know the streams' parameters
+    };
+    enum class Track { video, audio };
+
+    // Fails for what is not an MP4, MOV, MKV, WebM or AVI file and where there is no video track. All of the
+    // file is read through local file access only, whatever it refers to.
+    static Result<std::unique_ptr<MovieFile>> open(const std::filesystem::path& file, Probe probe);
+
+    AVStream& video() const { return *video_; }
+    AVStream* audio() const { return audio_; }
+
+    // Packets of the other tracks are no longer read.
+    void select(Track track);
+    // Reads the next packet of any selected track: false at the end of the file.
+    Result<bool> read(AVPacket& packet);
+    // To the last key frame at or before a time in the stream's own units, or the file's first packet.
+    Result<void> seek(const AVStream& stream, std::int64_t time);
+
+    // When the first frame is shown, in the video stream's units: the movie's own clock starts there.
+    std::int64_t videoStart() const { return videoStart_; }
+    // How long the video track says it is or, where its last frame tells more exactly, is.
+    Seconds videoDuration() const { return videoDuration_; }
+
+  private:
+    explicit MovieFile(InputPtr input) : input_(std::move(input)) {}
+    Result<void> findTracks();
+    Result<void> measure();
+    struct Ends {
+        Seconds video = 0;
+        Seconds audio = 0;
+    };
+    std::optional<std::int64_t> firstShownTime();
+    Ends measuredEnds();
+    Seconds declaredDuration() const;
+
+    InputPtr input_;
+    AVStream* video_ = nullptr;
+    AVStream* audio_ = nullptr;
+    std::int64_t videoStart_ = 0;
+    Seconds videoDuration_ = 0;
+    int damagedReads_ = 0; // in a row
+};
+
+inline Seconds toSeconds(std::int64_t time, AVRational unit) {
+    return static_cast<double>(time) * av_q2d(unit);
+}
+
+} // namespace glintro

@@ -1,8 +1,9 @@
 #include "core/model/SettingsJson.h"
 
-#include <cmath>
 #include <type_traits>
 #include <utility>
+
+#include "core/model/JsonNumbers.h"
 
 namespace glintro {
 namespace {
@@ -23,20 +24,13 @@ bool read(const json& value, double& field) {
     return true;
 }
 
-// Any number of integral value that fits: 3.0 counts as 3.
 bool read(const json& value, std::int64_t& field) {
-    constexpr double twoTo63 = 9223372036854775808.0;
-    if (value.is_number_float()) {
-        const auto number = value.get<double>();
-        if (number != std::trunc(number) || number < -twoTo63 || number >= twoTo63) return false;
-        field = static_cast<std::int64_t>(number);
-        return true;
-    }
-    const bool fits =
-        value.is_number_integer()
-        && (!value.is_number_unsigned() || std::in_range<std::int64_t>(value.get<std::uint64_t>()));
-    if (fits) field = value.get<std::int64_t>();
-    return fits;
+    if (!value.is_number()) return false;
+    const auto integer = value.is_number_float()      ? exactInteger(value.get<double>())
+                         : value.is_number_unsigned() ? exactInteger(value.get<std::uint64_t>())
+                                                      : exactInteger(value.get<std::int64_t>());
+    if (integer) field = *integer;
+    return integer.has_value();
 }
 
 bool read(const json& value, std::string& field) {

@@ -37,3 +37,24 @@ function(glintro_test name)
     target_link_libraries(${name} PRIVATE glintro_options ${TEST_USES} GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()
+
+# glintro_soak(NAME SOURCES ... USES ...): a program that must run long (fuzzing, kill loops). It is built and
+# run by `make soak` only, under the sanitizers; its first argument is for how many seconds it shall run.
+set(GLINTRO_SOAK_SECONDS 120 CACHE STRING "How long each program of `make soak` runs")
+add_custom_target(soak)
+function(glintro_soak name)
+    cmake_parse_arguments(SOAK "" "" "SOURCES;USES" ${ARGN})
+    add_executable(${name} EXCLUDE_FROM_ALL ${SOAK_SOURCES})
+    target_link_libraries(${name} PRIVATE glintro_options ${SOAK_USES})
+    add_dependencies(soak ${name})
+    add_test(NAME ${name} COMMAND ${name} ${GLINTRO_SOAK_SECONDS})
+    math(EXPR limit "${GLINTRO_SOAK_SECONDS} + 600")
+    set_tests_properties(${name} PROPERTIES LABELS soak TIMEOUT ${limit})
+endfunction()
+
+# glintro_benchmark(NAME SOURCES ... USES ...): one google-benchmark program, which `make bench` runs.
+function(glintro_benchmark name)
+    cmake_parse_arguments(BENCHMARK "" "" "SOURCES;USES" ${ARGN})
+    add_executable(${name} ${BENCHMARK_SOURCES})
+    target_link_libraries(${name} PRIVATE glintro_options ${BENCHMARK_USES} benchmark::benchmark_main)
+endfunction()

@@ -1,0 +1,78 @@
+#include "core/timeline/AutoZoom.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace glintro {
+namespace {
+
+constexpr Seconds groupingGap = 2.6;
+constexpr Seconds leadIn = 1.0;
+constexpr Seconds leadOut = 1.8;
+constexpr Seconds minimumLength = 2.4;
+constexpr Seconds mergeSlack = 0.25;
+constexpr int busyGroupSize = 4;
+constexpr double busyReduction = 0.2;
+constexpr double busyFloor = 1.5;
+constexpr Seconds shortestRecording = 1.0;
+
+struct ClickGroup {
+    Seconds first = 0;
+    Seconds last = 0;
+    int count = 0;
+};
+
+std::vector<Seconds> sortedTimes(const std::vector<EventSample>& clicks) {
+    std::vector<Seconds> times;
+    times.reserve(clicks.size());
+    for (const EventSample& click : clicks) {
+        if (click.count > 0 && std::isfinite(click.sourceTime())) times.push_back(click.sourceTime());
+    }
+    std::ranges::sort(times);
+    return times;
+}
+
+std::vector<ClickGroup> grouped(const std::vector<Seconds>& times) {
+    std::vector<ClickGroup> groups;
+    for (const Seconds time : times) {
+        if (groups.empty() || !(time - groups.back().last < groupingGap)) {
+            groups.push_back({time, time, 1});
+        } else {
+            groups.back().last = time;
+            ++groups.back().count;
+        }
+    }
+    return groups;
+}
+
+ZoomSegment zoomAround(const ClickGroup& group, Seconds duration, double level) {
+    Seconds start = std::max(group.first - leadIn, 0.0);
+    Seconds end = std::min(group.last + leadOut, duration);
+    if (end - start < minimumLength) {
+        // Grows forward, and at the recording's end back again.
+        end = std::min(start + minimumLength, duration);
+        start = std::max(end - minimumLength, 0.0);
+    }
+    const double scale = group.count < busyGroupSize ? level : std::max(level - busyReduction, busyFloor);
+    return {.start = start, .end = end, .scale = scale};
+}
+
+} // namespace
+
+std::vector<ZoomSegment> AutoZoom::segments(const std::vector<EventSample>& clicks, Seconds duration,
+                                            double level) {
+    std::vector<ZoomSegment> zooms;
+    if (!(duration > shortestRecording)) return zooms;
+    for (const ClickGroup& group : grouped(sortedTimes(clicks))) {
+        const ZoomSegment zoom = zoomAround(group, duration, level);
+        if (!zooms.empty() && zoom.start <= zooms.back().end + mergeSlack) {
+            zooms.back().end = zoom.end;
+            zooms.back().scale = std::min(zooms.back().scale, zoom.scale);
+        } else {
+            zooms.push_back(zoom);
+        }
+    }
+    return zooms;
+}
+
+} // namespace glintro

@@ -12,7 +12,8 @@ namespace glintro {
 
 // How the three planes of a picture are to be read.
 enum class PixelLayout {
-    // Y'CbCr of ITU-R BT.709 in limited range (Y' 16..235, Cb and Cr 16..240). Both chroma planes have half the
+    // Y'CbCr of ITU-R BT.709 in limited range (Y' 16..235, Cb and Cr 16..240). Both chroma planes have half
+    // the
     // width and height, rounded up. Chroma sample (i, j) lies at luma column 2i and between luma rows 2j and
     // 2j + 1, as H.264 has it by default ("left").
     yuv420,
@@ -20,10 +21,13 @@ enum class PixelLayout {
     rgb444,
 };
 
-inline int chromaExtent(int extent) { return (extent + 1) / 2; }
+inline int chromaExtent(int extent) {
+    return (extent + 1) / 2;
+}
 
 inline PixelSize planeSize(PixelLayout layout, int plane, PixelSize size) {
-    if (layout == PixelLayout::yuv420 && plane > 0) return {chromaExtent(size.width), chromaExtent(size.height)};
+    if (layout == PixelLayout::yuv420 && plane > 0)
+        return {chromaExtent(size.width), chromaExtent(size.height)};
     return size;
 }
 
@@ -84,4 +88,4 @@ struct BgraImage {
     std::size_t rowBytes() const { return static_cast<std::size_t>(size.width) * 4; }
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -46,9 +46,10 @@ class BasicPlane {
     BasicPlane(int width, int height)
         : width_(width),
           height_(height),
-          stride_((static_cast<std::size_t>(width) * sizeof(T) + kRowAlignment - 1) / kRowAlignment * kRowAlignment),
-          data_(static_cast<std::byte*>(::operator new(stride_ * static_cast<std::size_t>(height) + kRowAlignment,
-                                                       std::align_val_t{kRowAlignment}))) {}
+          stride_((static_cast<std::size_t>(width) * sizeof(T) + kRowAlignment - 1) / kRowAlignment
+                  * kRowAlignment),
+          data_(static_cast<std::byte*>(::operator new (
+              stride_* static_cast<std::size_t>(height) + kRowAlignment, std::align_val_t{kRowAlignment}))) {}
 
     int width() const { return width_; }
     int height() const { return height_; }
@@ -60,7 +61,9 @@ class BasicPlane {
 
   private:
     struct Free {
-        void operator()(std::byte* memory) const { ::operator delete(memory, std::align_val_t{kRowAlignment}); }
+        void operator()(std::byte* memory) const {
+            ::operator delete (memory, std::align_val_t{kRowAlignment});
+        }
     };
     int width_ = 0;
     int height_ = 0;
@@ -77,4 +80,4 @@ class Plane : public BasicPlane<std::uint8_t> {
     MutablePlaneView view() { return {row(0), strideBytes(), width(), height()}; }
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -1,30 +1,45 @@
 #include "core/raster/Resample.h"
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "core/raster/ResampleKernel.h"
 
 namespace glintro {
 
+const FilterBank& Resampler::filters(AxisMap map, int destinationLength, int sourceLength) {
+    ++calls_;
+    Entry* oldest = cache_.data();
+    for (Entry& entry : cache_) {
+        if (entry.map == map && entry.bank.length() == destinationLength
+            && entry.sourceLength == sourceLength) {
+            entry.lastCall = calls_;
+            return entry.bank;
+        }
+        if (entry.lastCall < oldest->lastCall) oldest = &entry;
+    }
+    *oldest = {map, sourceLength, calls_, FilterBank(map, destinationLength, sourceLength)};
+    return oldest->bank;
+}
+
+PlaneView Resampler::widened(PlaneView source) {
+    widened_ = Plane(kResampleChunk, source.height);
+    for (int y = 0; y < source.height; ++y) {
+        std::memset(widened_.row(y), 0, kResampleChunk);
+        std::memcpy(widened_.row(y), source.row(y), static_cast<std::size_t>(source.width));
+    }
+    return std::as_const(widened_).view();
+}
+
 void Resampler::resample(PlaneView source, AxisMap horizontal, AxisMap vertical,
                          MutablePlaneView destination) {
-    const FilterBank columns(horizontal, destination.width, source.width);
-    const FilterBank rows(vertical, destination.height, source.height);
-    std::vector<std::int32_t> line(static_cast<std::size_t>(source.width));
-    for (int y = 0; y < destination.height; ++y) {
-        std::fill(line.begin(), line.end(), 128);
-        for (int k = 0; k < rows.taps(); ++k) {
-            const std::uint8_t* const samples = source.row(rows.first(y) + k);
-            const int weight = rows.weights(y)[k];
-            for (int x = 0; x < source.width; ++x) line[static_cast<std::size_t>(x)] += samples[x] * weight;
-        }
-        for (auto& value : line) value >>= 8;
-        for (int x = 0; x < destination.width; ++x) {
-            int sum = 1 << 19;
-            for (int k = 0; k < columns.taps(); ++k) {
-                sum += line[static_cast<std::size_t>(columns.first(x) + k)] * columns.weights(x)[k];
-            }
-            destination.row(y)[x] = static_cast<std::uint8_t>(std::clamp(sum >> 20, 0, 255));
-        }
-    }
+    const FilterBank& columns = filters(horizontal, destination.width, source.width);
+    const FilterBank& rows = filters(vertical, destination.height, source.height);
+    if (source.width < kResampleChunk) source = widened(source);
+    const int needed = resampleScratchLength(source.width);
+    if (scratch_.width() < needed) scratch_ = BasicPlane<std::int16_t>(needed, 1);
+    resampleRows(source, columns, rows, scratch_.row(0), destination);
 }
 
 } // namespace glintro

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -16,9 +17,9 @@ struct AxisMap {
 };
 
 // The filter of one axis: for every destination sample the first source sample it reads and `taps` weights.
-// Catmull-Rom (Keys 1981, a = -0.5) when enlarging; when reducing, the kernel is widened by `step`, so that it
-// still covers whole source samples. Weights are fixed point, 1.0 = 1 << 14, and sum to exactly that for every
-// destination sample. Samples outside the source repeat its edge: their weights are folded onto it.
+// Catmull-Rom (Keys 1981, a = -0.5) when enlarging; when reducing, the kernel is widened by `step`, so that
+// it still covers whole source samples. Weights are fixed point, 1.0 = 1 << 14, and sum to exactly that for
+// every destination sample. Samples outside the source repeat its edge: their weights are folded onto it.
 class FilterBank {
   public:
     FilterBank() = default;
@@ -40,9 +41,28 @@ class FilterBank {
 // Resamples whole planes. Keeps scratch memory and the last filters; one object per thread.
 class Resampler {
   public:
-    // Fills all of `destination`, whose sample (0, 0) is destination index 0 of both maps. The result is the same
-    // on every machine. `source` and `destination` must not overlap and must not be empty.
+    // Fills all of `destination`, whose sample (0, 0) is destination index 0 of both maps. The result is the
+    // same on every machine, and within one level of exact arithmetic. `source` and `destination` must not
+    // overlap and must not be empty.
     void resample(PlaneView source, AxisMap horizontal, AxisMap vertical, MutablePlaneView destination);
+
+  private:
+    struct Entry {
+        AxisMap map;
+        int sourceLength = 0;
+        std::uint64_t lastCall = 0;
+        FilterBank bank;
+    };
+
+    const FilterBank& filters(AxisMap map, int destinationLength, int sourceLength);
+    PlaneView widened(PlaneView source);
+
+    // Both axes of luma and chroma, for a screen and a camera picture, and as much again so that what stands
+    // still survives a moving window.
+    std::array<Entry, 16> cache_;
+    std::uint64_t calls_ = 0;
+    BasicPlane<std::int16_t> scratch_;
+    Plane widened_;
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -17,10 +17,10 @@ struct Shot {
     Seconds start = 0; // source seconds
     Seconds end = 0;
     Kind kind = Kind::wide;
-    std::optional<Uuid> zoomID; // the zoom, cut and speed-up that cover the shot
-    double scale = 1;           // that zoom's, 1 without
-    std::optional<Uuid> cutID;
-    std::optional<Uuid> speedID;
+    std::optional<Uuid> zoomID = {}; // the zoom, cut and speed-up that cover the shot
+    double scale = 1;                // that zoom's, 1 without
+    std::optional<Uuid> cutID = {};
+    std::optional<Uuid> speedID = {};
     double rate = 1; // that speed-up's raised to at least 0.25, 1 without
 
     Seconds outputDuration() const; // in the finished reel: 0 for a cut shot

@@ -13,10 +13,10 @@ namespace glintro {
 // A named backdrop style that is applied in one step: which backdrop, and how the recording is framed on it.
 struct Look {
     std::string name; // unique among all Looks
-    std::string blurb;
+    std::string blurb = {};
     BackgroundKind background = BackgroundKind::gradient;
     std::int64_t gradientIndex = 0; // into Presets::gradients, for a gradient
-    std::string solidHex;           // "#RRGGBB", for a solid backdrop
+    std::string solidHex = {};      // "#RRGGBB", for a solid backdrop
     double padding = 0;
     double cornerRadius = 0;
     double shadow = 0;

@@ -11,15 +11,15 @@ namespace glintro {
 
 // The record of one reel, which is what its project file holds.
 struct ProjectInfo {
-    std::string name;
-    Timestamp created;
+    std::string name = {};
+    Timestamp created = {};
     Seconds duration = 0; // of the screen movie
     double width = 0;     // of the screen movie's picture, pixels
     double height = 0;
     bool hasCamera = false;   // recorded with a camera
     Seconds cameraOffset = 0; // camera time = source time - offset
     bool hasAudio = false;    // the screen movie carries a microphone track
-    ProjectSettings settings;
+    ProjectSettings settings = {};
 
     bool operator==(const ProjectInfo&) const = default;
 };

@@ -25,13 +25,13 @@ struct ProjectSettings {
     double cursorSize = 1.4;      // factor on the pointer's nominal height
     double cursorSmoothing = 0.6; // 0 stiff, 1 soft
     bool clickRipple = true;
-    std::vector<ZoomSegment> zooms;
+    std::vector<ZoomSegment> zooms = {};
     bool followCursor = true;
     Seconds trimStart = 0;
-    std::optional<Seconds> trimEnd; // absent: to the end of the recording
-    std::vector<CutSegment> cuts;
-    std::vector<SpeedSegment> speeds;
-    std::vector<Seconds> splits;
+    std::optional<Seconds> trimEnd = {}; // absent: to the end of the recording
+    std::vector<CutSegment> cuts = {};
+    std::vector<SpeedSegment> speeds = {};
+    std::vector<Seconds> splits = {};
     bool showCamera = true;
     CamCorner camCorner = CamCorner::bottomRight;
     CamShape camShape = CamShape::circle;

@@ -29,8 +29,8 @@ struct EventSample {
 struct RecordingEvents {
     std::int64_t version = 1;
     Seconds duration = 0;
-    std::vector<EventSample> cursor;
-    std::vector<EventSample> clicks;
+    std::vector<EventSample> cursor = {};
+    std::vector<EventSample> clicks = {};
     bool operator==(const RecordingEvents&) const = default;
 };
 

@@ -1,7 +1,8 @@
 #include "core/model/Uuid.h"
 
-#include <algorithm>
-#include <random>
+#include <cassert>
+
+#include <unistd.h>
 
 namespace glintro {
 namespace {
@@ -20,28 +21,15 @@ std::optional<std::uint8_t> hexValue(char digit) {
     return std::nullopt;
 }
 
-// Seeded from the system once a thread: identifiers need to be unique, not secret, and a long list of
-// segments should not cost a system call each.
-std::mt19937_64& engine() {
-    thread_local std::mt19937_64 generator = [] {
-        std::random_device device;
-        std::array<std::random_device::result_type, 8> words{};
-        std::ranges::generate(words, std::ref(device));
-        std::seed_seq seed(words.begin(), words.end());
-        return std::mt19937_64(seed);
-    }();
-    return generator;
-}
-
 } // namespace
 
+// Asks the system every time: a generator of our own would go on with the same numbers in a forked process,
+// and std::random_device may take a hundred times as long.
 Uuid Uuid::random() {
     Uuid uuid;
-    for (std::size_t half = 0; half < 2; ++half) {
-        std::uint64_t word = engine()();
-        for (std::size_t i = 0; i < 8; ++i, word >>= 8)
-            uuid.bytes[half * 8 + i] = static_cast<std::uint8_t>(word);
-    }
+    // Fails for more than 256 bytes only.
+    [[maybe_unused]] const int status = ::getentropy(uuid.bytes.data(), uuid.bytes.size());
+    assert(status == 0);
     uuid.bytes[6] = static_cast<std::uint8_t>((uuid.bytes[6] & 0x0F) | 0x40); // version 4
     uuid.bytes[8] = static_cast<std::uint8_t>((uuid.bytes[8] & 0x3F) | 0x80); // RFC 4122 variant
     return uuid;

@@ -72,13 +72,13 @@ struct Project::LoadResult {
 
 // What a new reel's record is made of besides its movie and events.
 struct Project::Registration {
-    std::string name;
+    std::string name = {};
     bool hasCamera = false;
     Seconds cameraOffset = 0;
     bool hasAudio = false;
     double zoomLevel = 2.0;
     std::optional<AspectRatio> aspect; // 16:9 when absent
-    Timestamp created;
+    Timestamp created = {};
 };
 
 } // namespace glintro

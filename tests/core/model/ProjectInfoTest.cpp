@@ -1,0 +1,257 @@
+#include <limits>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <rapidcheck/gtest.h>
+
+#include "core/model/ProjectInfo.h"
+#include "tests/core/model/Generators.h"
+
+namespace glintro {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::string_view firstId = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
+
+json validRecord() {
+    return {{"name", "Demo"},
+            {"created", "2025-03-14T09:26:53Z"},
+            {"duration", 12.5},
+            {"width", 2560},
+            {"height", 1600},
+            {"hasCamera", true},
+            {"hasAudio", false},
+            {"cameraOffset", -0.25},
+            {"settings", json::object()}};
+}
+
+ProjectSettings decodedSettings(const json& settings) {
+    json record = validRecord();
+    record["settings"] = settings;
+    const auto info = decodeProjectInfo(record.dump());
+    EXPECT_TRUE(info.has_value()) << settings;
+    return info.value_or(ProjectInfo()).settings;
+}
+
+TEST(ProjectInfoJson, ReadsTheRecord) {
+    const auto info = decodeProjectInfo(validRecord().dump());
+    ASSERT_TRUE(info);
+    const Timestamp created =
+        std::chrono::sys_days(std::chrono::year(2025) / 3 / 14) + std::chrono::seconds(34013);
+    const ProjectInfo expected{"Demo", created, 12.5, 2560, 1600, true, -0.25, false, ProjectSettings()};
+    EXPECT_EQ(*info, expected);
+}
+
+TEST(ProjectInfoJson, EveryValueIsRequiredAndOfItsType) {
+    const json valid = validRecord();
+    for (const auto& [key, value] : valid.items()) {
+        json without = valid;
+        without.erase(key);
+        EXPECT_FALSE(decodeProjectInfo(without.dump())) << "without " << key;
+        const json wrongValues{nullptr, json::array(), value.is_number() ? json("1") : json(1)};
+        for (const json& wrong : wrongValues) {
+            json mistyped = valid;
+            mistyped[key] = wrong;
+            EXPECT_FALSE(decodeProjectInfo(mistyped.dump())) << key << " = " << wrong;
+        }
+    }
+    json flagAsNumber = valid;
+    flagAsNumber["hasCamera"] = 1;
+    EXPECT_FALSE(decodeProjectInfo(flagAsNumber.dump()));
+    json textAsDate = valid;
+    textAsDate["created"] = "yesterday";
+    EXPECT_FALSE(decodeProjectInfo(textAsDate.dump()));
+}
+
+TEST(ProjectInfoJson, OtherTextsAreDamagedWithOneSentence) {
+    const std::string valid = validRecord().dump();
+    const auto withWidth = [](const std::string& number) {
+        std::string text = validRecord().dump();
+        return text.replace(text.find("2560"), 4, number);
+    };
+    ASSERT_TRUE(decodeProjectInfo(withWidth("2.56e3")));
+    const std::vector<std::string> texts{
+        "",
+        "nonsense",
+        "[]",
+        "null",
+        "{}",
+        valid + "x",
+        valid + std::string(1, '\0') + "x",
+        valid.substr(0, valid.size() - 1),
+        "// comment\n" + valid,
+        withWidth("NaN"),
+        withWidth("Infinity"),
+        withWidth("1e400"),
+        withWidth("02560"),
+        withWidth("2560."),
+        std::string(1'000'000, '['),
+        R"({"settings":)" + std::string(1'000'000, '['),
+    };
+    for (const auto& text : texts) {
+        const auto info = decodeProjectInfo(text);
+        ASSERT_FALSE(info) << text.substr(0, 80);
+        EXPECT_EQ(info.error().message, "The project file is damaged.");
+    }
+}
+
+TEST(ProjectInfoJson, EveryTruncationIsDamaged) {
+    const std::string text = encodeProjectInfo(ProjectInfo()).value_or("");
+    for (std::size_t length = 0; length < text.size(); ++length) {
+        EXPECT_FALSE(decodeProjectInfo(std::string_view(text).substr(0, length))) << length;
+    }
+}
+
+TEST(ProjectInfoJson, OversizedTextsAreRefusedBeforeTheyAreBuilt) {
+    json record = validRecord();
+    record["settings"]["unknown"] = std::string(longestProjectText, 'x');
+    EXPECT_FALSE(decodeProjectInfo(record.dump()));
+    const std::string manyValues = R"({"unknown":[)" + std::string(3'000'000, ',') + "]}";
+    EXPECT_FALSE(decodeProjectInfo(manyValues));
+}
+
+TEST(SettingsJson, EachMalformedValueTakesItsDefault) {
+    const json zoom{{"id", firstId}, {"start", 1}, {"end", 2.5}, {"scale", 3}};
+    const auto without = [&](const char* key) {
+        json segment = zoom;
+        segment.erase(key);
+        return segment;
+    };
+    const auto with = [&](const char* key, const json& value) {
+        json segment = zoom;
+        segment[key] = value;
+        return segment;
+    };
+    const ProjectSettings defaults;
+    const std::vector<json> malformed{
+        json::object(),
+        {{"padding", "0.5"}},
+        {{"padding", nullptr}},
+        {{"padding", true}},
+        {{"aspect", "21:9"}},
+        {{"aspect", 3}},
+        {{"camCorner", "middle"}},
+        {{"background", "Gradient"}},
+        {{"showCursor", 0}},
+        {{"showCursor", "false"}},
+        {{"gradientIndex", 3.5}},
+        {{"gradientIndex", 1e19}},
+        {{"gradientIndex", 9223372036854775808U}},
+        {{"solidHex", 0x16161C}},
+        {{"trimEnd", nullptr}},
+        {{"trimEnd", "9"}},
+        {{"splits", {1.5, "2"}}},
+        {{"splits", 4}},
+        {{"zooms", {zoom, without("scale")}}},
+        {{"zooms", {without("id"), zoom}}},
+        {{"zooms", {zoom, with("id", "6F9619FF8B86D011B42D00C04FC964FF")}}},
+        {{"zooms", {zoom, with("end", "2")}}},
+        {{"zooms", {zoom, 7}}},
+        {{"zooms", zoom}},
+        {{"cuts", {without("start")}}},
+        {{"speeds", {zoom}}},
+        {{"unknown", {{"nested", {1, 2, 3}}}}},
+    };
+    for (const json& settings : malformed) EXPECT_EQ(decodedSettings(settings), defaults) << settings;
+}
+
+TEST(SettingsJson, ReadsEachValueByItself) {
+    const auto id = Uuid::parse(firstId).value_or(Uuid());
+    const json range{{"id", "6f9619ff-8b86-d011-b42d-00c04fc964ff"}, {"start", 1}, {"end", 2.5}, {"rate", 4}};
+    const ProjectSettings settings = decodedSettings({{"speeds", {range}},
+                                                      {"cuts", {range}},
+                                                      {"zooms", {range}}, // no scale: falls back alone
+                                                      {"gradientIndex", 3.0},
+                                                      {"trimEnd", 8},
+                                                      {"aspect", "Source"},
+                                                      {"padding", "wide"}});
+    ProjectSettings expected;
+    expected.speeds = {{id, 1, 2.5, 4}};
+    expected.cuts = {{id, 1, 2.5}};
+    expected.gradientIndex = 3;
+    expected.trimEnd = 8;
+    expected.aspect = AspectRatio::original;
+    EXPECT_EQ(settings, expected);
+}
+
+TEST(SettingsJson, SettingsMustBeAnObject) {
+    for (const json& settings : {json(), json(1), json("{}"), json::array()}) {
+        json record = validRecord();
+        record["settings"] = settings;
+        EXPECT_FALSE(decodeProjectInfo(record.dump())) << settings;
+    }
+}
+
+TEST(ProjectInfoJson, WritesSortedIndentedKeysAndUpperCaseIds) {
+    ProjectInfo info;
+    info.name = "Demo";
+    info.settings.zooms = {{Uuid::parse(firstId).value_or(Uuid()), 1, 2, 3}};
+    const std::string text = encodeProjectInfo(info).value_or("");
+    EXPECT_TRUE(text.starts_with("{\n  \"cameraOffset\": 0.0,\n  \"created\": \"1970-01-01T00:00:00Z\",\n"))
+        << text;
+    EXPECT_NE(text.find("        \"end\": 2.0,\n        \"id\": \"6F9619FF-8B86-D011-B42D-00C04FC964FF\",\n"),
+              std::string::npos)
+        << text;
+    EXPECT_EQ(json::parse(text)["settings"].size(), 22U) << "an absent trimEnd is left out";
+    info.settings.trimEnd = 5;
+    EXPECT_EQ(json::parse(encodeProjectInfo(info).value_or(""))["settings"].size(), 23U);
+}
+
+TEST(ProjectInfoJson, WhatCannotBeStoredIsNotWritten) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    ProjectInfo infos[4];
+    infos[0].duration = std::numeric_limits<double>::quiet_NaN();
+    infos[1].settings.trimEnd = infinity;
+    infos[2].settings.cuts = {{Uuid::random(), 0, -infinity}};
+    infos[3].created = std::chrono::sys_days(std::chrono::year(10000) / 1 / 1);
+    for (const ProjectInfo& info : infos) EXPECT_FALSE(encodeProjectInfo(info));
+}
+
+RC_GTEST_PROP(ProjectInfoJson, ReadsBackWhatItWrote, ()) {
+    const ProjectInfo info = testing::anyInfo();
+    const auto text = encodeProjectInfo(info);
+    RC_ASSERT(text.has_value());
+    const auto decoded = decodeProjectInfo(*text);
+    RC_ASSERT(decoded.has_value());
+    RC_ASSERT(*decoded == info);
+    RC_ASSERT(encodeProjectInfo(*decoded).value() == *text); // 0 == -0, but not as text: equal bit for bit
+}
+
+RC_GTEST_PROP(ProjectInfoJson, AnyMutationIsDecodedOrRefused, ()) {
+    std::string text = encodeProjectInfo(testing::anyInfo()).value_or("");
+    const auto changes = *rc::gen::inRange(1, 8);
+    for (int i = 0; i < changes; ++i) {
+        text[*rc::gen::inRange<std::size_t>(0, text.size())] = *rc::gen::arbitrary<char>();
+    }
+    const auto decoded = decodeProjectInfo(text);
+    RC_ASSERT(!decoded || encodeProjectInfo(*decoded).has_value());
+}
+
+TEST(ProjectSettings, SameStructureLooksAtTheTimeMapOnly) {
+    const Uuid id = Uuid::random();
+    ProjectSettings base;
+    base.trimStart = 1;
+    base.cuts = {{id, 2, 3}};
+    const auto with = [&](auto change) {
+        ProjectSettings settings = base;
+        change(settings);
+        return base.sameStructure(settings);
+    };
+    EXPECT_TRUE(with([](ProjectSettings& s) {
+        s = ProjectSettings{.background = BackgroundKind::solid,
+                            .aspect = AspectRatio::tall,
+                            .trimStart = s.trimStart,
+                            .cuts = s.cuts};
+        s.zooms = {{Uuid::random(), 0, 1, 2}};
+        s.splits = {4};
+        s.camSize = 1;
+    }));
+    EXPECT_FALSE(with([](ProjectSettings& s) { s.trimStart = 1.5; }));
+    EXPECT_FALSE(with([](ProjectSettings& s) { s.trimEnd = 9; }));
+    EXPECT_FALSE(with([](ProjectSettings& s) { s.cuts[0].id = Uuid::random(); }));
+    EXPECT_FALSE(with([](ProjectSettings& s) { s.speeds = {{Uuid::random(), 4, 5, 2}}; }));
+}
+
+} // namespace
+} // namespace glintro

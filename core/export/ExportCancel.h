@@ -4,7 +4,8 @@
 
 namespace glintro {
 
-// Shared by who asked for an export and the export itself. Once cancelled it stays so; every thread may call both.
+// Shared by who asked for an export and the export itself. Once cancelled it stays so; every thread may call
+// both.
 class ExportCancel {
   public:
     void cancel() { flag_.store(true, std::memory_order_release); }
@@ -14,4 +15,4 @@ class ExportCancel {
     std::atomic<bool> flag_ = false;
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -15,15 +15,15 @@ namespace glintro {
 // A live preview of the frame just written, at most 640 pixels on its longer side.
 struct ExportFrame {
     BgraImage image;
-    int index = 0;  // 1-based
+    int index = 0; // 1-based
     int total = 0;
 };
 
 // How far an export is. `fraction` stays below 1 until the file is finished.
 struct ExportProgress {
     double fraction = 0;
-    int written = 0;  // frames
-    int total = 0;    // frames
+    int written = 0; // frames
+    int total = 0;   // frames
 };
 
 // One render of a reel to one file.
@@ -35,7 +35,7 @@ struct ExportRequest {
     std::shared_ptr<const BgraImage> wallpaper;
     std::shared_ptr<ExportCancel> cancel;
     // Both are called on the export's own threads, one call at a time; either may be empty.
-    std::function<void(const ExportFrame&)> onFrame;  // frames 1, 4, 7, ...
+    std::function<void(const ExportFrame&)> onFrame; // frames 1, 4, 7, ...
     std::function<void(const ExportProgress&)> progress;
     // Threads that draw; 0 for as many as the machine has cores. The file does not depend on it.
     int workers = 0;
@@ -44,10 +44,10 @@ struct ExportRequest {
 class Exporter {
   public:
     // Renders and returns when the file is finished, has failed or was cancelled (Failure::isCancelled). The
-    // file is written beside its destination and put there when whole: a render that does not finish leaves no
-    // partial file and an older file as it was. The destination's folder is made. A destination that is one of the
-    // reel's own files is refused.
+    // file is written beside its destination and put there when whole: a render that does not finish leaves
+    // no partial file and an older file as it was. The destination's folder is made. A destination that is
+    // one of the reel's own files is refused.
     [[nodiscard]] static Result<void> run(const ExportRequest& request);
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -12,22 +12,22 @@ namespace glintro {
 // The recording at one moment, as it was filmed.
 struct SourceFrame {
     PicturePtr screen;
-    PicturePtr camera;  // null when the reel has none at this time
-    Seconds time = 0;   // the source time that was grabbed
+    PicturePtr camera; // null when the reel has none at this time
+    Seconds time = 0;  // the source time that was grabbed
 };
 
 enum class CameraUse { without, with };
 
-// Single finished frames of a reel: thumbnails, look previews, stills. Every call opens and closes the movies it
-// needs; any thread.
+// Single finished frames of a reel: thumbnails, look previews, stills. Every call opens and closes the movies
+// it needs; any thread.
 class Still {
   public:
-    // The frame at a source time, moved into the recording where it lies outside. `camera` is the camera's frame of
-    // the same moment; one that cannot be had is left out.
+    // The frame at a source time, moved into the recording where it lies outside. `camera` is the camera's
+    // frame of the same moment; one that cannot be had is left out.
     static Result<SourceFrame> frame(const Project& project, Seconds at, CameraUse camera);
 
     // Draws a grabbed frame on the canvas that has the given long side.
-    static BgraImage render(const SourceFrame& frame, const Project& project, const RecordingEvents& events,
+    static BgraImage render(const SourceFrame& frame, const RecordingEvents& events,
                             const ProjectSettings& settings, int longSide,
                             std::shared_ptr<const BgraImage> wallpaper, Framing framing);
 
@@ -37,4 +37,4 @@ class Still {
                                     std::shared_ptr<const BgraImage> wallpaper = nullptr);
 };
 
-}  // namespace glintro
+} // namespace glintro

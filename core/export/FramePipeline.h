@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "core/base/Failure.h"
+#include "core/export/ExportCancel.h"
+#include "core/render/ReelCompositor.h"
+
+namespace glintro {
+
+// What to draw: `total` frames at `fps` frames a second of composition time, in a layout and size.
+struct FrameJob {
+    ReelComposition& reel;
+    const FrameRenderer& renderer;
+    PixelLayout layout;
+    PixelSize canvas;
+    int fps;
+    std::int64_t total;
+    int workers; // threads that draw, at least 1
+};
+
+enum class FrameChange {
+    drawn,    // a new picture
+    repeated, // the same picture as the frame before
+};
+
+// Draws the frames of a reel and hands them, in order, to `write` on the calling thread:
+//
+//   one reader ──► N drawing threads ──► write
+//
+// At most workers + 2 frames are under way, so memory is flat however long the reel. Frames that equal the
+// one before are not drawn again. The pictures do not depend on the number of workers; each is valid during
+// its call only. Stops at the first failure of either side, and with Failure::cancelled() when asked to.
+Result<void> pumpFrames(
+    const FrameJob& job, const ExportCancel& cancel,
+    const std::function<Result<void>(const Picture&, std::int64_t index, FrameChange)>& write);
+
+// Frames of a reel of `duration` seconds: whole ones, at least one. A last frame of less than a millionth is
+// rounding, not a frame.
+std::int64_t frameCount(Seconds duration, int fps);
+
+} // namespace glintro

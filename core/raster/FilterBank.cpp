@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "core/raster/Resample.h"
 
@@ -8,14 +9,20 @@ namespace {
 
 constexpr double kOne = 1 << 14;
 
-// Keys' cubic convolution with a = -0.5, for the distance x >= 0.
+// Keys' cubic convolution with a = -0.5, for the distance x >= 0. Both branches are cheap, so none is taken.
 double catmullRom(double x) {
-    if (x < 1) return (1.5 * x - 2.5) * x * x + 1;
-    if (x < 2) return ((-0.5 * x + 2.5) * x - 4) * x + 2;
-    return 0;
+    const double inner = (1.5 * x - 2.5) * x * x + 1;
+    const double outer = ((-0.5 * x + 2.5) * x - 4) * x + 2;
+    return x < 1 ? inner : x < 2 ? outer : 0;
 }
 
-} // namespace
+// std::floor and std::lround are calls into the C library, and there are thousands of values in every moving frame.
+int floorOf(double value) {
+    const int truncated = static_cast<int>(value);
+    return truncated - (value < truncated ? 1 : 0);
+}
+
+}  // namespace
 
 FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
     const double widening = std::max(map.step, 1.0);
@@ -23,33 +30,44 @@ FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
     const int span = static_cast<int>(std::ceil(2 * support));
     taps_ = std::min(span, sourceLength);
     first_.resize(static_cast<std::size_t>(destinationLength));
-    weights_.assign(static_cast<std::size_t>(destinationLength) * static_cast<std::size_t>(taps_), 0);
+    weights_.resize(static_cast<std::size_t>(destinationLength) * static_cast<std::size_t>(taps_));
     std::vector<double> kernel(static_cast<std::size_t>(span));
 
-    for (int i = 0; i < destinationLength; ++i) {
+    std::int16_t* weights = weights_.data();
+    for (int i = 0; i < destinationLength; ++i, weights += taps_) {
         // Farther out than this, every sample read is the edge anyhow.
         const double position = std::clamp(map.origin + i * map.step, -support - 1, sourceLength + support);
-        const int start = static_cast<int>(std::floor(position - support)) + 1;
-        double sum = 0;
-        for (int k = 0; k < span; ++k) {
-            kernel[static_cast<std::size_t>(k)] = catmullRom(std::abs(start + k - position) / widening);
-            sum += kernel[static_cast<std::size_t>(k)];
-        }
+        const int start = floorOf(position - support) + 1;
         const int first = std::clamp(start, 0, sourceLength - taps_);
         first_[static_cast<std::size_t>(i)] = first;
-        std::int16_t* const weights =
-            weights_.data() + static_cast<std::size_t>(i) * static_cast<std::size_t>(taps_);
+
+        double sum = 0;
+        double distance = start - position;
+        for (double& value : kernel) {
+            value = catmullRom(std::abs(distance) / widening);
+            sum += value;
+            distance += 1;
+        }
         // Rounding the running total keeps the sum exact and every weight within one unit.
+        const double scale = kOne / sum;
         double total = 0;
         int rounded = 0;
-        for (int k = 0; k < span; ++k) {
-            total += kernel[static_cast<std::size_t>(k)] * (kOne / sum);
-            const int next = static_cast<int>(std::lround(total));
-            std::int16_t& weight = weights[std::clamp(start + k, 0, sourceLength - 1) - first];
-            weight = static_cast<std::int16_t>(weight + next - rounded);
-            rounded = next;
+        const auto nextWeight = [&](double value) {
+            total += value * scale;
+            const int before = std::exchange(rounded, floorOf(total + 0.5));
+            return rounded - before;
+        };
+        if (start == first && start + span <= sourceLength) {
+            for (int k = 0; k < span; ++k) {
+                weights[k] = static_cast<std::int16_t>(nextWeight(kernel[static_cast<std::size_t>(k)]));
+            }
+        } else {
+            for (int k = 0; k < span; ++k) {
+                std::int16_t& weight = weights[std::clamp(start + k, 0, sourceLength - 1) - first];
+                weight = static_cast<std::int16_t>(weight + nextWeight(kernel[static_cast<std::size_t>(k)]));
+            }
         }
     }
 }
 
-} // namespace glintro
+}  // namespace glintro

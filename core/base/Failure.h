@@ -28,4 +28,4 @@ inline std::unexpected<Failure> failure(std::string message, std::string detail 
     return std::unexpected(Failure{std::move(message), std::move(detail), nativeCode});
 }
 
-}  // namespace glintro
+} // namespace glintro

@@ -43,4 +43,4 @@ struct PixelRect {
     bool operator==(const PixelRect&) const = default;
 };
 
-}  // namespace glintro
+} // namespace glintro

@@ -49,4 +49,4 @@ class TemporaryFolder {
     std::filesystem::path folder_;
 };
 
-}  // namespace glintro
+} // namespace glintro

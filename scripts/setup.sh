@@ -1,0 +1,89 @@
+#!/usr/bin/env bash
+# Installs what building Glintro needs and this machine does not have yet.
+#
+#   scripts/setup.sh          what `make demo`, `make test` and `make bench` need
+#   scripts/setup.sh format   what `make lint-quick` needs besides
+#   scripts/setup.sh lint     what `make lint` needs besides that
+#
+# Needs nothing but bash and apt. Where all is there already it asks nobody and touches nothing.
+set -euo pipefail
+
+group=${1:-build}
+
+case $group in
+build)
+    debian=(
+        g++ cmake ninja-build ccache make pkg-config
+        nlohmann-json3-dev libfmt-dev libcli11-dev libhwy-dev
+        libavcodec-dev libavfilter-dev libavformat-dev libavutil-dev libswresample-dev libswscale-dev
+        libcairo2-dev libpango1.0-dev fonts-inter
+        libgtest-dev librapidcheck-dev libbenchmark-dev ffmpeg
+    )
+    fedora=(
+        gcc-c++ cmake ninja-build ccache make pkgconf-pkg-config
+        json-devel fmt-devel cli11-devel highway-devel
+        ffmpeg-devel # from RPM Fusion: Fedora's own FFmpeg has no libx264
+        cairo-devel pango-devel rsms-inter-fonts
+        gtest-devel rapidcheck-devel google-benchmark-devel ffmpeg
+    )
+    arch=(
+        gcc cmake ninja ccache make pkgconf
+        nlohmann-json fmt cli11 highway ffmpeg cairo pango inter-font
+        gtest rapidcheck benchmark
+    )
+    ;;
+format)
+    debian=(clang-format-14)
+    fedora=(clang14-tools-extra)
+    arch=(clang14)
+    ;;
+lint)
+    debian=(clang-tidy-19)
+    fedora=(clang-tools-extra)
+    arch=(clang)
+    ;;
+*)
+    echo "usage: scripts/setup.sh [build|format|lint]" >&2
+    exit 2
+    ;;
+esac
+
+if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+    cat >&2 <<EOT
+Glintro installs its packages on Debian and its relatives only. Install these yourself:
+  Fedora: sudo dnf install ${fedora[*]}
+  Arch:   sudo pacman -S --needed ${arch[*]}
+and then say so to make, for example: make test SETUP=no
+EOT
+    exit 1
+fi
+
+missing=()
+for package in "${debian[@]}"; do
+    state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [[ $state == installed ]] || missing+=("$package")
+done
+((${#missing[@]})) || exit 0
+
+as_root=()
+if ((EUID != 0)); then
+    if ! command -v sudo >/dev/null; then
+        echo "These packages are missing, and installing them needs root or sudo: ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+
+apt_get() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o Dpkg::Use-Pty=0 "$@"; }
+install_missing() { apt_get install -y --no-install-recommends "${missing[@]}"; }
+
+# The package lists may be missing, as in a fresh container, or so old that they name versions which the mirror
+# no longer has. A source that is out of reach matters only when a package is missing in all the others.
+update() { apt_get update || true; }
+
+echo "Installing ${missing[*]}"
+apt-get install -s "${missing[@]}" >/dev/null 2>&1 || update
+install_missing || { update && install_missing; } || {
+    echo "Not everything could be installed: ${missing[*]}" >&2
+    exit 1
+}

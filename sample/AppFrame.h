@@ -1,0 +1,83 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "sample/AppState.h"
+
+namespace glintro::sample {
+
+// Everything that decides one picture of the application, evaluated at a time: equal frames look alike.
+struct AppFrame {
+    struct Card {
+        int task = 0;
+        Rect area;
+        double opacity = 1;
+        bool selected = false;
+        bool lifted = false;
+        bool operator==(const Card&) const = default;
+    };
+    struct Heading { // sidebar and both headers
+        View view = View::board;
+        std::string search;
+        int filter = 0;
+        int period = 0;
+        Part focus = Part::none;
+        bool caret = false;
+        int minute = 0;
+        bool operator==(const Heading&) const = default;
+    };
+    struct Detail { // the message beside the list
+        int message = 0;
+        double opacity = 1;
+        std::string draft;
+        std::string sent;
+        Part focus = Part::none;
+        bool caret = false;
+        bool operator==(const Detail&) const = default;
+    };
+    struct Charts {
+        std::array<double, 12> visits{};
+        std::array<double, 4> totals{};
+        std::array<double, 5> sources{};
+        int period = 0;
+        int point = -1; // the one under the pointer
+        bool operator==(const Charts&) const = default;
+    };
+    struct Dialog {
+        std::string title;
+        Priority priority = Priority::medium;
+        int person = 0;
+        bool focused = false;
+        bool caret = false;
+        bool operator==(const Dialog&) const = default;
+    };
+
+    Heading heading;
+    double viewOpacity = 1;
+    Target hover;
+    Rect hoverArea;
+    Target pressed;
+    Rect pressedArea;
+    std::vector<Card> cards; // the lifted one last
+    std::array<int, kColumnCount> counts{};
+    int dropColumn = -1; // under the lifted card
+    double scroll = 0;   // whole pixels, in points
+    Detail detail;
+    Charts charts;
+    double menuShows = 0;
+    double dialogShows = 0;
+    Dialog dialog;
+    std::string toast;
+    double toastShows = 0;
+    bool operator==(const AppFrame&) const = default;
+
+    // What `state` looks like at `time` with the pointer at `pointer` (points).
+    static AppFrame evaluate(const AppState& state, Seconds time, Point pointer);
+};
+
+// The areas (points) in which the two may look different.
+std::vector<Rect> damage(const AppFrame& before, const AppFrame& after, const AppLayout& layout);
+
+} // namespace glintro::sample

@@ -3,52 +3,124 @@
 #include <algorithm>
 #include <cstring>
 
-namespace glintro {
-namespace {
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/raster/Blend.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
 
-int quotientBy255(int value) {
-    return (value + 128 + ((value + 128) >> 8)) >> 8;
+HWY_BEFORE_NAMESPACE();
+namespace glintro::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Words = hn::ScalableTag<std::uint16_t>;
+using Word = hn::Vec<Words>;
+using Bytes = hn::Rebind<std::uint8_t, Words>;
+
+// Samples of a row as 16-bit values; past the row's last `count` samples they are zero.
+HWY_INLINE Word loadWords(const std::uint8_t* from, std::size_t count) {
+    const Words d;
+    const Bytes bytes;
+    if (count >= hn::Lanes(d)) return hn::PromoteTo(d, hn::LoadU(bytes, from));
+    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())] = {};
+    std::memcpy(padded, from, count);
+    return hn::PromoteTo(d, hn::Load(bytes, padded));
 }
 
-std::uint8_t mix(int over, int under, int mask) {
-    return static_cast<std::uint8_t>(quotientBy255(over * mask + under * (255 - mask)));
+// Values beyond 255 become 255.
+HWY_INLINE void storeWords(Word value, std::uint8_t* to, std::size_t count) {
+    const Bytes bytes;
+    const auto narrow = hn::DemoteTo(bytes, hn::BitCast(hn::RebindToSigned<Words>(), value));
+    if (count >= hn::Lanes(bytes)) {
+        hn::StoreU(narrow, bytes, to);
+        return;
+    }
+    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())];
+    hn::Store(narrow, bytes, padded);
+    std::memcpy(to, padded, count);
 }
 
-} // namespace
-
-void keepInside(MutablePlaneView destination, PlaneView under, PlaneView mask) {
+// destination = blend(destination, planes...), samples as 16-bit values.
+template <class Blend, class... Planes>
+HWY_INLINE void blendRows(MutablePlaneView destination, const Blend& blend, const Planes&... planes) {
+    const std::size_t width = static_cast<std::size_t>(destination.width);
     for (int y = 0; y < destination.height; ++y) {
         std::uint8_t* const to = destination.row(y);
-        for (int x = 0; x < destination.width; ++x) to[x] = mix(to[x], under.row(y)[x], mask.row(y)[x]);
+        for (std::size_t x = 0; x < width; x += hn::Lanes(Words())) {
+            const std::size_t count = width - x;
+            storeWords(blend(loadWords(to + x, count), loadWords(planes.row(y) + x, count)...), to + x,
+                       count);
+        }
     }
+}
+
+// value / 255, rounded to nearest, exact up to 255 * 255.
+HWY_INLINE Word quotientBy255(Word value) {
+    const auto biased = hn::Add(value, hn::Set(Words(), 128));
+    return hn::ShiftRight<8>(hn::Add(biased, hn::ShiftRight<8>(biased)));
+}
+
+HWY_INLINE Word opposite(Word value) {
+    return hn::Sub(hn::Set(Words(), 255), value);
+}
+
+HWY_INLINE Word mix(Word over, Word under, Word mask) {
+    return quotientBy255(hn::Add(hn::Mul(over, mask), hn::Mul(under, opposite(mask))));
+}
+
+void keepInsideRows(MutablePlaneView destination, PlaneView under, PlaneView mask) {
+    const auto blend = [](Word kept, Word below, Word opaque) HWY_ATTR { return mix(kept, below, opaque); };
+    blendRows(destination, blend, under, mask);
+}
+
+void blendMaskedRows(MutablePlaneView destination, PlaneView over, PlaneView mask) {
+    const auto blend = [](Word below, Word above, Word opaque) HWY_ATTR { return mix(above, below, opaque); };
+    blendRows(destination, blend, over, mask);
+}
+
+void fillMaskedRows(MutablePlaneView destination, std::uint8_t value, PlaneView mask, std::uint8_t opacity) {
+    const auto fill = hn::Set(Words(), value);
+    const auto scale = hn::Set(Words(), opacity);
+    const auto blend = [=](Word below, Word opaque)
+                           HWY_ATTR { return mix(fill, below, quotientBy255(hn::Mul(opaque, scale))); };
+    blendRows(destination, blend, mask);
+}
+
+void blendPremultipliedRows(MutablePlaneView destination, PlaneView colour, PlaneView alpha,
+                            std::uint8_t opacity) {
+    const auto scale = hn::Set(Words(), opacity);
+    const auto blend = [=](Word below, Word above, Word opaque) HWY_ATTR {
+        const auto kept = opposite(quotientBy255(hn::Mul(opaque, scale)));
+        return hn::Add(quotientBy255(hn::Mul(above, scale)), quotientBy255(hn::Mul(below, kept)));
+    };
+    blendRows(destination, blend, colour, alpha);
+}
+
+} // namespace glintro::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace glintro {
+
+HWY_EXPORT(keepInsideRows);
+HWY_EXPORT(blendMaskedRows);
+HWY_EXPORT(fillMaskedRows);
+HWY_EXPORT(blendPremultipliedRows);
+
+void keepInside(MutablePlaneView destination, PlaneView under, PlaneView mask) {
+    HWY_DYNAMIC_DISPATCH(keepInsideRows)(destination, under, mask);
 }
 
 void blendMasked(MutablePlaneView destination, PlaneView over, PlaneView mask) {
-    for (int y = 0; y < destination.height; ++y) {
-        std::uint8_t* const to = destination.row(y);
-        for (int x = 0; x < destination.width; ++x) to[x] = mix(over.row(y)[x], to[x], mask.row(y)[x]);
-    }
+    HWY_DYNAMIC_DISPATCH(blendMaskedRows)(destination, over, mask);
 }
 
 void fillMasked(MutablePlaneView destination, std::uint8_t value, PlaneView mask, std::uint8_t opacity) {
-    for (int y = 0; y < destination.height; ++y) {
-        std::uint8_t* const to = destination.row(y);
-        for (int x = 0; x < destination.width; ++x) {
-            to[x] = mix(value, to[x], quotientBy255(mask.row(y)[x] * opacity));
-        }
-    }
+    HWY_DYNAMIC_DISPATCH(fillMaskedRows)(destination, value, mask, opacity);
 }
 
 void blendPremultiplied(MutablePlaneView destination, PlaneView colour, PlaneView alpha,
                         std::uint8_t opacity) {
-    for (int y = 0; y < destination.height; ++y) {
-        std::uint8_t* const to = destination.row(y);
-        for (int x = 0; x < destination.width; ++x) {
-            const int kept = 255 - quotientBy255(alpha.row(y)[x] * opacity);
-            const int sum = quotientBy255(colour.row(y)[x] * opacity) + quotientBy255(to[x] * kept);
-            to[x] = static_cast<std::uint8_t>(std::min(sum, 255));
-        }
-    }
+    HWY_DYNAMIC_DISPATCH(blendPremultipliedRows)(destination, colour, alpha, opacity);
 }
 
 void copyPlane(PlaneView source, MutablePlaneView destination) {
@@ -58,3 +130,4 @@ void copyPlane(PlaneView source, MutablePlaneView destination) {
 }
 
 } // namespace glintro
+#endif

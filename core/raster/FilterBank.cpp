@@ -16,13 +16,14 @@ double catmullRom(double x) {
     return x < 1 ? inner : x < 2 ? outer : 0;
 }
 
-// std::floor and std::lround are calls into the C library, and there are thousands of values in every moving frame.
+// std::floor and std::lround are calls into the C library, and there are thousands of values in every moving
+// frame.
 int floorOf(double value) {
     const int truncated = static_cast<int>(value);
     return truncated - (value < truncated ? 1 : 0);
 }
 
-}  // namespace
+} // namespace
 
 FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
     const double widening = std::max(map.step, 1.0);
@@ -70,4 +71,4 @@ FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
     }
 }
 
-}  // namespace glintro
+} // namespace glintro

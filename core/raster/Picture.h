@@ -41,6 +41,9 @@ struct Picture {
 };
 using PicturePtr = std::shared_ptr<const Picture>;
 
+// Whether layout, size and every sample are equal; stops at the first row that differs.
+bool samePixels(const Picture& one, const Picture& other);
+
 // A picture being drawn; owns its planes.
 class PictureBuffer {
   public:

@@ -1,10 +1,10 @@
 #include "core/media/MovieWriter.h"
 
-#include <cerrno>
 #include <utility>
 
 #include "core/media/AudioEncoder.h"
 #include "core/media/FFmpegHandles.h"
+#include "core/media/OutputFailure.h"
 #include "core/media/VideoEncoder.h"
 
 namespace glintro {
@@ -14,23 +14,7 @@ constexpr const char* kCannotStart = "Couldn’t start writing.";
 constexpr const char* kCannotWrite = "Couldn’t write the movie.";
 
 std::unexpected<Failure> writeFailure(int code, const char* fallback) {
-    switch (AVUNERROR(code)) {
-        case ENOSPC:
-        case EDQUOT:
-        case EFBIG:
-            return ffmpegFailure("The disk is full. Free some space and try again.", code);
-        case EACCES:
-        case EPERM:
-        case EROFS:
-            return ffmpegFailure("The movie can’t be written there: permission denied.", code);
-        case EISDIR:
-            return ffmpegFailure("The movie can’t be written there: it is a folder.", code);
-        case ENOENT:
-        case ENOTDIR:
-            return ffmpegFailure("The folder to write the movie into doesn’t exist.", code);
-        default:
-            return ffmpegFailure(fallback, code);
-    }
+    return outputFailure("movie", AVUNERROR(code), fallback);
 }
 
 Result<OutputPtr> openOutput(const std::filesystem::path& file) {

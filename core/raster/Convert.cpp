@@ -2,23 +2,229 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <cstring>
+#include <vector>
 
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "core/raster/Convert.cpp"
+#include <hwy/foreach_target.h>
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace glintro::HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Words = hn::ScalableTag<std::int16_t>;
+using Word = hn::Vec<Words>;
+using Bytes = hn::Rebind<std::uint8_t, Words>;
+
+HWY_INLINE Word scaled(Word value, int factor) {
+    return hn::MulFixedPoint15(value, hn::Set(Words(), static_cast<std::int16_t>(factor)));
+}
+
+// Calls convert(x, count) for every vector of a row; at the end of the row fewer than a vector's samples
+// count.
+template <class Convert>
+HWY_INLINE void forEachVector(int width, const Convert& convert) {
+    const int lanes = static_cast<int>(hn::Lanes(Words()));
+    for (int x = 0; x < width; x += lanes) convert(x, static_cast<std::size_t>(std::min(lanes, width - x)));
+}
+
+HWY_INLINE Word loadWords(const std::uint8_t* from, std::size_t count) {
+    const Words d;
+    const Bytes bytes;
+    if (count >= hn::Lanes(d)) return hn::PromoteTo(d, hn::LoadU(bytes, from));
+    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())] = {};
+    std::memcpy(padded, from, count);
+    return hn::PromoteTo(d, hn::Load(bytes, padded));
+}
+
+HWY_INLINE void storeBytes(Word value, std::uint8_t* to, std::size_t count) {
+    const Bytes bytes;
+    const auto narrow = hn::DemoteTo(bytes, value);
+    if (count >= hn::Lanes(bytes)) {
+        hn::StoreU(narrow, bytes, to);
+        return;
+    }
+    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())];
+    hn::Store(narrow, bytes, padded);
+    std::memcpy(to, padded, count);
+}
+
+// R = 1.1644 (Y - 16) + 1.7927 (Cr - 128) and so on, in 1/64 of a level. Only sums far beyond 255 saturate.
+HWY_INLINE void yuvToRgbRow(std::uint8_t* first, std::uint8_t* second, std::uint8_t* third, int width) {
+    const Words d;
+    forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
+        const auto y = hn::Sub(loadWords(first + x, count), hn::Set(d, 16));
+        const auto cb = hn::ShiftLeft<8>(hn::Sub(loadWords(second + x, count), hn::Set(d, 128)));
+        const auto cr = hn::ShiftLeft<8>(hn::Sub(loadWords(third + x, count), hn::Set(d, 128)));
+        const auto luma = hn::Add(scaled(hn::ShiftLeft<7>(y), 19077), hn::Set(d, 32));
+        const auto red = hn::SaturatedAdd(luma, scaled(cr, 14686));
+        const auto green = hn::Sub(hn::Sub(luma, scaled(cb, 1747)), scaled(cr, 4366));
+        const auto blue = hn::SaturatedAdd(luma, scaled(cb, 17305));
+        storeBytes(hn::ShiftRight<6>(red), first + x, count);
+        storeBytes(hn::ShiftRight<6>(green), second + x, count);
+        storeBytes(hn::ShiftRight<6>(blue), third + x, count);
+    });
+}
+
+void yuvToRgbRows(MutablePlaneView first, MutablePlaneView second, MutablePlaneView third) {
+    for (int y = 0; y < first.height; ++y)
+        yuvToRgbRow(first.row(y), second.row(y), third.row(y), first.width);
+}
+
+void interleaveRow(const std::uint8_t* red, const std::uint8_t* green, const std::uint8_t* blue, int width,
+                   std::uint8_t* bgra) {
+    const hn::ScalableTag<std::uint8_t> d;
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    int x = 0;
+    for (; x + lanes <= width; x += lanes) {
+        hn::StoreInterleaved4(hn::LoadU(d, blue + x), hn::LoadU(d, green + x), hn::LoadU(d, red + x),
+                              hn::Set(d, 255), d, bgra + 4 * x);
+    }
+    for (; x < width; ++x) {
+        bgra[4 * x] = blue[x];
+        bgra[4 * x + 1] = green[x];
+        bgra[4 * x + 2] = red[x];
+        bgra[4 * x + 3] = 255;
+    }
+}
+
+void separateRow(const std::uint8_t* bgra, int width, std::uint8_t* blue, std::uint8_t* green,
+                 std::uint8_t* red) {
+    const hn::ScalableTag<std::uint8_t> d;
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    int x = 0;
+    for (; x + lanes <= width; x += lanes) {
+        hn::Vec<decltype(d)> b, g, r, a;
+        hn::LoadInterleaved4(d, bgra + 4 * x, b, g, r, a);
+        hn::StoreU(b, d, blue + x);
+        hn::StoreU(g, d, green + x);
+        hn::StoreU(r, d, red + x);
+    }
+    for (; x < width; ++x) {
+        blue[x] = bgra[4 * x];
+        green[x] = bgra[4 * x + 1];
+        red[x] = bgra[4 * x + 2];
+    }
+}
+
+// Y = 16 + 0.1826 R + 0.6142 G + 0.0620 B, in 1/128 of a level.
+void lumaRow(const std::uint8_t* blue, const std::uint8_t* green, const std::uint8_t* red, int width,
+             std::uint8_t* luma) {
+    forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
+        const auto r = scaled(hn::ShiftLeft<7>(loadWords(red + x, count)), 5983);
+        const auto g = scaled(hn::ShiftLeft<7>(loadWords(green + x, count)), 20127);
+        const auto b = scaled(hn::ShiftLeft<7>(loadWords(blue + x, count)), 2032);
+        const auto sum = hn::Add(hn::Add(r, g), hn::Add(b, hn::Set(Words(), 16 * 128 + 64)));
+        storeBytes(hn::ShiftRight<7>(sum), luma + x, count);
+    });
+}
+
+// The sum of two rows; sums[-1] and sums[width] repeat the edge.
+void addRows(const std::uint8_t* upper, const std::uint8_t* lower, int width, std::int16_t* sums) {
+    forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
+        const auto sum = hn::Add(loadWords(upper + x, count), loadWords(lower + x, count));
+        hn::StoreU(sum, Words(), sums + x);
+    });
+    sums[-1] = sums[0];
+    sums[width] = sums[width - 1];
+}
+
+// Eight times the mean around every other column of a pair of rows: 1 2 1 across, 1 1 down.
+HWY_INLINE Word aroundEvenColumns(const std::int16_t* sums) {
+    const Words d;
+    Word before, even, after, unused;
+    hn::LoadInterleaved2(d, sums, even, after);
+    hn::LoadInterleaved2(d, sums - 1, before, unused);
+    return hn::Add(hn::Add(before, after), hn::Add(even, even));
+}
+
+// Cb and Cr of the means that the sums of two rows give, in 1/128 of a level. The factors of each add up to
+// zero, so that greys stay neutral.
+void chromaRow(const std::int16_t* blue, const std::int16_t* green, const std::int16_t* red, int width,
+               std::uint8_t* cb, std::uint8_t* cr) {
+    forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
+        const auto b = hn::ShiftLeft<4>(aroundEvenColumns(blue + 2 * x));
+        const auto g = hn::ShiftLeft<4>(aroundEvenColumns(green + 2 * x));
+        const auto r = hn::ShiftLeft<4>(aroundEvenColumns(red + 2 * x));
+        const auto neutral = hn::Set(Words(), 128 * 128 + 64);
+        const auto first = hn::Add(hn::Add(scaled(r, -3298), scaled(g, -11094)), scaled(b, 14392));
+        const auto second = hn::Add(hn::Add(scaled(r, 14392), scaled(g, -13072)), scaled(b, -1320));
+        storeBytes(hn::ShiftRight<7>(hn::Add(first, neutral)), cb + x, count);
+        storeBytes(hn::ShiftRight<7>(hn::Add(second, neutral)), cr + x, count);
+    });
+}
+
+void reduceRow(const std::int16_t* sums, int width, std::uint8_t* destination) {
+    forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
+        const auto rounded = hn::Add(aroundEvenColumns(sums + 2 * x), hn::Set(Words(), 4));
+        storeBytes(hn::ShiftRight<3>(rounded), destination + x, count);
+    });
+}
+
+// thresholds[i] is that of column i of the plane modulo 8, repeated so that a vector can start anywhere.
+void ditherVectors(const float* samples, int count, int x, const float* thresholds,
+                   std::uint8_t* destination) {
+    const hn::CappedTag<float, 16> d;
+    const hn::RebindToSigned<decltype(d)> whole;
+    const hn::Rebind<std::uint8_t, decltype(d)> bytes;
+    const int lanes = static_cast<int>(hn::Lanes(d));
+    const auto dithered = [=](const float* from, int column) HWY_ATTR {
+        const auto sum =
+            hn::Add(hn::LoadU(d, from), hn::LoadU(d, thresholds + (static_cast<unsigned>(column) & 7U)));
+        const auto clamped = hn::Min(hn::Max(sum, hn::Zero(d)), hn::Set(d, 255.0F));
+        return hn::DemoteTo(bytes, hn::ConvertTo(whole, clamped));
+    };
+    int i = 0;
+    for (; i + lanes <= count; i += lanes) hn::StoreU(dithered(samples + i, x + i), bytes, destination + i);
+    HWY_ALIGN float rest[16] = {};
+    HWY_ALIGN std::uint8_t result[16];
+    const int left = std::min(count - i, 16);
+    std::copy_n(samples + i, left, rest);
+    hn::Store(dithered(rest, x + i), bytes, result);
+    std::copy_n(result, left, destination + i);
+}
+
+} // namespace glintro::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
 namespace glintro {
 namespace {
+
+HWY_EXPORT(yuvToRgbRows);
+HWY_EXPORT(interleaveRow);
+HWY_EXPORT(separateRow);
+HWY_EXPORT(lumaRow);
+HWY_EXPORT(addRows);
+HWY_EXPORT(chromaRow);
+HWY_EXPORT(reduceRow);
+HWY_EXPORT(ditherVectors);
 
 // Luma weights of ITU-R BT.709-6.
 constexpr float kRed = 0.2126F;
 constexpr float kGreen = 0.7152F;
 constexpr float kBlue = 0.0722F;
 
-// x * y / 2^15 rounded, on 16 bits: what the vector instruction does.
-int multiply15(int x, int y) {
-    return (x * y + (1 << 14)) >> 15;
-}
+// The sums of two rows with a repeated sample at either end. Kernels write and read whole vectors of any
+// machine.
+class RowSums {
+  public:
+    explicit RowSums(int width) : sums_(static_cast<std::size_t>(width) + kMargin + kSlack) {}
+    std::int16_t* data() { return sums_.data() + kMargin; }
 
-std::uint8_t clampToByte(int value) {
-    return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+  private:
+    static constexpr std::size_t kMargin = 1;
+    static constexpr std::size_t kSlack = 4096 / sizeof(std::int16_t);
+    std::vector<std::int16_t> sums_;
+};
+
+// Bayer's matrix: the bits of x ^ y and of y interleaved, the lowest weighing most.
+float ditherThreshold(unsigned x, unsigned y) {
+    unsigned rank = 0;
+    for (unsigned bit = 0; bit < 3; ++bit) rank = rank * 4 + ((x ^ y) >> bit & 1U) * 2 + (y >> bit & 1U);
+    return (static_cast<float>(rank) + 0.5F) / 64;
 }
 
 } // namespace
@@ -31,89 +237,56 @@ PlaneColour planeColour(PixelLayout layout, float red, float green, float blue) 
 }
 
 void yuvToRgb(MutablePlaneView first, MutablePlaneView second, MutablePlaneView third) {
-    for (int y = 0; y < first.height; ++y) {
-        for (int x = 0; x < first.width; ++x) {
-            const int luma = multiply15((first.row(y)[x] - 16) * 128, 19077) + 32;
-            const int cb = (second.row(y)[x] - 128) * 256;
-            const int cr = (third.row(y)[x] - 128) * 256;
-            first.row(y)[x] = clampToByte((luma + multiply15(cr, 14686)) >> 6);
-            second.row(y)[x] = clampToByte((luma - multiply15(cb, 1747) - multiply15(cr, 4366)) >> 6);
-            third.row(y)[x] = clampToByte((luma + multiply15(cb, 17305)) >> 6);
-        }
-    }
+    HWY_DYNAMIC_DISPATCH(yuvToRgbRows)(first, second, third);
 }
 
 BgraImage toBgra(const Picture& picture) {
     BgraImage image(picture.size);
+    const auto& [red, green, blue] = picture.planes;
     for (int y = 0; y < picture.size.height; ++y) {
-        std::uint8_t* to = image.row(y);
-        for (int x = 0; x < picture.size.width; ++x, to += 4) {
-            to[0] = picture.planes[2].row(y)[x];
-            to[1] = picture.planes[1].row(y)[x];
-            to[2] = picture.planes[0].row(y)[x];
-            to[3] = 255;
-        }
+        HWY_DYNAMIC_DISPATCH(interleaveRow)
+        (red.row(y), green.row(y), blue.row(y), picture.size.width, image.row(y));
     }
     return image;
 }
 
 void bgraToYuv420(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, PictureBuffer& destination) {
     const auto [width, height] = destination.size();
-    const auto pixel = [=](int x, int y) {
-        return bgra + std::min(y, height - 1) * strideBytes + std::clamp(x, 0, width - 1) * 4;
-    };
-    const MutablePlaneView luma = destination.plane(0);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const std::uint8_t* const p = pixel(x, y);
-            const int value =
-                multiply15(p[2] * 128, 5983) + multiply15(p[1] * 128, 20127) + multiply15(p[0] * 128, 2032);
-            luma.row(y)[x] = static_cast<std::uint8_t>(16 + ((value + 64) >> 7));
+    // Blue, green and red of two rows.
+    std::array<Plane, 3> pair = {Plane(width, 2), Plane(width, 2), Plane(width, 2)};
+    std::array<RowSums, 3> sums = {RowSums(width), RowSums(width), RowSums(width)};
+    for (int y = 0; y < height; y += 2) {
+        const int last = std::min(y + 1, height - 1) - y;
+        for (int i = 0; i <= last; ++i) {
+            HWY_DYNAMIC_DISPATCH(separateRow)
+            (bgra + (y + i) * strideBytes, width, pair[0].row(i), pair[1].row(i), pair[2].row(i));
+            HWY_DYNAMIC_DISPATCH(lumaRow)
+            (pair[0].row(i), pair[1].row(i), pair[2].row(i), width, destination.plane(0).row(y + i));
         }
-    }
-    for (int y = 0; y < chromaExtent(height); ++y) {
-        for (int x = 0; x < chromaExtent(width); ++x) {
-            std::array<int, 3> sum{};
-            for (int row = 2 * y; row < 2 * y + 2; ++row) {
-                for (std::size_t i = 0; i < 3; ++i) {
-                    sum[i] +=
-                        16 * (pixel(2 * x - 1, row)[i] + 2 * pixel(2 * x, row)[i] + pixel(2 * x + 1, row)[i]);
-                }
-            }
-            const int cb = multiply15(sum[2], -3298) + multiply15(sum[1], -11094) + multiply15(sum[0], 14392);
-            const int cr = multiply15(sum[2], 14392) + multiply15(sum[1], -13072) + multiply15(sum[0], -1320);
-            destination.plane(1).row(y)[x] = static_cast<std::uint8_t>(128 + ((cb + 64) >> 7));
-            destination.plane(2).row(y)[x] = static_cast<std::uint8_t>(128 + ((cr + 64) >> 7));
+        for (std::size_t i = 0; i < 3; ++i) {
+            HWY_DYNAMIC_DISPATCH(addRows)(pair[i].row(0), pair[i].row(last), width, sums[i].data());
         }
+        HWY_DYNAMIC_DISPATCH(chromaRow)
+        (sums[0].data(), sums[1].data(), sums[2].data(), chromaExtent(width), destination.plane(1).row(y / 2),
+         destination.plane(2).row(y / 2));
     }
 }
 
 void ditherRow(const float* samples, int count, int x, int y, std::uint8_t* destination) {
-    for (int i = 0; i < count; ++i) {
-        // Bayer's matrix: the bits of x ^ y and y, interleaved, the lowest bits weighing most.
-        unsigned threshold = 0;
-        const unsigned column = static_cast<unsigned>(x + i);
-        const unsigned row = static_cast<unsigned>(y);
-        for (unsigned bit = 0; bit < 3; ++bit) {
-            threshold = threshold * 4 + (((column ^ row) >> bit & 1U) * 2 + (row >> bit & 1U));
-        }
-        const float value = std::floor(samples[i] + (static_cast<float>(threshold) + 0.5F) / 64);
-        destination[i] = static_cast<std::uint8_t>(std::clamp(value, 0.0F, 255.0F));
-    }
+    std::array<float, 8 + 16> thresholds;
+    for (unsigned i = 0; i < thresholds.size(); ++i)
+        thresholds[i] = ditherThreshold(i, static_cast<unsigned>(y));
+    HWY_DYNAMIC_DISPATCH(ditherVectors)(samples, count, x, thresholds.data(), destination);
 }
 
 void reduceMaskToChroma(PlaneView mask, MutablePlaneView destination) {
+    RowSums sums(mask.width);
     for (int y = 0; y < destination.height; ++y) {
-        for (int x = 0; x < destination.width; ++x) {
-            int sum = 4;
-            for (int row = 2 * y; row < 2 * y + 2; ++row) {
-                const std::uint8_t* const from = mask.row(std::min(row, mask.height - 1));
-                sum += from[std::max(2 * x - 1, 0)] + 2 * from[2 * x]
-                       + from[std::min(2 * x + 1, mask.width - 1)];
-            }
-            destination.row(y)[x] = static_cast<std::uint8_t>(sum >> 3);
-        }
+        HWY_DYNAMIC_DISPATCH(addRows)
+        (mask.row(2 * y), mask.row(std::min(2 * y + 1, mask.height - 1)), mask.width, sums.data());
+        HWY_DYNAMIC_DISPATCH(reduceRow)(sums.data(), destination.width, destination.row(y));
     }
 }
 
 } // namespace glintro
+#endif

@@ -12,7 +12,7 @@ namespace glintro {
 
 // A named backdrop style that is applied in one step: which backdrop, and how the recording is framed on it.
 struct Look {
-    std::string name; // unique among all Looks
+    std::string name = {}; // unique among all Looks
     std::string blurb = {};
     BackgroundKind background = BackgroundKind::gradient;
     std::int64_t gradientIndex = 0; // into Presets::gradients, for a gradient

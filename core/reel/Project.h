@@ -67,7 +67,7 @@ struct Project::LoadResult {
     };
 
     Status status = Status::none;
-    std::optional<Project> project; // when ok
+    std::optional<Project> project = {}; // when ok
 };
 
 // What a new reel's record is made of besides its movie and events.
@@ -77,7 +77,7 @@ struct Project::Registration {
     Seconds cameraOffset = 0;
     bool hasAudio = false;
     double zoomLevel = 2.0;
-    std::optional<AspectRatio> aspect; // 16:9 when absent
+    std::optional<AspectRatio> aspect = {}; // 16:9 when absent
     Timestamp created = {};
 };
 

@@ -12,7 +12,7 @@
 #include "core/model/RecordingEvents.h"
 
 // Any value that can be stored.
-namespace glintro::testing {
+namespace glintro::test {
 
 // Of every magnitude, subnormal numbers and -0 included.
 inline rc::Gen<double> anyFinite() {
@@ -108,4 +108,4 @@ inline RecordingEvents anyEvents() {
     return {*rc::gen::arbitrary<std::int64_t>(), *anyFinite(), someOf(anySample()), someOf(anySample())};
 }
 
-} // namespace glintro::testing
+} // namespace glintro::test

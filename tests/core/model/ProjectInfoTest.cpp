@@ -209,7 +209,7 @@ TEST(ProjectInfoJson, WhatCannotBeStoredIsNotWritten) {
 }
 
 RC_GTEST_PROP(ProjectInfoJson, ReadsBackWhatItWrote, ()) {
-    const ProjectInfo info = testing::anyInfo();
+    const ProjectInfo info = test::anyInfo();
     const auto text = encodeProjectInfo(info);
     RC_ASSERT(text.has_value());
     const auto decoded = decodeProjectInfo(*text);
@@ -219,7 +219,7 @@ RC_GTEST_PROP(ProjectInfoJson, ReadsBackWhatItWrote, ()) {
 }
 
 RC_GTEST_PROP(ProjectInfoJson, AnyMutationIsDecodedOrRefused, ()) {
-    std::string text = encodeProjectInfo(testing::anyInfo()).value_or("");
+    std::string text = encodeProjectInfo(test::anyInfo()).value_or("");
     const auto changes = *rc::gen::inRange(1, 8);
     for (int i = 0; i < changes; ++i) {
         text[*rc::gen::inRange<std::size_t>(0, text.size())] = *rc::gen::arbitrary<char>();

@@ -122,7 +122,7 @@ TEST(Events, NumbersThatAreNotFiniteAreNotWritten) {
 }
 
 RC_GTEST_PROP(Events, ReadBackAsWritten, ()) {
-    const RecordingEvents events = testing::anyEvents();
+    const RecordingEvents events = test::anyEvents();
     const TemporaryFolder folder;
     const auto file = folder / "events.json";
     RC_ASSERT(writeEvents(events, file).has_value());
@@ -134,7 +134,7 @@ RC_GTEST_PROP(Events, ReadBackAsWritten, ()) {
 }
 
 RC_GTEST_PROP(Events, EveryTruncationIsRefused, ()) {
-    const std::string text = encodeEvents(testing::anyEvents()).value_or("");
+    const std::string text = encodeEvents(test::anyEvents()).value_or("");
     RC_ASSERT(
         !decodeEvents(std::string_view(text).substr(0, *rc::gen::inRange<std::size_t>(0, text.size()))));
 }

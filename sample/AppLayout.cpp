@@ -11,7 +11,7 @@ constexpr double kLeastWidth = 1180;
 constexpr double kLeastHeight = 800;
 constexpr double kTopBarHeight = 30;
 constexpr double kRowHeight = 76;
-constexpr double kCardHeight = 112;
+constexpr double kCardHeight = 116;
 constexpr double kCardGap = 10;
 constexpr double kMenuItemHeight = 34;
 
@@ -40,7 +40,7 @@ AppLayout::AppLayout(PixelSize pixels)
     filterMenu = {filterButton.x + filterButton.width - 196, filterButton.y + filterButton.height + 6, 196,
                   12 + kMenuItemHeight * static_cast<double>(filterNames().size())};
 
-    dialog = {window.x + width / 2 - 230, window.y + height / 2 - 190, 460, 366};
+    dialog = {window.x + width / 2 - 230, window.y + height / 2 - 192, 460, 376};
     titleField = {dialog.x + 28, dialog.y + 96, dialog.width - 56, 40};
     create = {dialog.x + dialog.width - 28 - 116, dialog.y + dialog.height - 58, 116, 34};
     cancel = {create.x - 10 - 88, create.y, 88, 34};
@@ -55,7 +55,7 @@ AppLayout::AppLayout(PixelSize pixels)
     sources = {right - 24 - 250, chartTop, 250, chartBottom - chartTop};
     chart = {left + 24, chartTop, sources.x - 16 - left - 24, sources.height};
     plot = {chart.x + 54, chart.y + 66, chart.width - 54 - 28, chart.height - 66 - 46};
-    toast = {window.x + width / 2 - 150, window.y + height - 72, 300, 44};
+    toast = {subheader.x + subheader.width / 2 - 150, subheader.y - 4, 300, 44};
 }
 
 Rect AppLayout::nav(int index) const {
@@ -103,7 +103,7 @@ Rect AppLayout::priorityChoice(int index) const {
 }
 
 Rect AppLayout::personChoice(int index) const {
-    return {titleField.x + 44.0 * index, titleField.y + 152, 36, 36};
+    return {titleField.x + 44.0 * index, titleField.y + 158, 36, 36};
 }
 
 } // namespace glintro::sample

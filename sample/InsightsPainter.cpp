@@ -10,6 +10,7 @@ namespace glintro::sample {
 namespace {
 
 constexpr double kTopValue = 8; // thousands
+constexpr double kLongestShare = 0.4;
 
 void paintTile(Canvas& canvas, const Rect& area) {
     canvas.dropShadow(area, 12, 2.5, 1, 0.08);
@@ -133,8 +134,9 @@ void paintSources(Canvas& canvas, const Scene& scene) {
                     {area.x + area.width - 20, y}, {.size = 12.5, .weight = 600, .align = Align::right});
         const Rect track{area.x + 20, y + 15, area.width - 40, 8};
         canvas.fillRounded(track, 4, theme::field);
-        canvas.fillRounded({track.x, track.y, std::max(8.0, track.width * scene.frame.charts.sources[n]), 8},
-                           4, colours[i]);
+        canvas.fillRounded(
+            {track.x, track.y, std::max(8.0, track.width * scene.frame.charts.sources[n] / kLongestShare), 8},
+            4, colours[i]);
     }
 }
 

@@ -58,7 +58,7 @@ void paintDialogBody(Canvas& canvas, const Scene& scene) {
                {dialog.title, "What needs to be done?", dialog.focused, dialog.caret, 14});
     canvas.text("Priority", {left, l.priorityChoice(0).y - 15}, label);
     paintPriorities(canvas, scene);
-    canvas.text("Assigned to", {left, l.personChoice(0).y - 13}, label);
+    canvas.text("Assigned to", {left, l.personChoice(0).y - 15}, label);
     paintPeople(canvas, scene);
     paintButton(canvas, scene, {Part::cancel, 0}, l.cancel, "Cancel", ButtonKind::plain);
     paintButton(canvas, scene, {Part::create, 0}, l.create, "Create task", ButtonKind::primary);
@@ -109,7 +109,7 @@ void paintToast(Canvas& canvas, const Scene& scene) {
     if (shows <= 0 || !canvas.visible(inset(scene.layout.toast, -40))) return;
     canvas.save();
     canvas.beginLayer();
-    cairo_translate(canvas.context(), 0, 14 * (1 - shows));
+    cairo_translate(canvas.context(), 0, -10 * (1 - shows));
     const TextStyle style{.size = 13.5, .weight = 550, .colour = theme::white};
     const double width = canvas.textWidth(scene.frame.toast, style) + 66;
     const Point middle = centre(scene.layout.toast);

@@ -93,7 +93,7 @@ void paintBoardSubheader(Canvas& canvas, const Scene& scene) {
     for (const int person : {0, 1, 2, 3, 4}) {
         canvas.circle({x, middle}, 15, theme::pane);
         paintAvatar(canvas, person, {x, middle}, 13);
-        x += 21;
+        x += 25;
     }
     x += 12;
     drawIcon(canvas, Icon::calendar, {x + 4, middle}, 15, theme::faint);

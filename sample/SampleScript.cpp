@@ -1,0 +1,157 @@
+#include "sample/SampleScript.h"
+
+#include <algorithm>
+#include <array>
+
+#include "sample/ScriptWriter.h"
+
+namespace glintro::sample {
+namespace {
+
+const char* oneOf(std::span<const char* const> texts, Random& random) {
+    return texts[static_cast<std::size_t>(random.index(static_cast<int>(texts.size())))];
+}
+
+void goTo(ScriptWriter& writer, View view) {
+    if (writer.state().view == view) return;
+    writer.click({Part::nav, static_cast<int>(view)});
+    writer.rest(0.5, 0.9);
+}
+
+void addTask(ScriptWriter& writer) {
+    goTo(writer, View::board);
+    writer.click({Part::newButton, 0});
+    writer.rest(0.35, 0.5);
+    writer.click({Part::titleField, 0});
+    writer.rest(0.15, 0.3);
+    writer.type(oneOf(newTaskTitles(), writer.random()));
+    writer.rest(0.25, 0.45);
+    writer.click({Part::priorityChoice, writer.random().unit() < 0.6 ? 2 : 0});
+    writer.rest(0.15, 0.3);
+    writer.click({Part::personChoice, 1 + writer.random().index(4)});
+    writer.rest(0.25, 0.5);
+    writer.click({Part::create, 0});
+    writer.rest(0.7, 1.1);
+}
+
+void moveCard(ScriptWriter& writer) {
+    goTo(writer, View::board);
+    const auto& columns = writer.state().columns;
+    int from = writer.random().index(kColumnCount - 1);
+    if (columns[static_cast<std::size_t>(from)].empty()) from = columns[0].empty() ? 1 : 0;
+    const auto& ids = columns[static_cast<std::size_t>(from)];
+    if (ids.empty()) return;
+    const int row = writer.random().index(std::min(3, static_cast<int>(ids.size())));
+    const auto room = static_cast<int>(columns[static_cast<std::size_t>(from) + 1].size());
+    writer.dragCard(ids[static_cast<std::size_t>(row)], from + 1,
+                    writer.random().index(std::min(3, room + 1)));
+    writer.rest(0.6, 1.0);
+}
+
+void filterBoard(ScriptWriter& writer) {
+    goTo(writer, View::board);
+    const int chosen = writer.state().filter == 0 ? 1 + writer.random().index(3) : 0;
+    writer.click({Part::filterButton, 0});
+    writer.rest(0.3, 0.5);
+    writer.hover({Part::menuItem, chosen == 0 ? 2 : chosen - 1});
+    writer.rest(0.2, 0.4);
+    writer.click({Part::menuItem, chosen});
+    writer.rest(1.0, 1.6);
+}
+
+void readChart(ScriptWriter& writer) {
+    goTo(writer, View::insights);
+    writer.rest(0.6, 0.9);
+    const Rect& plot = writer.state().layout().plot;
+    writer.hover({Part::chart, 0});
+    writer.trace({plot.x + plot.width * writer.random().between(0.8, 0.95), plot.y + plot.height * 0.35},
+                 1.5);
+    writer.rest(0.2, 0.5);
+    const int other = (writer.state().period + 1 + writer.random().index(2)) % 3;
+    writer.doubleTake({Part::period, other});
+    writer.rest(1.0, 1.5);
+}
+
+void answerMessage(ScriptWriter& writer) {
+    goTo(writer, View::inbox);
+    writer.hover({Part::listRow, 3 + (writer.state().scroll.goal() > 0 ? 4 : 0)});
+    writer.rest(0.2, 0.4);
+    const bool down = writer.state().scroll.goal() < 500;
+    writer.scroll(down ? writer.random().between(380, 620) : -writer.state().scroll.goal(), 6);
+    writer.rest(0.5, 0.9);
+    const double scroll = writer.state().scroll.goal();
+    const int first = static_cast<int>(scroll / 76) + 1;
+    writer.doubleTake({Part::listRow, first + 1 + writer.random().index(4)});
+    writer.rest(0.8, 1.3);
+    writer.click({Part::reply, 0});
+    writer.rest(0.2, 0.4);
+    writer.type(oneOf(replies(), writer.random()));
+    writer.rest(0.3, 0.5);
+    writer.click({Part::send, 0});
+    writer.rest(0.8, 1.2);
+}
+
+void searchBoard(ScriptWriter& writer) {
+    goTo(writer, View::board);
+    writer.click({Part::search, 0});
+    writer.rest(0.2, 0.4);
+    writer.type(oneOf(searches(), writer.random()));
+    writer.rest(1.0, 1.5);
+    writer.click({Part::searchClear, 0});
+    writer.rest(0.5, 0.9);
+}
+
+void pickCard(ScriptWriter& writer) {
+    goTo(writer, View::board);
+    const auto& ids = writer.state().columns[static_cast<std::size_t>(writer.random().index(kColumnCount))];
+    if (ids.empty()) return;
+    writer.click(
+        {Part::card,
+         ids[static_cast<std::size_t>(writer.random().index(std::min(3, static_cast<int>(ids.size()))))]});
+    writer.rest(0.4, 0.8);
+}
+
+// Nothing moves while the presenter talks.
+void talk(ScriptWriter& writer) {
+    writer.rest(2.2, 3.8);
+}
+
+using Scene = void (*)(ScriptWriter&);
+constexpr std::array<Scene, 4> kOpening{addTask, talk, moveCard, readChart};
+constexpr std::array<Scene, 8> kScenes{addTask,   moveCard,      filterBoard, talk,
+                                       readChart, answerMessage, searchBoard, pickCard};
+
+// The scenes of one round in an order of its own, each once.
+std::vector<Scene> shuffled(Random& random) {
+    std::vector<Scene> scenes(kScenes.begin(), kScenes.end());
+    for (int i = static_cast<int>(scenes.size()) - 1; i > 0; --i) {
+        std::swap(scenes[static_cast<std::size_t>(i)], scenes[static_cast<std::size_t>(random.index(i + 1))]);
+    }
+    return scenes;
+}
+
+// Adds those of the scenes that still fit.
+void play(std::span<const Scene> scenes, Seconds end, ScriptWriter& writer) {
+    for (const Scene scene : scenes) {
+        ScriptWriter attempt = writer;
+        scene(attempt);
+        if (attempt.now() <= end) writer = std::move(attempt);
+    }
+}
+
+} // namespace
+
+SampleScript writeScript(const AppLayout& layout, Seconds duration, std::uint64_t seed) {
+    Random random(seed);
+    ScriptWriter writer(layout, Random(random.next()));
+    writer.rest(0.3, 0.7);
+    const Seconds end = duration - 0.2;
+    play(kOpening, end, writer);
+    for (Seconds before = -1; before < writer.now();) {
+        before = writer.now();
+        play(shuffled(random), end, writer);
+    }
+    return {writer.path(), writer.inputs()};
+}
+
+} // namespace glintro::sample

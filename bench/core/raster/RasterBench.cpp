@@ -8,6 +8,9 @@
 #include <benchmark/benchmark.h>
 #include <hwy/highway.h>
 
+#include "core/raster/Blend.h"
+#include "core/raster/Blur.h"
+#include "core/raster/Convert.h"
 #include "core/raster/Resample.h"
 
 namespace glintro {
@@ -68,6 +71,73 @@ void buildFilters(benchmark::State& state, double step) {
 }
 BENCHMARK_CAPTURE(buildFilters, enlarging_1700, 0.65);
 BENCHMARK_CAPTURE(buildFilters, reducing_1700, 1.57);
+
+constexpr PixelSize kFrame{1920, 1080};
+
+template <class Blend>
+void blendFrame(benchmark::State& state, const Blend& blend) {
+    Plane destination = noise(kFrame.width, kFrame.height);
+    const Plane over = noise(kFrame.width, kFrame.height);
+    const Plane mask = noise(kFrame.width, kFrame.height);
+    for (auto _ : state) {
+        blend(destination.view(), over.view(), mask.view());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK_CAPTURE(blendFrame, keepInside_1920x1080, keepInside);
+BENCHMARK_CAPTURE(blendFrame, blendMasked_1920x1080, blendMasked);
+BENCHMARK_CAPTURE(blendFrame, fillMasked_1920x1080,
+                  [](MutablePlaneView to, PlaneView, PlaneView mask) { fillMasked(to, 90, mask, 140); });
+BENCHMARK_CAPTURE(blendFrame, blendPremultiplied_1920x1080,
+                  [](MutablePlaneView to, PlaneView colour, PlaneView alpha) {
+                      blendPremultiplied(to, colour, alpha, 200);
+                  });
+BENCHMARK_CAPTURE(blendFrame, copyPlane_1920x1080,
+                  [](MutablePlaneView to, PlaneView from, PlaneView) { copyPlane(from, to); });
+BENCHMARK_CAPTURE(blendFrame, reduceMaskToChroma_1920x1080,
+                  [](MutablePlaneView to, PlaneView, PlaneView mask) {
+                      reduceMaskToChroma(mask, to.crop({0, 0, kFrame.width / 2, kFrame.height / 2}));
+                  });
+
+void yuvToRgbFrame(benchmark::State& state) {
+    Plane planes[] = {noise(1920, 1080), noise(1920, 1080), noise(1920, 1080)};
+    for (auto _ : state) yuvToRgb(planes[0].view(), planes[1].view(), planes[2].view());
+}
+BENCHMARK(yuvToRgbFrame)->Name("yuvToRgb_1920x1080");
+
+void toBgraFrame(benchmark::State& state) {
+    const PictureBuffer picture(PixelLayout::rgb444, kFrame);
+    for (auto _ : state) benchmark::DoNotOptimize(toBgra(picture.view()));
+}
+BENCHMARK(toBgraFrame)->Name("toBgra_1920x1080");
+
+void bgraToYuvFrame(benchmark::State& state) {
+    const Plane pixels = noise(kFrame.width * 4, kFrame.height);
+    PictureBuffer picture(PixelLayout::yuv420, kFrame);
+    for (auto _ : state) bgraToYuv420(pixels.row(0), pixels.strideBytes(), picture);
+}
+BENCHMARK(bgraToYuvFrame)->Name("bgraToYuv420_1920x1080");
+
+void ditherFrame(benchmark::State& state) {
+    const std::vector<float> samples(static_cast<std::size_t>(kFrame.width), 100.3F);
+    Plane plane(kFrame.width, kFrame.height);
+    for (auto _ : state) {
+        for (int y = 0; y < kFrame.height; ++y) ditherRow(samples.data(), kFrame.width, 0, y, plane.row(y));
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(ditherFrame)->Name("ditherRow_1920x1080");
+
+void blurPlane(benchmark::State& state, PixelSize size, double sigma) {
+    FloatPlane plane(size.width, size.height);
+    for (int y = 0; y < size.height; ++y)
+        std::fill_n(plane.row(y), size.width, y < size.height / 2 ? 1.0F : 0.0F);
+    for (auto _ : state) gaussianBlur(plane, sigma);
+}
+BENCHMARK_CAPTURE(blurPlane, sigma_4_1920x1080, kFrame, 4.0);
+BENCHMARK_CAPTURE(blurPlane, sigma_7_9_1920x1080, kFrame, 7.9);
+BENCHMARK_CAPTURE(blurPlane, sigma_26_1920x1080, kFrame, 26.0);
+BENCHMARK_CAPTURE(blurPlane, sigma_80_3840x2160, PixelSize{3840, 2160}, 80.0);
 
 void limitTargets() {
     const char* const wanted = std::getenv("GLINTRO_BENCH_TARGETS");

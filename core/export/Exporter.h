@@ -32,11 +32,11 @@ struct ExportRequest {
     ProjectSettings settings;
     ExportOptions options;
     std::filesystem::path to;
-    std::shared_ptr<const BgraImage> wallpaper;
-    std::shared_ptr<ExportCancel> cancel;
+    std::shared_ptr<const BgraImage> wallpaper = nullptr;
+    std::shared_ptr<ExportCancel> cancel = std::make_shared<ExportCancel>();
     // Both are called on the export's own threads, one call at a time; either may be empty.
-    std::function<void(const ExportFrame&)> onFrame; // frames 1, 4, 7, ...
-    std::function<void(const ExportProgress&)> progress;
+    std::function<void(const ExportFrame&)> onFrame = {}; // frames 1, 4, 7, ...
+    std::function<void(const ExportProgress&)> progress = {};
     // Threads that draw; 0 for as many as the machine has cores. The file does not depend on it.
     int workers = 0;
 };

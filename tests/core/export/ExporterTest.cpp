@@ -1,0 +1,257 @@
+// Whole exports of small real reels, read back.
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <set>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "core/export/Exporter.h"
+#include "core/media/AudioMix.h"
+#include "core/media/MovieReader.h"
+#include "core/timeline/TimeMap.h"
+#include "tests/support/Reels.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+using test::makeReel;
+using test::MovieRecipe;
+using test::Rgb;
+
+ExportRequest requestFor(const Project& project, const fs::path& to) {
+    ExportRequest request{.project = project, .settings = project.info.settings, .options = {}, .to = to};
+    request.options.shortSide = 180;
+    request.options.fps = 30;
+    return request;
+}
+
+nlohmann::json probe(const fs::path& file) {
+    const std::string command =
+        "ffprobe -v error -count_packets -show_streams -show_format -show_entries "
+        "packet=flags,stream_index -of json '"
+        + file.string() + "'";
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string text;
+    std::array<char, 4096> block;
+    while (const auto count = fread(block.data(), 1, block.size(), pipe.get()))
+        text.append(block.data(), count);
+    return nlohmann::json::parse(text);
+}
+
+std::set<std::string> namesIn(const fs::path& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+    return names;
+}
+
+TEST(ExportOptions, GiveCanvasRateAndLabel) {
+    struct Row {
+        ExportOptions options;
+        PixelSize canvas;
+        int rate;
+        std::string label;
+    };
+    const Row rows[] = {
+        {{}, {1920, 1080}, 60, "1080p · 60 fps"},
+        {{.shortSide = 2160, .fps = 30}, {3840, 2160}, 30, "4K · 30 fps"},
+        {{.shortSide = 720, .aspect = AspectRatio::tall}, {720, 1280}, 60, "720p · 60 fps"},
+        {{.format = ExportFormat::gif}, {640, 360}, 15, "640 px · 15 fps"},
+        {{.format = ExportFormat::gif, .gifWidth = 480, .gifFPS = 12, .aspect = AspectRatio::tall},
+         {270, 480},
+         12,
+         "480 px · 12 fps"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(row.options.outputSize({}, {2560, 1600}), row.canvas) << row.label;
+        EXPECT_EQ(row.options.frameRate(), row.rate);
+        EXPECT_EQ(row.options.label(), row.label);
+    }
+}
+
+TEST(Exporter, WritesAMovieThatOtherProgramsReadAsIntended) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {.sound = std::vector<float>(96000, 0.01F)});
+    ASSERT_TRUE(reel);
+    ExportRequest request = requestFor(*reel, folder / "new" / "folder" / "out.mp4");
+    std::vector<double> fractions;
+    std::vector<int> previews;
+    request.progress = [&](const ExportProgress& progress) { fractions.push_back(progress.fraction); };
+    request.onFrame = [&](const ExportFrame& frame) {
+        previews.push_back(frame.index);
+        EXPECT_LE(std::max(frame.image.size.width, frame.image.size.height), 640);
+        EXPECT_EQ(frame.total, 60);
+    };
+    const auto result = Exporter::run(request);
+    ASSERT_TRUE(result) << result.error().message;
+
+    const nlohmann::json movie = probe(request.to);
+    const nlohmann::json& video = movie["streams"][0];
+    EXPECT_EQ(video["codec_name"], "h264");
+    EXPECT_EQ(video["profile"], "High");
+    EXPECT_EQ(video["pix_fmt"], "yuv420p");
+    EXPECT_EQ(video["width"], 320);
+    EXPECT_EQ(video["height"], 180);
+    EXPECT_EQ(video["r_frame_rate"], "30/1");
+    EXPECT_EQ(video["nb_read_packets"], "60");
+    for (const char* tag : {"color_space", "color_transfer", "color_primaries"})
+        EXPECT_EQ(video[tag], "bt709") << tag;
+    EXPECT_EQ(video["color_range"], "tv");
+    EXPECT_NEAR(std::stod(video["duration"].get<std::string>()), 2, 1.0 / 30);
+    const nlohmann::json& audio = movie["streams"][1];
+    EXPECT_EQ(audio["codec_name"], "aac");
+    EXPECT_EQ(audio["sample_rate"], "48000");
+    EXPECT_EQ(audio["channels"], 2);
+    EXPECT_NEAR(std::stod(audio["duration"].get<std::string>()), 2, 0.03);
+
+    ASSERT_FALSE(fractions.empty());
+    EXPECT_TRUE(std::ranges::is_sorted(fractions));
+    EXPECT_EQ(fractions.back(), 1);
+    EXPECT_LE(fractions[fractions.size() - 2], 0.99);
+    ASSERT_EQ(previews.size(), 20U);
+    EXPECT_EQ(previews[1], 4);
+    EXPECT_EQ(namesIn(folder / "new" / "folder"), std::set<std::string>{"out.mp4"});
+}
+
+TEST(Exporter, HasNoSoundTrackWhereTheRecordingHasNone) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {.frames = 10});
+    ASSERT_TRUE(reel);
+    ASSERT_TRUE(Exporter::run(requestFor(*reel, folder / "out.mp4")));
+    EXPECT_EQ(probe(folder / "out.mp4")["streams"].size(), 1U);
+}
+
+// White frames and a burst of sound begin together at these source times.
+constexpr double kFlashes[] = {0.5, 2.0, 3.5, 5.0, 6.5};
+
+MovieRecipe flashesAndClicks() {
+    MovieRecipe recipe{.fps = 60, .frames = 480};
+    recipe.colour = [](int frame) {
+        for (const double flash : kFlashes)
+            if (frame >= flash * 60 && frame < flash * 60 + 6) return Rgb{255, 255, 255};
+        return Rgb{};
+    };
+    recipe.sound.resize(48000 * 8);
+    for (const double flash : kFlashes)
+        for (int i = 0; i < 2400; ++i)
+            recipe.sound[static_cast<std::size_t>(flash * 48000) + static_cast<std::size_t>(i)] =
+                0.8F * std::sin(static_cast<float>(i) * 0.13F);
+    return recipe;
+}
+
+std::vector<double> flashesIn(const fs::path& file) {
+    auto movie = MovieReader::open(file);
+    EXPECT_TRUE(movie);
+    std::vector<double> times;
+    bool lit = false;
+    for (int i = 0; i < (*movie)->properties().duration * 60 - 0.5; ++i) {
+        const auto frame = (*movie)->frameAt(i / 60.0);
+        const PlaneView luma = frame->picture->planes[0];
+        const bool now = luma.row(luma.height / 2)[luma.width / 2] > 120;
+        if (now && !lit) times.push_back(i / 60.0);
+        lit = now;
+    }
+    return times;
+}
+
+std::vector<double> clicksIn(const fs::path& file) {
+    auto mix = AudioMix::open(file, {{0, 20, 1}});
+    EXPECT_TRUE(mix);
+    std::vector<float> samples(2 * 48000 * 20);
+    std::size_t filled = 0;
+    while (filled < samples.size()) {
+        const auto count = (*mix)->read(std::span(samples).subspan(filled));
+        if (!count || *count == 0) break;
+        filled += static_cast<std::size_t>(*count) * 2;
+    }
+    std::vector<double> times;
+    double quietSince = -1;
+    for (std::size_t i = 0; i < filled / 2; ++i) {
+        if (std::abs(samples[2 * i]) < 0.2F) continue;
+        const double t = static_cast<double>(i) / 48000;
+        if (t - quietSince > 0.2) times.push_back(t);
+        quietSince = t;
+    }
+    return times;
+}
+
+TEST(Exporter, KeepsSoundAndPictureTogetherAfterCutsAndSpeedUps) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", flashesAndClicks());
+    ASSERT_TRUE(reel);
+    ExportRequest request = requestFor(*reel, folder / "out.mp4");
+    request.options.fps = 60;
+    request.settings.trimStart = 0.2;
+    request.settings.cuts = {{.start = 1.0, .end = 1.503}};
+    request.settings.speeds = {{.start = 3.0, .end = 4.2, .rate = 2},
+                               {.start = 4.6, .end = 5.4, .rate = 0.5}};
+    const auto result = Exporter::run(request);
+    ASSERT_TRUE(result) << result.error().message;
+
+    const TimeMap map(request.settings, 8);
+    const auto flashes = flashesIn(request.to);
+    const auto clicks = clicksIn(request.to);
+    ASSERT_EQ(flashes.size(), 5U);
+    ASSERT_EQ(clicks.size(), 5U);
+    for (std::size_t i = 0; i < 5; ++i) {
+        const double expected = map.composition(kFlashes[i]);
+        EXPECT_NEAR(flashes[i], expected, 1.0 / 60 + 1e-3);
+        EXPECT_NEAR(clicks[i], expected, 0.02) << "flash " << i;
+    }
+}
+
+TEST(Exporter, AFailedOrCancelledExportLeavesTheFolderAsItWas) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {});
+    ASSERT_TRUE(reel);
+    fs::create_directory(folder / "out");
+    const auto before = namesIn(reel->folder());
+
+    ExportRequest cancelled = requestFor(*reel, folder / "out" / "a.mp4");
+    cancelled.progress = [&](const ExportProgress& progress) {
+        if (progress.written == 20) cancelled.cancel->cancel();
+    };
+    const auto result = Exporter::run(cancelled);
+    ASSERT_FALSE(result);
+    EXPECT_TRUE(result.error().isCancelled());
+
+    ExportRequest nothing = requestFor(*reel, folder / "out" / "b.mp4");
+    nothing.settings.cuts = {{.start = 0, .end = 10}};
+    EXPECT_EQ(Exporter::run(nothing).error().message,
+              "Nothing is left to export — the whole recording is cut or trimmed away.");
+
+    EXPECT_FALSE(Exporter::run(requestFor(*reel, folder / "out")));
+    EXPECT_FALSE(Exporter::run(requestFor(*reel, reel->rawURL())));
+    fs::create_hard_link(reel->infoURL(), folder / "link.mp4");
+    EXPECT_FALSE(Exporter::run(requestFor(*reel, folder / "link.mp4")));
+    ExportRequest huge = requestFor(*reel, folder / "out" / "c.mp4");
+    huge.options.shortSide = 100000;
+    EXPECT_FALSE(Exporter::run(huge));
+
+    EXPECT_TRUE(namesIn(folder / "out").empty());
+    EXPECT_EQ(namesIn(reel->folder()), before);
+    EXPECT_TRUE(Project::load(reel->folder()));
+}
+
+TEST(Exporter, AnOlderMovieStaysUntilTheNewOneIsWhole) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {.frames = 20});
+    ASSERT_TRUE(reel);
+    ExportRequest request = requestFor(*reel, folder / "out.mp4");
+    ASSERT_TRUE(Exporter::run(request));
+    const auto size = fs::file_size(request.to);
+    request.cancel->cancel();
+    EXPECT_FALSE(Exporter::run(request));
+    EXPECT_EQ(fs::file_size(request.to), size);
+    request.cancel = std::make_shared<ExportCancel>();
+    request.options.shortSide = 240;
+    ASSERT_TRUE(Exporter::run(request));
+    EXPECT_EQ(probe(request.to)["streams"][0]["height"], 240);
+}
+
+} // namespace
+} // namespace glintro

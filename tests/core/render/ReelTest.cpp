@@ -1,0 +1,113 @@
+// Composition, compositor and stills over real movies.
+
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "core/render/ReelCompositor.h"
+#include "core/render/Still.h"
+#include "tests/support/Reels.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace glintro {
+namespace {
+
+using test::makeReel;
+using test::MovieRecipe;
+using test::pixelAt;
+using test::Rgb;
+
+// The frame of a movie of MovieRecipe's colours, by its red: 30, 33, 36 ...
+int frameNumber(const PicturePtr& picture) {
+    PictureBuffer rgb(PixelLayout::rgb444, picture->size);
+    for (int i = 0; i < 3; ++i)
+        for (int y = 0; y < picture->size.height; ++y)
+            for (int x = 0; x < picture->size.width; ++x) {
+                const PlaneView plane = picture->planes[static_cast<std::size_t>(i)];
+                rgb.plane(i).row(y)[x] = i == 0 ? plane.row(y)[x] : plane.row(y / 2)[x / 2];
+            }
+    yuvToRgb(rgb.plane(0), rgb.plane(1), rgb.plane(2));
+    return (rgb.plane(0).row(100)[160] - 30 + 1) / 3;
+}
+
+TEST(ReelComposition, PlaysTheMapsMomentsAndAlignsTheCamera) {
+    const TemporaryFolder folder;
+    auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 30});
+    ASSERT_TRUE(reel);
+    reel->info.cameraOffset = 0.5;
+    ProjectSettings settings = reel->info.settings;
+    settings.cuts = {{.start = 0.5, .end = 1.0}};
+    settings.speeds = {{.start = 1.0, .end = 2.0, .rate = 2}};
+    auto composition = ReelComposition::build(*reel, settings);
+    ASSERT_TRUE(composition) << composition.error().message;
+    EXPECT_NEAR(composition->map.compDuration(), 1.0, 1e-9);
+    EXPECT_EQ(composition->sourceSize, (Size{320, 200}));
+
+    const FrameRenderer renderer(settings, composition->sourceSize, {}, nullptr, Framing::fit);
+    ReelCompositor compositor(*composition, renderer, {320, 180});
+    struct Row {
+        double t;
+        int screen;
+        int camera; // -1: outside the camera movie
+    };
+    for (const Row& row : {Row{0, 0, -1}, {0.4, 12, -1}, {0.5, 30, 15}, {0.75, 45, -1}, {0.99, 59, -1}}) {
+        const auto frame = compositor.frameAt(row.t + 1e-4);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frameNumber(frame->screen), row.screen) << row.t;
+        EXPECT_EQ(frame->camera != nullptr, row.camera >= 0) << row.t;
+    }
+}
+
+TEST(ReelComposition, ABrokenCameraLeavesOnlyTheBubbleOut) {
+    const TemporaryFolder folder;
+    auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 30});
+    ASSERT_TRUE(reel);
+    std::ofstream(reel->cameraURL(), std::ios::binary | std::ios::trunc) << "not a movie";
+    const auto composition = ReelComposition::build(*reel, reel->info.settings);
+    ASSERT_TRUE(composition);
+    EXPECT_EQ(composition->camera, nullptr);
+    EXPECT_TRUE(Still::frame(*reel, 1, CameraUse::with));
+}
+
+TEST(Still, MovesTimesIntoTheRecording) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {});
+    ASSERT_TRUE(reel);
+    struct Row {
+        double at;
+        double grabbed;
+        int frame;
+    };
+    for (const Row& row : {Row{-3, 0, 0}, {0, 0, 0}, {1, 1, 30}, {99, 1.98, 59}}) {
+        const auto frame = Still::frame(*reel, row.at, CameraUse::without);
+        ASSERT_TRUE(frame) << frame.error().message;
+        EXPECT_NEAR(frame->time, row.grabbed, 1e-9);
+        EXPECT_EQ(frameNumber(frame->screen), row.frame) << row.at;
+    }
+}
+
+TEST(Still, DrawsTheFrameOnTheReelsCanvas) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 60});
+    ASSERT_TRUE(reel);
+    const auto image = Still::render(*reel, 1, 640, std::nullopt, Framing::fit);
+    ASSERT_TRUE(image) << image.error().message;
+    EXPECT_EQ(image->size, (PixelSize{640, 360}));
+    EXPECT_NEAR(pixelAt(*image, 320, 180).red, 120, 3);
+    ProjectSettings settings = reel->info.settings;
+    settings.showCamera = false;
+    const auto hidden = Still::render(*reel, 1, 640, settings, Framing::fit);
+    ASSERT_TRUE(hidden);
+    EXPECT_NE(hidden->pixels, image->pixels) << "the bubble was there and is gone";
+}
+
+TEST(Still, FailsWithoutAMovie) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {});
+    ASSERT_TRUE(reel);
+    std::filesystem::resize_file(reel->rawURL(), 100);
+    EXPECT_FALSE(Still::render(*reel, 1, 640, std::nullopt, Framing::fit));
+}
+
+} // namespace
+} // namespace glintro

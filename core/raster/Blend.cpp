@@ -8,47 +8,26 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "core/raster/Words-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace glintro::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Words = hn::ScalableTag<std::uint16_t>;
 using Word = hn::Vec<Words>;
-using Bytes = hn::Rebind<std::uint8_t, Words>;
-
-// Samples of a row as 16-bit values; past the row's last `count` samples they are zero.
-HWY_INLINE Word loadWords(const std::uint8_t* from, std::size_t count) {
-    const Words d;
-    const Bytes bytes;
-    if (count >= hn::Lanes(d)) return hn::PromoteTo(d, hn::LoadU(bytes, from));
-    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())] = {};
-    std::memcpy(padded, from, count);
-    return hn::PromoteTo(d, hn::Load(bytes, padded));
-}
-
-// Values beyond 255 become 255.
-HWY_INLINE void storeWords(Word value, std::uint8_t* to, std::size_t count) {
-    const Bytes bytes;
-    const auto narrow = hn::DemoteTo(bytes, hn::BitCast(hn::RebindToSigned<Words>(), value));
-    if (count >= hn::Lanes(bytes)) {
-        hn::StoreU(narrow, bytes, to);
-        return;
-    }
-    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())];
-    hn::Store(narrow, bytes, padded);
-    std::memcpy(to, padded, count);
-}
 
 // destination = blend(destination, planes...), samples as 16-bit values.
 template <class Blend, class... Planes>
 HWY_INLINE void blendRows(MutablePlaneView destination, const Blend& blend, const Planes&... planes) {
+    const Words d;
     const std::size_t width = static_cast<std::size_t>(destination.width);
     for (int y = 0; y < destination.height; ++y) {
         std::uint8_t* const to = destination.row(y);
-        for (std::size_t x = 0; x < width; x += hn::Lanes(Words())) {
+        for (std::size_t x = 0; x < width; x += hn::Lanes(d)) {
             const std::size_t count = width - x;
-            storeWords(blend(loadWords(to + x, count), loadWords(planes.row(y) + x, count)...), to + x,
-                       count);
+            const auto mixed = blend(loadWords(d, to + x, count), loadWords(d, planes.row(y) + x, count)...);
+            storeWords(d, mixed, to + x, count);
         }
     }
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <vector>
 
 #undef HWY_TARGET_INCLUDE
@@ -10,13 +9,14 @@
 #include <hwy/foreach_target.h>
 #include <hwy/highway.h>
 
+#include "core/raster/Words-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace glintro::HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 using Words = hn::ScalableTag<std::int16_t>;
 using Word = hn::Vec<Words>;
-using Bytes = hn::Rebind<std::uint8_t, Words>;
 
 HWY_INLINE Word scaled(Word value, int factor) {
     return hn::MulFixedPoint15(value, hn::Set(Words(), static_cast<std::int16_t>(factor)));
@@ -30,41 +30,20 @@ HWY_INLINE void forEachVector(int width, const Convert& convert) {
     for (int x = 0; x < width; x += lanes) convert(x, static_cast<std::size_t>(std::min(lanes, width - x)));
 }
 
-HWY_INLINE Word loadWords(const std::uint8_t* from, std::size_t count) {
-    const Words d;
-    const Bytes bytes;
-    if (count >= hn::Lanes(d)) return hn::PromoteTo(d, hn::LoadU(bytes, from));
-    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())] = {};
-    std::memcpy(padded, from, count);
-    return hn::PromoteTo(d, hn::Load(bytes, padded));
-}
-
-HWY_INLINE void storeBytes(Word value, std::uint8_t* to, std::size_t count) {
-    const Bytes bytes;
-    const auto narrow = hn::DemoteTo(bytes, value);
-    if (count >= hn::Lanes(bytes)) {
-        hn::StoreU(narrow, bytes, to);
-        return;
-    }
-    HWY_ALIGN std::uint8_t padded[hn::MaxLanes(Words())];
-    hn::Store(narrow, bytes, padded);
-    std::memcpy(to, padded, count);
-}
-
 // R = 1.1644 (Y - 16) + 1.7927 (Cr - 128) and so on, in 1/64 of a level. Only sums far beyond 255 saturate.
 HWY_INLINE void yuvToRgbRow(std::uint8_t* first, std::uint8_t* second, std::uint8_t* third, int width) {
     const Words d;
     forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
-        const auto y = hn::Sub(loadWords(first + x, count), hn::Set(d, 16));
-        const auto cb = hn::ShiftLeft<8>(hn::Sub(loadWords(second + x, count), hn::Set(d, 128)));
-        const auto cr = hn::ShiftLeft<8>(hn::Sub(loadWords(third + x, count), hn::Set(d, 128)));
+        const auto y = hn::Sub(loadWords(Words(), first + x, count), hn::Set(d, 16));
+        const auto cb = hn::ShiftLeft<8>(hn::Sub(loadWords(Words(), second + x, count), hn::Set(d, 128)));
+        const auto cr = hn::ShiftLeft<8>(hn::Sub(loadWords(Words(), third + x, count), hn::Set(d, 128)));
         const auto luma = hn::Add(scaled(hn::ShiftLeft<7>(y), 19077), hn::Set(d, 32));
         const auto red = hn::SaturatedAdd(luma, scaled(cr, 14686));
         const auto green = hn::Sub(hn::Sub(luma, scaled(cb, 1747)), scaled(cr, 4366));
         const auto blue = hn::SaturatedAdd(luma, scaled(cb, 17305));
-        storeBytes(hn::ShiftRight<6>(red), first + x, count);
-        storeBytes(hn::ShiftRight<6>(green), second + x, count);
-        storeBytes(hn::ShiftRight<6>(blue), third + x, count);
+        storeWords(Words(), hn::ShiftRight<6>(red), first + x, count);
+        storeWords(Words(), hn::ShiftRight<6>(green), second + x, count);
+        storeWords(Words(), hn::ShiftRight<6>(blue), third + x, count);
     });
 }
 
@@ -113,18 +92,18 @@ void separateRow(const std::uint8_t* bgra, int width, std::uint8_t* blue, std::u
 void lumaRow(const std::uint8_t* blue, const std::uint8_t* green, const std::uint8_t* red, int width,
              std::uint8_t* luma) {
     forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
-        const auto r = scaled(hn::ShiftLeft<7>(loadWords(red + x, count)), 5983);
-        const auto g = scaled(hn::ShiftLeft<7>(loadWords(green + x, count)), 20127);
-        const auto b = scaled(hn::ShiftLeft<7>(loadWords(blue + x, count)), 2032);
+        const auto r = scaled(hn::ShiftLeft<7>(loadWords(Words(), red + x, count)), 5983);
+        const auto g = scaled(hn::ShiftLeft<7>(loadWords(Words(), green + x, count)), 20127);
+        const auto b = scaled(hn::ShiftLeft<7>(loadWords(Words(), blue + x, count)), 2032);
         const auto sum = hn::Add(hn::Add(r, g), hn::Add(b, hn::Set(Words(), 16 * 128 + 64)));
-        storeBytes(hn::ShiftRight<7>(sum), luma + x, count);
+        storeWords(Words(), hn::ShiftRight<7>(sum), luma + x, count);
     });
 }
 
 // The sum of two rows; sums[-1] and sums[width] repeat the edge.
 void addRows(const std::uint8_t* upper, const std::uint8_t* lower, int width, std::int16_t* sums) {
     forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
-        const auto sum = hn::Add(loadWords(upper + x, count), loadWords(lower + x, count));
+        const auto sum = hn::Add(loadWords(Words(), upper + x, count), loadWords(Words(), lower + x, count));
         hn::StoreU(sum, Words(), sums + x);
     });
     sums[-1] = sums[0];
@@ -151,15 +130,15 @@ void chromaRow(const std::int16_t* blue, const std::int16_t* green, const std::i
         const auto neutral = hn::Set(Words(), 128 * 128 + 64);
         const auto first = hn::Add(hn::Add(scaled(r, -3298), scaled(g, -11094)), scaled(b, 14392));
         const auto second = hn::Add(hn::Add(scaled(r, 14392), scaled(g, -13072)), scaled(b, -1320));
-        storeBytes(hn::ShiftRight<7>(hn::Add(first, neutral)), cb + x, count);
-        storeBytes(hn::ShiftRight<7>(hn::Add(second, neutral)), cr + x, count);
+        storeWords(Words(), hn::ShiftRight<7>(hn::Add(first, neutral)), cb + x, count);
+        storeWords(Words(), hn::ShiftRight<7>(hn::Add(second, neutral)), cr + x, count);
     });
 }
 
 void reduceRow(const std::int16_t* sums, int width, std::uint8_t* destination) {
     forEachVector(width, [=](int x, std::size_t count) HWY_ATTR {
         const auto rounded = hn::Add(aroundEvenColumns(sums + 2 * x), hn::Set(Words(), 4));
-        storeBytes(hn::ShiftRight<3>(rounded), destination + x, count);
+        storeWords(Words(), hn::ShiftRight<3>(rounded), destination + x, count);
     });
 }
 

@@ -23,6 +23,23 @@ int floorOf(double value) {
     return truncated - (value < truncated ? 1 : 0);
 }
 
+// Hands out the weights of one destination sample in turn. Rounding their running total keeps the sum exact
+// and every weight within one unit.
+class Rounding {
+  public:
+    explicit Rounding(double sum) : scale_(kOne / sum) {}
+    int next(double value) {
+        total_ += value * scale_;
+        const int before = std::exchange(rounded_, floorOf(total_ + 0.5));
+        return rounded_ - before;
+    }
+
+  private:
+    double scale_;
+    double total_ = 0;
+    int rounded_ = 0;
+};
+
 } // namespace
 
 FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
@@ -49,23 +66,16 @@ FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
             sum += value;
             distance += 1;
         }
-        // Rounding the running total keeps the sum exact and every weight within one unit.
-        const double scale = kOne / sum;
-        double total = 0;
-        int rounded = 0;
-        const auto nextWeight = [&](double value) {
-            total += value * scale;
-            const int before = std::exchange(rounded, floorOf(total + 0.5));
-            return rounded - before;
-        };
-        if (start == first && start + span <= sourceLength) {
+        Rounding rounding(sum);
+        if (start == first && span == taps_) {
             for (int k = 0; k < span; ++k) {
-                weights[k] = static_cast<std::int16_t>(nextWeight(kernel[static_cast<std::size_t>(k)]));
+                weights[k] = static_cast<std::int16_t>(rounding.next(kernel[static_cast<std::size_t>(k)]));
             }
         } else {
             for (int k = 0; k < span; ++k) {
                 std::int16_t& weight = weights[std::clamp(start + k, 0, sourceLength - 1) - first];
-                weight = static_cast<std::int16_t>(weight + nextWeight(kernel[static_cast<std::size_t>(k)]));
+                const int next = rounding.next(kernel[static_cast<std::size_t>(k)]);
+                weight = static_cast<std::int16_t>(weight + next);
             }
         }
     }

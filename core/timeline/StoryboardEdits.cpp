@@ -175,7 +175,7 @@ Seconds Storyboard::moveBoundary(ProjectSettings& settings, Seconds from, Second
     const Seconds upper = isLast ? duration : *(edge + 1) - shortestShot;
     if (lower > upper) return from;
 
-    const Seconds moved = std::min(std::max(to, lower), upper);
+    const Seconds moved = std::min(std::max(lower, to), upper);
     moveEdges(settings.zooms, *edge, moved);
     moveEdges(settings.cuts, *edge, moved);
     moveEdges(settings.speeds, *edge, moved);

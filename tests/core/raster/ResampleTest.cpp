@@ -138,16 +138,15 @@ TEST_P(ResampleTest, IsWithinOneLevelOfExactArithmeticAndTheSameOnEveryTarget) {
 TEST_P(ResampleTest, FlatAreasStayFlat) {
     Resampler resampler;
     for (const double step : {0.07, 0.4, 0.66, 1.0, 1.013, 1.3, 1.57, 2.0, 2.5, 2.99, 3.01, 4.7, 9.9, 40.0}) {
-        const int extent = static_cast<int>(std::min(40 / step, 40.0)) + 7;
         for (int value = 0; value < 256; ++value) {
-            LoosePlane source(97, 83);
+            LoosePlane source(66, 40);
             source.fill(static_cast<std::uint8_t>(value));
-            LoosePlane result(extent, extent + 2);
-            resampler.resample(source.view(), {-2.1, step}, {0.37, step * 1.01}, result.view());
-            for (int y = 0; y < extent + 2; ++y) {
+            LoosePlane result(19, 9);
+            const double phase = value * 0.0371 - 2.1;
+            resampler.resample(source.view(), {phase, step}, {phase / 3, step * 1.01}, result.view());
+            for (int y = 0; y < 9; ++y) {
                 const std::uint8_t* const row = result.view().row(y);
-                ASSERT_EQ(std::count(row, row + extent, value), extent)
-                    << "value " << value << ", step " << step;
+                ASSERT_EQ(std::count(row, row + 19, value), 19) << "value " << value << ", step " << step;
             }
         }
     }

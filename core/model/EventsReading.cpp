@@ -122,7 +122,7 @@ class FileText : public std::streambuf {
 
   private:
     const FileDescriptor& descriptor_;
-    std::array<char, 64 * 1024> buffer_;
+    std::array<char, std::size_t{64} << 10> buffer_;
     bool isSound_ = true;
 };
 

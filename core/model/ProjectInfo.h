@@ -24,8 +24,8 @@ struct ProjectInfo {
     bool operator==(const ProjectInfo&) const = default;
 };
 
-// The limits of a project file: beyond them a text is not decoded. Thousands of segments take about a
-// megabyte; the limits keep a hostile file from taking the memory of the machine.
+// A longer text is not decoded, nor is one with more than a million values or 512 levels: thousands of
+// segments take about a megabyte, and a hostile file must not take the memory of the machine.
 inline constexpr std::size_t longestProjectText = 64U << 20; // bytes
 
 // Strict for the record: every one of the nine values must be there and of its type, else the failure says

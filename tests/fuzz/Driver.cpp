@@ -111,8 +111,7 @@ void keepInput() {
     if (!inputBeingRun) return;
     std::ofstream("fault-input", std::ios::binary)
         .write(reinterpret_cast<const char*>(inputBeingRun->data()), std::ssize(*inputBeingRun));
-    std::fputs("the input is kept in fault-input
-", stderr);
+    std::fputs("the input is kept in fault-input\n", stderr);
 }
 
 // A target aborts when it finds a wrong answer; a sanitizer ends the program by itself.

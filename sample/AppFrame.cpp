@@ -39,20 +39,24 @@ double cardOpacity(const AppState& state, const Task& task, Seconds time) {
     return 1 - (1 - kDimmed) * shows;
 }
 
+using Posture = AppFrame::Posture;
+
 void placeCards(AppFrame& frame, const AppState& state, Seconds time, Point pointer) {
     for (std::size_t column = 0; column < kColumnCount; ++column) {
         frame.counts[column] = static_cast<int>(state.columns[column].size());
         for (const int id : state.columns[column]) {
-            if (state.drag && state.drag->task == id) continue;
+            const bool lifted = state.drag && state.drag->task == id;
             const Task& task = state.tasks[static_cast<std::size_t>(id)].task;
-            frame.cards.push_back({id, state.area({Part::card, id}, time), cardOpacity(state, task, time),
-                                   id == state.selectedTask, false});
+            frame.cards.push_back({id, state.area({Part::card, id}, time),
+                                   lifted ? 1 : cardOpacity(state, task, time), id == state.selectedTask,
+                                   lifted ? Posture::gap : Posture::resting});
         }
     }
     if (!state.drag) return;
     const Rect slot = state.layout().cardSlot(0, 0);
     const Point corner{pointer.x - state.drag->grip.x, pointer.y - state.drag->grip.y};
-    frame.cards.push_back({state.drag->task, {corner.x, corner.y, slot.width, slot.height}, 1, true, true});
+    frame.cards.push_back(
+        {state.drag->task, {corner.x, corner.y, slot.width, slot.height}, 1, true, Posture::lifted});
     for (int column = 0; column < kColumnCount; ++column) {
         if (contains(state.layout().column(column), pointer)) frame.dropColumn = column;
     }

@@ -10,12 +10,13 @@ namespace glintro::sample {
 
 // Everything that decides one picture of the application, evaluated at a time: equal frames look alike.
 struct AppFrame {
+    enum class Posture { resting, lifted, gap }; // a gap stays where the lifted card was
     struct Card {
         int task = 0;
         Rect area;
         double opacity = 1;
         bool selected = false;
-        bool lifted = false;
+        Posture posture = Posture::resting;
         bool operator==(const Card&) const = default;
     };
     struct Heading { // sidebar and both headers

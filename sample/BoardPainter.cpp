@@ -28,8 +28,12 @@ void paintCardFooter(Canvas& canvas, const Task& task, const Rect& area) {
 void paintCard(Canvas& canvas, const Scene& scene, const AppFrame::Card& card) {
     const Task& task = scene.state.tasks[static_cast<std::size_t>(card.task)].task;
     const Rect& area = card.area;
+    if (card.posture == AppFrame::Posture::gap) {
+        canvas.fillRounded(area, 10, rgb(0xC5D0D4).withAlpha(0.35));
+        return;
+    }
     const bool hovered = scene.hovers({Part::card, card.task});
-    if (card.lifted) {
+    if (card.posture == AppFrame::Posture::lifted) {
         canvas.dropShadow(area, 10, 12, 8, 0.3);
     } else {
         canvas.dropShadow(area, 10, hovered ? 5 : 2.5, hovered ? 3 : 1, hovered ? 0.16 : 0.1);
@@ -72,7 +76,7 @@ void paintColumn(Canvas& canvas, const Scene& scene, int index) {
 void paintBoard(Canvas& canvas, const Scene& scene) {
     for (int column = 0; column < kColumnCount; ++column) paintColumn(canvas, scene, column);
     for (const AppFrame::Card& card : scene.frame.cards) {
-        if (card.lifted || !canvas.visible(inset(card.area, -20))) continue;
+        if (card.posture == AppFrame::Posture::lifted || !canvas.visible(inset(card.area, -20))) continue;
         if (card.opacity < 1) canvas.beginLayer();
         paintCard(canvas, scene, card);
         if (card.opacity < 1) canvas.endLayer(card.opacity);
@@ -80,7 +84,7 @@ void paintBoard(Canvas& canvas, const Scene& scene) {
 }
 
 void paintLiftedCard(Canvas& canvas, const Scene& scene) {
-    if (scene.frame.cards.empty() || !scene.frame.cards.back().lifted) return;
+    if (scene.frame.cards.empty() || scene.frame.cards.back().posture != AppFrame::Posture::lifted) return;
     paintCard(canvas, scene, scene.frame.cards.back());
 }
 

@@ -17,6 +17,7 @@ constexpr Colour kSweaterShade = rgb(0xB9523A);
 constexpr Colour kLips = rgb(0xB8574F);
 constexpr Colour kMouthInside = rgb(0x6E2A2B);
 constexpr Point kHead{640, 318};
+constexpr double kNearness = 1.17; // how much larger the person is than drawn
 constexpr Seconds kBlinkLength = 0.17;
 
 struct PatternDeleter {
@@ -169,6 +170,9 @@ void CameraPainter::paint(Seconds sourceTime) {
     cairo_set_source_surface(context, room_.get(), 0, 0);
     cairo_paint(context);
     cairo_save(context);
+    cairo_translate(context, kSize.width / 2.0, kSize.height);
+    cairo_scale(context, kNearness, kNearness);
+    cairo_translate(context, -kSize.width / 2.0, -kSize.height);
     const double breath = wave(sourceTime, 4.1, 0);
     cairo_translate(context, 5 * wave(sourceTime, 8.7, sway_), 2 * breath);
     cairo_save(context);
@@ -317,8 +321,8 @@ void CameraPainter::paintEye(double side, const Face& now) {
     }
     const double lid = middle.y - 14 * open + 3 * now.lids;
     cairo_move_to(context, middle.x - 20, middle.y - 1 + 3 * now.lids);
-    cairo_curve_to(context, middle.x - 10, lid - 3 * open + 6 * now.lids, middle.x + 10,
-                   lid - 3 * open + 6 * now.lids, middle.x + 20, middle.y - 1 + 3 * now.lids);
+    cairo_curve_to(context, middle.x - 10, lid - 3 * open + 11 * now.lids, middle.x + 10,
+                   lid - 3 * open + 11 * now.lids, middle.x + 20, middle.y - 1 + 3 * now.lids);
     setSource(context, rgb(0x38231E));
     cairo_set_line_width(context, 4.5);
     cairo_stroke(context);

@@ -125,7 +125,7 @@ void paintSources(Canvas& canvas, const Scene& scene) {
     const Rect& area = scene.layout.sources;
     paintTile(canvas, area);
     canvas.text("Where they come from", {area.x + 20, area.y + 28}, {.size = 14, .weight = 600});
-    const double pitch = std::min(70.0, (area.height - 66) / 5);
+    const double pitch = (area.height - 54) / 5;
     for (int i = 0; i < 5; ++i) {
         const auto n = static_cast<std::size_t>(i);
         const double y = area.y + 66 + pitch * i;

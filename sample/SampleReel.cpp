@@ -69,7 +69,7 @@ VideoTrackSettings screenTrack(const SampleOptions& options) {
             .fps = options.fps,
             .bitRate = static_cast<std::int64_t>(std::max(1e6, pixels * 8)),
             .keyFrameInterval = 2 * options.fps,
-            .preset = "superfast"};
+            .preset = "ultrafast"};
 }
 
 Result<void> writeScreen(const std::filesystem::path& file, ScreenRecording& screen,

@@ -15,7 +15,7 @@ const char* oneOf(std::span<const char* const> texts, Random& random) {
 void goTo(ScriptWriter& writer, View view) {
     if (writer.state().view == view) return;
     writer.click({Part::nav, static_cast<int>(view)});
-    writer.rest(0.5, 0.9);
+    writer.rest(0.4, 0.6);
 }
 
 void addTask(ScriptWriter& writer) {
@@ -61,15 +61,14 @@ void filterBoard(ScriptWriter& writer) {
 
 void readChart(ScriptWriter& writer) {
     goTo(writer, View::insights);
-    writer.rest(0.6, 0.9);
+    writer.rest(0.5, 0.7);
     const Rect& plot = writer.state().layout().plot;
     writer.hover({Part::chart, 0});
     writer.trace({plot.x + plot.width * writer.random().between(0.8, 0.95), plot.y + plot.height * 0.35},
-                 1.5);
-    writer.rest(0.2, 0.5);
-    const int other = (writer.state().period + 1 + writer.random().index(2)) % 3;
-    writer.doubleTake({Part::period, other});
-    writer.rest(1.0, 1.5);
+                 1.3);
+    writer.rest(0.2, 0.4);
+    writer.doubleTake({Part::period, (writer.state().period + 1 + writer.random().index(2)) % 3});
+    writer.rest(1.0, 1.3);
 }
 
 void answerMessage(ScriptWriter& writer) {
@@ -116,8 +115,12 @@ void talk(ScriptWriter& writer) {
     writer.rest(2.2, 3.8);
 }
 
+void pause(ScriptWriter& writer) {
+    writer.rest(1.4, 1.9);
+}
+
 using Scene = void (*)(ScriptWriter&);
-constexpr std::array<Scene, 4> kOpening{addTask, talk, moveCard, readChart};
+constexpr std::array<Scene, 4> kOpening{addTask, pause, moveCard, readChart};
 constexpr std::array<Scene, 8> kScenes{addTask,   moveCard,      filterBoard, talk,
                                        readChart, answerMessage, searchBoard, pickCard};
 

@@ -52,7 +52,7 @@ void ScriptWriter::doubleTake(Target target) {
 
 void ScriptWriter::type(std::string_view text) {
     for (const char letter : text) {
-        now_ += letter == ' ' ? random_.between(0.07, 0.16) : random_.between(0.04, 0.11);
+        now_ += letter == ' ' ? random_.between(0.06, 0.13) : random_.between(0.035, 0.095);
         inputs_.push_back({now_, InputEvent::Kind::key, path_.end(), 0, std::string(1, letter)});
         state_.receive(inputs_.back());
     }

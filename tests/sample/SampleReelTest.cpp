@@ -1,0 +1,132 @@
+#include <cmath>
+#include <fstream>
+#include <iterator>
+
+#include <gtest/gtest.h>
+
+#include "core/media/MovieReader.h"
+#include "sample/SampleReel.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool goOn(double) {
+    return true;
+}
+
+std::string contents(const fs::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+SampleOptions small(double seconds) {
+    return {.seconds = seconds, .size = {320, 200}, .fps = 30, .seed = 5};
+}
+
+TEST(SampleReelTest, EveryCombinationLoadsWithTheRightLengthAndTracks) {
+    for (const SampleCamera camera : {SampleCamera::off, SampleCamera::on}) {
+        for (const SampleMicrophone microphone : {SampleMicrophone::off, SampleMicrophone::on}) {
+            for (const int fps : {24, 60}) {
+                const TemporaryFolder temporary;
+                SampleOptions options = small(3.2);
+                options.fps = fps;
+                options.camera = camera;
+                options.microphone = microphone;
+                const auto made = makeSample(temporary.path() / "reel", options, goOn);
+                ASSERT_TRUE(made) << made.error().message << made.error().detail;
+                const auto loaded = Project::load(made->folder());
+                ASSERT_TRUE(loaded);
+                EXPECT_NEAR(loaded->info.duration, 3.2, 1.0 / fps);
+                EXPECT_EQ(loaded->sourceSize(), (Size{320, 200}));
+                EXPECT_EQ(loaded->cameraAvailable(), camera == SampleCamera::on);
+                EXPECT_EQ(loaded->info.hasAudio, microphone == SampleMicrophone::on);
+                EXPECT_NEAR(loaded->loadEvents().duration, 3.2, 1.0 / fps);
+                EXPECT_EQ(fs::exists(loaded->cameraURL()), camera == SampleCamera::on);
+            }
+        }
+    }
+}
+
+TEST(SampleReelTest, TheSameSeedMakesTheSameFilesAndAnotherSeedOthers) {
+    const TemporaryFolder temporary;
+    SampleOptions options = small(2.5);
+    const auto make = [&](const char* name) {
+        const auto made = makeSample(temporary.path() / name, options, goOn);
+        EXPECT_TRUE(made);
+        return temporary.path() / name;
+    };
+    const fs::path first = make("first");
+    const fs::path second = make("second");
+    options.seed = 6;
+    const fs::path other = make("other");
+    for (const char* name : {"raw.mov", "camera.mov", "events.json"}) {
+        EXPECT_EQ(contents(first / name), contents(second / name)) << name;
+        EXPECT_NE(contents(first / name), contents(other / name)) << name;
+    }
+    EXPECT_EQ(Project::load(first)->info.created, Project::load(second)->info.created);
+}
+
+TEST(SampleReelTest, LeavesFoldersOfOthersAlone) {
+    const TemporaryFolder temporary;
+    const fs::path folder = temporary.path() / "mine";
+    fs::create_directory(folder);
+    std::ofstream(folder / "raw.mov") << "precious";
+    const auto made = makeSample(folder, small(1), goOn);
+    ASSERT_FALSE(made);
+    EXPECT_NE(made.error().message.find("isn’t empty"), std::string::npos);
+    EXPECT_EQ(contents(folder / "raw.mov"), "precious");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
+
+    EXPECT_FALSE(makeSample(folder / "raw.mov", small(1), goOn));
+    EXPECT_EQ(contents(folder / "raw.mov"), "precious");
+}
+
+TEST(SampleReelTest, ACancelledRunLeavesNothingBehind) {
+    for (const double until : {0.0, 0.5, 0.95}) {
+        const TemporaryFolder temporary;
+        const auto made = makeSample(temporary.path() / "new" / "reel", small(1.5),
+                                     [until](double fraction) { return fraction < until; });
+        ASSERT_FALSE(made);
+        EXPECT_TRUE(made.error().isCancelled());
+        EXPECT_TRUE(fs::is_empty(temporary.path())) << until;
+    }
+}
+
+TEST(SampleReelTest, TakesUpTheFolderOfARunThatWasKilled) {
+    const TemporaryFolder temporary;
+    const fs::path folder = temporary.path() / "reel";
+    fs::path copy = temporary.path() / "copy";
+    // What a kill leaves is what the folder holds in the middle of a run.
+    (void)makeSample(folder, small(1.5), [&](double fraction) {
+        if (fraction > 0.4 && !fs::exists(copy)) fs::copy(folder, copy, fs::copy_options::recursive);
+        return true;
+    });
+    ASSERT_FALSE(Project::load(copy));
+    ASSERT_TRUE(makeSample(copy, small(1.5), goOn));
+    EXPECT_EQ(contents(copy / "raw.mov"), contents(folder / "raw.mov"));
+    EXPECT_EQ(std::distance(fs::directory_iterator(copy), {}), 4);
+}
+
+TEST(SampleReelTest, RefusesWhatIsOutOfRange) {
+    const TemporaryFolder temporary;
+    std::vector<SampleOptions> rows(7, small(1));
+    rows[0].seconds = 0.1;
+    rows[1].seconds = std::nan("");
+    rows[2].seconds = 1e9;
+    rows[3].size = {321, 200};
+    rows[4].size = {320, 0};
+    rows[5].size = {320, 20000};
+    rows[6].fps = 0;
+    for (const SampleOptions& options : rows) {
+        const auto made = makeSample(temporary.path() / "reel", options, goOn);
+        ASSERT_FALSE(made);
+        EXPECT_FALSE(made.error().message.empty());
+        EXPECT_TRUE(fs::is_empty(temporary.path()));
+    }
+}
+
+} // namespace
+} // namespace glintro

@@ -93,7 +93,7 @@ TEST_P(BlurTest, StaysWithinItsToleranceOfTheExactBlur) {
                                           - exact[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)]));
             }
         }
-        EXPECT_LE(worst, 0.004) << "sigma " << sigma;
+        EXPECT_LE(worst, 0.002) << "sigma " << sigma;
     }
 }
 

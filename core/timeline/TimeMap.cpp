@@ -12,7 +12,7 @@ namespace {
 constexpr Seconds shortestRange = 0.02; // a range must be longer
 constexpr Seconds shortestPiece = 0.01; // so must a piece
 constexpr double lowestRate = 0.25;
-constexpr std::size_t mostPieces = 1'000'000;
+constexpr std::size_t mostRepeats = 1'000'000;
 
 // What the cuts leave of the range. Since they are taken by ascending start, whatever ends at a cut's start
 // is out of reach of all later ones: only the last range is still open to them.
@@ -42,17 +42,19 @@ std::vector<Seconds> sortedEdges(const std::vector<SpeedSegment>& speeds) {
 }
 
 // Divides each range where a speed-up begins or ends inside it. Rates and composition times are not yet set.
+// Ranges meet an edge more than once only where they overlap.
 std::vector<TimeMap::Piece> divided(const std::vector<KeptRange>& ranges, const std::vector<Seconds>& edges) {
     std::vector<TimeMap::Piece> pieces;
     const auto add = [&](Seconds start, Seconds end) {
         if (end - start > shortestPiece) pieces.push_back({.src0 = start, .src1 = end});
     };
+    std::size_t left = edges.size() + mostRepeats;
     for (const KeptRange& range : ranges) {
         if (!(range.length() > shortestRange)) continue;
         Seconds start = range.start;
         auto edge = std::ranges::upper_bound(edges, start, ascending);
         for (; edge != edges.end() && *edge < range.end; ++edge) {
-            if (pieces.size() >= mostPieces) return pieces;
+            if (left-- == 0) return pieces;
             add(start, *edge);
             start = *edge;
         }

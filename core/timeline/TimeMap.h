@@ -28,8 +28,8 @@ class TimeMap {
 
     // `duration` is the recording's. Of overlapping speed-ups the first in the list that holds a piece's
     // middle gives its rate. A cut whose end lies before its start leaves both of its sides, which then
-    // overlap on the source clock; so that such cuts cannot multiply without bound, a map ends after a
-    // million pieces.
+    // overlap on the source clock; so that such cuts cannot multiply pieces without bound, a map ends where
+    // they have repeated the edges of speed-ups a million times.
     TimeMap(const ProjectSettings& settings, Seconds duration);
 
     // In the order of the composition clock, without gaps on it, the first at 0; empty when nothing is kept.

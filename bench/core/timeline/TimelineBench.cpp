@@ -48,41 +48,47 @@ void shotsAndTimeMap(benchmark::State& state, Overlap overlap) {
     state.SetComplexityN(n);
 }
 BENCHMARK_CAPTURE(shotsAndTimeMap, rareOverlaps, Overlap::rare)
-    ->RangeMultiplier(2)
-    ->Range(500, 4000)
+    ->Arg(500)
+    ->Arg(1000)
+    ->Arg(2000)
+    ->Arg(4000)
     ->Unit(benchmark::kMillisecond)
     ->Complexity(benchmark::oNLogN);
 BENCHMARK_CAPTURE(shotsAndTimeMap, frequentOverlaps, Overlap::frequent)
-    ->RangeMultiplier(2)
-    ->Range(500, 4000)
+    ->Arg(500)
+    ->Arg(1000)
+    ->Arg(2000)
+    ->Arg(4000)
     ->Unit(benchmark::kMillisecond)
     ->Complexity(benchmark::oNLogN);
 
-// One hour of a pointer that circles, or that stands still after its first minute.
-std::vector<EventSample> pointerOfAnHour(bool stillAfterAMinute) {
+enum class Pointer { moving, stillAfterAMinute };
+
+std::vector<EventSample> pointerOfAnHour(Pointer pointer) {
     std::vector<EventSample> samples;
     const int count = 430'000;
     for (int i = 0; i < count; ++i) {
         const Seconds time = i * 3600.0 / count;
-        const Seconds moving = stillAfterAMinute ? std::min(time, 60.0) : time;
+        const Seconds moving = pointer == Pointer::stillAfterAMinute ? std::min(time, 60.0) : time;
         samples.push_back(
             {.numbers = {time, 0.5 + 0.4 * std::sin(moving), 0.5 + 0.4 * std::cos(moving * 0.7)}});
     }
     return samples;
 }
 
-void twoTracksOfAnHour(benchmark::State& state, bool stillAfterAMinute) {
-    const auto samples = pointerOfAnHour(stillAfterAMinute);
+void twoTracksOfAnHour(benchmark::State& state, Pointer pointer) {
+    const auto samples = pointerOfAnHour(pointer);
     for (auto _ : state) {
         benchmark::DoNotOptimize(CursorTrack::create(samples, 3600, 20.8));
         benchmark::DoNotOptimize(CursorTrack::create(samples, 3600, 4));
     }
 }
-BENCHMARK_CAPTURE(twoTracksOfAnHour, moving, false)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(twoTracksOfAnHour, stillAfterAMinute, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(twoTracksOfAnHour, moving, Pointer::moving)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(twoTracksOfAnHour, stillAfterAMinute, Pointer::stillAfterAMinute)
+    ->Unit(benchmark::kMillisecond);
 
 void pointerPosition(benchmark::State& state) {
-    const auto track = CursorTrack::create(pointerOfAnHour(false), 3600, 20.8);
+    const auto track = CursorTrack::create(pointerOfAnHour(Pointer::moving), 3600, 20.8);
     Seconds time = 0;
     for (auto _ : state) {
         benchmark::DoNotOptimize(track->position(time));

@@ -1,0 +1,124 @@
+#include "app/shell/ArgumentValues.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "app/shell/Numbers.h"
+
+namespace glintro {
+namespace {
+
+Seconds secondsFrom(const std::string& names, const std::string& text) {
+    const auto seconds = parseDecimal(text);
+    if (!seconds) reject(fmt::format("{} expects a time in seconds such as 2.5, not “{}”.", names, text));
+    return *seconds;
+}
+
+std::string lookNames() {
+    std::vector<std::string_view> names;
+    for (const Look& look : Look::all()) names.push_back(look.name);
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+std::string aspectNames() {
+    std::vector<std::string_view> names;
+    for (const AspectRatio aspect : allCases<AspectRatio>) names.push_back(storedText(aspect));
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+} // namespace
+
+void reject(const std::string& sentence) {
+    throw CLI::ValidationError(sentence, CLI::ExitCodes::ValidationError);
+}
+
+CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, int& value,
+                      const std::string& description) {
+    const auto take = [names, range, &value](const std::string& text) {
+        const auto number = parseWhole(text);
+        if (!number || *number < range.least || *number > range.most)
+            reject(fmt::format("{} expects a whole number from {} to {}, not “{}”.", names, range.least,
+                               range.most, text));
+        value = static_cast<int>(*number);
+    };
+    return app.add_option_function<std::string>(names, take, description)->type_name("N");
+}
+
+CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value,
+                     const std::string& description) {
+    const auto take = [names, &value](const std::string& text) { value = secondsFrom(names, text); };
+    return app.add_option_function<std::string>(names, take, description)->type_name("T");
+}
+
+CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Seconds>& values,
+                      const std::string& description) {
+    const auto take = [names, &values](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) values.push_back(secondsFrom(names, text));
+    };
+    return app.add_option_function<std::vector<std::string>>(names, take, description)
+        ->type_name("T")
+        ->take_all()
+        ->allow_extra_args(false);
+}
+
+CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Seconds& value,
+                        const std::string& description) {
+    const auto take = [names, range, &value](const std::string& text) {
+        const auto seconds = parseDecimal(text);
+        if (!seconds || *seconds < range.least || *seconds > range.most)
+            reject(fmt::format("{} expects seconds from {} to {}, not “{}”.", names, range.least, range.most,
+                               text));
+        value = *seconds;
+    };
+    return app.add_option_function<std::string>(names, take, description)->type_name("N");
+}
+
+CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange range, PixelSize& value,
+                          const std::string& description) {
+    const auto fits = [range](int side) {
+        return side >= range.least && side <= range.most && side % 2 == 0;
+    };
+    const auto take = [names, range, fits, &value](const std::string& text) {
+        const auto size = parsePixelSize(text);
+        if (!size || !fits(size->width) || !fits(size->height))
+            reject(fmt::format("{} expects two even numbers from {} to {} such as 1920x1200, not “{}”.",
+                               names, range.least, range.most, text));
+        value = *size;
+    };
+    return app.add_option_function<std::string>(names, take, description)->type_name("WxH");
+}
+
+CLI::Option* addSeed(CLI::App& app, std::uint64_t& value) {
+    const auto take = [&value](const std::string& text) {
+        const auto number = parseWhole(text);
+        if (!number || *number < 0)
+            reject(fmt::format("--seed expects a whole number from 0, not “{}”.", text));
+        value = static_cast<std::uint64_t>(*number);
+    };
+    return app
+        .add_option_function<std::string>("--seed", take, "The same seed gives the same reel (default 1)")
+        ->type_name("N");
+}
+
+CLI::Option* addAspect(CLI::App& app, std::optional<AspectRatio>& value) {
+    const auto take = [&value](const std::string& text) {
+        value = fromStoredText<AspectRatio>(text);
+        if (!value) reject(fmt::format("--aspect expects one of {}, not “{}”.", aspectNames(), text));
+    };
+    return app
+        .add_option_function<std::string>("--aspect", take,
+                                          "Shape of the canvas instead of the reel's own: " + aspectNames())
+        ->type_name("SHAPE");
+}
+
+CLI::Option* addLook(CLI::App& app, std::optional<Look>& value) {
+    const auto take = [&value](const std::string& text) {
+        value = Look::named(text);
+        if (!value) reject(fmt::format("There is no Look “{}”. The Looks are {}.", text, lookNames()));
+    };
+    return app
+        .add_option_function<std::string>("--look", take, "Look instead of the reel's own: " + lookNames())
+        ->type_name("NAME");
+}
+
+} // namespace glintro

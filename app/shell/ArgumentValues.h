@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "core/base/Geometry.h"
+#include "core/model/Enumerations.h"
+#include "core/model/Look.h"
+
+// Options with checked values. Each one rejects a value by a CLI::ValidationError whose message is one whole
+// sentence that says what is expected.
+namespace glintro {
+
+struct WholeRange {
+    int least;
+    int most;
+};
+
+struct SecondsRange {
+    Seconds least;
+    Seconds most;
+};
+
+CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, int& value,
+                      const std::string& description);
+CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value, const std::string& description);
+// May be given more than once.
+CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Seconds>& values,
+                      const std::string& description);
+CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Seconds& value,
+                        const std::string& description);
+// "2560x1600": two even numbers.
+CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange range, PixelSize& value,
+                          const std::string& description);
+CLI::Option* addSeed(CLI::App& app, std::uint64_t& value);
+CLI::Option* addAspect(CLI::App& app, std::optional<AspectRatio>& value);
+CLI::Option* addLook(CLI::App& app, std::optional<Look>& value);
+
+[[noreturn]] void reject(const std::string& sentence);
+
+} // namespace glintro

@@ -1,0 +1,208 @@
+#include "app/shell/CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "app/shell/ArgumentValues.h"
+
+namespace glintro {
+namespace {
+
+constexpr WholeRange kSides{2, 8192};
+constexpr WholeRange kFrameRates{1, 240};
+constexpr WholeRange kWorkers{1, 256};
+constexpr SecondsRange kSampleSeconds{0.5, 3600};
+constexpr WholeRange kSampleSides{64, 8192};
+constexpr WholeRange kSampleFrameRates{1, 120};
+constexpr auto kAbout = "Glintro develops screen recordings into polished demo videos.";
+constexpr auto kReel = "The reel's folder";
+
+CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& about,
+                     const std::string& examples) {
+    CLI::App* command = app.add_subcommand(name, about);
+    command->footer("Examples:\n" + examples);
+    return command;
+}
+
+void addFolder(CLI::App& command, const std::string& name, const std::string& description,
+               std::filesystem::path& folder) {
+    const auto take = [&folder](const std::string& text) { folder = text; };
+    command.add_option_function<std::string>(name, take, description)->type_name("")->required();
+}
+
+void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output, const std::string& kind) {
+    const auto take = [&output, kind](const std::string& text) {
+        output = text;
+        std::string ending = output->extension().string();
+        for (char& c : ending) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        if (!ending.empty() && ending != kind)
+            reject(fmt::format("-o expects the name of a {} file, not “{}”.", kind, text));
+    };
+    command
+        .add_option_function<std::string>(
+            "-o,--output", take,
+            fmt::format(
+                "The {} file to write; without it a new one in the current folder, named after the reel",
+                kind))
+        ->type_name("FILE");
+}
+
+void addReport(CLI::App& command, Report& report) {
+    command.add_flag_callback(
+        "--json", [&report] { report = Report::json; }, "Print JSON");
+}
+
+// The command line as it is described to the parser, and where that puts the values.
+class Grammar {
+  public:
+    Grammar();
+
+    std::expected<Command, Notice> parse(const std::vector<std::string>& arguments);
+
+  private:
+    void describeRender();
+    void describeStill();
+    void describeInspect();
+    void describeSample();
+    Command command() const;
+    std::string expectation(const CLI::ParseError& error) const;
+    Notice wrongUsage(const std::string& sentence) const;
+
+    CLI::App app_{kAbout, "glintro"};
+    CLI::App* render_ = nullptr;
+    CLI::App* still_ = nullptr;
+    CLI::App* inspect_ = nullptr;
+    CLI::App* sample_ = nullptr;
+    RenderArguments renderArguments_;
+    StillArguments stillArguments_;
+    InspectArguments inspectArguments_;
+    SampleArguments sampleArguments_;
+};
+
+Grammar::Grammar() {
+    app_.set_version_flag("--version", "glintro " GLINTRO_VERSION, "Print the version and exit");
+    app_.set_help_flag("-h,--help", "Print this help and exit");
+    app_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    // At most one: behind the first command word every other word is a file name.
+    app_.require_subcommand(1);
+    app_.footer(
+        "Run “glintro COMMAND --help” for what a command takes.\n"
+        "The exit status is 0 for success, 1 for failure and 2 for a wrong command line.");
+    describeRender();
+    describeStill();
+    describeInspect();
+    describeSample();
+}
+
+void Grammar::describeRender() {
+    render_ = addCommand(app_, "render", "Render a reel as it is edited to an MP4 movie",
+                         "  glintro render my-reel\n"
+                         "  glintro render my-reel -o demo.mp4 --short-side 1440 --look Dusk\n"
+                         "  glintro render my-reel --aspect 9:16 --fill --fps 30");
+    RenderArguments& to = renderArguments_;
+    addFolder(*render_, "REEL", kReel, to.reel);
+    addOutput(*render_, to.output, ".mp4");
+    addWhole(*render_, "--short-side", kSides, to.options.shortSide,
+             "Shorter side of the movie in pixels (default 1080)");
+    addWhole(*render_, "--fps", kFrameRates, to.options.fps, "Frames a second (default 60)");
+    addAspect(*render_, to.options.aspect);
+    render_->add_flag_callback(
+        "--fill", [&to] { to.options.fill = true; }, "Crop the recording so that it fills the canvas");
+    addLook(*render_, to.look);
+    addWhole(*render_, "--workers", kWorkers, to.workers, "Threads that draw (default: one for each core)");
+    addReport(*render_, to.report);
+}
+
+void Grammar::describeStill() {
+    still_ = addCommand(app_, "still", "Render one frame of a reel to a PNG picture",
+                        "  glintro still my-reel\n"
+                        "  glintro still my-reel --at 12.5 -o frame.png --long-side 3840");
+    StillArguments& to = stillArguments_;
+    addFolder(*still_, "REEL", kReel, to.reel);
+    addTime(*still_, "--at", to.at, "Time in the recording, in seconds (default 0)");
+    addOutput(*still_, to.output, ".png");
+    addWhole(*still_, "--long-side", kSides, to.longSide,
+             "Longer side of the picture in pixels (default 1920)");
+    addLook(*still_, to.look);
+}
+
+void Grammar::describeInspect() {
+    inspect_ = addCommand(app_, "inspect", "Print what a reel holds: its record, shots and pieces",
+                          "  glintro inspect my-reel\n"
+                          "  glintro inspect my-reel --at 2 --at 7.25 --json");
+    InspectArguments& to = inspectArguments_;
+    addFolder(*inspect_, "REEL", kReel, to.reel);
+    addTimes(*inspect_, "--at", to.at,
+             "Time in the recording, in seconds, to print the zoom and the pointer of; may be repeated");
+    addReport(*inspect_, to.report);
+}
+
+void Grammar::describeSample() {
+    sample_ = addCommand(app_, "sample", "Make a synthetic reel that looks like a real take",
+                         "  glintro sample my-reel\n"
+                         "  glintro sample my-reel --seconds 60 --size 2560x1600 --seed 7 --no-camera");
+    SampleOptions& to = sampleArguments_.options;
+    addFolder(*sample_, "DIR", "The folder to make; it must be new or empty", sampleArguments_.folder);
+    addSeconds(*sample_, "--seconds", kSampleSeconds, to.seconds, "Length (default 20)");
+    addPixelSize(*sample_, "--size", kSampleSides, to.size, "Size in pixels (default 1920x1200)");
+    addWhole(*sample_, "--fps", kSampleFrameRates, to.fps, "Frames a second (default 60)");
+    addSeed(*sample_, to.seed);
+    sample_->add_flag_callback(
+        "--no-camera", [&to] { to.camera = SampleCamera::off; }, "Leave out the camera movie");
+    sample_->add_flag_callback(
+        "--no-mic", [&to] { to.microphone = SampleMicrophone::off; }, "Leave out the sound");
+}
+
+Command Grammar::command() const {
+    if (render_->parsed()) return renderArguments_;
+    if (still_->parsed()) return stillArguments_;
+    if (inspect_->parsed()) return inspectArguments_;
+    return sampleArguments_;
+}
+
+std::string Grammar::expectation(const CLI::ParseError& error) const {
+    const auto chosen = app_.get_subcommands();
+    const auto extra = app_.remaining(true);
+    if (error.get_name() == "ValidationError") return error.what();
+    if (chosen.empty() && extra.empty())
+        return "A command is expected: there is no window to open yet.\n\n" + app_.help();
+    if (chosen.empty() && !extra.front().starts_with('-'))
+        return fmt::format("“{}” is not a command of glintro.", extra.front());
+    if (!extra.empty() && extra.front().starts_with('-'))
+        return fmt::format("“{}” is not an option of {}.", extra.front(),
+                           chosen.empty() ? "glintro" : "glintro " + chosen.front()->get_name());
+    if (!extra.empty()) return fmt::format("“{}” is one argument too many.", extra.front());
+    if (error.get_name() == "ArgumentMismatch")
+        return fmt::format(
+            "{} expects a value.",
+            std::string_view(error.what()).substr(0, std::string_view(error.what()).find(':')));
+    return fmt::format("{}.", error.what());
+}
+
+std::expected<Command, Notice> Grammar::parse(const std::vector<std::string>& arguments) {
+    try {
+        app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        return command();
+    } catch (const CLI::CallForVersion& version) {
+        return std::unexpected(Notice{ExitStatus::success, fmt::format("{}\n", version.what())});
+    } catch (const CLI::CallForHelp&) {
+        return std::unexpected(Notice{ExitStatus::success, app_.help()});
+    } catch (const CLI::ParseError& error) {
+        return std::unexpected(wrongUsage(expectation(error)));
+    }
+}
+
+Notice Grammar::wrongUsage(const std::string& sentence) const {
+    const auto chosen = app_.get_subcommands();
+    const std::string help = chosen.empty() ? "" : chosen.front()->get_name() + " ";
+    return {ExitStatus::wrongUsage,
+            fmt::format("glintro: {}\nRun “glintro {}--help” to see what it takes.\n", sentence, help)};
+}
+
+} // namespace
+
+std::expected<Command, Notice> parseCommandLine(const std::vector<std::string>& arguments) {
+    return Grammar().parse(arguments);
+}
+
+} // namespace glintro

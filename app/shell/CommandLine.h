@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "app/shell/ExitStatus.h"
+#include "core/base/Geometry.h"
+#include "core/export/ExportOptions.h"
+#include "core/model/Look.h"
+#include "sample/SampleReel.h"
+
+namespace glintro {
+
+enum class Report { text, json };
+
+struct RenderArguments {
+    std::filesystem::path reel;
+    std::optional<std::filesystem::path> output; // absent: named after the reel, in the current folder
+    ExportOptions options;
+    std::optional<Look> look; // instead of the reel's own
+    int workers = 0;          // 0: as many as the machine has cores
+    Report report = Report::text;
+};
+
+struct StillArguments {
+    std::filesystem::path reel;
+    Seconds at = 0; // source time
+    std::optional<std::filesystem::path> output;
+    int longSide = 1920;
+    std::optional<Look> look;
+};
+
+struct InspectArguments {
+    std::filesystem::path reel;
+    std::vector<Seconds> at; // source times
+    Report report = Report::text;
+};
+
+struct SampleArguments {
+    std::filesystem::path folder;
+    SampleOptions options;
+};
+
+using Command = std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments>;
+
+// What is said instead of running a command. With the status of success it is what was asked for (help, the
+// version) and belongs on standard output; otherwise it says what was expected.
+struct Notice {
+    ExitStatus status = ExitStatus::success;
+    std::string text;
+};
+
+// `arguments` are those behind the program's name. Values are checked as far as that goes without looking at
+// any file.
+std::expected<Command, Notice> parseCommandLine(const std::vector<std::string>& arguments);
+
+} // namespace glintro

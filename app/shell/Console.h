@@ -1,0 +1,17 @@
+#pragma once
+
+#include <ostream>
+
+#include <fmt/ostream.h>
+
+namespace glintro {
+
+// Where a command writes: what was asked for goes to `out`, all else (what went wrong, warnings) to `error`.
+struct Console {
+    std::ostream& out;
+    std::ostream& error;
+
+    void warn(std::string_view sentence) const { fmt::print(error, "glintro: {}\n", sentence); }
+};
+
+} // namespace glintro

@@ -1,0 +1,82 @@
+#include "app/shell/GlintroApp.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+
+#include <fmt/format.h>
+
+#include "app/shell/CommandLine.h"
+#include "app/shell/DemoRender.h"
+#include "app/shell/InspectCommand.h"
+#include "app/shell/RenderCommand.h"
+#include "app/shell/SampleCommand.h"
+#include "app/shell/StillCommand.h"
+
+namespace glintro {
+namespace {
+
+struct CommandRunner {
+    const Console& console;
+    Result<void> operator()(const RenderArguments& arguments) const { return runRender(arguments, console); }
+    Result<void> operator()(const StillArguments& arguments) const { return runStill(arguments, console); }
+    Result<void> operator()(const InspectArguments& arguments) const {
+        return runInspect(arguments, console);
+    }
+    Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
+};
+
+} // namespace
+
+std::optional<std::string> processEnvironment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+ExitStatus GlintroApp::run(const std::vector<std::string>& arguments) const {
+    // The last resort for what no layer foresaw, such as a machine out of memory.
+    try {
+        return flushed(chooseMode(arguments));
+    } catch (const std::exception& error) {
+        console_.warn(fmt::format("Something went wrong that shouldn’t: {}.", error.what()));
+        return ExitStatus::failed;
+    }
+}
+
+ExitStatus GlintroApp::chooseMode(const std::vector<std::string>& arguments) const {
+    for (const char* selfTest : {"GLINTRO_EXPORT_TEST", "GLINTRO_UI_TEST"}) {
+        if (!environment_(selfTest)) continue;
+        console_.warn(fmt::format("{} is set, but this version has no self-test mode.", selfTest));
+        return ExitStatus::failed;
+    }
+    if (const auto folder = environment_("GLINTRO_RENDER"))
+        return DemoRender::run(*folder, environment_, console_);
+    return runCommand(arguments);
+}
+
+ExitStatus GlintroApp::runCommand(const std::vector<std::string>& arguments) const {
+    const auto command = parseCommandLine(arguments);
+    if (!command) {
+        const Notice& notice = command.error();
+        (notice.status == ExitStatus::success ? console_.out : console_.error) << notice.text;
+        return notice.status;
+    }
+    const auto done = std::visit(CommandRunner{console_}, *command);
+    if (done) return ExitStatus::success;
+    console_.warn(done.error().message);
+    return ExitStatus::failed;
+}
+
+// A result that could not be handed over is a failure. A reader that went away has seen enough to need no
+// explanation.
+ExitStatus GlintroApp::flushed(ExitStatus status) const {
+    errno = 0;
+    if (console_.out.flush()) return status;
+    if (errno != EPIPE)
+        console_.warn(fmt::format("The output can’t be written: {}.",
+                                  errno != 0 ? std::strerror(errno) : "the stream failed"));
+    return ExitStatus::failed;
+}
+
+} // namespace glintro

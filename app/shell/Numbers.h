@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "core/base/Geometry.h"
+
+// Numbers as people type them, read alike under every locale. Nothing for texts that hold anything else.
+namespace glintro {
+
+std::optional<std::int64_t> parseWhole(std::string_view text);  // "-2", "+30"; decimal digits only
+std::optional<double> parseDecimal(std::string_view text);      // "1.6", "-2", "1e3"; always finite
+std::optional<PixelSize> parsePixelSize(std::string_view text); // "2560x1600", both at least 1
+
+} // namespace glintro

@@ -1,0 +1,70 @@
+#include "app/shell/ReelFolder.h"
+
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "core/media/MovieReader.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string noReelMessage(const fs::path& folder) {
+    std::error_code error;
+    const fs::file_status status = fs::status(folder, error);
+    if (status.type() == fs::file_type::not_found)
+        return fmt::format("There is no folder “{}”.", folder.string());
+    if (error) return fmt::format("“{}” can’t be opened: {}.", folder.string(), error.message());
+    if (status.type() != fs::file_type::directory)
+        return fmt::format("“{}” is not a folder. Give the reel’s folder, the one that holds raw.mov.",
+                           folder.string());
+    fs::directory_iterator(folder, error);
+    if (error) return fmt::format("“{}” can’t be opened: {}.", folder.string(), error.message());
+    return fmt::format("“{}” is not a reel: it holds no raw.mov.", folder.string());
+}
+
+std::string damagedMessage(const fs::path& folder) {
+    std::error_code ignored;
+    if (!fs::exists(Project(folder, {}).infoURL(), ignored))
+        return fmt::format("“{}” holds a recording, but no project file (project.json).", folder.string());
+    return fmt::format("The project file of “{}” (project.json) is damaged and can’t be read.",
+                       folder.string());
+}
+
+} // namespace
+
+Failure whyNoReel(const fs::path& folder, Project::LoadResult::Status status) {
+    const bool damaged = status == Project::LoadResult::Status::damaged;
+    return {damaged ? damagedMessage(folder) : noReelMessage(folder)};
+}
+
+Result<Project> openReel(const fs::path& folder) {
+    Project::LoadResult result = Project::inspect(folder);
+    if (!result.project) return std::unexpected(whyNoReel(folder, result.status));
+    return std::move(*result.project);
+}
+
+RecordingEvents eventsOrWarning(const Project& project, const Console& console) {
+    std::error_code ignored;
+    auto events = readEvents(project.eventsURL());
+    if (events) return std::move(*events);
+    if (fs::exists(project.eventsURL(), ignored))
+        console.warn("The recorded pointer and clicks (events.json) can’t be read, so they are left out.");
+    return {};
+}
+
+void warnOfMissingCamera(const Project& project, const Console& console) {
+    if (!project.info.settings.showCamera || !project.info.hasCamera) return;
+    if (!project.cameraAvailable())
+        console.warn(
+            "This reel’s camera file (camera.mov) is missing, so the bubble can’t be shown. "
+            "Everything else still renders.");
+    else if (!MovieReader::open(project.cameraURL(), MovieReader::Access::single))
+        console.warn(
+            "This reel’s camera file (camera.mov) can’t be read, so the bubble can’t be shown. "
+            "Everything else still renders.");
+}
+
+} // namespace glintro

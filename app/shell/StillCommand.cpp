@@ -1,0 +1,55 @@
+#include "app/shell/StillCommand.h"
+
+#include <system_error>
+
+#include <fmt/format.h>
+
+#include "app/shell/OutputName.h"
+#include "app/shell/ReelFolder.h"
+#include "core/media/StillImage.h"
+#include "core/render/Still.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+
+Result<BgraImage> render(const Project& project, const StillArguments& arguments, const Console& console) {
+    ProjectSettings settings = project.info.settings;
+    if (arguments.look) arguments.look->apply(settings);
+    const auto frame = Still::frame(project, arguments.at, CameraUse::with);
+    if (!frame) return std::unexpected(frame.error());
+    return Still::render(*frame, eventsOrWarning(project, console), settings, arguments.longSide, nullptr,
+                         Framing::fit);
+}
+
+Result<void> saveTo(const fs::path& file, const BgraImage& image, const Console& console) {
+    if (auto saved = savePng(image, file); !saved) return saved;
+    fmt::print(console.out, "{}\n  {} × {}\n", file.string(), image.size.width, image.size.height);
+    return {};
+}
+
+Result<void> saveToNewName(const Project& project, const BgraImage& image, const Console& console) {
+    auto name = ReservedName::create({}, outputStem(project), ".png");
+    if (!name) return std::unexpected(name.error());
+    auto saved = saveTo(name->path(), image, console);
+    if (saved) name->keep();
+    return saved;
+}
+
+} // namespace
+
+Result<void> runStill(const StillArguments& arguments, const Console& console) {
+    const auto project = openReel(arguments.reel);
+    if (!project) return std::unexpected(project.error());
+    if (arguments.output) {
+        if (auto checked = checkOutput(*project, *arguments.output); !checked) return checked;
+    }
+    warnOfMissingCamera(*project, console);
+    const auto image = render(*project, arguments, console);
+    if (!image) return std::unexpected(image.error());
+    return arguments.output ? saveTo(*arguments.output, *image, console)
+                            : saveToNewName(*project, *image, console);
+}
+
+} // namespace glintro

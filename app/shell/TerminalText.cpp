@@ -1,0 +1,66 @@
+#include "app/shell/TerminalText.h"
+
+#include <algorithm>
+
+namespace glintro {
+namespace {
+
+bool isControl(char character) {
+    const auto code = static_cast<unsigned char>(character);
+    return code < 0x20 || code == 0x7F;
+}
+
+// U+0080 to U+009F, which some terminals obey as they do the escape character.
+bool startsHighControl(std::string_view text) {
+    return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
+}
+
+std::string padded(const std::string& cell, int width, TextTable::Align align) {
+    const auto missing = static_cast<std::size_t>(std::max(width - columnsOf(cell), 0));
+    const std::string blank(missing, ' ');
+    return align == TextTable::Align::right ? blank + cell : cell + blank;
+}
+
+} // namespace
+
+int columnsOf(std::string_view text) {
+    return static_cast<int>(
+        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const bool high = startsHighControl(text);
+        result += high || isControl(text.front()) ? ' ' : text.front();
+        text.remove_prefix(high ? 2 : 1);
+    }
+    return result;
+}
+
+std::vector<int> TextTable::widths() const {
+    std::vector<int> result;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        int width = columnsOf(columns_[i].heading);
+        for (const auto& row : rows_) width = std::max(width, columnsOf(row[i]));
+        result.push_back(width);
+    }
+    return result;
+}
+
+std::string TextTable::text() const {
+    const std::vector<int> width = widths();
+    std::string result;
+    const auto append = [&](const auto& cellAt) {
+        std::string line;
+        for (std::size_t i = 0; i < columns_.size(); ++i)
+            line += "  " + padded(cellAt(i), width[i], columns_[i].align);
+        line.erase(line.find_last_not_of(' ') + 1);
+        result += line + '\n';
+    };
+    append([&](std::size_t i) { return columns_[i].heading; });
+    for (const auto& row : rows_) append([&](std::size_t i) { return row[i]; });
+    return result;
+}
+
+} // namespace glintro

@@ -255,7 +255,11 @@ void resampleAll(PlaneView source, const FilterBank& columns, const FilterBank& 
     const Strip strip{source, columns, rows, store, destination, static_cast<int>(hn::Lanes(Samples()))};
     const bool narrow = std::max(columns.taps(), rows.taps()) <= kNarrowTaps;
     for (int y = 0; y < destination.height; y += strip.height) {
-        narrow ? resampleStrip<NarrowFilter>(strip, y) : resampleStrip<WideFilter>(strip, y);
+        if (narrow) {
+            resampleStrip<NarrowFilter>(strip, y);
+        } else {
+            resampleStrip<WideFilter>(strip, y);
+        }
     }
 }
 

@@ -189,12 +189,13 @@ TEST(ResamplerTest, ServesManyMapsWithOneObject) {
     source.randomise(11);
     for (int i = 0; i < 60; ++i) {
         // Some maps return, some differ in one thing only from one that is still cached.
-        const AxisMap map{static_cast<double>(i % 7), 0.5 + i % 3};
+        const AxisMap map{static_cast<double>(i % 4 == 3 ? i : i % 3), 0.5};
         const int extent = 20 + i % 2;
+        const PlaneView from = source.view().crop({0, 0, i % 5 < 3 ? 90 : 6, 70});
         LoosePlane result(extent, extent);
         LoosePlane expected(extent, extent);
-        shared.resample(source.view(), map, {0, 1}, result.view());
-        Resampler().resample(source.view(), map, {0, 1}, expected.view());
+        shared.resample(from, map, {0, 1}, result.view());
+        Resampler().resample(from, map, {0, 1}, expected.view());
         for (int y = 0; y < extent; ++y) {
             ASSERT_TRUE(
                 std::equal(result.view().row(y), result.view().row(y) + extent, expected.view().row(y)))

@@ -169,7 +169,7 @@ AppFrame AppFrame::evaluate(const AppState& state, Seconds time, Point pointer) 
 std::vector<Rect> damage(const AppFrame& before, const AppFrame& after, const AppLayout& layout) {
     std::vector<Rect> areas;
     if (before.heading.minute != after.heading.minute) areas.push_back(layout.topBar);
-    if (before.heading != after.heading) {
+    if (before.heading != after.heading || before.counts != after.counts) {
         areas.push_back(layout.header);
         areas.push_back(layout.subheader);
     }
@@ -177,7 +177,7 @@ std::vector<Rect> damage(const AppFrame& before, const AppFrame& after, const Ap
     if (before.hover != after.hover || before.pressed != after.pressed
         || before.hoverArea != after.hoverArea) {
         for (const Rect& area : {before.hoverArea, after.hoverArea, before.pressedArea, after.pressedArea}) {
-            if (area.width > 0) areas.push_back(grown(area, 8));
+            if (area.width > 0) areas.push_back(grown(area, 16));
         }
     }
     addContentDamage(before, after, layout, areas);

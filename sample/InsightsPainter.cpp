@@ -80,6 +80,7 @@ void paintCurve(Canvas& canvas, const Scene& scene) {
     traceCurve(context, scene);
     cairo_set_source_rgb(context, c.red, c.green, c.blue);
     cairo_set_line_width(context, 2.4);
+    cairo_set_line_cap(context, CAIRO_LINE_CAP_ROUND);
     cairo_set_line_join(context, CAIRO_LINE_JOIN_ROUND);
     cairo_stroke(context);
 }

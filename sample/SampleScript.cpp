@@ -18,20 +18,32 @@ void goTo(ScriptWriter& writer, View view) {
     writer.rest(0.4, 0.6);
 }
 
-void addTask(ScriptWriter& writer) {
+enum class Assignee { user, another };
+
+void fillDialog(ScriptWriter& writer, Assignee assignee) {
     goTo(writer, View::board);
     writer.click({Part::newButton, 0});
-    writer.rest(0.35, 0.5);
+    writer.rest(0.3, 0.4);
     writer.click({Part::titleField, 0});
-    writer.rest(0.15, 0.3);
+    writer.rest(0.15, 0.25);
     writer.type(oneOf(newTaskTitles(), writer.random()));
-    writer.rest(0.25, 0.45);
-    writer.click({Part::priorityChoice, writer.random().unit() < 0.6 ? 2 : 0});
+    writer.rest(0.2, 0.35);
+    writer.click({Part::priorityChoice, writer.random().unit() < 0.7 ? 2 : 0});
     writer.rest(0.15, 0.3);
-    writer.click({Part::personChoice, 1 + writer.random().index(4)});
-    writer.rest(0.25, 0.5);
+    if (assignee == Assignee::another) {
+        writer.click({Part::personChoice, 1 + writer.random().index(4)});
+        writer.rest(0.25, 0.5);
+    }
     writer.click({Part::create, 0});
-    writer.rest(0.7, 1.1);
+    writer.rest(0.7, 1.0);
+}
+
+void addTask(ScriptWriter& writer) {
+    fillDialog(writer, Assignee::another);
+}
+
+void addOwnTask(ScriptWriter& writer) {
+    fillDialog(writer, Assignee::user);
 }
 
 void moveCard(ScriptWriter& writer) {
@@ -45,7 +57,7 @@ void moveCard(ScriptWriter& writer) {
     const auto room = static_cast<int>(columns[static_cast<std::size_t>(from) + 1].size());
     writer.dragCard(ids[static_cast<std::size_t>(row)], from + 1,
                     writer.random().index(std::min(3, room + 1)));
-    writer.rest(0.6, 1.0);
+    writer.rest(0.4, 0.7);
 }
 
 void filterBoard(ScriptWriter& writer) {
@@ -116,11 +128,11 @@ void talk(ScriptWriter& writer) {
 }
 
 void pause(ScriptWriter& writer) {
-    writer.rest(1.4, 1.9);
+    writer.rest(1.6, 2.0);
 }
 
 using Scene = void (*)(ScriptWriter&);
-constexpr std::array<Scene, 4> kOpening{addTask, pause, moveCard, readChart};
+constexpr std::array<Scene, 4> kOpening{addOwnTask, pause, moveCard, readChart};
 constexpr std::array<Scene, 8> kScenes{addTask,   moveCard,      filterBoard, talk,
                                        readChart, answerMessage, searchBoard, pickCard};
 
@@ -147,7 +159,7 @@ void play(std::span<const Scene> scenes, Seconds end, ScriptWriter& writer) {
 SampleScript writeScript(const AppLayout& layout, Seconds duration, std::uint64_t seed) {
     Random random(seed);
     ScriptWriter writer(layout, Random(random.next()));
-    writer.rest(0.3, 0.7);
+    writer.rest(0.2, 0.4);
     const Seconds end = duration - 0.2;
     play(kOpening, end, writer);
     for (Seconds before = -1; before < writer.now();) {

@@ -1,5 +1,5 @@
-// The plane kernels on one core, in milliseconds a call. GLINTRO_BENCH_TARGETS limits the vector
-// instructions, for example to "AVX2".
+// The plane kernels on one core, in milliseconds a call. GLINTRO_BENCH_TARGET names the only vector
+// instructions to use, for example AVX2 or SCALAR.
 
 #include <cstdlib>
 #include <random>
@@ -139,20 +139,16 @@ BENCHMARK_CAPTURE(blurPlane, sigma_7_9_1920x1080, kFrame, 7.9);
 BENCHMARK_CAPTURE(blurPlane, sigma_26_1920x1080, kFrame, 26.0);
 BENCHMARK_CAPTURE(blurPlane, sigma_80_3840x2160, PixelSize{3840, 2160}, 80.0);
 
-void limitTargets() {
-    const char* const wanted = std::getenv("GLINTRO_BENCH_TARGETS");
-    if (wanted == nullptr) return;
+// Settings that must stand before the benchmarks run.
+[[maybe_unused]] const bool prepared = [] {
+    benchmark::SetDefaultTimeUnit(benchmark::kMillisecond);
+    const char* const wanted = std::getenv("GLINTRO_BENCH_TARGET");
+    if (wanted == nullptr) return false;
     for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
         if (std::string_view(hwy::TargetName(target)) == wanted) hwy::SetSupportedTargetsForTest(target);
     }
-}
+    return true;
+}();
 
 } // namespace
 } // namespace glintro
-
-int main(int argc, char** argv) {
-    glintro::limitTargets();
-    benchmark::Initialize(&argc, argv);
-    benchmark::SetDefaultTimeUnit(benchmark::kMillisecond);
-    benchmark::RunSpecifiedBenchmarks();
-}

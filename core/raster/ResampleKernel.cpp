@@ -262,8 +262,8 @@ void resampleAll(PlaneView source, const FilterBank& columns, const FilterBank& 
         }
     }
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-    // GCC 12 forgets this after the wide filter with 512 bits, and then all SSE code of the program, even scalar
-    // arithmetic, takes three times as long.
+    // GCC 12 forgets this after the wide filter with 512 bits, and then all SSE code of the program, even
+    // scalar arithmetic, takes three times as long.
     _mm256_zeroupper();
 #endif
 }

@@ -107,7 +107,7 @@ CLI::Option* addAspect(CLI::App& app, std::optional<AspectRatio>& value) {
     };
     return app
         .add_option_function<std::string>("--aspect", take,
-                                          "Shape of the canvas instead of the reel's own: " + aspectNames())
+                                          "Shape of the canvas instead of the reel's own:\n" + aspectNames())
         ->type_name("SHAPE");
 }
 
@@ -117,7 +117,7 @@ CLI::Option* addLook(CLI::App& app, std::optional<Look>& value) {
         if (!value) reject(fmt::format("There is no Look “{}”. The Looks are {}.", text, lookNames()));
     };
     return app
-        .add_option_function<std::string>("--look", take, "Look instead of the reel's own: " + lookNames())
+        .add_option_function<std::string>("--look", take, "Look instead of the reel's own:\n" + lookNames())
         ->type_name("NAME");
 }
 

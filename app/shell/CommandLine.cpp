@@ -42,7 +42,7 @@ void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output, 
         .add_option_function<std::string>(
             "-o,--output", take,
             fmt::format(
-                "The {} file to write; without it a new one in the current folder, named after the reel",
+                "The {} file to write; without it a new one\nin the current folder, named after the reel",
                 kind))
         ->type_name("FILE");
 }
@@ -80,6 +80,9 @@ class Grammar {
 };
 
 Grammar::Grammar() {
+    app_.get_formatter()->label("REQUIRED", "");
+    app_.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app_.get_formatter()->label("Subcommands", "Commands");
     app_.set_version_flag("--version", "glintro " GLINTRO_VERSION, "Print the version and exit");
     app_.set_help_flag("-h,--help", "Print this help and exit");
     app_.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
@@ -98,7 +101,8 @@ void Grammar::describeRender() {
     render_ = addCommand(app_, "render", "Render a reel as it is edited to an MP4 movie",
                          "  glintro render my-reel\n"
                          "  glintro render my-reel -o demo.mp4 --short-side 1440 --look Dusk\n"
-                         "  glintro render my-reel --aspect 9:16 --fill --fps 30");
+                         "  glintro render my-reel --aspect 9:16 --fill --fps 30\n"
+                         "Ctrl-C cancels, with exit status 1, and leaves no unfinished file.");
     RenderArguments& to = renderArguments_;
     addFolder(*render_, "REEL", kReel, to.reel);
     addOutput(*render_, to.output, ".mp4");
@@ -133,7 +137,7 @@ void Grammar::describeInspect() {
     InspectArguments& to = inspectArguments_;
     addFolder(*inspect_, "REEL", kReel, to.reel);
     addTimes(*inspect_, "--at", to.at,
-             "Time in the recording, in seconds, to print the zoom and the pointer of; may be repeated");
+             "Time in the recording, in seconds, to print the\nzoom and the pointer of; may be repeated");
     addReport(*inspect_, to.report);
 }
 
@@ -164,8 +168,7 @@ std::string Grammar::expectation(const CLI::ParseError& error) const {
     const auto chosen = app_.get_subcommands();
     const auto extra = app_.remaining(true);
     if (error.get_name() == "ValidationError") return error.what();
-    if (chosen.empty() && extra.empty())
-        return "A command is expected: there is no window to open yet.\n\n" + app_.help();
+    if (chosen.empty() && extra.empty()) return "A command is expected: there is no window to open yet.";
     if (chosen.empty() && !extra.front().starts_with('-'))
         return fmt::format("“{}” is not a command of glintro.", extra.front());
     if (!extra.empty() && extra.front().starts_with('-'))
@@ -194,9 +197,12 @@ std::expected<Command, Notice> Grammar::parse(const std::vector<std::string>& ar
 
 Notice Grammar::wrongUsage(const std::string& sentence) const {
     const auto chosen = app_.get_subcommands();
-    const std::string help = chosen.empty() ? "" : chosen.front()->get_name() + " ";
-    return {ExitStatus::wrongUsage,
-            fmt::format("glintro: {}\nRun “glintro {}--help” to see what it takes.\n", sentence, help)};
+    const bool nothingGiven = chosen.empty() && app_.remaining().empty();
+    const std::string command = chosen.empty() ? "" : chosen.front()->get_name() + " ";
+    const std::string help = nothingGiven
+                                 ? "\n" + app_.help()
+                                 : fmt::format("Run “glintro {}--help” to see what it takes.\n", command);
+    return {ExitStatus::wrongUsage, fmt::format("glintro: {}\n{}", sentence, help)};
 }
 
 } // namespace

@@ -30,18 +30,23 @@ std::string rateText(double rate) {
     return fmt::format("{:.4g}×", rate);
 }
 
+std::string counted(std::size_t count, const char* what) {
+    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
 std::string summary(const Inspection& reel) {
     const ProjectInfo& info = reel.info;
     return fmt::format(
         "{}\n"
         "  Recorded  {}, {:.0f} × {:.0f} pixels, {}{}{}\n"
         "  Style     {}, {} ({} × {})\n"
-        "  Finished  {}, {} shots, {} pieces\n",
+        "  Finished  {}, {}, {}\n",
         printable(info.name), timestampText(info.created).value_or("at an unknown time"), info.width,
         info.height, timecode(info.duration), info.hasAudio ? ", sound" : "",
         info.hasCamera ? ", camera" : "", reel.look ? reel.look->name : "Custom",
         storedText(info.settings.aspect), reel.canvas.width, reel.canvas.height,
-        timecode(reel.map.compDuration()), reel.shots.size(), reel.map.pieces().size());
+        timecode(reel.map.compDuration()), counted(reel.shots.size(), "shot"),
+        counted(reel.map.pieces().size(), "piece"));
 }
 
 std::string shotTable(const Inspection& reel) {

@@ -54,7 +54,7 @@ std::string safeStem(std::string_view name) {
 std::string folderName(const fs::path& folder) {
     std::error_code ignored;
     const fs::path whole = fs::weakly_canonical(folder, ignored);
-    return whole.filename().string();
+    return (whole.has_filename() ? whole : whole.parent_path()).filename().string();
 }
 
 bool isReelFile(const Project& project, const fs::path& file) {

@@ -50,7 +50,7 @@ Result<RenderedMovie> renderTo(const fs::path& file, const Project& project,
     ExportRequest request{.project = project,
                           .settings = project.info.settings,
                           .options = arguments.options,
-                          .to = file,
+                          .to = fs::absolute(file),
                           .workers = arguments.workers};
     if (arguments.look) arguments.look->apply(request.settings);
     const auto frames = exportMovie(request);

@@ -28,9 +28,9 @@ Result<void> runSample(const SampleArguments& arguments, const Console& console)
     const auto project = make(arguments);
     if (!project) return std::unexpected(project.error());
     const ProjectInfo& info = project->info;
-    fmt::print(console.out, "{}\n  {:.0f} × {:.0f}, {} fps, {}{}{}, {} zooms\n", project->folder().string(),
-               info.width, info.height, arguments.options.fps, timecode(info.duration),
-               info.hasAudio ? ", sound" : "", info.hasCamera ? ", camera" : "", info.settings.zooms.size());
+    fmt::print(console.out, "{}\n  {:.0f} × {:.0f}, {} fps, {}{}{}\n", project->folder().string(), info.width,
+               info.height, arguments.options.fps, timecode(info.duration), info.hasAudio ? ", sound" : "",
+               info.hasCamera ? ", camera" : "");
     return {};
 }
 

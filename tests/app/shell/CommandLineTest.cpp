@@ -1,0 +1,143 @@
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "app/shell/CommandLine.h"
+
+namespace glintro {
+namespace {
+
+std::vector<std::string> words(const std::string& line) {
+    std::istringstream stream(line);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
+
+template <class Arguments>
+Arguments parsed(const std::string& line) {
+    const auto command = parseCommandLine(words(line));
+    EXPECT_TRUE(command) << line << ": " << (command ? "" : command.error().text);
+    const Arguments* arguments = command ? std::get_if<Arguments>(&*command) : nullptr;
+    EXPECT_NE(arguments, nullptr) << line;
+    return arguments ? *arguments : Arguments{};
+}
+
+TEST(CommandLine, SaysWhatWasExpected) {
+    struct Row {
+        const char* line;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"", "A command is expected: there is no window to open yet."},
+        {"polish reel", "“polish” is not a command of glintro."},
+        {"--fast", "“--fast” is not an option of glintro."},
+        {"render", "REEL is required."},
+        {"render a b", "“b” is one argument too many."},
+        {"render a --quick", "“--quick” is not an option of glintro render."},
+        {"render a --fps", "--fps expects a value."},
+        {"render a --fps 0", "--fps expects a whole number from 1 to 240, not “0”."},
+        {"render a --fps 29.97", "--fps expects a whole number from 1 to 240, not “29.97”."},
+        {"render a --fps 0x10", "not “0x10”."},
+        {"render a --fps -30", "not “-30”."},
+        {"render a --fps=", "--fps expects"},
+        {"render a --short-side 8193", "--short-side expects a whole number from 2 to 8192"},
+        {"render a --workers 99999999999999999999", "--workers expects a whole number from 1 to 256"},
+        {"render a --aspect source", "--aspect expects one of 16:9, 9:16, 1:1, 4:3, Source, not “source”."},
+        {"render a --look dusk",
+         "There is no Look “dusk”. The Looks are Aurora, Studio, Dusk, Midnight, Paper, Mono, Desktop, "
+         "Bare."},
+        {"render a -o movie.gif", "-o expects the name of a .mp4 file, not “movie.gif”."},
+        {"still a -o still.jpg", "-o expects the name of a .png file, not “still.jpg”."},
+        {"still a --at NaN", "--at expects a time in seconds such as 2.5, not “NaN”."},
+        {"still a --at 1e999", "--at expects a time"},
+        {"still a --fps 30", "“--fps” is not an option of glintro still."},
+        {"inspect a --at 1 --at -inf", "--at expects a time in seconds such as 2.5, not “-inf”."},
+        {"inspect a --at 1,5", "not “1,5”."},
+        {"sample a --size 640",
+         "--size expects two even numbers from 64 to 8192 such as 1920x1200, not “640”."},
+        {"sample a --size 641x480", "not “641x480”."},
+        {"sample a --seconds 0", "--seconds expects seconds from 0.5 to 3600, not “0”."},
+        {"sample a --seed -1", "--seed expects a whole number from 0, not “-1”."},
+        {"sample", "DIR is required."},
+    };
+    for (const Row& row : rows) {
+        const auto command = parseCommandLine(words(row.line));
+        ASSERT_FALSE(command) << row.line;
+        EXPECT_EQ(command.error().status, ExitStatus::wrongUsage) << row.line;
+        EXPECT_NE(command.error().text.find(row.expected), std::string::npos) << row.line << "\n"
+                                                                              << command.error().text;
+        EXPECT_NE(command.error().text.find("--help"), std::string::npos) << row.line;
+    }
+}
+
+TEST(CommandLine, ExplainsItselfAtEveryLevel) {
+    struct Row {
+        const char* line;
+        const char* expected;
+    };
+    const Row rows[] = {
+        {"--version", "glintro " GLINTRO_VERSION "\n"},
+        {"--help", "render"},
+        {"-h", "inspect"},
+        {"render --help", "--short-side"},
+        {"still a --help", "--long-side"},
+        {"inspect -h", "--json"},
+        {"sample --help", "--no-camera"},
+    };
+    for (const Row& row : rows) {
+        const auto command = parseCommandLine(words(row.line));
+        ASSERT_FALSE(command) << row.line;
+        EXPECT_EQ(command.error().status, ExitStatus::success) << row.line;
+        EXPECT_NE(command.error().text.find(row.expected), std::string::npos) << command.error().text;
+    }
+}
+
+TEST(CommandLine, ReadsRender) {
+    const auto all = parsed<RenderArguments>(
+        "render reels/a -o out/b.MP4 --short-side 720 --fps 30 --aspect "
+        "9:16 --fill --look Dusk --workers 3 --json");
+    EXPECT_EQ(all.reel, "reels/a");
+    EXPECT_EQ(all.output, "out/b.MP4");
+    const ExportOptions expected{.shortSide = 720, .fps = 30, .aspect = AspectRatio::tall, .fill = true};
+    EXPECT_EQ(all.options, expected);
+    EXPECT_EQ(all.look, Look::named("Dusk"));
+    EXPECT_EQ(all.workers, 3);
+    EXPECT_EQ(all.report, Report::json);
+
+    const auto none = parsed<RenderArguments>("render still"); // a reel may be called like a command
+    EXPECT_EQ(none.reel, "still");
+    EXPECT_EQ(none.options, ExportOptions());
+    EXPECT_FALSE(none.output || none.look);
+    EXPECT_EQ(none.report, Report::text);
+    EXPECT_EQ(parsed<RenderArguments>("render --fps 24 -- --odd-name").reel, "--odd-name");
+    EXPECT_EQ(parsed<RenderArguments>("render a --fps 060").options.fps, 60); // never octal
+    EXPECT_EQ(parsed<RenderArguments>("render a --fps 24 --fps 25").options.fps, 25);
+}
+
+TEST(CommandLine, ReadsTheOtherCommands) {
+    const auto still = parsed<StillArguments>("still --at 12.25 a -o b.png --long-side 640 --look Bare");
+    EXPECT_EQ(still.reel, "a");
+    EXPECT_EQ(still.at, 12.25);
+    EXPECT_EQ(still.output, "b.png");
+    EXPECT_EQ(still.longSide, 640);
+    EXPECT_EQ(still.look, Look::named("Bare"));
+    EXPECT_EQ(parsed<StillArguments>("still a").longSide, 1920);
+
+    const auto inspect = parsed<InspectArguments>("inspect --at 3 --at -1 --at=1e-3 a --json");
+    EXPECT_EQ(inspect.reel, "a");
+    EXPECT_EQ(inspect.at, (std::vector<Seconds>{3, -1, 0.001}));
+    EXPECT_EQ(inspect.report, Report::json);
+
+    const auto sample = parsed<SampleArguments>(
+        "sample a --seconds 2.5 --size 640x480 --fps 25 --seed 9 --no-camera --no-mic");
+    EXPECT_EQ(sample.folder, "a");
+    EXPECT_EQ(sample.options.seconds, 2.5);
+    EXPECT_EQ(sample.options.size, (PixelSize{640, 480}));
+    EXPECT_EQ(sample.options.fps, 25);
+    EXPECT_EQ(sample.options.seed, 9U);
+    EXPECT_EQ(sample.options.camera, SampleCamera::off);
+    EXPECT_EQ(sample.options.microphone, SampleMicrophone::off);
+    EXPECT_EQ(parsed<SampleArguments>("sample a").options.camera, SampleCamera::on);
+}
+
+} // namespace
+} // namespace glintro

@@ -12,29 +12,39 @@
 namespace glintro {
 namespace {
 
-// Pictures being drawn or written; they go back and are used again.
+// Pictures being drawn or written. One that nobody holds any more goes back and is used again; an encoder may
+// keep one longer than the pool lives.
 class PicturePool {
   public:
     PicturePool(PixelLayout layout, PixelSize size) : layout_(layout), size_(size) {}
 
-    std::unique_ptr<PictureBuffer> take() {
-        const std::scoped_lock guard(lock_);
-        if (free_.empty()) return std::make_unique<PictureBuffer>(layout_, size_);
-        auto picture = std::move(free_.back());
-        free_.pop_back();
-        return picture;
-    }
-
-    void giveBack(std::unique_ptr<PictureBuffer> picture) {
-        const std::scoped_lock guard(lock_);
-        free_.push_back(std::move(picture));
+    std::shared_ptr<PictureBuffer> take() {
+        std::unique_ptr<PictureBuffer> picture = free_->pop();
+        if (!picture) picture = std::make_unique<PictureBuffer>(layout_, size_);
+        return {picture.release(), [free = free_](PictureBuffer* used) { free->push(used); }};
     }
 
   private:
+    struct FreeList {
+        std::mutex lock;
+        std::vector<std::unique_ptr<PictureBuffer>> pictures; // guarded by lock
+
+        std::unique_ptr<PictureBuffer> pop() {
+            const std::scoped_lock guard(lock);
+            if (pictures.empty()) return nullptr;
+            auto picture = std::move(pictures.back());
+            pictures.pop_back();
+            return picture;
+        }
+        void push(PictureBuffer* picture) {
+            const std::scoped_lock guard(lock);
+            pictures.emplace_back(picture);
+        }
+    };
+
     PixelLayout layout_;
     PixelSize size_;
-    std::mutex lock_;
-    std::vector<std::unique_ptr<PictureBuffer>> free_; // guarded by lock_
+    std::shared_ptr<FreeList> free_ = std::make_shared<FreeList>();
 };
 
 // One frame on its way: the reader fills in what to draw, a worker draws it and says so, the writer waits for
@@ -43,7 +53,7 @@ struct Slot {
     std::int64_t index = 0;
     FrameChange change = FrameChange::drawn;
     ReelFrame frame;
-    std::unique_ptr<PictureBuffer> picture;
+    std::shared_ptr<PictureBuffer> picture;
     std::binary_semaphore done{0};
 };
 using SlotPtr = std::shared_ptr<Slot>;
@@ -105,17 +115,15 @@ class Pump {
 
     Result<void> writeAll(
         const std::function<Result<void>(const Picture&, std::int64_t, FrameChange)>& write) {
-        std::unique_ptr<PictureBuffer> current;
+        Picture current;
         while (const auto slot = ordered_.pop()) {
             if (cancel_.isCancelled()) return std::unexpected(Failure::cancelled());
             if ((*slot)->change == FrameChange::drawn) {
                 (*slot)->done.acquire();
-                if (current) pool_.giveBack(std::move(current));
-                current = std::move((*slot)->picture);
+                current = std::as_const(*(*slot)->picture).view();
+                current.storage = std::move((*slot)->picture);
             }
-            if (auto written = write(std::as_const(*current).view(), (*slot)->index, (*slot)->change);
-                !written)
-                return written;
+            if (auto written = write(current, (*slot)->index, (*slot)->change); !written) return written;
         }
         if (cancel_.isCancelled()) return std::unexpected(Failure::cancelled());
         if (auto failed = ordered_.failure()) return std::unexpected(*std::move(failed));

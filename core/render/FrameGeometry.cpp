@@ -86,6 +86,8 @@ Rect zoomWindow(const ZoomCamera& camera, Seconds sourceTime, Size source, Size 
         if (zoom.scale <= kUnzoomed && camera.camera()) centre = camera.camera()->position(sourceTime);
         centre = insideSource(centre, source, crop, zoom.scale);
     }
+    // A spring that a file made too stiff diverges.
+    if (!std::isfinite(centre.x) || !std::isfinite(centre.y)) centre = {0.5, 0.5};
     const double width = std::max(crop.width / zoom.scale, kMinWindow);
     const double height = std::max(crop.height / zoom.scale, kMinWindow);
     return {source.width * centre.x - width / 2, source.height * centre.y - height / 2, width, height};

@@ -79,8 +79,9 @@ FramePlan planFrame(const ProjectSettings& settings, const ZoomCamera& camera, S
                 plan.ripples.push_back(planRipple(click, t, height, place, layer));
     }
     const double bitmapScale = height * pressFactor(camera.clicks(), t) / kPointerBitmapHeight;
-    plan.pointer = PointerPlan{place(camera.cursor()->position(t)),
-                               {bitmapScale * layer.width, bitmapScale * layer.height}};
+    const Point tip = place(camera.cursor()->position(t));
+    if (std::isfinite(tip.x) && std::isfinite(tip.y))
+        plan.pointer = PointerPlan{tip, {bitmapScale * layer.width, bitmapScale * layer.height}};
     return plan;
 }
 

@@ -213,7 +213,7 @@ TEST(FrameRenderer, ThreadsShareOneRenderer) {
 TEST(FrameRenderer, AbsurdSettingsStillDraw) {
     const PicturePtr screen = recording(kSource, kGreen);
     const double huge = 1e300;
-    std::vector<ProjectSettings> all(12);
+    std::vector<ProjectSettings> all(13);
     all[0].padding = huge;
     all[1].padding = -huge;
     all[2].cornerRadius = huge;
@@ -227,6 +227,8 @@ TEST(FrameRenderer, AbsurdSettingsStillDraw) {
     all[10].zooms = {{.start = -huge, .end = huge, .scale = -huge}};
     all[11].solidHex = "not a colour";
     all[11].background = BackgroundKind::solid;
+    all[12].cursorSmoothing = -1e6;
+    all[12].zooms = {{.start = 0, .end = 9, .scale = 2}};
     RecordingEvents events = pointerAt(0.5, 0.5);
     events.cursor.push_back({{3, huge, -huge}});
     for (const ProjectSettings& settings : all)

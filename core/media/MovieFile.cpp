@@ -191,9 +191,10 @@ Seconds MovieFile::declaredDuration() const {
     if (video_->duration != AV_NOPTS_VALUE && video_->duration > 0) {
         return toSeconds(video_->duration, video_->time_base);
     }
-    return input_->duration != AV_NOPTS_VALUE
-               ? std::max<double>(0, toSeconds(input_->duration, AV_TIME_BASE_Q))
-               : 0;
+    if (input_->duration == AV_NOPTS_VALUE) return 0;
+    // A container's own duration may count from time 0, before the first frame.
+    const Seconds start = std::max(0.0, toSeconds(videoStart_, video_->time_base));
+    return std::max(0.0, toSeconds(input_->duration, AV_TIME_BASE_Q) - start);
 }
 
 } // namespace glintro

@@ -40,10 +40,13 @@ constexpr std::array<Series, 3> kPeriods{
       {572300, 84650, 17.9, 38},
       {0.29, 0.23, 0.24, 0.14, 0.10}}}};
 
-constexpr std::array<const char*, 8> kNewTasks{"Order shelves for the window", "Book a photographer",
-                                               "Print new allergen cards",     "Invite the neighbours",
-                                               "Check the card reader",        "Translate the menu",
-                                               "Plan the flower delivery",     "Film the opening day"};
+constexpr std::array<const char*, 18> kNewTasks{
+    "Order shelves for the window", "Book a photographer",       "Print new allergen cards",
+    "Invite the neighbours",        "Check the card reader",     "Translate the menu",
+    "Plan the flower delivery",     "Film the opening day",      "Paint the back door",
+    "Taste the rye samples",        "Hang the pendant lamps",    "Update the price list",
+    "Thank the carpenters",         "Pick the opening playlist", "Order linen aprons",
+    "Count the bread baskets",      "Write the first job ad",    "Test the coffee grinder"};
 
 constexpr std::array<const char*, 6> kReplies{
     "Looks lovely, let's go with the second one.", "Thanks! I will bring samples on Thursday.",

@@ -9,21 +9,14 @@ namespace {
 
 constexpr double kWindowRadius = 12;
 
-void cutOutWindow(cairo_surface_t* surface, const AppLayout& layout, double scale) {
+void cutOutWindow(cairo_surface_t* surface, const AppLayout& layout) {
     const ContextPtr context(cairo_create(surface));
+    const auto pixel = [&](double points) { return std::round(points * layout.scale); };
     const Rect& w = layout.window;
-    const double right = std::round((w.x + w.width) * scale);
-    const double bottom = std::round((w.y + w.height) * scale);
-    const double left = std::round(w.x * scale);
-    const double top = std::round(w.y * scale);
-    const double r = kWindowRadius * scale;
-    constexpr double quarter = 1.5707963267948966;
+    const Rect area{pixel(w.x), pixel(w.y), pixel(w.x + w.width) - pixel(w.x),
+                    pixel(w.y + w.height) - pixel(w.y)};
+    traceRounded(context.get(), area, kWindowRadius * layout.scale);
     cairo_set_operator(context.get(), CAIRO_OPERATOR_DEST_OUT);
-    cairo_arc(context.get(), right - r, top + r, r, -quarter, 0);
-    cairo_arc(context.get(), right - r, bottom - r, r, 0, quarter);
-    cairo_arc(context.get(), left + r, bottom - r, r, quarter, 2 * quarter);
-    cairo_arc(context.get(), left + r, top + r, r, 2 * quarter, 3 * quarter);
-    cairo_close_path(context.get());
     cairo_fill(context.get());
 }
 
@@ -51,7 +44,7 @@ AppPainter::AppPainter(PixelSize size, const AppLayout& layout)
     cairo_surface_t* target = cairo_get_target(canvas_.context());
     desktop_ = copyOf(target, CAIRO_FORMAT_RGB24, size);
     frame_ = copyOf(target, CAIRO_FORMAT_ARGB32, size);
-    cutOutWindow(frame_.get(), layout, layout.scale);
+    cutOutWindow(frame_.get(), layout);
 }
 
 void AppPainter::paint(const AppState& state, const AppFrame& frame) {

@@ -100,6 +100,22 @@ bool AppState::shows(Target target) const {
     }
 }
 
+Rect AppState::visibleArea(Target target, Seconds time) const {
+    Rect whole = area(target, time);
+    if (target.part != Part::listRow) return whole;
+    const Rect& list = layout_->list; // cuts off the rows that are scrolled out
+    const double top = std::max(whole.y, list.y);
+    const double bottom = std::min(whole.y + whole.height, list.y + list.height);
+    return {whole.x, top, whole.width, std::max(0.0, bottom - top)};
+}
+
+bool AppState::onBoard(std::string_view wanted) const {
+    return std::ranges::any_of(columns, [&](const auto& ids) {
+        return std::ranges::any_of(
+            ids, [&](int id) { return tasks[static_cast<std::size_t>(id)].task.title == wanted; });
+    });
+}
+
 Rect AppState::area(Target target, Seconds time) const {
     const AppLayout& l = *layout_;
     switch (target.part) {
@@ -150,7 +166,8 @@ Target AppState::targetAt(Point pointer, Seconds time) const {
     const auto find = [&](auto parts) -> Target {
         for (const Part part : parts) {
             for (int i = 0; i < count(part, *this); ++i) {
-                if (const Target target{part, i}; shows(target) && contains(area(target, time), pointer))
+                if (const Target target{part, i};
+                    shows(target) && contains(visibleArea(target, time), pointer))
                     return target;
             }
         }

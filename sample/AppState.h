@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sample/AppContent.h"
@@ -52,6 +53,7 @@ class AppState {
     void receive(const InputEvent& event);
     Target targetAt(Point pointer, Seconds time) const;
     Rect area(Target target, Seconds time) const;
+    bool onBoard(std::string_view title) const;
     const AppLayout& layout() const { return *layout_; }
 
     View view = View::board;
@@ -107,6 +109,7 @@ class AppState {
     void settleCards(Seconds time);
     void announce(std::string text, Seconds time);
     bool shows(Target target) const;
+    Rect visibleArea(Target target, Seconds time) const;
 
     const AppLayout* layout_;
 };

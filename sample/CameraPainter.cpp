@@ -5,6 +5,8 @@
 #include <initializer_list>
 #include <numbers>
 
+#include "sample/CameraRoom.h"
+
 namespace glintro::sample {
 namespace {
 
@@ -20,113 +22,10 @@ constexpr Point kHead{640, 318};
 constexpr double kNearness = 1.17; // how much larger the person is than drawn
 constexpr Seconds kBlinkLength = 0.17;
 
-struct PatternDeleter {
-    void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
-};
-using PatternPtr = std::unique_ptr<cairo_pattern_t, PatternDeleter>;
-
-void setSource(cairo_t* context, Colour c) {
-    cairo_set_source_rgba(context, c.red, c.green, c.blue, c.alpha);
-}
-
-void ellipse(cairo_t* context, Point middle, double across, double down) {
-    cairo_save(context);
-    cairo_translate(context, middle.x, middle.y);
-    cairo_scale(context, across, down);
-    cairo_new_sub_path(context);
-    cairo_arc(context, 0, 0, 1, 0, 2 * std::numbers::pi);
-    cairo_restore(context);
-}
-
 void fillEllipse(cairo_t* context, Point middle, double across, double down, Colour colour) {
     ellipse(context, middle, across, down);
     setSource(context, colour);
     cairo_fill(context);
-}
-
-// Light or shade that fades out from the middle.
-void glow(cairo_t* context, Point middle, double radius, Colour colour) {
-    const PatternPtr shade(cairo_pattern_create_radial(middle.x, middle.y, 0, middle.x, middle.y, radius));
-    cairo_pattern_add_color_stop_rgba(shade.get(), 0, colour.red, colour.green, colour.blue, colour.alpha);
-    cairo_pattern_add_color_stop_rgba(shade.get(), 0.5, colour.red, colour.green, colour.blue,
-                                      colour.alpha * 0.35);
-    cairo_pattern_add_color_stop_rgba(shade.get(), 1, colour.red, colour.green, colour.blue, 0);
-    cairo_set_source(context, shade.get());
-    cairo_rectangle(context, middle.x - radius, middle.y - radius, 2 * radius, 2 * radius);
-    cairo_fill(context);
-}
-
-void fillRect(cairo_t* context, Rect area, Colour colour) {
-    cairo_rectangle(context, area.x, area.y, area.width, area.height);
-    setSource(context, colour);
-    cairo_fill(context);
-}
-
-void paintShelf(cairo_t* context) {
-    constexpr Colour spines[] = {rgb(0x8FA7A4), rgb(0xC98A63), rgb(0xE3D6C3),
-                                 rgb(0x6E8791), rgb(0xB5655A), rgb(0xD9B77E)};
-    for (const double y : {250.0, 420.0}) {
-        double x = 880;
-        for (int i = 0; x < 1210; ++i) {
-            const double width = 18 + (i * 7 % 5) * 5;
-            const double height = 84 + (i * 11 % 6) * 9;
-            fillRect(context, {x, y - height, width, height}, spines[(i * 5 + (y > 300 ? 2 : 0)) % 6]);
-            x += width + (i % 4 == 3 ? 34 : 3);
-        }
-        fillRect(context, {850, y, 390, 13}, rgb(0x9B7558));
-    }
-}
-
-void paintPlant(cairo_t* context) {
-    fillRect(context, {148, 560, 104, 130}, rgb(0xB97F5E));
-    for (int i = 0; i < 9; ++i) {
-        cairo_save(context);
-        cairo_translate(context, 200, 560);
-        cairo_rotate(context, (i - 4) * 0.27);
-        ellipse(context, {0, -105.0 - (i % 3) * 26}, 24, 92);
-        setSource(context, i % 2 == 0 ? rgb(0x5C8A6B) : rgb(0x47745A));
-        cairo_fill(context);
-        cairo_restore(context);
-    }
-}
-
-// Drawn small and enlarged, the room is out of focus as behind a wide aperture.
-SurfacePtr blurredRoom() {
-    constexpr int reduction = 18;
-    SurfacePtr small(cairo_image_surface_create(CAIRO_FORMAT_RGB24, CameraPainter::kSize.width / reduction,
-                                                CameraPainter::kSize.height / reduction));
-    const ContextPtr context(cairo_create(small.get()));
-    cairo_scale(context.get(), 1.0 / reduction, 1.0 / reduction);
-    fillRect(context.get(), {0, 0, 1300, 740}, rgb(0xD8CDBF));
-    fillRect(context.get(), {60, 40, 300, 360}, rgb(0xF7F4EA));
-    fillRect(context.get(), {205, 40, 12, 360}, rgb(0xCFC2B1));
-    fillRect(context.get(), {60, 215, 300, 12}, rgb(0xCFC2B1));
-    paintShelf(context.get());
-    paintPlant(context.get());
-    glow(context.get(), {210, 200}, 620, rgb(0xFFF6DD).withAlpha(0.55));
-    glow(context.get(), {1120, 640}, 560, rgb(0x5A463B).withAlpha(0.4));
-    cairo_surface_flush(small.get());
-
-    SurfacePtr room(cairo_image_surface_create(CAIRO_FORMAT_RGB24, CameraPainter::kSize.width,
-                                               CameraPainter::kSize.height));
-    const ContextPtr enlarge(cairo_create(room.get()));
-    cairo_scale(enlarge.get(), reduction * 1.04,
-                reduction * 1.04); // a little more than the frame, so no edge shows
-    cairo_translate(enlarge.get(), -1, -0.8);
-    cairo_set_source_surface(enlarge.get(), small.get(), 0, 0);
-    cairo_pattern_set_filter(cairo_get_source(enlarge.get()), CAIRO_FILTER_BILINEAR);
-    cairo_pattern_set_extend(cairo_get_source(enlarge.get()), CAIRO_EXTEND_PAD);
-    cairo_paint(enlarge.get());
-    return room;
-}
-
-// The window's light over the whole picture.
-SurfacePtr windowLight() {
-    SurfacePtr light(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, CameraPainter::kSize.width,
-                                                CameraPainter::kSize.height));
-    const ContextPtr context(cairo_create(light.get()));
-    glow(context.get(), {180, 60}, 1000, rgb(0xFFF3D6).withAlpha(0.2));
-    return light;
 }
 
 double wave(Seconds time, double period, double phase) {
@@ -136,7 +35,7 @@ double wave(Seconds time, double period, double phase) {
 } // namespace
 
 CameraPainter::CameraPainter(const SpeechRhythm& rhythm, Seconds duration, std::uint64_t seed)
-    : rhythm_(&rhythm), canvas_(kSize, 1), room_(blurredRoom()), light_(windowLight()) {
+    : rhythm_(&rhythm), canvas_(kSize, 1), room_(blurredRoom(kSize)), light_(windowLight(kSize)) {
     Random random(seed);
     sway_ = random.between(0, 6);
     for (Seconds t = random.between(0.8, 2); t < duration; t += random.between(1.8, 5)) {

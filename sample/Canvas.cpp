@@ -61,18 +61,20 @@ void softenMask(cairo_surface_t* mask, int radius) {
     cairo_surface_mark_dirty(mask);
 }
 
-void tracePath(cairo_t* context, double x, double y, double width, double height, double radius) {
-    const double r = std::min({radius, width / 2, height / 2});
+} // namespace
+
+void traceRounded(cairo_t* context, const Rect& area, double radius) {
+    const double r = std::min({radius, area.width / 2, area.height / 2});
+    const double right = area.x + area.width;
+    const double bottom = area.y + area.height;
     constexpr double quarter = std::numbers::pi / 2;
     cairo_new_sub_path(context);
-    cairo_arc(context, x + width - r, y + r, r, -quarter, 0);
-    cairo_arc(context, x + width - r, y + height - r, r, 0, quarter);
-    cairo_arc(context, x + r, y + height - r, r, quarter, 2 * quarter);
-    cairo_arc(context, x + r, y + r, r, 2 * quarter, 3 * quarter);
+    cairo_arc(context, right - r, area.y + r, r, -quarter, 0);
+    cairo_arc(context, right - r, bottom - r, r, 0, quarter);
+    cairo_arc(context, area.x + r, bottom - r, r, quarter, 2 * quarter);
+    cairo_arc(context, area.x + r, area.y + r, r, 2 * quarter, 3 * quarter);
     cairo_close_path(context);
 }
-
-} // namespace
 
 struct Canvas::Fonts {
     ObjectPtr<PangoFontMap> map{pango_cairo_font_map_new()};
@@ -157,10 +159,6 @@ void Canvas::setColour(Colour c) {
     cairo_set_source_rgba(context_.get(), c.red, c.green, c.blue, c.alpha);
 }
 
-void Canvas::roundedPath(const Rect& area, double radius) {
-    tracePath(context_.get(), area.x, area.y, area.width, area.height, radius);
-}
-
 void Canvas::fill(const Rect& area, Colour colour) {
     const Rect r = snapped(area);
     setColour(colour);
@@ -170,7 +168,7 @@ void Canvas::fill(const Rect& area, Colour colour) {
 
 void Canvas::fillRounded(const Rect& area, double radius, Colour colour) {
     setColour(colour);
-    roundedPath(snapped(area), radius);
+    traceRounded(context_.get(), snapped(area), radius);
     cairo_fill(context_.get());
 }
 
@@ -179,8 +177,8 @@ void Canvas::strokeRounded(const Rect& area, double radius, Colour colour, doubl
     const Rect r = snapped(area);
     const double half = thickness / 2;
     setColour(colour);
-    roundedPath({r.x + half, r.y + half, r.width - thickness, r.height - thickness},
-                std::max(0.0, radius - half));
+    traceRounded(context_.get(), {r.x + half, r.y + half, r.width - thickness, r.height - thickness},
+                 std::max(0.0, radius - half));
     cairo_set_line_width(context_.get(), thickness);
     cairo_stroke(context_.get());
 }
@@ -190,15 +188,6 @@ void Canvas::circle(Point centre, double radius, Colour colour) {
     cairo_new_sub_path(context_.get());
     cairo_arc(context_.get(), centre.x, centre.y, radius, 0, 2 * std::numbers::pi);
     cairo_fill(context_.get());
-}
-
-void Canvas::line(Point from, Point to, Colour colour, double width) {
-    setColour(colour);
-    cairo_set_line_width(context_.get(), width);
-    cairo_set_line_cap(context_.get(), CAIRO_LINE_CAP_ROUND);
-    cairo_move_to(context_.get(), from.x, from.y);
-    cairo_line_to(context_.get(), to.x, to.y);
-    cairo_stroke(context_.get());
 }
 
 void Canvas::dropShadow(const Rect& area, double radius, double blur, double drop, double opacity) {
@@ -218,7 +207,10 @@ const Canvas::Mask& Canvas::shadowMask(int width, int height, double radius, dou
         SurfacePtr(cairo_image_surface_create(CAIRO_FORMAT_A8, width + 2 * margin, height + 2 * margin)),
         -margin, -margin, 0, 0};
     const ContextPtr context(cairo_create(mask.surface.get()));
-    tracePath(context.get(), margin, margin, width, height, radius * scale_);
+    traceRounded(context.get(),
+                 {static_cast<double>(margin), static_cast<double>(margin), static_cast<double>(width),
+                  static_cast<double>(height)},
+                 radius * scale_);
     cairo_fill(context.get());
     softenMask(mask.surface.get(), boxRadius);
     return masks_.emplace(key, std::move(mask)).first->second;

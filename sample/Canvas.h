@@ -22,6 +22,14 @@ struct ContextDeleter {
 };
 using ContextPtr = std::unique_ptr<cairo_t, ContextDeleter>;
 
+struct PatternDeleter {
+    void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
+};
+using PatternPtr = std::unique_ptr<cairo_pattern_t, PatternDeleter>;
+
+// Adds a rectangle with round corners to the path.
+void traceRounded(cairo_t* context, const Rect& area, double radius);
+
 enum class Align { left, centre, right };
 
 struct TextStyle {
@@ -60,7 +68,6 @@ class Canvas {
     void fillRounded(const Rect& area, double radius, Colour colour);
     void strokeRounded(const Rect& area, double radius, Colour colour, double width = 1);
     void circle(Point centre, double radius, Colour colour);
-    void line(Point from, Point to, Colour colour, double width);
     void dropShadow(const Rect& area, double radius, double blur, double drop, double opacity);
 
     // `anchor.y` is the middle of the first line's capitals; `anchor.x` its left end, middle or right end.
@@ -77,7 +84,6 @@ class Canvas {
         double height = 0;
     };
     Rect snapped(const Rect& area) const;
-    void roundedPath(const Rect& area, double radius);
     void setColour(Colour colour);
     const Mask& textMask(std::string_view text, const TextStyle& style);
     const Mask& shadowMask(int width, int height, double radius, double blur);

@@ -49,30 +49,14 @@ const char* strokes(Icon icon) {
             return "R 2.5 7.5 17 9 2.5 M 22 10.5 L 22 13.5 R 5 10 9 4 0.6";
         case Icon::sound:
             return "M 4 9.5 L 8 9.5 L 13 5 L 13 19 L 8 14.5 L 4 14.5 Z M 16.5 9 C 18.5 11 18.5 13 16.5 15";
-        case Icon::reply:
-            return "M 10 6 L 4.5 11.5 L 10 17 M 4.5 11.5 L 14 11.5 C 18 11.5 20 14 20 18";
         case Icon::flag:
             return "M 6 21 L 6 4 L 18 4 L 15.5 8.5 L 18 13 L 6 13";
-        case Icon::people:
-            return "O 9 8.5 3.5 M 3 19 C 3 12.5 15 12.5 15 19 M 15 5.5 C 19 5.5 19 11.5 15 11.5 M 17.5 14.5 "
-                   "C "
-                   "20 15 21 17 21 19";
         case Icon::arrowUp:
             return "M 12 19 L 12 5 M 6 11 L 12 5 L 18 11";
         case Icon::more:
             return "D 6 12 1.5 D 12 12 1.5 D 18 12 1.5";
     }
     return "";
-}
-
-void traceRounded(cairo_t* context, double x, double y, double w, double h, double r) {
-    constexpr double quarter = std::numbers::pi / 2;
-    cairo_new_sub_path(context);
-    cairo_arc(context, x + w - r, y + r, r, -quarter, 0);
-    cairo_arc(context, x + w - r, y + h - r, r, 0, quarter);
-    cairo_arc(context, x + r, y + h - r, r, quarter, 2 * quarter);
-    cairo_arc(context, x + r, y + r, r, 2 * quarter, 3 * quarter);
-    cairo_close_path(context);
 }
 
 void traceCommand(cairo_t* context, char command, std::istringstream& path) {
@@ -98,7 +82,7 @@ void traceCommand(cairo_t* context, char command, std::istringstream& path) {
             break;
         case 'R':
             read(5);
-            traceRounded(context, n[0], n[1], n[2], n[3], n[4]);
+            traceRounded(context, {n[0], n[1], n[2], n[3]}, n[4]);
             break;
         case 'O':
         case 'D':

@@ -23,9 +23,7 @@ enum class Icon {
     network,
     battery,
     sound,
-    reply,
     flag,
-    people,
     arrowUp,
     more,
 };

@@ -70,13 +70,12 @@ void paintCurve(Canvas& canvas, const Scene& scene) {
     cairo_line_to(context, plot.x + plot.width, plot.y + plot.height);
     cairo_line_to(context, plot.x, plot.y + plot.height);
     cairo_close_path(context);
-    cairo_pattern_t* shade = cairo_pattern_create_linear(0, plot.y, 0, plot.y + plot.height);
+    const PatternPtr shade(cairo_pattern_create_linear(0, plot.y, 0, plot.y + plot.height));
     const Colour c = theme::accent;
-    cairo_pattern_add_color_stop_rgba(shade, 0, c.red, c.green, c.blue, 0.26);
-    cairo_pattern_add_color_stop_rgba(shade, 1, c.red, c.green, c.blue, 0.02);
-    cairo_set_source(context, shade);
+    cairo_pattern_add_color_stop_rgba(shade.get(), 0, c.red, c.green, c.blue, 0.26);
+    cairo_pattern_add_color_stop_rgba(shade.get(), 1, c.red, c.green, c.blue, 0.02);
+    cairo_set_source(context, shade.get());
     cairo_fill(context);
-    cairo_pattern_destroy(shade);
     traceCurve(context, scene);
     cairo_set_source_rgb(context, c.red, c.green, c.blue);
     cairo_set_line_width(context, 2.4);

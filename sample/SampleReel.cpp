@@ -68,7 +68,8 @@ VideoTrackSettings screenTrack(const SampleOptions& options) {
     return {.size = options.size,
             .fps = options.fps,
             .bitRate = static_cast<std::int64_t>(std::max(1e6, pixels * 8)),
-            .keyFrameInterval = 2 * options.fps,
+            // Counted in frames, which still stretches have few of: about two seconds in the mean.
+            .keyFrameInterval = std::max(1, options.fps / 2),
             .preset = "ultrafast"};
 }
 

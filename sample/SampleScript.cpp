@@ -18,6 +18,17 @@ void goTo(ScriptWriter& writer, View view) {
     writer.rest(0.4, 0.6);
 }
 
+// One that is not on the board yet, as far as there are such.
+const char* newTitle(ScriptWriter& writer) {
+    const auto titles = newTaskTitles();
+    const auto start = static_cast<std::size_t>(writer.random().index(static_cast<int>(titles.size())));
+    for (std::size_t i = 0; i < titles.size(); ++i) {
+        const char* title = titles[(start + i) % titles.size()];
+        if (!writer.state().onBoard(title)) return title;
+    }
+    return titles[start];
+}
+
 enum class Assignee { user, another };
 
 void fillDialog(ScriptWriter& writer, Assignee assignee) {
@@ -26,7 +37,7 @@ void fillDialog(ScriptWriter& writer, Assignee assignee) {
     writer.rest(0.3, 0.4);
     writer.click({Part::titleField, 0});
     writer.rest(0.15, 0.25);
-    writer.type(oneOf(newTaskTitles(), writer.random()));
+    writer.type(newTitle(writer));
     writer.rest(0.2, 0.35);
     writer.click({Part::priorityChoice, writer.random().unit() < 0.7 ? 2 : 0});
     writer.rest(0.15, 0.3);
@@ -83,15 +94,19 @@ void readChart(ScriptWriter& writer) {
     writer.rest(1.0, 1.3);
 }
 
+int firstVisibleRow(const ScriptWriter& writer) {
+    const AppLayout& layout = writer.state().layout();
+    return static_cast<int>(writer.state().scroll.goal() / layout.listRow(0, 0).height) + 1;
+}
+
 void answerMessage(ScriptWriter& writer) {
     goTo(writer, View::inbox);
-    writer.hover({Part::listRow, 3 + (writer.state().scroll.goal() > 0 ? 4 : 0)});
+    writer.hover({Part::listRow, firstVisibleRow(writer) + 2});
     writer.rest(0.2, 0.4);
-    const bool down = writer.state().scroll.goal() < 500;
-    writer.scroll(down ? writer.random().between(380, 620) : -writer.state().scroll.goal(), 6);
+    const bool down = writer.state().scroll.goal() < 400;
+    writer.scroll(down ? writer.random().between(420, 820) : -writer.state().scroll.goal(), 9);
     writer.rest(0.5, 0.9);
-    const double scroll = writer.state().scroll.goal();
-    const int first = static_cast<int>(scroll / 76) + 1;
+    const int first = firstVisibleRow(writer);
     writer.doubleTake({Part::listRow, first + 1 + writer.random().index(4)});
     writer.rest(0.8, 1.3);
     writer.click({Part::reply, 0});

@@ -6,11 +6,6 @@
 namespace glintro::sample {
 namespace {
 
-struct PatternDeleter {
-    void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
-};
-using PatternPtr = std::unique_ptr<cairo_pattern_t, PatternDeleter>;
-
 void addStop(cairo_pattern_t* pattern, double offset, Colour c) {
     cairo_pattern_add_color_stop_rgba(pattern, offset, c.red, c.green, c.blue, c.alpha);
 }

@@ -106,10 +106,10 @@ TEST(ScreenRecordingTest, RedrawingOnlyWhatChangedEqualsDrawingEverything) {
     AppState state(layout);
     std::size_t next = 0;
     const auto& inputs = recording.script().inputs;
-    for (int frame = 0; frame < 60 * 30; ++frame) {
+    for (int frame = 0; frame < 45 * 30; ++frame) {
         const Seconds time = frame / 30.0;
         recording.advance(time);
-        if (frame % 11 != 0) continue;
+        if (frame % 13 != 0) continue;
         while (next < inputs.size() && inputs[next].time <= time) state.receive(inputs[next++]);
         AppPainter fresh(kSize, layout);
         fresh.paint(state, AppFrame::evaluate(state, time, recording.script().path.at(time)));

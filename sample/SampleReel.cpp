@@ -161,12 +161,13 @@ Result<void> writeFiles(const std::filesystem::path& folder, const SampleOptions
 
 Result<Project> makeSample(const std::filesystem::path& folder, const SampleOptions& requested,
                            const Progress& progress) {
+    const Progress report = [&progress](double fraction) { return !progress || progress(fraction); };
     SampleOptions options = requested;
     if (auto valid = check(options); !valid) return std::unexpected(valid.error());
     options.seconds = static_cast<double>(frameCount(options.seconds, options.fps)) / options.fps;
     auto claimed = SampleFolder::claim(folder);
     if (!claimed) return std::unexpected(claimed.error());
-    if (auto written = writeFiles(claimed->path(), options, progress); !written)
+    if (auto written = writeFiles(claimed->path(), options, report); !written)
         return std::unexpected(written.error());
     auto project = Project::registerReel(
         claimed->path(), {.name = "Riverside opening",
@@ -177,7 +178,7 @@ Result<Project> makeSample(const std::filesystem::path& folder, const SampleOpti
                           .created = creation(options.seed)});
     if (!project) return failure("The sample couldn’t be finished.", "its own movie was not accepted");
     claimed->keep();
-    progress(1);
+    report(1);
     return *project;
 }
 

@@ -88,7 +88,7 @@ void paintBoardSubheader(Canvas& canvas, const Scene& scene) {
     for (const int person : {0, 1, 2, 3, 4}) {
         canvas.circle({x, middle}, 15, theme::pane);
         paintAvatar(canvas, person, {x, middle}, 13);
-        x += 25;
+        x += 27;
     }
     x += 12;
     drawIcon(canvas, Icon::calendar, {x + 4, middle}, 15, theme::faint);
@@ -216,6 +216,11 @@ void paintHeaders(Canvas& canvas, const Scene& scene) {
         paintSearch(canvas, scene);
         paintButton(canvas, scene, {Part::filterButton, 0}, l.filterButton, "Filter", ButtonKind::plain);
         paintButton(canvas, scene, {Part::newButton, 0}, l.newButton, "New task", ButtonKind::primary);
+        if (scene.frame.heading.filter != 0) { // a filter is on
+            const Point mark{l.filterButton.x + l.filterButton.width - 3, l.filterButton.y + 3};
+            canvas.circle(mark, 6.5, theme::pane);
+            canvas.circle(mark, 4.5, theme::coral);
+        }
         double x = l.windowControls.x + 14;
         for (const Icon icon : {Icon::minimise, Icon::maximise, Icon::close}) {
             drawIcon(canvas, icon, {x, l.windowControls.y + 16}, 16, theme::muted, 1.4);

@@ -30,7 +30,6 @@ struct MovieReader::Impl {
     VideoDecoder decoder;
     PictureConverter converter;
     MovieProperties properties;
-    Access access;
 
     DecodedFrame current; // the frame handed out last, or none
     DecodedFrame next;    // the frame after it, which ends it
@@ -153,13 +152,8 @@ Result<std::unique_ptr<MovieReader>> MovieReader::open(const std::filesystem::pa
     properties.hasAudio = (*file)->audio() != nullptr;
     properties.videoCodec = avcodec_get_name(stream.codecpar->codec_id);
     PictureConverter converter(properties.naturalSize, orientation);
-    return std::unique_ptr<MovieReader>(new MovieReader(std::unique_ptr<Impl>(new Impl{std::move(*file),
-                                                                                       std::move(*decoder),
-                                                                                       std::move(converter),
-                                                                                       std::move(properties),
-                                                                                       access,
-                                                                                       {},
-                                                                                       {}})));
+    return std::unique_ptr<MovieReader>(new MovieReader(std::unique_ptr<Impl>(new Impl{
+        std::move(*file), std::move(*decoder), std::move(converter), std::move(properties), {}, {}})));
 }
 
 const MovieProperties& MovieReader::properties() const {

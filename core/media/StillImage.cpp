@@ -18,7 +18,7 @@ constexpr const char* kCannotLoad = "The picture can’t be read.";
 constexpr const char* kCannotSave = "The picture can’t be written.";
 constexpr const char* kFormats =
     "image2,png_pipe,jpeg_pipe,webp_pipe,bmp_pipe,tiff_pipe,gif,gif_pipe,jpegxl_pipe,qoi_pipe,svg_pipe,mov";
-constexpr int kLargestSide = 16384;
+constexpr std::int64_t kMostPixels = std::int64_t{1} << 27;
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -78,7 +78,7 @@ void applyColours(SwsContext& scaler, const AVFrame& frame) {
 
 Result<BgraImage> toBgra(const AVFrame& frame) {
     const bool fits =
-        frame.width > 0 && frame.height > 0 && frame.width <= kLargestSide && frame.height <= kLargestSide;
+        frame.width > 0 && frame.height > 0 && std::int64_t{frame.width} * frame.height <= kMostPixels;
     if (!fits) return failure("The picture’s size is not supported.");
     const ScalerPtr scaler(sws_getContext(
         frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,

@@ -31,7 +31,7 @@ void applySettings(AVCodecContext& context, const VideoTrackSettings& settings) 
     context.color_trc = AVCOL_TRC_BT709;
     context.colorspace = AVCOL_SPC_BT709;
     context.chroma_sample_location = AVCHROMA_LOC_LEFT;
-    context.thread_count = 0;
+    context.thread_count = settings.threads;
     context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     // Encoders other than x264 have no such option and ignore it.
     av_opt_set(context.priv_data, "preset", settings.preset.c_str(), 0);

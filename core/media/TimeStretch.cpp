@@ -101,9 +101,14 @@ Result<void> TimeStretch::load(std::int64_t from, std::int64_t to) {
 }
 
 std::int64_t TimeStretch::placeFor(std::int64_t nominal) const {
-    const std::int64_t onset = onsetNear(nominal);
-    if (onset == kNoOnset) return windows_ == 0 ? nominal : bestMatch(nominal);
-    return onset - std::llround(static_cast<double>(onset - nominal) / rate_);
+    const std::int64_t onset = onsetIn(nominal - reach(), nominal + reach());
+    if (onset != kNoOnset) return onset - std::llround(static_cast<double>(onset - nominal) / rate_);
+    const std::int64_t place = windows_ == 0 ? nominal : bestMatch(nominal);
+    if (rate_ >= 1) return place;
+    // Slowed down, a window reaches input that is due only in later windows: a sound that begins there would
+    // be heard before its time, so the window ends where it begins.
+    const std::int64_t ahead = onsetIn(nominal + reach(), nominal + kHop + kLargestShift);
+    return ahead == kNoOnset ? place : std::min(place, ahead - kHop);
 }
 
 // The place near the nominal one whose sound continues the last window best: coarsely, then to the sample.
@@ -148,14 +153,13 @@ double TimeStretch::energy(std::int64_t position) const {
     return sum;
 }
 
-// The start of the loudest sudden sound among the input that the window at `nominal` stands for.
-std::int64_t TimeStretch::onsetNear(std::int64_t nominal) const {
-    const std::int64_t from = nominal - reach();
+// The start of the loudest sudden sound in a stretch of the input.
+std::int64_t TimeStretch::onsetIn(std::int64_t from, std::int64_t to) const {
     double before = 0;
     for (std::int64_t i = 1; i <= kBlocksBefore; ++i) before += energy(from - i * kBlock);
     std::int64_t onset = kNoOnset;
     double loudest = 0;
-    for (std::int64_t at = from; at < nominal + reach(); at += kBlock) {
+    for (std::int64_t at = from; at < to; at += kBlock) {
         const double here = energy(at);
         const bool standsOut = here > kOnsetFloor && here > kOnsetRatio * before / kBlocksBefore;
         if (standsOut && here > loudest) {

@@ -31,7 +31,7 @@ class TimeStretch {
     std::int64_t placeFor(std::int64_t nominal) const;
     std::int64_t bestMatch(std::int64_t nominal) const;
     double similarity(std::int64_t place) const;
-    std::int64_t onsetNear(std::int64_t nominal) const;
+    std::int64_t onsetIn(std::int64_t from, std::int64_t to) const;
     double energy(std::int64_t position) const;
     std::size_t loadedIndex(std::int64_t position) const {
         return static_cast<std::size_t>(position - loadedFrom_);

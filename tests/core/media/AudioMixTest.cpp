@@ -114,7 +114,7 @@ Seconds clickNear(const std::vector<float>& samples, Seconds expected) {
 const std::vector<AudioPiece> kWhole{{0, 10, 1}};
 const std::vector<AudioPiece> kCuts{{0.05, 1.5, 1}, {3.02, 4, 1}, {5.21, 5.3, 1}, {6.6, 9.9, 1}};
 const std::vector<AudioPiece> kSpeeds{{0, 1.5, 1}, {1.5, 4, 2}, {4, 5, 1}, {5, 7, 1.25}, {8, 9.9, 4}};
-const std::vector<AudioPiece> kSlow{{0, 3, 0.5}, {3, 5, 0.8}};
+const std::vector<AudioPiece> kSlow{{0, 3, 0.5}, {3, 5, 0.8}, {5, 6, 0.25}};
 
 TEST(AudioMix, PutsEveryClickAtItsMappedTimeFromAnyFormat) {
     struct Row {
@@ -143,7 +143,7 @@ TEST(AudioMix, PutsEveryClickAtItsMappedTimeFromAnyFormat) {
             const bool isStretched =
                 std::ranges::any_of(pieces, [](const auto& piece) { return piece.rate != 1; });
             for (const Seconds expected : mappedClicks(pieces, row.early)) {
-                EXPECT_NEAR(clickNear(samples, expected), expected, isStretched ? 0.02 : 0.002);
+                EXPECT_NEAR(clickNear(samples, expected), expected, isStretched ? 0.012 : 0.002);
             }
         }
     }

@@ -193,7 +193,7 @@ void AppState::press(Point at, Seconds time) {
 
 void AppState::release(Point at, Seconds time) {
     const Target start = std::exchange(pressed, Target{});
-    if (drag) dropCard(at, time);
+    if (const auto dropped = std::exchange(drag, std::nullopt)) dropCard(*dropped, at, time);
     if (targetAt(at, time) == start) activate(start, time);
     if (menuOpen && start.part != Part::filterButton) {
         menuOpen = false;
@@ -307,12 +307,11 @@ void AppState::createTask(Seconds time) {
     settleCards(time);
 }
 
-void AppState::dropCard(Point at, Seconds time) {
-    const int task = drag->task;
+void AppState::dropCard(const Drag& dropped, Point at, Seconds time) {
+    const int task = dropped.task;
     PlacedTask& placed = tasks[static_cast<std::size_t>(task)];
-    const double x = at.x - drag->grip.x;
-    const double y = at.y - drag->grip.y;
-    drag.reset();
+    const double x = at.x - dropped.grip.x;
+    const double y = at.y - dropped.grip.y;
     placed.x.jump(x);
     placed.y.jump(y);
     for (int column = 0; column < kColumnCount; ++column) {

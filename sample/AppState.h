@@ -105,7 +105,7 @@ class AppState {
     void show(View next, Seconds time);
     void closeDialog(Seconds time);
     void createTask(Seconds time);
-    void dropCard(Point at, Seconds time);
+    void dropCard(const Drag& dropped, Point at, Seconds time);
     void settleCards(Seconds time);
     void announce(std::string text, Seconds time);
     bool shows(Target target) const;

@@ -38,9 +38,11 @@ CameraPainter::CameraPainter(const SpeechRhythm& rhythm, Seconds duration, std::
     : rhythm_(&rhythm), canvas_(kSize, 1), room_(blurredRoom(kSize)), light_(windowLight(kSize)) {
     Random random(seed);
     sway_ = random.between(0, 6);
-    for (Seconds t = random.between(0.8, 2); t < duration; t += random.between(1.8, 5)) {
-        blinks_.push_back(t);
-        if (random.unit() < 0.15) blinks_.push_back(t + 0.3);
+    Seconds next = random.between(0.8, 2);
+    while (next < duration) {
+        blinks_.push_back(next);
+        if (random.unit() < 0.15) blinks_.push_back(next + 0.3);
+        next += random.between(1.8, 5);
     }
 }
 

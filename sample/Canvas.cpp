@@ -40,8 +40,10 @@ void boxBlurLine(std::uint8_t* line, int count, std::ptrdiff_t step, int radius,
     int sum = 0;
     for (int i = 0; i < std::min(radius, count); ++i) sum += copy[static_cast<std::size_t>(i)];
     for (int i = 0; i < count; ++i) {
-        if (i + radius < count) sum += copy[static_cast<std::size_t>(i + radius)];
-        if (i - radius - 1 >= 0) sum -= copy[static_cast<std::size_t>(i - radius - 1)];
+        const int enters = i + radius;
+        const int leaves = i - radius - 1;
+        if (enters < count) sum += copy[static_cast<std::size_t>(enters)];
+        if (leaves >= 0) sum -= copy[static_cast<std::size_t>(leaves)];
         line[i * step] = static_cast<std::uint8_t>(sum / width);
     }
 }
@@ -50,7 +52,7 @@ void boxBlurLine(std::uint8_t* line, int count, std::ptrdiff_t step, int radius,
 void softenMask(cairo_surface_t* mask, int radius) {
     cairo_surface_flush(mask);
     std::uint8_t* data = cairo_image_surface_get_data(mask);
-    const int stride = cairo_image_surface_get_stride(mask);
+    const std::ptrdiff_t stride = cairo_image_surface_get_stride(mask);
     const int width = cairo_image_surface_get_width(mask);
     const int height = cairo_image_surface_get_height(mask);
     std::vector<std::uint8_t> copy(static_cast<std::size_t>(std::max(width, height)));

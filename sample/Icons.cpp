@@ -92,6 +92,8 @@ void traceCommand(cairo_t* context, char command, std::istringstream& path) {
             cairo_arc(context, n[0], n[1], n[2], 0, 2 * std::numbers::pi);
             if (command == 'D') cairo_fill(context);
             break;
+        default:
+            break;
     }
 }
 

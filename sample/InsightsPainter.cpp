@@ -19,7 +19,7 @@ void paintTile(Canvas& canvas, const Rect& area) {
 }
 
 std::string grouped(double value) {
-    const auto whole = static_cast<long>(std::lround(value));
+    const long whole = std::lround(value);
     return whole < 1000 ? fmt::format("{}", whole) : fmt::format("{},{:03}", whole / 1000, whole % 1000);
 }
 

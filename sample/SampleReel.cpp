@@ -26,8 +26,8 @@ using Progress = std::function<bool(double)>;
 
 Result<void> check(const SampleOptions& options) {
     const auto fits = [](int extent) { return extent >= 64 && extent <= 8192 && extent % 2 == 0; };
-    if (!(options.seconds >= 0.5 && options.seconds <= 3600))
-        return failure("A sample lasts from 0.5 to 3600 seconds.");
+    const bool lasts = options.seconds >= 0.5 && options.seconds <= 3600; // false for what is not a number
+    if (!lasts) return failure("A sample lasts from 0.5 to 3600 seconds.");
     if (!fits(options.size.width) || !fits(options.size.height)) {
         return failure("The sample’s width and height must be even numbers from 64 to 8192.");
     }

@@ -1,0 +1,125 @@
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include "core/media/AudioMix.h"
+#include "core/media/MovieReader.h"
+#include "core/media/MovieWriter.h"
+
+namespace glintro {
+namespace {
+
+constexpr int kFps = 60;
+constexpr int kSeconds = 10;
+constexpr PixelSize kSize{2560, 1600};
+
+// Lines as of text, scrolled by `scroll` rows.
+PicturePtr page(PixelSize size, int scroll) {
+    PictureBuffer buffer(PixelLayout::yuv420, size);
+    for (int i = 0; i < 3; ++i) {
+        const MutablePlaneView plane = buffer.plane(i);
+        for (int y = 0; y < plane.height; ++y) {
+            const int line = y + scroll;
+            for (int x = 0; x < plane.width; ++x) {
+                const bool isInk = i == 0 && line % 24 < 12 && (x * 7 + line / 24 * 131) % 29 < 11;
+                plane.row(y)[x] = static_cast<std::uint8_t>(i > 0 ? 128 : isInk ? 40 : 230);
+            }
+        }
+    }
+    return share(std::move(buffer));
+}
+
+// A recording that scrolls every other second, with a tone, made once.
+class Recording {
+  public:
+    static const std::filesystem::path& file() {
+        static const Recording recording;
+        return recording.file_;
+    }
+
+  private:
+    Recording()
+        : file_(std::filesystem::temp_directory_path()
+                / ("media_bench-" + std::to_string(::getpid()) + ".mov")) {
+        auto writer = MovieWriter::create(file_, {kSize, kFps, 20'000'000, 2 * kFps, "ultrafast"},
+                                          AudioTrackSettings{});
+        if (!writer) std::abort();
+        std::vector<float> sound(2 * AudioMix::kSampleRate / kFps);
+        for (std::size_t i = 0; i < sound.size(); ++i)
+            sound[i] = 0.2F * std::sin(static_cast<float>(i) * 0.05F);
+        PicturePtr picture = page(kSize, 0);
+        for (int i = 0; i < kFps * kSeconds; ++i) {
+            if (i / kFps % 2 == 1) picture = page(kSize, 4 * i);
+            if (!(*writer)->writeFrame(*picture, i) || !(*writer)->writeAudio(sound)) std::abort();
+        }
+        if (!(*writer)->finish()) std::abort();
+    }
+    ~Recording() { std::filesystem::remove(file_); }
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
+
+    std::filesystem::path file_;
+};
+
+// One frame after the other, as an export reads them.
+void readInOrder(benchmark::State& state) {
+    auto reader = MovieReader::open(Recording::file()).value();
+    std::int64_t index = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(reader->frameAt(static_cast<double>(index++ % (kFps * kSeconds)) / kFps));
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+// A file opened for one frame, the last before a key frame, as a still does it.
+void readOne(benchmark::State& state) {
+    const auto& file = Recording::file();
+    for (auto _ : state) {
+        auto reader = MovieReader::open(file, MovieReader::Access::single).value();
+        benchmark::DoNotOptimize(reader->frameAt(5.99));
+    }
+}
+
+void encode(benchmark::State& state) {
+    const auto file =
+        std::filesystem::temp_directory_path() / ("media_bench-out-" + std::to_string(::getpid()) + ".mp4");
+    constexpr PixelSize kOutput{1920, 1080};
+    std::array<PicturePtr, 16> pictures;
+    for (std::size_t i = 0; i < pictures.size(); ++i) pictures[i] = page(kOutput, static_cast<int>(4 * i));
+    auto writer = MovieWriter::create(file, {kOutput, kFps, 13'685'760}, {}).value();
+    std::int64_t index = 0;
+    for (auto _ : state) {
+        const auto& picture = pictures[static_cast<std::size_t>(index) % pictures.size()];
+        benchmark::DoNotOptimize(writer->writeFrame(*picture, index));
+        ++index;
+    }
+    state.SetItemsProcessed(state.iterations());
+    writer.reset();
+    std::filesystem::remove(file);
+}
+
+// A second of finished sound at a rate of state.range(0) / 100.
+void mixASecond(benchmark::State& state) {
+    const double rate = static_cast<double>(state.range(0)) / 100;
+    std::vector<float> second(2 * AudioMix::kSampleRate);
+    std::unique_ptr<AudioMix> mix;
+    for (auto _ : state) {
+        if (!mix || *mix->read(second) < AudioMix::kSampleRate) {
+            mix = AudioMix::open(Recording::file(), {{0, kSeconds, rate}}).value();
+        }
+    }
+}
+
+BENCHMARK(readInOrder)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(readOne)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(encode)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(mixASecond)->Arg(100)->Arg(150)->Arg(400)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+
+} // namespace
+} // namespace glintro

@@ -1,6 +1,7 @@
 #include "sample/CameraRoom.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <numbers>
 
 #include "sample/Random.h"
@@ -40,7 +41,7 @@ void paintPlant(cairo_t* context) {
 void addGrain(cairo_surface_t* surface) {
     cairo_surface_flush(surface);
     unsigned char* data = cairo_image_surface_get_data(surface);
-    const int stride = cairo_image_surface_get_stride(surface);
+    const std::ptrdiff_t stride = cairo_image_surface_get_stride(surface);
     Random random(1);
     for (int y = 0; y < cairo_image_surface_get_height(surface); ++y) {
         for (int x = 0; x < cairo_image_surface_get_width(surface); ++x) {

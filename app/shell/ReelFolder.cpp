@@ -43,6 +43,9 @@ Failure whyNoReel(const fs::path& folder, Project::LoadResult::Status status) {
 Result<Project> openReel(const fs::path& folder) {
     Project::LoadResult result = Project::inspect(folder);
     if (!result.project) return std::unexpected(whyNoReel(folder, result.status));
+    std::error_code ignored;
+    if (!fs::is_regular_file(result.project->rawURL(), ignored)) // opening a pipe would wait for ever
+        return failure(fmt::format("The raw.mov of “{}” is not a file.", folder.string()));
     return std::move(*result.project);
 }
 

@@ -34,8 +34,6 @@ struct RenderedMovie {
 Result<int> exportMovie(ExportRequest request) {
     int frames = 0;
     ProgressBar bar;
-    request.cancel = std::make_shared<ExportCancel>();
-    const SignalCancel signals(request.cancel);
     request.progress = [&](const ExportProgress& progress) {
         frames = progress.total;
         bar.show(progress.fraction, progress.written, progress.total);
@@ -44,13 +42,14 @@ Result<int> exportMovie(ExportRequest request) {
     return frames;
 }
 
-Result<RenderedMovie> renderTo(const fs::path& file, const Project& project,
-                               const RenderArguments& arguments) {
+Result<RenderedMovie> renderTo(const fs::path& file, const Project& project, const RenderArguments& arguments,
+                               const std::shared_ptr<ExportCancel>& cancel) {
     const auto started = std::chrono::steady_clock::now();
     ExportRequest request{.project = project,
                           .settings = project.info.settings,
                           .options = arguments.options,
                           .to = fs::absolute(file),
+                          .cancel = cancel,
                           .workers = arguments.workers};
     if (arguments.look) arguments.look->apply(request.settings);
     const auto frames = exportMovie(request);
@@ -96,10 +95,11 @@ void print(const RenderedMovie& movie, Report report, const Console& console) {
         printText(movie, console);
 }
 
-Result<RenderedMovie> renderToNewName(const Project& project, const RenderArguments& arguments) {
+Result<RenderedMovie> renderToNewName(const Project& project, const RenderArguments& arguments,
+                                      const std::shared_ptr<ExportCancel>& cancel) {
     auto name = ReservedName::create({}, outputStem(project), ".mp4");
     if (!name) return std::unexpected(name.error());
-    auto movie = renderTo(name->path(), project, arguments);
+    auto movie = renderTo(name->path(), project, arguments, cancel);
     if (movie) name->keep();
     return movie;
 }
@@ -114,8 +114,10 @@ Result<void> runRender(const RenderArguments& arguments, const Console& console)
     }
     eventsOrWarning(*project, console);
     warnOfMissingCamera(*project, console);
-    const auto movie = arguments.output ? renderTo(*arguments.output, *project, arguments)
-                                        : renderToNewName(*project, arguments);
+    const auto cancel = std::make_shared<ExportCancel>();
+    const SignalCancel signals(cancel);
+    const auto movie = arguments.output ? renderTo(*arguments.output, *project, arguments, cancel)
+                                        : renderToNewName(*project, arguments, cancel);
     if (!movie) return std::unexpected(movie.error());
     print(*movie, arguments.report, console);
     return {};

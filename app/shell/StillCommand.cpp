@@ -6,6 +6,7 @@
 
 #include "app/shell/OutputName.h"
 #include "app/shell/ReelFolder.h"
+#include "app/shell/SignalCancel.h"
 #include "core/media/StillImage.h"
 #include "core/render/Still.h"
 
@@ -46,8 +47,11 @@ Result<void> runStill(const StillArguments& arguments, const Console& console) {
         if (auto checked = checkOutput(*project, *arguments.output); !checked) return checked;
     }
     warnOfMissingCamera(*project, console);
+    const auto cancel = std::make_shared<ExportCancel>();
+    const SignalCancel signals(cancel);
     const auto image = render(*project, arguments, console);
     if (!image) return std::unexpected(image.error());
+    if (cancel->isCancelled()) return std::unexpected(Failure::cancelled());
     return arguments.output ? saveTo(*arguments.output, *image, console)
                             : saveToNewName(*project, *image, console);
 }

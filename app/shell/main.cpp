@@ -1,5 +1,8 @@
+#include <algorithm>
 #include <csignal>
 #include <iostream>
+#include <string>
+#include <vector>
 
 #include "app/shell/GlintroApp.h"
 

@@ -176,6 +176,12 @@ TEST_F(ProgramTest, AnswersBadInputInOneSentence) {
         {[](const Project& reel) { writeText(reel.rawURL(), ""); }, {"still", "REEL"}, ""},
         {[&](const Project& reel) { cutOff(reel.rawURL()); }, {"render", "REEL"}, ""},
         {[](const Project& reel) {
+             fs::remove(reel.rawURL());
+             fs::create_directory(reel.rawURL());
+         },
+         {"render", "REEL"},
+         "is not a file."},
+        {[](const Project& reel) {
              change(reel, [](ProjectInfo& info) { info.settings.cuts = {{.start = -1, .end = 9}}; });
          },
          {"render", "REEL"},

@@ -10,7 +10,8 @@ namespace {
 
 TEST(ProgressBar, TellsFrameRateAndTimeLeft) {
     const Progress half{.fraction = 0.5, .written = 600, .total = 1200, .elapsed = 10};
-    EXPECT_EQ(progressLine(half, 70), " 50%  ━━━━━━━━━━━╌╌╌╌╌╌╌╌╌╌╌╌  0:10 left  600/1200 frames  60 frames/s");
+    EXPECT_EQ(progressLine(half, 70),
+              " 50%  ━━━━━━━━━━━╌╌╌╌╌╌╌╌╌╌╌╌  0:10 left  600/1200 frames  60 frames/s");
     EXPECT_EQ(progressLine(half, 30), " 50%  ━━━━━━╌╌╌╌╌╌╌  0:10 left");
     EXPECT_EQ(progressLine(half, 16), " 50%  0:10 left");
     EXPECT_EQ(progressLine(half, 3), "");

@@ -33,7 +33,12 @@ std::unexpected<Failure> openFailure(int code) {
 
 Result<InputPtr> openInput(const std::filesystem::path& file) {
     std::error_code ignored;
-    if (std::filesystem::is_directory(file, ignored)) return openFailure(AVERROR(EISDIR));
+    const auto type = std::filesystem::status(file, ignored).type();
+    if (type == std::filesystem::file_type::directory) return openFailure(AVERROR(EISDIR));
+    // Reading a pipe or a device might never end.
+    if (std::filesystem::exists(file, ignored) && type != std::filesystem::file_type::regular) {
+        return openFailure(AVERROR_INVALIDDATA);
+    }
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) return openFailure(AVERROR(ENOMEM));
     context->flags |= AVFMT_FLAG_DISCARD_CORRUPT;
@@ -97,7 +102,7 @@ Result<void> MovieFile::findTracks() {
         if (type == AVMEDIA_TYPE_AUDIO && audio_ == nullptr) audio_ = stream;
         if (stream != video_ && stream != audio_) stream->discard = AVDISCARD_ALL;
     }
-    if (video_ == nullptr) return failure("The recording has no video track.");
+    if (video_ == nullptr) return failure(kNoVideo);
     return {};
 }
 

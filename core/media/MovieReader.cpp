@@ -13,6 +13,8 @@ namespace {
 
 constexpr const char* kCannotRead = "Couldn’t read the recording.";
 constexpr Seconds kTimeSlack = 0.0005;
+// Frames this long before the wanted one are decoded whole: any of them may be the one on screen.
+constexpr Seconds kDecodedWhole = 0.5;
 
 // A frame that was decoded; it becomes a picture when somebody asks for it.
 struct DecodedFrame {
@@ -34,8 +36,12 @@ struct MovieReader::Impl {
     DecodedFrame current; // the frame handed out last, or none
     DecodedFrame next;    // the frame after it, which ends it
     bool ended = false;   // nothing comes after `next`
+    bool atStart = true;  // nothing was decoded yet
 
     AVRational unit() const { return file->video().time_base; }
+    std::int64_t units(Seconds time) const {
+        return static_cast<std::int64_t>(std::floor(time / av_q2d(unit())));
+    }
     Seconds movieTime(const DecodedFrame& decoded) const {
         return toSeconds(decoded.time() - file->videoStart(), unit());
     }
@@ -52,12 +58,13 @@ struct MovieReader::Impl {
 // Clamped to what the stream's units can hold, and to the movie's own extent.
 std::int64_t MovieReader::Impl::streamTime(Seconds time) const {
     const Seconds within = time > 0 ? std::min(time, properties.duration) : 0;
-    return file->videoStart() + static_cast<std::int64_t>(std::floor((within + kTimeSlack) / av_q2d(unit())));
+    const Seconds countable = toSeconds(INT64_MAX / 4, unit());
+    return file->videoStart() + units(std::min(within + kTimeSlack, countable));
 }
 
 // Going back, or ahead past a later key frame (past two seconds, where the file has no index).
 bool MovieReader::Impl::needsSeek(std::int64_t wanted) const {
-    if (!current) return wanted - file->videoStart() > static_cast<std::int64_t>(1 / av_q2d(unit()));
+    if (!current) return !atStart || wanted - file->videoStart() > units(1);
     if (wanted < current.time()) return current.time() > file->videoStart();
     const DecodedFrame& last = next ? next : current;
     if (ended || wanted <= last.time()) return false;
@@ -71,6 +78,7 @@ bool MovieReader::Impl::needsSeek(std::int64_t wanted) const {
 }
 
 Result<void> MovieReader::Impl::decodeNext() {
+    atStart = false;
     auto decoded = decoder.next(*file);
     if (!decoded) return std::unexpected(decoded.error());
     next = DecodedFrame{std::move(*decoded)};
@@ -88,30 +96,27 @@ Result<void> MovieReader::Impl::advanceTo(std::int64_t wanted) {
 }
 
 Result<void> MovieReader::Impl::seekTo(std::int64_t wanted, Skipping skipping) {
-    // Frames up to half a second before are decoded whole, as any of them may be the one on screen.
-    const auto margin = static_cast<std::int64_t>(0.5 / av_q2d(unit()));
     current = {};
     next = {};
     ended = false;
     if (auto sought = file->seek(file->video(), wanted); !sought) return sought;
-    decoder.restart(skipping == Skipping::allowed ? wanted - margin : INT64_MIN);
+    decoder.restart(skipping == Skipping::allowed ? wanted - units(kDecodedWhole) : INT64_MIN);
     return {};
 }
 
 // After this, `current` is the frame on screen at `wanted`.
 Result<void> MovieReader::Impl::find(std::int64_t wanted) {
     if (!needsSeek(wanted)) return advanceTo(wanted);
-    const auto second = static_cast<std::int64_t>(1 / av_q2d(unit()));
     if (auto sought = seekTo(wanted, Skipping::allowed); !sought) return sought;
     if (auto advanced = advanceTo(wanted); !advanced) return advanced;
-    // A frame from before the margin may have been followed by one that was skipped.
-    if (current && current.time() < wanted - second / 2) {
+    // A frame from longer before may have been followed by one that was skipped.
+    if (current && current.time() < wanted - units(kDecodedWhole)) {
         if (auto sought = seekTo(wanted, Skipping::forbidden); !sought) return sought;
         if (auto advanced = advanceTo(wanted); !advanced) return advanced;
     }
     // An index counts decoding times, and frames before a key frame may need the one before it: try earlier
     // ones.
-    for (std::int64_t back = second; !current || current.time() > wanted; back *= 4) {
+    for (std::int64_t back = units(1); !current || current.time() > wanted; back *= 4) {
         const std::int64_t start = std::max(wanted - back, file->videoStart());
         if (auto sought = seekTo(start, Skipping::forbidden); !sought) return sought;
         if (auto advanced = advanceTo(wanted); !advanced) return advanced;

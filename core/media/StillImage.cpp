@@ -52,6 +52,9 @@ Result<FramePtr> decodeFirst(AVFormatContext& input, const AVStream& stream) {
 }
 
 Result<FramePtr> decodeImage(const std::filesystem::path& file) {
+    std::error_code ignored;
+    // Reading a pipe or a device might never end.
+    if (!std::filesystem::is_regular_file(file, ignored)) return failure(kCannotLoad, "not a file");
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     av_dict_set(&options, "format_whitelist", kFormats, 0);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "core/media/MovieReader.h"
 #include "core/raster/Convert.h"
@@ -284,6 +285,7 @@ TEST(MovieReader, SaysInOneSentenceWhyAFileCannotBeOpened) {
     ffmpeg({"-f", "lavfi", "-i", "sine=d=1"}, folder / "sound.m4a");
     ffmpeg({"-f", "lavfi", "-i", "color=s=16x16:d=0.04"}, folder / "picture.png");
     std::ofstream(folder / "empty.mp4");
+    ASSERT_EQ(::mkfifo((folder / "pipe.mp4").c_str(), 0600), 0);
     std::mt19937 random(1);
     std::ofstream noise(folder / "noise.mp4", std::ios::binary);
     for (int i = 0; i < 20000; ++i) noise.put(static_cast<char>(random()));
@@ -296,6 +298,7 @@ TEST(MovieReader, SaysInOneSentenceWhyAFileCannotBeOpened) {
         {"sound.m4a", "The recording has no video track."},
         {"picture.png", damaged},
         {"empty.mp4", damaged},
+        {"pipe.mp4", damaged},
         {"noise.mp4", damaged},
     };
     for (const auto& [name, message] : rows) {

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "core/export/GifExport.h"
 #include "core/export/MovieExport.h"
 #include "core/render/ReelComposition.h"
 
@@ -15,7 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kLargestSide = 8192; // H.264 level 6.2
+constexpr int kLargestMovieSide = 8192; // H.264 level 6.2
+constexpr int kLargestGifSide = 4096;   // the format allows more, but nothing that shows GIFs keeps up
 constexpr auto kNothingLeft = "Nothing is left to export — the whole recording is cut or trimmed away.";
 
 bool isReelFile(const Project& project, const fs::path& file) {
@@ -84,11 +86,12 @@ ProjectSettings renderedSettings(const ExportRequest& request) {
 
 Result<PixelSize> canvasFor(const ExportRequest& request, const ProjectSettings& settings, Size source) {
     const PixelSize canvas = request.options.outputSize(settings, source);
-    if (canvas.width > kLargestSide || canvas.height > kLargestSide)
+    const int largest = request.options.format == ExportFormat::gif ? kLargestGifSide : kLargestMovieSide;
+    if (canvas.width > largest || canvas.height > largest)
         return failure(
             fmt::format("A picture of {} × {} pixels is too large to encode. Choose a smaller size; no side "
                         "may exceed {} pixels.",
-                        canvas.width, canvas.height, kLargestSide));
+                        canvas.width, canvas.height, largest));
     return canvas;
 }
 
@@ -106,11 +109,11 @@ Result<void> Exporter::run(const ExportRequest& request) {
     const FrameRenderer renderer(settings, reel->sourceSize, request.project.loadEvents(), request.wallpaper,
                                  request.options.fill ? Framing::fill : Framing::fit);
     PartialFile partial(request.to);
-    if (auto written = writeMovie(*reel, renderer, *canvas, request, partial.path()); !written)
-        return written;
+    const auto write = request.options.format == ExportFormat::gif ? writeGif : writeMovie;
+    if (auto written = write(*reel, renderer, *canvas, request, partial.path()); !written) return written;
     if (request.cancel->isCancelled()) return std::unexpected(Failure::cancelled());
     if (auto moved = partial.moveIntoPlace(); !moved) return moved;
-    const auto total = static_cast<int>(frameCount(reel->map.compDuration(), request.options.fps));
+    const auto total = static_cast<int>(frameCount(reel->map.compDuration(), request.options.frameRate()));
     if (request.progress) request.progress({1.0, total, total});
     return {};
 }

@@ -149,6 +149,11 @@ Result<void> pumpFrames(const FrameJob& job, const ExportCancel& cancel,
     return Pump(job, cancel).run(write);
 }
 
+int drawingThreads(int wanted) {
+    if (wanted > 0) return wanted;
+    return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
+}
+
 std::int64_t frameCount(Seconds duration, int fps) {
     return std::max<std::int64_t>(static_cast<std::int64_t>(std::ceil(duration * fps - 1e-6)), 1);
 }

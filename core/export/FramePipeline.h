@@ -37,6 +37,9 @@ Result<void> pumpFrames(
     const FrameJob& job, const ExportCancel& cancel,
     const std::function<Result<void>(const Picture&, std::int64_t index, FrameChange)>& write);
 
+// How many threads draw where `wanted` were asked for: as many as the machine has cores for 0.
+int drawingThreads(int wanted);
+
 // Frames of a reel of `duration` seconds: whole ones, at least one. A last frame of less than a millionth is
 // rounding, not a frame.
 std::int64_t frameCount(Seconds duration, int fps);

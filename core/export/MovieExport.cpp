@@ -1,19 +1,15 @@
 #include "core/export/MovieExport.h"
 
 #include <algorithm>
-#include <thread>
 #include <vector>
 
+#include "core/export/FrameReporting.h"
 #include "core/media/AudioMix.h"
 #include "core/media/MovieWriter.h"
-#include "core/render/Preview.h"
 
 namespace glintro {
 namespace {
 
-constexpr int kPreviewSide = 640;
-constexpr int kPreviewEvery = 3;
-constexpr double kUnfinished = 0.99;
 constexpr std::size_t kAudioBlock = 4096;
 
 // The sound of the reel, written as far as the picture has come.
@@ -54,20 +50,6 @@ class SoundTrack {
     std::int64_t written_ = 0;
 };
 
-int drawingThreads(int wanted) {
-    if (wanted > 0) return wanted;
-    return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
-}
-
-void report(const ExportRequest& request, const Picture& picture, std::int64_t written, std::int64_t total) {
-    if (request.onFrame && written % kPreviewEvery == 1)
-        request.onFrame(
-            {previewImage(picture, kPreviewSide), static_cast<int>(written), static_cast<int>(total)});
-    if (request.progress)
-        request.progress({std::min(static_cast<double>(written) / static_cast<double>(total), kUnfinished),
-                          static_cast<int>(written), static_cast<int>(total)});
-}
-
 } // namespace
 
 std::int64_t movieBitRate(PixelSize canvas, int fps) {
@@ -94,7 +76,7 @@ Result<void> writeMovie(ReelComposition& reel, const FrameRenderer& renderer, Pi
         reel, renderer, PixelLayout::yuv420, canvas, fps, total, drawingThreads(request.workers)};
     const auto write = [&](const Picture& picture, std::int64_t index, FrameChange) -> Result<void> {
         if (auto result = (*writer)->writeFrame(picture, index); !result) return result;
-        report(request, picture, index + 1, total);
+        reportFrame(request, picture, index + 1, total);
         return sound ? sound->writeUntil(static_cast<double>(index + 1) / fps, **writer) : Result<void>{};
     };
     if (auto result = pumpFrames(job, *request.cancel, write); !result) return result;

@@ -1,0 +1,103 @@
+// Feeds every GIF encoder the same frames.
+//
+//   gif_frames draw REEL FRAMES LONG_SIDE FPS SECONDS   draws a reel's first seconds as raw R, G, B bytes and
+//                                                       prints WIDTHxHEIGHT
+//   gif_frames write FRAMES WIDTHxHEIGHT FPS GIF        makes a GIF of such frames
+//
+// Raw frames follow each other without headers, three bytes a pixel, rows top to bottom.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "core/export/ExportOptions.h"
+#include "core/export/FramePipeline.h"
+#include "core/export/GifStream.h"
+
+namespace glintro {
+namespace {
+
+std::vector<char> interleaved(const Picture& picture) {
+    std::vector<char> bytes;
+    bytes.reserve(static_cast<std::size_t>(picture.size.width) * picture.size.height * 3);
+    for (int y = 0; y < picture.size.height; ++y)
+        for (int x = 0; x < picture.size.width; ++x)
+            for (const PlaneView& plane : picture.planes) bytes.push_back(static_cast<char>(plane.row(y)[x]));
+    return bytes;
+}
+
+Result<void> drawFrames(const Project& project, const std::string& file, ExportOptions options, int seconds) {
+    const ProjectSettings settings = project.info.settings;
+    auto reel = ReelComposition::build(project, settings);
+    if (!reel) return std::unexpected(reel.error());
+    const FrameRenderer renderer(settings, reel->sourceSize, project.loadEvents(), nullptr, Framing::fit);
+    const PixelSize canvas = options.outputSize(settings, reel->sourceSize);
+    const auto total = std::min<std::int64_t>(frameCount(reel->map.compDuration(), options.gifFPS),
+                                              std::int64_t{seconds} * options.gifFPS);
+    std::ofstream out(file, std::ios::binary);
+    const FrameJob job{*reel, renderer, PixelLayout::rgb444, canvas, options.gifFPS, total, 2};
+    auto drawn = pumpFrames(job, {}, [&](const Picture& picture, std::int64_t, FrameChange) -> Result<void> {
+        const auto bytes = interleaved(picture);
+        out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        return {};
+    });
+    if (drawn && !out.flush()) return failure("The frames can’t be written.");
+    if (drawn) std::printf("%dx%d\n", canvas.width, canvas.height);
+    return drawn;
+}
+
+// The next frame of a file of raw frames, in planes; false at its end.
+bool readFrame(std::ifstream& in, PictureBuffer& picture) {
+    const PixelSize size = picture.size();
+    std::vector<char> bytes(static_cast<std::size_t>(size.width) * size.height * 3);
+    if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) return false;
+    auto next = bytes.cbegin();
+    for (int y = 0; y < size.height; ++y)
+        for (int x = 0; x < size.width; ++x)
+            for (int i = 0; i < 3; ++i) picture.plane(i).row(y)[x] = static_cast<std::uint8_t>(*next++);
+    return true;
+}
+
+Result<void> writeFrames(const std::string& frames, PixelSize canvas, int fps, const std::string& file) {
+    std::ifstream in(frames, std::ios::binary);
+    auto gif = GifStream::create(file, canvas, fps);
+    if (!gif) return std::unexpected(gif.error());
+    std::int64_t count = 0;
+    for (;; ++count) {
+        auto buffer = std::make_shared<PictureBuffer>(PixelLayout::rgb444, canvas);
+        if (!readFrame(in, *buffer)) break;
+        Picture picture = std::as_const(*buffer).view();
+        picture.storage = std::move(buffer);
+        if (auto added = (*gif)->add(picture, FrameChange::drawn); !added) return added;
+    }
+    return (*gif)->finish(count);
+}
+
+int run(std::span<char*> arguments) {
+    Result<void> done = failure("Wrong arguments.");
+    if (arguments.size() == 7 && std::string_view(arguments[1]) == "draw") {
+        const auto project = Project::load(arguments[2]);
+        const ExportOptions options{.format = ExportFormat::gif,
+                                    .gifWidth = std::atoi(arguments[4]),
+                                    .gifFPS = std::atoi(arguments[5])};
+        if (project) done = drawFrames(*project, arguments[3], options, std::atoi(arguments[6]));
+    }
+    PixelSize canvas;
+    if (arguments.size() == 6 && std::string_view(arguments[1]) == "write"
+        && std::sscanf(arguments[3], "%dx%d", &canvas.width, &canvas.height) == 2)
+        done = writeFrames(arguments[2], canvas, std::atoi(arguments[4]), arguments[5]);
+    if (!done) std::fprintf(stderr, "gif_frames: %s\n", done.error().message.c_str());
+    return done ? 0 : 1;
+}
+
+} // namespace
+} // namespace glintro
+
+int main(int count, char** arguments) {
+    return glintro::run({arguments, static_cast<std::size_t>(count)});
+}

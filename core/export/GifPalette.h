@@ -1,0 +1,58 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "core/base/Failure.h"
+
+namespace glintro {
+
+struct GifColour {
+    std::uint8_t red = 0;
+    std::uint8_t green = 0;
+    std::uint8_t blue = 0;
+
+    bool operator==(const GifColour&) const = default;
+};
+
+// The square of the distance of two colours in R'G'B', in 8-bit steps.
+inline int squaredDistance(GifColour a, GifColour b) {
+    const int red = a.red - b.red;
+    const int green = a.green - b.green;
+    const int blue = a.blue - b.blue;
+    return red * red + green * green + blue * blue;
+}
+
+// Up to kColours colours, and which of them is nearest to any other. One index of a GIF's 256 is left free to
+// mean "as before". One thread at a time.
+class GifPalette {
+  public:
+    static constexpr int kColours = 255;
+
+    // The colours that stand best for all of `pixels`, by libimagequant; `pixels` must not be empty.
+    static Result<GifPalette> forPixels(std::span<const GifColour> pixels);
+
+    explicit GifPalette(std::vector<GifColour> colours);
+
+    std::span<const GifColour> colours() const { return colours_; }
+    std::uint8_t nearest(GifColour colour) const;
+
+  private:
+    struct Known {
+        GifColour colour;
+        std::uint8_t index;
+    };
+    static constexpr std::size_t kKnown = 1 << 14;
+
+    std::uint8_t search(GifColour colour) const;
+
+    std::vector<GifColour> colours_;
+    // The colours by channel, for the search, padded with ones that are never nearest.
+    std::array<std::array<std::int16_t, 256>, 3> channels_;
+    mutable std::vector<Known> known_; // answers given before, by a hash of the colour
+};
+
+} // namespace glintro

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "core/raster/Picture.h"
+
+namespace glintro::test {
+
+// What a GIF's blocks say, by the GIF89a format.
+struct GifFacts {
+    PixelSize size;
+    int loops = -1; // 0: for ever; -1: shown once
+    std::vector<int> delays;
+    std::vector<PixelRect> areas; // of every frame
+    bool whole = false;           // the trailer ends the file
+};
+
+class GifBlocks {
+  public:
+    explicit GifBlocks(const std::filesystem::path& file) {
+        std::ifstream in(file, std::ios::binary);
+        bytes_.assign(std::istreambuf_iterator<char>(in), {});
+    }
+
+    GifFacts read() {
+        GifFacts facts;
+        if (bytes_.size() < 13 || std::string(bytes_.begin(), bytes_.begin() + 6) != "GIF89a") return facts;
+        facts.size = {word(6), word(8)};
+        at_ = 13 + tableSize(bytes_[10]);
+        while (at_ < bytes_.size() && bytes_[at_] != 0x3B) block(facts);
+        facts.whole = at_ + 1 == bytes_.size();
+        return facts;
+    }
+
+  private:
+    int word(std::size_t at) const { return bytes_.at(at) | bytes_.at(at + 1) << 8; }
+    static std::size_t tableSize(int packed) { return packed & 0x80 ? 3U << ((packed & 7) + 1) : 0U; }
+
+    void block(GifFacts& facts) {
+        if (bytes_[at_] == 0x21) {
+            if (bytes_.at(at_ + 1) == 0xF9) facts.delays.push_back(word(at_ + 4));
+            if (bytes_.at(at_ + 1) == 0xFF) facts.loops = word(at_ + 16);
+            at_ += 2;
+        } else {
+            facts.areas.push_back({word(at_ + 1), word(at_ + 3), word(at_ + 5), word(at_ + 7)});
+            at_ += 11 + tableSize(bytes_.at(at_ + 9));
+        }
+        while (bytes_.at(at_) != 0) at_ += bytes_.at(at_) + 1U;
+        ++at_;
+    }
+
+    std::vector<std::uint8_t> bytes_;
+    std::size_t at_ = 0;
+};
+
+inline GifFacts readGif(const std::filesystem::path& file) {
+    return GifBlocks(file).read();
+}
+
+} // namespace glintro::test

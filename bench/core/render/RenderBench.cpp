@@ -1,8 +1,8 @@
 // Drawing alone, on one core: decoded frames in memory, the planar road, 2560 x 1600 to 1080p.
 
-#include <benchmark/benchmark.h>
-
 #include <cmath>
+
+#include <benchmark/benchmark.h>
 
 #include "core/raster/Convert.h"
 #include "core/render/FrameRenderer.h"
@@ -18,7 +18,8 @@ PicturePtr page(PixelSize size) {
     for (int y = 0; y < size.height; ++y)
         for (int x = 0; x < size.width; ++x)
             for (int c = 0; c < 4; ++c)
-                image.row(y)[4 * x + c] = (x * 7 + y * 13) % 31 < 9 ? static_cast<std::uint8_t>(40 + c * 20) : 245;
+                image.row(y)[4 * x + c] =
+                    (x * 7 + y * 13) % 31 < 9 ? static_cast<std::uint8_t>(40 + c * 20) : 245;
     PictureBuffer buffer(PixelLayout::yuv420, size);
     bgraToYuv420(image.pixels.data(), static_cast<std::ptrdiff_t>(image.rowBytes()), buffer);
     return share(std::move(buffer));
@@ -28,7 +29,8 @@ RecordingEvents movingPointer() {
     RecordingEvents events;
     events.duration = 60;
     for (int i = 0; i < 3600; ++i)
-        events.cursor.push_back({{i / 60.0, 0.5 + 0.4 * std::sin(i * 0.01), 0.5 + 0.4 * std::cos(i * 0.013)}});
+        events.cursor.push_back(
+            {{i / 60.0, 0.5 + 0.4 * std::sin(i * 0.01), 0.5 + 0.4 * std::cos(i * 0.013)}});
     for (int i = 0; i < 60; ++i) events.clicks.push_back({{i + 0.5, 0.5, 0.5}});
     return events;
 }
@@ -54,7 +56,9 @@ void drawZoomedShot(benchmark::State& state) {
 }
 BENCHMARK(drawZoomedShot)->Unit(benchmark::kMillisecond);
 
-void drawWideShot(benchmark::State& state) { draw(state, {}, Framing::fit, kCanvas); }
+void drawWideShot(benchmark::State& state) {
+    draw(state, {}, Framing::fit, kCanvas);
+}
 BENCHMARK(drawWideShot)->Unit(benchmark::kMillisecond);
 
 void drawVerticalFill(benchmark::State& state) {
@@ -86,5 +90,5 @@ void firstFrame(benchmark::State& state) {
 }
 BENCHMARK(firstFrame)->Unit(benchmark::kMillisecond);
 
-}  // namespace
-}  // namespace glintro
+} // namespace
+} // namespace glintro

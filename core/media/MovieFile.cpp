@@ -117,7 +117,9 @@ Result<bool> MovieFile::read(AVPacket& packet) {
         const int code = av_read_frame(input_.get(), &packet);
         if (code >= 0) {
             damagedReads_ = 0;
-            const bool wanted = input_->streams[packet.stream_index]->discard != AVDISCARD_ALL;
+            // A file may bring up further streams as it goes on.
+            const AVStream* stream = input_->streams[packet.stream_index];
+            const bool wanted = (stream == video_ || stream == audio_) && stream->discard != AVDISCARD_ALL;
             if (wanted) return true;
             continue;
         }
@@ -183,7 +185,7 @@ MovieFile::Ends MovieFile::measuredEnds() {
         const std::int64_t time = shownTime(*packet);
         if (time == AV_NOPTS_VALUE) continue;
         const bool isVideo = packet->stream_index == video_->index;
-        const AVStream& stream = isVideo ? *video_ : *audio_;
+        const AVStream& stream = *input_->streams[packet->stream_index];
         const Seconds length = packet->duration > 0 ? toSeconds(packet->duration, stream.time_base)
                                : isVideo            ? frameLength(stream)
                                                     : 0;

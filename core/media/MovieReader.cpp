@@ -157,8 +157,9 @@ Result<std::unique_ptr<MovieReader>> MovieReader::open(const std::filesystem::pa
     properties.hasAudio = (*file)->audio() != nullptr;
     properties.videoCodec = avcodec_get_name(stream.codecpar->codec_id);
     PictureConverter converter(properties.naturalSize, orientation);
-    return std::unique_ptr<MovieReader>(new MovieReader(std::unique_ptr<Impl>(new Impl{
-        std::move(*file), std::move(*decoder), std::move(converter), std::move(properties), {}, {}})));
+    auto impl = std::make_unique<Impl>(std::move(*file), std::move(*decoder), std::move(converter),
+                                       std::move(properties));
+    return std::unique_ptr<MovieReader>(new MovieReader(std::move(impl)));
 }
 
 const MovieProperties& MovieReader::properties() const {

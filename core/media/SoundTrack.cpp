@@ -16,7 +16,7 @@ constexpr double kRate = SoundTrack::kSampleRate;
 // Decoders need some packets before the wanted one until what they give is right.
 constexpr std::int64_t kPreroll = SoundTrack::kSampleRate / 4;
 // Decoding over a gap up to this long is cheaper than seeking.
-constexpr std::int64_t kNear = 2 * SoundTrack::kSampleRate;
+constexpr std::int64_t kNear = std::int64_t{2} * SoundTrack::kSampleRate;
 // Time stamps may be rounded to milliseconds; only what is further off is a gap.
 constexpr std::int64_t kStampSlack = SoundTrack::kSampleRate / 100;
 

@@ -17,18 +17,19 @@ build)
         nlohmann-json3-dev libfmt-dev libcli11-dev libhwy-dev
         libavcodec-dev libavfilter-dev libavformat-dev libavutil-dev libswresample-dev libswscale-dev
         libcairo2-dev libpango1.0-dev libimagequant-dev libcgif-dev fonts-inter
+        qt6-base-dev
         libgtest-dev librapidcheck-dev libbenchmark-dev ffmpeg
     )
     fedora=(
         gcc-c++ cmake ninja-build ccache make pkgconf-pkg-config
         json-devel fmt-devel cli11-devel highway-devel
         ffmpeg-devel # from RPM Fusion: Fedora's own FFmpeg has no libx264
-        cairo-devel pango-devel libimagequant-devel libcgif-devel rsms-inter-fonts
+        cairo-devel pango-devel libimagequant-devel libcgif-devel rsms-inter-fonts qt6-qtbase-devel
         gtest-devel rapidcheck-devel google-benchmark-devel ffmpeg
     )
     arch=(
         gcc cmake ninja ccache make pkgconf
-        nlohmann-json fmt cli11 highway ffmpeg cairo pango libimagequant cgif inter-font
+        nlohmann-json fmt cli11 highway ffmpeg cairo pango libimagequant cgif inter-font qt6-base
         gtest rapidcheck benchmark
     )
     ;;

@@ -1,7 +1,6 @@
 #include "app/shell/ArgumentValues.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "app/shell/Numbers.h"
 
@@ -15,15 +14,16 @@ Seconds secondsFrom(const std::string& names, const std::string& text) {
 }
 
 std::string lookNames() {
-    std::vector<std::string_view> names;
-    for (const Look& look : Look::all()) names.push_back(look.name);
-    return fmt::format("{}", fmt::join(names, ", "));
+    std::string names;
+    for (const Look& look : Look::all()) names += (names.empty() ? "" : ", ") + look.name;
+    return names;
 }
 
 std::string aspectNames() {
-    std::vector<std::string_view> names;
-    for (const AspectRatio aspect : allCases<AspectRatio>) names.push_back(storedText(aspect));
-    return fmt::format("{}", fmt::join(names, ", "));
+    std::string names;
+    for (const AspectRatio aspect : allCases<AspectRatio>)
+        names.append(names.empty() ? "" : ", ").append(storedText(aspect));
+    return names;
 }
 
 } // namespace

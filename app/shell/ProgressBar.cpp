@@ -72,9 +72,8 @@ std::string progressLine(const Progress& progress, int columns) {
     if (columnsOf(line) > columns) return {};
     std::string text;
     for (const std::string& each : figures(progress)) {
-        const std::string longer = text + std::string(kGap) + each;
-        if (columnsOf(line + longer) > columns) break;
-        text = longer;
+        if (columnsOf(line) + columnsOf(text) + columnsOf(kGap) + columnsOf(each) > columns) break;
+        text.append(kGap).append(each);
     }
     const int room = columns - columnsOf(line + text) - columnsOf(kGap);
     if (room >= kShortestBar) line += std::string(kGap) + bar(fraction, std::min(room, kLongestBar));

@@ -20,7 +20,7 @@ std::string noReelMessage(const fs::path& folder) {
     if (status.type() != fs::file_type::directory)
         return fmt::format("“{}” is not a folder. Give the reel’s folder, the one that holds raw.mov.",
                            folder.string());
-    fs::directory_iterator(folder, error);
+    const fs::directory_iterator entries(folder, error);
     if (error) return fmt::format("“{}” can’t be opened: {}.", folder.string(), error.message());
     return fmt::format("“{}” is not a reel: it holds no raw.mov.", folder.string());
 }

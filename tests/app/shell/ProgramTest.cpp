@@ -31,20 +31,21 @@ class ProgramTest : public testing::Test {
         std::ranges::sort(names);
         return names;
     }
-    static void SetUpTestSuite() { reels = std::make_unique<TemporaryFolder>(); }
-    static void TearDownTestSuite() { reels.reset(); }
-
-    // The same reel for all tests of the suite that only read it.
-    static const std::string& reel() {
-        static const std::string folder = tinyReel(*reels / "reel").folder();
-        return folder;
+    static void SetUpTestSuite() {
+        shared_ = std::make_unique<TemporaryFolder>();
+        tinyReel(*shared_ / "reel");
     }
-    static std::unique_ptr<TemporaryFolder> reels;
+    static void TearDownTestSuite() { shared_.reset(); }
 
-    TemporaryFolder work_folder_;
-    fs::path work_ = work_folder_.path();
+    // One reel for all tests of the suite, whose movies are only read.
+    static std::string reel() { return *shared_ / "reel"; }
+
+    TemporaryFolder own_;
+    fs::path work_ = own_.path();
+
+  private:
+    static inline std::unique_ptr<TemporaryFolder> shared_;
 };
-std::unique_ptr<TemporaryFolder> ProgramTest::reels;
 
 TEST_F(ProgramTest, SeparatesResultsFromComplaints) {
     struct Row {

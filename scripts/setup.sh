@@ -75,7 +75,7 @@ if ((EUID != 0)); then
     as_root=(sudo)
 fi
 
-apt_get() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o Dpkg::Use-Pty=0 "$@"; }
+apt_get() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@"; }
 install_missing() { apt_get install -y --no-install-recommends "${missing[@]}"; }
 
 # The package lists may be missing, as in a fresh container, or so old that they name versions which the mirror

@@ -1,5 +1,9 @@
 #include "app/shell/ArgumentValues.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include <fmt/format.h>
 
 #include "app/shell/Numbers.h"
@@ -32,6 +36,15 @@ void reject(const std::string& sentence) {
     throw CLI::ValidationError(sentence, CLI::ExitCodes::ValidationError);
 }
 
+CLI::Option* addText(CLI::App& app, const std::string& names, std::function<void(const std::string&)> take,
+                     const std::string& description) {
+    const CLI::callback_t callback = [take = std::move(take)](const CLI::results_t& texts) {
+        take(texts.front());
+        return true;
+    };
+    return app.add_option(names, callback, description);
+}
+
 CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, int& value,
                       const std::string& description) {
     const auto take = [names, range, &value](const std::string& text) {
@@ -41,24 +54,23 @@ CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range,
                                range.most, text));
         value = static_cast<int>(*number);
     };
-    return app.add_option_function<std::string>(names, take, description)->type_name("N");
+    return addText(app, names, take, description)->type_name("N");
 }
 
 CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value,
                      const std::string& description) {
     const auto take = [names, &value](const std::string& text) { value = secondsFrom(names, text); };
-    return app.add_option_function<std::string>(names, take, description)->type_name("T");
+    return addText(app, names, take, description)->type_name("T");
 }
 
 CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Seconds>& values,
                       const std::string& description) {
-    const auto take = [names, &values](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts) values.push_back(secondsFrom(names, text));
+    const CLI::callback_t callback = [names, &values](const CLI::results_t& texts) {
+        std::ranges::transform(texts, std::back_inserter(values),
+                               [&](const std::string& text) { return secondsFrom(names, text); });
+        return true;
     };
-    return app.add_option_function<std::vector<std::string>>(names, take, description)
-        ->type_name("T")
-        ->take_all()
-        ->allow_extra_args(false);
+    return app.add_option(names, callback, description)->type_name("T")->take_all()->allow_extra_args(false);
 }
 
 CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Seconds& value,
@@ -70,7 +82,7 @@ CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange ra
                                text));
         value = *seconds;
     };
-    return app.add_option_function<std::string>(names, take, description)->type_name("N");
+    return addText(app, names, take, description)->type_name("N");
 }
 
 CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange range, PixelSize& value,
@@ -85,7 +97,7 @@ CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange ra
                                names, range.least, range.most, text));
         value = *size;
     };
-    return app.add_option_function<std::string>(names, take, description)->type_name("WxH");
+    return addText(app, names, take, description)->type_name("WxH");
 }
 
 CLI::Option* addSeed(CLI::App& app, std::uint64_t& value) {
@@ -95,9 +107,7 @@ CLI::Option* addSeed(CLI::App& app, std::uint64_t& value) {
             reject(fmt::format("--seed expects a whole number from 0, not “{}”.", text));
         value = static_cast<std::uint64_t>(*number);
     };
-    return app
-        .add_option_function<std::string>("--seed", take, "The same seed gives the same reel (default 1)")
-        ->type_name("N");
+    return addText(app, "--seed", take, "The same seed gives the same reel (default 1)")->type_name("N");
 }
 
 CLI::Option* addAspect(CLI::App& app, std::optional<AspectRatio>& value) {
@@ -105,9 +115,7 @@ CLI::Option* addAspect(CLI::App& app, std::optional<AspectRatio>& value) {
         value = fromStoredText<AspectRatio>(text);
         if (!value) reject(fmt::format("--aspect expects one of {}, not “{}”.", aspectNames(), text));
     };
-    return app
-        .add_option_function<std::string>("--aspect", take,
-                                          "Shape of the canvas instead of the reel's own:\n" + aspectNames())
+    return addText(app, "--aspect", take, "Shape of the canvas instead of the reel's own:\n" + aspectNames())
         ->type_name("SHAPE");
 }
 
@@ -116,9 +124,7 @@ CLI::Option* addLook(CLI::App& app, std::optional<Look>& value) {
         value = Look::named(text);
         if (!value) reject(fmt::format("There is no Look “{}”. The Looks are {}.", text, lookNames()));
     };
-    return app
-        .add_option_function<std::string>("--look", take, "Look instead of the reel's own:\n" + lookNames())
-        ->type_name("NAME");
+    return addText(app, "--look", take, "Look instead of the reel's own:\n" + lookNames())->type_name("NAME");
 }
 
 } // namespace glintro

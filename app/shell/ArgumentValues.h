@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,6 +26,8 @@ struct SecondsRange {
     Seconds most;
 };
 
+CLI::Option* addText(CLI::App& app, const std::string& names, std::function<void(const std::string&)> take,
+                     const std::string& description);
 CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, int& value,
                       const std::string& description);
 CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value, const std::string& description);

@@ -27,7 +27,7 @@ CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& 
 void addFolder(CLI::App& command, const std::string& name, const std::string& description,
                std::filesystem::path& folder) {
     const auto take = [&folder](const std::string& text) { folder = text; };
-    command.add_option_function<std::string>(name, take, description)->type_name("")->required();
+    addText(command, name, take, description)->type_name("")->required();
 }
 
 void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output, const std::string& kind) {
@@ -38,12 +38,10 @@ void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output, 
         if (!ending.empty() && ending != kind)
             reject(fmt::format("-o expects the name of a {} file, not “{}”.", kind, text));
     };
-    command
-        .add_option_function<std::string>(
-            "-o,--output", take,
-            fmt::format(
-                "The {} file to write; without it a new one\nin the current folder, named after the reel",
-                kind))
+    addText(
+        command, "-o,--output", take,
+        fmt::format("The {} file to write; without it a new one\nin the current folder, named after the reel",
+                    kind))
         ->type_name("FILE");
 }
 

@@ -1,7 +1,5 @@
 #include "core/export/Exporter.h"
 
-#include <algorithm>
-#include <array>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -20,21 +18,10 @@ constexpr int kLargestMovieSide = 8192; // H.264 level 6.2
 constexpr int kLargestGifSide = 4096;   // the format allows more, but nothing that shows GIFs keeps up
 constexpr auto kNothingLeft = "Nothing is left to export — the whole recording is cut or trimmed away.";
 
-bool isReelFile(const Project& project, const fs::path& file) {
-    const std::array own{project.rawURL(), project.infoURL(), project.eventsURL(), project.cameraURL(),
-                         project.folder() / "project-damaged.json"};
-    std::error_code error;
-    const fs::path wanted = fs::weakly_canonical(file, error);
-    return std::ranges::any_of(own, [&](const fs::path& each) {
-        std::error_code ignored;
-        return fs::equivalent(each, file, ignored) || fs::weakly_canonical(each, ignored) == wanted;
-    });
-}
-
 Result<void> prepareDestination(const ExportRequest& request) {
     const fs::path& to = request.to;
     std::error_code error;
-    if (isReelFile(request.project, to))
+    if (request.project.owns(to))
         return failure(fmt::format("“{}” is one of the reel’s own files. Choose another name for the movie.",
                                    to.string()));
     if (fs::is_directory(to, error))

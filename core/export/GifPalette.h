@@ -26,7 +26,7 @@ inline int squaredDistance(GifColour a, GifColour b) {
     return red * red + green * green + blue * blue;
 }
 
-// Up to kColours colours, and which of them is nearest to any other. One index of a GIF's 256 is left free to
+// Up to kColours colours, and which of them stand for any other. One index of a GIF's 256 is left free to
 // mean "as before". One thread at a time.
 class GifPalette {
   public:
@@ -35,24 +35,29 @@ class GifPalette {
     // The colours that stand best for all of `pixels`, by libimagequant; `pixels` must not be empty.
     static Result<GifPalette> forPixels(std::span<const GifColour> pixels);
 
+    // 1 to kColours colours.
     explicit GifPalette(std::vector<GifColour> colours);
 
     std::span<const GifColour> colours() const { return colours_; }
-    std::uint8_t nearest(GifColour colour) const;
+    std::uint8_t nearest(GifColour colour);
+    // For a smooth area: the nearest colour or the one on the other side of `colour`, by the place of the
+    // pixel, so that an area of the colour looks like it. The pattern stands still, as it depends on nothing
+    // else.
+    std::uint8_t dithered(GifColour colour, int x, int y);
 
   private:
     struct Known {
         GifColour colour;
         std::uint8_t index;
     };
-    static constexpr std::size_t kKnown = 1 << 14;
+    static constexpr int kKnownBits = 14;
 
     std::uint8_t search(GifColour colour) const;
 
     std::vector<GifColour> colours_;
     // The colours by channel, for the search, padded with ones that are never nearest.
     std::array<std::array<std::int16_t, 256>, 3> channels_;
-    mutable std::vector<Known> known_; // answers given before, by a hash of the colour
+    std::vector<Known> known_; // answers given before, by a hash of the colour
 };
 
 } // namespace glintro

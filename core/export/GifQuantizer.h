@@ -2,41 +2,47 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "core/base/Failure.h"
+#include "core/export/GifFrame.h"
+#include "core/export/GifFrameDiff.h"
 #include "core/export/GifPalette.h"
-#include "core/export/GifWriter.h"
-#include "core/raster/Picture.h"
+#include "core/export/GifRunFitter.h"
 
 namespace glintro {
 
-// Turns the finished pictures of a reel, in order, into frames of a GIF of few colours. A pixel that did not
-// change since it was drawn is kept as it is on show, so that still areas stand still whatever palette and
-// dithering the changed ones get. One thread at a time.
+// Turns the finished pictures of a reel, in order, into frames of a GIF of few colours. What did not change
+// stays as it is on show, so that still areas stand still whatever palette the changed ones get; a palette is
+// used as long as it fits what has to be drawn. One thread at a time.
 class GifQuantizer {
   public:
-    explicit GifQuantizer(PixelSize canvas);
+    explicit GifQuantizer(PixelSize canvas) : canvas_(canvas), diff_(canvas) {}
 
     // `picture` is rgb444 and of the canvas's size.
     [[nodiscard]] Result<GifFrame> quantize(const Picture& picture);
 
-    // The frame that leaves all as it is.
-    GifFrame unchanged() const;
-
   private:
-    void findChanges(const Picture& picture);
+    // A pixel to be drawn.
+    struct Drawing {
+        std::uint32_t position;
+        GifTarget target;
+    };
+
     Result<void> choosePalette();
-    GifFrame map();
+    double misfit(std::span<const GifColour> pixels);
+    GifTarget targetAt(std::uint32_t position);
+    // Fills drawings_; pixels whose colour is on show already are left out where they may be kept.
+    void planDrawings(bool mayKeep);
+    PixelRect drawnArea() const;
+    GifFrame draw(std::optional<std::uint8_t> kept);
 
     PixelSize canvas_;
-    std::vector<GifColour> wanted_;      // the picture's pixels
-    std::vector<GifColour> drawn_;       // what was wanted where a pixel was last drawn
-    std::vector<GifColour> shown_;       // what the GIF shows there
-    std::vector<std::uint32_t> changed_; // positions to draw, ascending
+    GifFrameDiff diff_;
     std::optional<GifPalette> palette_;
-    double paletteError_ = 0;
-    bool first_ = true;
+    double misfitWhenNew_ = 0;
+    std::vector<Drawing> drawings_;
 };
 
 } // namespace glintro

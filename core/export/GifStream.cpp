@@ -41,14 +41,14 @@ Result<void> GifStream::finish(std::int64_t total) {
     writing_.join();
     if (auto failed = drawn_.failure()) return std::unexpected(*std::move(failed));
     while (count_ < total)
-        if (auto written = write(quantizer_.unchanged()); !written) return written;
+        if (auto written = write(GifFrame{}); !written) return written;
     return writer_->finish();
 }
 
 void GifStream::quantizeAll() {
     while (auto drawn = drawn_.pop()) {
-        auto frame = drawn->change == FrameChange::repeated ? quantizer_.unchanged()
-                                                            : quantizer_.quantize(drawn->picture);
+        auto frame =
+            drawn->change == FrameChange::repeated ? Result<GifFrame>() : quantizer_.quantize(drawn->picture);
         if (!frame) return stop(frame.error());
         if (!quantized_.push({std::move(drawn->picture), *std::move(frame)})) return;
     }

@@ -27,7 +27,7 @@ class CgifWriter final : public GifWriter {
     static Result<std::unique_ptr<GifWriter>> create(const std::filesystem::path& path, PixelSize canvas) {
         std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "wb"));
         if (!file) return failure(kNotCreated, std::strerror(errno), errno);
-        std::unique_ptr<CgifWriter> writer(new CgifWriter(std::move(file)));
+        std::unique_ptr<CgifWriter> writer(new CgifWriter(std::move(file), canvas));
         CGIF_Config config{};
         config.attrFlags = CGIF_ATTR_IS_ANIMATED | CGIF_ATTR_NO_GLOBAL_TABLE;
         config.width = static_cast<std::uint16_t>(canvas.width);
@@ -42,10 +42,11 @@ class CgifWriter final : public GifWriter {
 
     Result<void> add(const GifFrame& frame, int delay) override {
         std::vector<std::uint8_t> table = colourTable(frame);
+        fillCanvas(frame);
         CGIF_FrameConfig config{};
         config.pLocalPalette = table.data();
         config.numLocalPaletteEntries = static_cast<std::uint16_t>(table.size() / 3);
-        config.pImageData = const_cast<std::uint8_t*>(frame.indices.data()); // only read
+        config.pImageData = indices_.data();
         config.attrFlags = CGIF_FRAME_ATTR_USE_LOCAL_TABLE;
         config.delay = static_cast<std::uint16_t>(delay);
         if (frame.kept) {
@@ -69,7 +70,18 @@ class CgifWriter final : public GifWriter {
     }
 
   private:
-    explicit CgifWriter(std::unique_ptr<std::FILE, CloseFile> file) : file_(std::move(file)) {}
+    CgifWriter(std::unique_ptr<std::FILE, CloseFile> file, PixelSize canvas)
+        : canvas_(canvas),
+          indices_(static_cast<std::size_t>(canvas.width) * static_cast<std::size_t>(canvas.height)),
+          file_(std::move(file)) {}
+
+    // cgif takes whole canvases and cuts out again what is not kept.
+    void fillCanvas(const GifFrame& frame) {
+        std::ranges::fill(indices_, frame.kept.value_or(0));
+        for (int y = 0; y < frame.area.height; ++y)
+            std::copy_n(frame.indices.begin() + std::ptrdiff_t{y} * frame.area.width, frame.area.width,
+                        indices_.begin() + std::ptrdiff_t{frame.area.y + y} * canvas_.width + frame.area.x);
+    }
 
     // cgif wants every index that occurs to have a colour.
     static std::vector<std::uint8_t> colourTable(const GifFrame& frame) {
@@ -95,6 +107,8 @@ class CgifWriter final : public GifWriter {
         return failure(message, "the GIF encoder failed", result);
     }
 
+    PixelSize canvas_;
+    std::vector<std::uint8_t> indices_; // of the whole canvas
     std::unique_ptr<std::FILE, CloseFile> file_;
     std::unique_ptr<CGIF, CloseGif> gif_; // writes to file_ when closed, so goes before it
     int error_ = 0;                       // what the last failed write said

@@ -3,24 +3,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
-#include <optional>
-#include <span>
-#include <vector>
 
 #include "core/base/Failure.h"
 #include "core/base/Geometry.h"
-#include "core/export/GifPalette.h"
+#include "core/export/GifFrame.h"
 
 namespace glintro {
-
-// One picture of an animated GIF: an index for every pixel of the canvas, row by row.
-struct GifFrame {
-    std::vector<std::uint8_t> indices;
-    std::vector<GifColour> palette; // at most 256
-    // Pixels with this index stay as they were in the frame before. It needs no colour of its own, but must
-    // not have a used one.
-    std::optional<std::uint8_t> kept = {};
-};
 
 // Writes an endlessly looping GIF, frame by frame, as cgif encodes it. One thread at a time.
 class GifWriter {

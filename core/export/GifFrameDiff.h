@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "core/export/GifPalette.h"
+#include "core/raster/Picture.h"
+
+namespace glintro {
+
+// What a GIF shows so far, and where the next picture differs from it so much that it has to be drawn anew.
+// Positions count the pixels of the canvas row by row. One thread at a time.
+class GifFrameDiff {
+  public:
+    explicit GifFrameDiff(PixelSize canvas);
+
+    // Takes the next picture, rgb444 and of the canvas's size. Afterwards changed() holds, ascending, where
+    // it is to be drawn: everywhere in the first one. Later a pixel stays that hardly differs from the
+    // picture it was drawn for, or for which what is on show will do, so that neither noise nor a new palette
+    // moves it.
+    void take(const Picture& picture);
+
+    std::span<const std::uint32_t> changed() const { return changed_; }
+    GifColour wanted(std::uint32_t position) const { return wanted_[position]; }
+    GifColour shown(std::uint32_t position) const { return shown_[position]; }
+    // The largest squared distance of a pixel of the picture from its neighbours left, right, above and
+    // below.
+    int contrast(int x, int y) const;
+
+    // The GIF shows `colour` there from now on, for the picture taken last.
+    void draw(std::uint32_t position, GifColour colour) {
+        drawn_[position] = wanted_[position];
+        shown_[position] = colour;
+    }
+
+  private:
+    bool staysAsItIs(std::uint32_t position) const;
+
+    PixelSize canvas_;
+    bool first_ = true;
+    std::vector<GifColour> wanted_; // the picture taken last
+    std::vector<GifColour> drawn_;  // the pictures that pixels were drawn for
+    std::vector<GifColour> shown_;
+    std::vector<std::uint32_t> changed_;
+};
+
+} // namespace glintro

@@ -1,7 +1,5 @@
 #include "app/shell/OutputName.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
@@ -57,16 +55,6 @@ std::string folderName(const fs::path& folder) {
     return (whole.has_filename() ? whole : whole.parent_path()).filename().string();
 }
 
-bool isReelFile(const Project& project, const fs::path& file) {
-    const std::array own{project.rawURL(), project.infoURL(), project.eventsURL(), project.cameraURL(),
-                         project.folder() / "project-damaged.json"};
-    std::error_code ignored;
-    const fs::path wanted = fs::weakly_canonical(file, ignored);
-    return std::ranges::any_of(own, [&](const fs::path& each) {
-        return fs::equivalent(each, file, ignored) || fs::weakly_canonical(each, ignored) == wanted;
-    });
-}
-
 } // namespace
 
 std::string outputStem(const Project& project) {
@@ -80,7 +68,7 @@ Result<void> checkOutput(const Project& project, const fs::path& output) {
     if (output.empty()) return failure("The output has no name. Give a file name.");
     if (!output.has_filename() || fs::is_directory(output, ignored))
         return failure(fmt::format("“{}” is a folder. Give a file name.", output.string()));
-    if (isReelFile(project, output))
+    if (project.owns(output))
         return failure(
             fmt::format("“{}” is one of the reel’s own files. Choose another name.", output.string()));
     return {};

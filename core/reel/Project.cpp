@@ -1,5 +1,7 @@
 #include "core/reel/Project.h"
 
+#include <algorithm>
+#include <array>
 #include <system_error>
 
 #include "core/model/FileIO.h"
@@ -37,6 +39,16 @@ bool Project::save() const {
 
 RecordingEvents Project::loadEvents() const {
     return readEvents(eventsURL()).value_or(RecordingEvents());
+}
+
+bool Project::owns(const std::filesystem::path& file) const {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    const fs::path wanted = fs::weakly_canonical(file, ignored);
+    return std::ranges::any_of(
+        std::array{rawURL(), infoURL(), eventsURL(), cameraURL(), damagedURL()}, [&](const fs::path& own) {
+            return fs::equivalent(own, file, ignored) || fs::weakly_canonical(own, ignored) == wanted;
+        });
 }
 
 bool Project::cameraAvailable() const {

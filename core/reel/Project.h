@@ -46,8 +46,12 @@ class Project {
     std::filesystem::path infoURL() const { return folder_ / "project.json"; }
     std::filesystem::path eventsURL() const { return folder_ / "events.json"; }
     std::filesystem::path cameraURL() const { return folder_ / "camera.mov"; }
+    // The project file as it was before a rebuild.
+    std::filesystem::path damagedURL() const { return folder_ / "project-damaged.json"; }
 
     Size sourceSize() const { return {info.width, info.height}; }
+    // Whether a path leads to one of the files that make up the reel, also through links.
+    bool owns(const std::filesystem::path& file) const;
     // Recorded with a camera, and its movie is still there.
     bool cameraAvailable() const;
 

@@ -21,7 +21,7 @@ std::optional<MovieProperties> moviePropertiesOf(const std::filesystem::path& fi
 void keepDamagedProjectFile(const Project& project) {
     std::error_code ignored;
     if (!std::filesystem::exists(project.infoURL(), ignored)) return;
-    const auto kept = project.folder() / "project-damaged.json";
+    const auto kept = project.damagedURL();
     std::filesystem::remove(kept, ignored);
     std::filesystem::rename(project.infoURL(), kept, ignored);
 }

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -61,6 +64,53 @@ class GifBlocks {
     std::vector<std::uint8_t> bytes_;
     std::size_t at_ = 0;
 };
+
+inline std::string outputOf(const std::string& command) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    std::string output;
+    std::array<char, 4096> block;
+    while (const auto count = fread(block.data(), 1, block.size(), pipe.get()))
+        output.append(block.data(), count);
+    return output;
+}
+
+// Every frame of a GIF as FFmpeg shows it: R, G and B of each pixel, row by row.
+inline std::vector<std::string> decodeGif(const std::filesystem::path& file, PixelSize size) {
+    const std::string bytes = outputOf("ffmpeg -v error -nostdin -i '" + file.string()
+                                       + "' -fps_mode passthrough -pix_fmt rgb24 -f rawvideo -");
+    const auto frame = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) * 3;
+    std::vector<std::string> frames;
+    for (std::size_t at = 0; at + frame <= bytes.size(); at += frame)
+        frames.push_back(bytes.substr(at, frame));
+    return frames;
+}
+
+// The same for a picture that was drawn.
+inline std::string bytesOf(const Picture& picture) {
+    std::string bytes;
+    for (int y = 0; y < picture.size.height; ++y)
+        for (int x = 0; x < picture.size.width; ++x)
+            for (const PlaneView& plane : picture.planes) bytes += static_cast<char>(plane.row(y)[x]);
+    return bytes;
+}
+
+// How far the channels of two pictures are apart, in 8-bit steps.
+struct PictureDistance {
+    double mean = 0;
+    int most = 0;
+};
+
+inline PictureDistance distance(const std::string& one, const std::string& other) {
+    PictureDistance result;
+    EXPECT_EQ(one.size(), other.size());
+    for (std::size_t i = 0; i < std::min(one.size(), other.size()); ++i) {
+        const int apart = std::abs(static_cast<std::uint8_t>(one[i]) - static_cast<std::uint8_t>(other[i]));
+        result.mean += apart;
+        result.most = std::max(result.most, apart);
+    }
+    result.mean /= static_cast<double>(one.size());
+    return result;
+}
 
 inline GifFacts readGif(const std::filesystem::path& file) {
     return GifBlocks(file).read();

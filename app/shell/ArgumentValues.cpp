@@ -45,16 +45,29 @@ CLI::Option* addText(CLI::App& app, const std::string& names, std::function<void
     return app.add_option(names, callback, description);
 }
 
-CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, int& value,
+CLI::Option* addTexts(CLI::App& app, const std::string& names,
+                      std::function<void(const std::vector<std::string>&)> take,
                       const std::string& description) {
-    const auto take = [names, range, &value](const std::string& text) {
+    const CLI::callback_t callback = [take = std::move(take)](const CLI::results_t& texts) {
+        take(texts);
+        return true;
+    };
+    return app.add_option(names, callback, description)
+        ->take_all()
+        
+        ->allow_extra_args();
+}
+
+CLI::Option* addWholeNumber(CLI::App& app, const std::string& names, WholeRange range,
+                            std::function<void(int)> take, const std::string& description) {
+    const auto check = [names, range, take = std::move(take)](const std::string& text) {
         const auto number = parseWhole(text);
         if (!number || *number < range.least || *number > range.most)
             reject(fmt::format("{} expects a whole number from {} to {}, not “{}”.", names, range.least,
                                range.most, text));
-        value = static_cast<int>(*number);
+        take(static_cast<int>(*number));
     };
-    return addText(app, names, take, description)->type_name("N");
+    return addText(app, names, check, description)->type_name("N");
 }
 
 CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value,
@@ -125,6 +138,28 @@ CLI::Option* addLook(CLI::App& app, std::optional<Look>& value) {
         if (!value) reject(fmt::format("There is no Look “{}”. The Looks are {}.", text, lookNames()));
     };
     return addText(app, "--look", take, "Look instead of the reel's own:\n" + lookNames())->type_name("NAME");
+}
+
+CLI::Option* addPreset(CLI::App& app, std::optional<RenderPreset>& value) {
+    std::string names;
+    for (const RenderPreset preset : kRenderPresets)
+        names.append(names.empty() ? "" : ", ").append(identifier(preset));
+    const auto take = [&value, names](const std::string& text) {
+        value = renderPreset(text);
+        if (!value) reject(fmt::format("--preset expects one of {}, not “{}”.", names, text));
+    };
+    return addText(app, "--preset", take, "A way of rendering with its own shape and rate:\n" + names)
+        ->type_name("NAME");
+}
+
+CLI::Option* addFormat(CLI::App& app, std::optional<ExportFormat>& value) {
+    const auto take = [&value](const std::string& text) {
+        if (text != "mp4" && text != "gif")
+            reject(fmt::format("--format expects mp4 or gif, not “{}”.", text));
+        value = text == "gif" ? ExportFormat::gif : ExportFormat::mp4;
+    };
+    return addText(app, "--format", take, "mp4 or gif (default: by the output's ending, else mp4)")
+        ->type_name("FORMAT");
 }
 
 } // namespace glintro

@@ -8,7 +8,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "app/editor/RenderPreset.h"
 #include "core/base/Geometry.h"
+#include "core/export/ExportOptions.h"
 #include "core/model/Enumerations.h"
 #include "core/model/Look.h"
 
@@ -28,8 +30,18 @@ struct SecondsRange {
 
 CLI::Option* addText(CLI::App& app, const std::string& names, std::function<void(const std::string&)> take,
                      const std::string& description);
-CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, int& value,
+// One or more words.
+CLI::Option* addTexts(CLI::App& app, const std::string& names,
+                      std::function<void(const std::vector<std::string>&)> take,
                       const std::string& description);
+CLI::Option* addWholeNumber(CLI::App& app, const std::string& names, WholeRange range,
+                            std::function<void(int)> take, const std::string& description);
+template <class Number> // int or std::optional<int>
+CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, Number& value,
+                      const std::string& description) {
+    return addWholeNumber(
+        app, names, range, [&value](int number) { value = number; }, description);
+}
 CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value, const std::string& description);
 // May be given more than once.
 CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Seconds>& values,
@@ -42,6 +54,8 @@ CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange ra
 CLI::Option* addSeed(CLI::App& app, std::uint64_t& value);
 CLI::Option* addAspect(CLI::App& app, std::optional<AspectRatio>& value);
 CLI::Option* addLook(CLI::App& app, std::optional<Look>& value);
+CLI::Option* addPreset(CLI::App& app, std::optional<RenderPreset>& value);
+CLI::Option* addFormat(CLI::App& app, std::optional<ExportFormat>& value);
 
 [[noreturn]] void reject(const std::string& sentence);
 

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "app/shell/ArgumentValues.h"
+#include "app/shell/RenderOptions.h"
 
 namespace glintro {
 namespace {
@@ -15,6 +16,8 @@ constexpr SecondsRange kSampleSeconds{0.5, 3600};
 constexpr WholeRange kSampleSides{64, 8192};
 constexpr WholeRange kSampleFrameRates{1, 120};
 constexpr auto kAbout = "Glintro develops screen recordings into polished demo videos.";
+constexpr WholeRange kGifSides{2, 4096};
+constexpr WholeRange kGifFrameRates{1, 50};
 constexpr auto kReel = "The reel's folder";
 
 CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& about,
@@ -30,19 +33,19 @@ void addFolder(CLI::App& command, const std::string& name, const std::string& de
     addText(command, name, take, description)->type_name("")->required();
 }
 
-void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output, const std::string& kind) {
-    const auto take = [&output, kind](const std::string& text) {
-        output = text;
-        std::string ending = output->extension().string();
-        for (char& c : ending) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        if (!ending.empty() && ending != kind)
-            reject(fmt::format("-o expects the name of a {} file, not “{}”.", kind, text));
-    };
-    addText(
-        command, "-o,--output", take,
-        fmt::format("The {} file to write; without it a new one\nin the current folder, named after the reel",
-                    kind))
-        ->type_name("FILE");
+void addFile(CLI::App& command, const std::string& names, std::optional<std::filesystem::path>& file,
+             const std::string& description) {
+    const auto take = [&file](const std::string& text) { file = text; };
+    addText(command, names, take, description)->type_name("FILE");
+}
+
+void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output) {
+    addFile(command, "-o,--output", output,
+            "The file to write; without it a new one\nin the current folder, named after the reel");
+}
+
+void addWallpaper(CLI::App& command, std::optional<std::filesystem::path>& wallpaper) {
+    addFile(command, "--wallpaper", wallpaper, "The picture behind the Look “Desktop”");
 }
 
 void addReport(CLI::App& command, Report& report) {
@@ -63,6 +66,8 @@ class Grammar {
     void describeInspect();
     void describeSample();
     Command command() const;
+    RenderArguments render() const;
+    StillArguments still() const;
     std::string expectation(const CLI::ParseError& error) const;
     Notice wrongUsage(const std::string& sentence) const;
 
@@ -72,6 +77,7 @@ class Grammar {
     CLI::App* inspect_ = nullptr;
     CLI::App* sample_ = nullptr;
     RenderArguments renderArguments_;
+    RenderWishes renderWishes_;
     StillArguments stillArguments_;
     InspectArguments inspectArguments_;
     SampleArguments sampleArguments_;
@@ -96,23 +102,54 @@ Grammar::Grammar() {
 }
 
 void Grammar::describeRender() {
-    render_ = addCommand(app_, "render", "Render a reel as it is edited to an MP4 movie",
+    render_ = addCommand(app_, "render", "Render reels as they are edited to MP4 movies or GIFs",
                          "  glintro render my-reel\n"
                          "  glintro render my-reel -o demo.mp4 --short-side 1440 --look Dusk\n"
                          "  glintro render my-reel --aspect 9:16 --fill --fps 30\n"
+                         "  glintro render my-reel -o demo.gif --gif-width 800\n"
+                         "  glintro render 2026-11-*/* --preset vertical\n"
                          "Ctrl-C cancels, with exit status 1, and leaves no unfinished file.");
     RenderArguments& to = renderArguments_;
-    addFolder(*render_, "REEL", kReel, to.reel);
-    addOutput(*render_, to.output, ".mp4");
-    addWhole(*render_, "--short-side", kSides, to.options.shortSide,
+    RenderWishes& wishes = renderWishes_;
+    const auto addReel = [&to](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) to.reels.emplace_back(text);
+    };
+    addTexts(*render_, "REEL", addReel, "The reels' folders")->type_name("")->required();
+    addOutput(*render_, wishes.output);
+    addPreset(*render_, wishes.preset);
+    addFormat(*render_, wishes.format);
+    addWhole(*render_, "--short-side", kSides, wishes.shortSide,
              "Shorter side of the movie in pixels (default 1080)");
-    addWhole(*render_, "--fps", kFrameRates, to.options.fps, "Frames a second (default 60)");
-    addAspect(*render_, to.options.aspect);
+    addWhole(*render_, "--fps", kFrameRates, wishes.fps, "Frames a second of a movie (default 60)");
+    addWhole(*render_, "--gif-width", kGifSides, wishes.gifWidth,
+             "Longer side of the GIF in pixels (default 640)");
+    addWhole(*render_, "--gif-fps", kGifFrameRates, wishes.gifFps, "Frames a second of a GIF (default 15)");
+    addAspect(*render_, wishes.aspect);
     render_->add_flag_callback(
-        "--fill", [&to] { to.options.fill = true; }, "Crop the recording so that it fills the canvas");
+        "--fill", [&wishes] { wishes.fill = true; }, "Crop the recording so that it fills the canvas");
     addLook(*render_, to.look);
+    addWallpaper(*render_, to.wallpaper);
     addWhole(*render_, "--workers", kWorkers, to.workers, "Threads that draw (default: one for each core)");
     addReport(*render_, to.report);
+}
+
+// What can only be judged once all options are known.
+RenderArguments Grammar::render() const {
+    RenderArguments arguments = renderArguments_;
+    const auto options = exportOptions(renderWishes_);
+    if (!options) reject(options.error());
+    if (renderWishes_.output && arguments.reels.size() > 1)
+        reject("-o names one file, but several reels are given. Without it each is named after its reel.");
+    arguments.options = *options;
+    arguments.output = renderWishes_.output;
+    return arguments;
+}
+
+StillArguments Grammar::still() const {
+    const auto& output = stillArguments_.output;
+    if (output && output->has_extension() && endingOf(*output) != ".png")
+        reject(fmt::format("-o expects the name of a .png file, not “{}”.", output->string()));
+    return stillArguments_;
 }
 
 void Grammar::describeStill() {
@@ -122,10 +159,11 @@ void Grammar::describeStill() {
     StillArguments& to = stillArguments_;
     addFolder(*still_, "REEL", kReel, to.reel);
     addTime(*still_, "--at", to.at, "Time in the recording, in seconds (default 0)");
-    addOutput(*still_, to.output, ".png");
+    addOutput(*still_, to.output);
     addWhole(*still_, "--long-side", kSides, to.longSide,
              "Longer side of the picture in pixels (default 1920)");
     addLook(*still_, to.look);
+    addWallpaper(*still_, to.wallpaper);
 }
 
 void Grammar::describeInspect() {
@@ -156,8 +194,8 @@ void Grammar::describeSample() {
 }
 
 Command Grammar::command() const {
-    if (render_->parsed()) return renderArguments_;
-    if (still_->parsed()) return stillArguments_;
+    if (render_->parsed()) return render();
+    if (still_->parsed()) return still();
     if (inspect_->parsed()) return inspectArguments_;
     return sampleArguments_;
 }

@@ -19,11 +19,13 @@ namespace glintro {
 enum class Report { text, json };
 
 struct RenderArguments {
-    std::filesystem::path reel;
-    std::optional<std::filesystem::path> output; // absent: named after the reel, in the current folder
+    std::vector<std::filesystem::path> reels; // at least one
+    std::optional<std::filesystem::path>
+        output; // of a single reel; absent: named after each, in the current folder
     ExportOptions options;
-    std::optional<Look> look; // instead of the reel's own
-    int workers = 0;          // 0: as many as the machine has cores
+    std::optional<Look> look;                       // instead of the reel's own
+    std::optional<std::filesystem::path> wallpaper; // the picture behind the Look "Desktop"
+    int workers = 0;                                // 0: as many as the machine has cores
     Report report = Report::text;
 };
 
@@ -33,6 +35,7 @@ struct StillArguments {
     std::optional<std::filesystem::path> output;
     int longSide = 1920;
     std::optional<Look> look;
+    std::optional<std::filesystem::path> wallpaper;
 };
 
 struct InspectArguments {

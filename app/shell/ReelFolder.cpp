@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "core/media/MovieReader.h"
+#include "core/media/StillImage.h"
 
 namespace glintro {
 namespace {
@@ -68,6 +69,13 @@ void warnOfMissingCamera(const Project& project, const Console& console) {
         console.warn(
             "This reel’s camera file (camera.mov) can’t be read, so the bubble can’t be shown. "
             "Everything else still renders.");
+}
+
+Result<std::shared_ptr<const BgraImage>> loadWallpaper(const std::optional<std::filesystem::path>& file) {
+    if (!file) return nullptr;
+    auto image = loadImage(*file);
+    if (!image) return std::unexpected(image.error());
+    return std::make_shared<const BgraImage>(*std::move(image));
 }
 
 } // namespace glintro

@@ -9,9 +9,9 @@
 #include "app/shell/OutputName.h"
 #include "app/shell/ProgressBar.h"
 #include "app/shell/ReelFolder.h"
+#include "app/shell/RenderOptions.h"
 #include "app/shell/SignalCancel.h"
 #include "core/export/Exporter.h"
-#include "core/media/MovieReader.h"
 #include "core/model/TimeFormat.h"
 
 namespace glintro {
@@ -19,10 +19,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The movie as it turned out.
-struct RenderedMovie {
+// The file as it turned out.
+struct Rendering {
     fs::path file;
-    PixelSize size;
+    PixelSize size = {};
     Seconds duration = 0;
     int fps = 0;
     int frames = 0;
@@ -30,49 +30,95 @@ struct RenderedMovie {
     Seconds elapsed = 0; // host time that the render took
 };
 
-// Renders, and returns how many frames the movie has.
-Result<int> exportMovie(ExportRequest request) {
-    int frames = 0;
-    ProgressBar bar;
-    request.progress = [&](const ExportProgress& progress) {
-        frames = progress.total;
-        bar.show(progress.fraction, progress.written, progress.total);
-    };
-    if (auto done = Exporter::run(request); !done) return std::unexpected(done.error());
-    return frames;
+// Renders the reels of one command line, one after the other.
+class Renderer {
+  public:
+    Renderer(const RenderArguments& arguments, const Console& console,
+             std::shared_ptr<const BgraImage> wallpaper, std::shared_ptr<ExportCancel> cancel)
+        : arguments_(arguments),
+          console_(console),
+          wallpaper_(std::move(wallpaper)),
+          cancel_(std::move(cancel)) {}
+
+    Result<Rendering> render(const fs::path& reel) const;
+
+  private:
+    Result<Rendering> renderTo(const fs::path& file, const Project& project) const;
+    Result<Rendering> renderToNewName(const Project& project) const;
+    ExportRequest request(const fs::path& file, const Project& project) const;
+
+    const RenderArguments& arguments_;
+    const Console& console_;
+    std::shared_ptr<const BgraImage> wallpaper_;
+    std::shared_ptr<ExportCancel> cancel_;
+};
+
+Result<Rendering> Renderer::render(const fs::path& reel) const {
+    const auto project = openReel(reel);
+    if (!project) return std::unexpected(project.error());
+    if (arguments_.output) {
+        if (auto checked = checkOutput(*project, *arguments_.output); !checked)
+            return std::unexpected(checked.error());
+    }
+    eventsOrWarning(*project, console_);
+    warnOfMissingCamera(*project, console_);
+    return arguments_.output ? renderTo(*arguments_.output, *project) : renderToNewName(*project);
 }
 
-Result<RenderedMovie> renderTo(const fs::path& file, const Project& project, const RenderArguments& arguments,
-                               const std::shared_ptr<ExportCancel>& cancel) {
-    const auto started = std::chrono::steady_clock::now();
+Result<Rendering> Renderer::renderToNewName(const Project& project) const {
+    auto name = ReservedName::create({}, outputStem(project), fileEnding(arguments_.options.format));
+    if (!name) return std::unexpected(name.error());
+    auto rendering = renderTo(name->path(), project);
+    if (rendering) name->keep();
+    return rendering;
+}
+
+ExportRequest Renderer::request(const fs::path& file, const Project& project) const {
     ExportRequest request{.project = project,
                           .settings = project.info.settings,
-                          .options = arguments.options,
-                          .to = fs::absolute(file),
-                          .cancel = cancel,
-                          .workers = arguments.workers};
-    if (arguments.look) arguments.look->apply(request.settings);
-    const auto frames = exportMovie(request);
-    if (!frames) return std::unexpected(frames.error());
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
-    const auto movie = MovieReader::open(file, MovieReader::Access::single);
-    if (!movie) return std::unexpected(movie.error());
-    const MovieProperties& properties = (*movie)->properties();
-    std::error_code ignored;
-    return RenderedMovie{file,    properties.naturalSize,       properties.duration, request.options.fps,
-                         *frames, fs::file_size(file, ignored), elapsed.count()};
+                          .options = arguments_.options,
+                          .to = file,
+                          .wallpaper = wallpaper_,
+                          .cancel = cancel_,
+                          .workers = arguments_.workers};
+    if (arguments_.look) arguments_.look->apply(request.settings);
+    return request;
 }
 
-void printJson(const RenderedMovie& movie, const Console& console) {
-    const nlohmann::json all{{"output", fs::absolute(movie.file).string()},
-                             {"width", movie.size.width},
-                             {"height", movie.size.height},
-                             {"duration", movie.duration},
-                             {"fps", movie.fps},
-                             {"frames", movie.frames},
-                             {"bytes", movie.bytes},
-                             {"seconds", movie.elapsed}};
-    console.out << all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+Result<Rendering> Renderer::renderTo(const fs::path& file, const Project& project) const {
+    const auto started = std::chrono::steady_clock::now();
+    Rendering rendering{.file = file, .fps = arguments_.options.frameRate()};
+    ExportRequest order = request(file, project);
+    {
+        ProgressBar bar;
+        order.progress = [&](const ExportProgress& progress) {
+            rendering.frames = progress.total;
+            rendering.size = progress.canvas;
+            bar.show(progress.fraction, progress.written, progress.total);
+        };
+        if (auto done = Exporter::run(order); !done) return std::unexpected(done.error());
+    }
+    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
+    std::error_code ignored;
+    rendering.elapsed = elapsed.count();
+    rendering.duration = static_cast<double>(rendering.frames) / rendering.fps;
+    rendering.bytes = fs::file_size(file, ignored);
+    return rendering;
+}
+
+nlohmann::json toJson(const Rendering& rendering) {
+    return {{"output", fs::absolute(rendering.file).string()},
+            {"width", rendering.size.width},
+            {"height", rendering.size.height},
+            {"duration", rendering.duration},
+            {"fps", rendering.fps},
+            {"frames", rendering.frames},
+            {"bytes", rendering.bytes},
+            {"seconds", rendering.elapsed}};
+}
+
+void print(const nlohmann::json& json, const Console& console) {
+    console.out << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
 std::string bytesText(std::uintmax_t bytes) {
@@ -82,45 +128,64 @@ std::string bytesText(std::uintmax_t bytes) {
     return fmt::format("{:.2f} GB", amount / 1e9);
 }
 
-void printText(const RenderedMovie& movie, const Console& console) {
+void print(const Rendering& rendering, const Console& console) {
     fmt::print(console.out, "{}\n  {} × {}, {} fps, {}, {}\n  Rendered in {}, {:.0f} frames a second\n",
-               movie.file.string(), movie.size.width, movie.size.height, movie.fps, timecode(movie.duration),
-               bytesText(movie.bytes), shortDuration(movie.elapsed), movie.frames / movie.elapsed);
+               rendering.file.string(), rendering.size.width, rendering.size.height, rendering.fps,
+               timecode(rendering.duration), bytesText(rendering.bytes), shortDuration(rendering.elapsed),
+               rendering.frames / rendering.elapsed);
+    console.out.flush();
 }
 
-void print(const RenderedMovie& movie, Report report, const Console& console) {
-    if (report == Report::json)
-        printJson(movie, console);
+Result<void> renderOne(const Renderer& renderer, const RenderArguments& arguments, const Console& console) {
+    const auto rendering = renderer.render(arguments.reels.front());
+    if (!rendering) return std::unexpected(rendering.error());
+    if (arguments.report == Report::json)
+        print(toJson(*rendering), console);
     else
-        printText(movie, console);
+        print(*rendering, console);
+    return {};
 }
 
-Result<RenderedMovie> renderToNewName(const Project& project, const RenderArguments& arguments,
-                                      const std::shared_ptr<ExportCancel>& cancel) {
-    auto name = ReservedName::create({}, outputStem(project), ".mp4");
-    if (!name) return std::unexpected(name.error());
-    auto movie = renderTo(name->path(), project, arguments, cancel);
-    if (movie) name->keep();
-    return movie;
+// A reel that fails does not keep the others from being rendered; a cancel ends them all.
+Result<void> renderMany(const Renderer& renderer, const RenderArguments& arguments, const Console& console) {
+    nlohmann::json all = nlohmann::json::array();
+    std::size_t failures = 0;
+    Seconds elapsed = 0;
+    for (const fs::path& reel : arguments.reels) {
+        const auto rendering = renderer.render(reel);
+        if (!rendering && rendering.error().isCancelled()) return std::unexpected(rendering.error());
+        nlohmann::json entry =
+            rendering ? toJson(*rendering) : nlohmann::json{{"error", rendering.error().message}};
+        entry["reel"] = reel.string();
+        all.push_back(std::move(entry));
+        if (!rendering) {
+            ++failures;
+            console.warn(fmt::format("{}: {}", reel.string(), rendering.error().message));
+            continue;
+        }
+        elapsed += rendering->elapsed;
+        if (arguments.report == Report::text) print(*rendering, console);
+    }
+    const std::size_t count = arguments.reels.size();
+    if (arguments.report == Report::json)
+        print(all, console);
+    else
+        fmt::print(console.out, "{} of {} reels rendered in {}\n", count - failures, count,
+                   shortDuration(elapsed));
+    if (failures > 0) return failure(fmt::format("{} of {} reels could not be rendered.", failures, count));
+    return {};
 }
 
 } // namespace
 
 Result<void> runRender(const RenderArguments& arguments, const Console& console) {
-    const auto project = openReel(arguments.reel);
-    if (!project) return std::unexpected(project.error());
-    if (arguments.output) {
-        if (auto checked = checkOutput(*project, *arguments.output); !checked) return checked;
-    }
-    eventsOrWarning(*project, console);
-    warnOfMissingCamera(*project, console);
+    auto wallpaper = loadWallpaper(arguments.wallpaper);
+    if (!wallpaper) return std::unexpected(wallpaper.error());
     const auto cancel = std::make_shared<ExportCancel>();
     const SignalCancel signals(cancel);
-    const auto movie = arguments.output ? renderTo(*arguments.output, *project, arguments, cancel)
-                                        : renderToNewName(*project, arguments, cancel);
-    if (!movie) return std::unexpected(movie.error());
-    print(*movie, arguments.report, console);
-    return {};
+    const Renderer renderer(arguments, console, *std::move(wallpaper), cancel);
+    return arguments.reels.size() == 1 ? renderOne(renderer, arguments, console)
+                                       : renderMany(renderer, arguments, console);
 }
 
 } // namespace glintro

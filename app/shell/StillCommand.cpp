@@ -18,10 +18,12 @@ namespace fs = std::filesystem;
 Result<BgraImage> render(const Project& project, const StillArguments& arguments, const Console& console) {
     ProjectSettings settings = project.info.settings;
     if (arguments.look) arguments.look->apply(settings);
+    auto wallpaper = loadWallpaper(arguments.wallpaper);
+    if (!wallpaper) return std::unexpected(wallpaper.error());
     const auto frame = Still::frame(project, arguments.at, CameraUse::with);
     if (!frame) return std::unexpected(frame.error());
-    return Still::render(*frame, eventsOrWarning(project, console), settings, arguments.longSide, nullptr,
-                         Framing::fit);
+    return Still::render(*frame, eventsOrWarning(project, console), settings, arguments.longSide,
+                         *std::move(wallpaper), Framing::fit);
 }
 
 Result<void> saveTo(const fs::path& file, const BgraImage& image, const Console& console) {

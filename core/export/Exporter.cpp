@@ -26,6 +26,7 @@ Result<void> prepareDestination(const ExportRequest& request) {
                                    to.string()));
     if (fs::is_directory(to, error))
         return failure(fmt::format("“{}” is a folder. Give a file name for the movie.", to.string()));
+    error.clear();
     if (to.has_parent_path()) fs::create_directories(to.parent_path(), error);
     if (error)
         return failure(
@@ -101,7 +102,7 @@ Result<void> Exporter::run(const ExportRequest& request) {
     if (request.cancel->isCancelled()) return std::unexpected(Failure::cancelled());
     if (auto moved = partial.moveIntoPlace(); !moved) return moved;
     const auto total = static_cast<int>(frameCount(reel->map.compDuration(), request.options.frameRate()));
-    if (request.progress) request.progress({1.0, total, total});
+    if (request.progress) request.progress({1.0, total, total, *canvas});
     return {};
 }
 

@@ -24,6 +24,7 @@ struct ExportProgress {
     double fraction = 0;
     int written = 0; // frames
     int total = 0;   // frames
+    PixelSize canvas;
 };
 
 // One render of a reel to one file.

@@ -20,7 +20,7 @@ void reportFrame(const ExportRequest& request, const Picture& picture, std::int6
             {previewImage(picture, kPreviewSide), static_cast<int>(written), static_cast<int>(total)});
     if (request.progress)
         request.progress({std::min(static_cast<double>(written) / static_cast<double>(total), kUnfinished),
-                          static_cast<int>(written), static_cast<int>(total)});
+                          static_cast<int>(written), static_cast<int>(total), picture.size});
 }
 
 } // namespace glintro

@@ -10,6 +10,8 @@ namespace {
 
 constexpr const char* kCannotOpen = "The movie can’t be opened: it is damaged or not a movie.";
 constexpr const char* kCannotRead = "Couldn’t read the recording.";
+constexpr const char* kCutOff =
+    "The movie is incomplete: its file was cut off. Copy it again from where it came.";
 constexpr const char* kNoVideo = "The recording has no video track.";
 constexpr int kLargestSide = 16384;
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
@@ -68,6 +70,21 @@ Seconds frameLength(const AVStream& stream) {
     return rate.num > 0 && rate.den > 0 ? av_q2d(av_inv_q(rate)) : 0;
 }
 
+// Whether the index tells of samples beyond the end of the file.
+bool isCutOff(const AVFormatContext& input) {
+    const std::int64_t size = avio_size(input.pb);
+    if (size <= 0) return false;
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        AVStream* stream = input.streams[i];
+        const int count = avformat_index_get_entries_count(stream);
+        for (int k = 0; k < count; ++k) {
+            const AVIndexEntry* entry = avformat_index_get_entry(stream, k);
+            if (entry->pos > size - entry->size) return true;
+        }
+    }
+    return false;
+}
+
 std::int64_t shownTime(const AVPacket& packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
@@ -86,6 +103,7 @@ Result<std::unique_ptr<MovieFile>> MovieFile::open(const std::filesystem::path& 
         found = movie->findTracks();
     }
     if (!found) return std::unexpected(found.error());
+    if (isCutOff(*movie->input_)) return failure(kCutOff);
     if (!isAcceptableSize(*movie->video_->codecpar)) {
         return failure("The recording’s picture size is not supported.");
     }

@@ -31,7 +31,8 @@ TEST(CommandLine, SaysWhatWasExpected) {
         {"polish reel", "“polish” is not a command of glintro."},
         {"--fast", "“--fast” is not an option of glintro."},
         {"render", "REEL is required."},
-        {"render a b", "“b” is one argument too many."},
+        {"render a b -o c.mp4", "-o names one file, but several reels are given."},
+        {"still a b", "“b” is one argument too many."},
         {"render a --quick", "“--quick” is not an option of glintro render."},
         {"render a --fps", "--fps expects a value."},
         {"render a --fps 0", "--fps expects a whole number from 1 to 240, not “0”."},
@@ -45,7 +46,19 @@ TEST(CommandLine, SaysWhatWasExpected) {
         {"render a --look dusk",
          "There is no Look “dusk”. The Looks are Aurora, Studio, Dusk, Midnight, Paper, Mono, Desktop, "
          "Bare."},
-        {"render a -o movie.gif", "-o expects the name of a .mp4 file, not “movie.gif”."},
+        {"render a -o movie.avi", "-o expects the name of a .mp4 file, not “movie.avi”."},
+        {"render a -o movie.gif --format mp4", "-o expects the name of a .mp4 file, not “movie.gif”."},
+        {"render a -o movie.mp4 --preset gif", "-o expects the name of a .gif file, not “movie.mp4”."},
+        {"render a --format webm", "--format expects mp4 or gif, not “webm”."},
+        {"render a --preset GIF",
+         "--preset expects one of master, gif, square, vertical, youtube, not “GIF”."},
+        {"render a --preset gif --format mp4", "--preset gif does not go with --format mp4."},
+        {"render a --preset square --fps 60", "--fps does not go with --preset square."},
+        {"render a --preset vertical --fill", "--fill does not go with --preset vertical."},
+        {"render a --preset youtube --gif-fps 10", "--gif-fps does not go with --preset youtube."},
+        {"render a -o b.gif --fps 30", "--fps goes with MP4 movies only."},
+        {"render a --gif-width 400", "--gif-width goes with GIFs only."},
+        {"render a --gif-fps 51", "--gif-fps expects a whole number from 1 to 50, not “51”."},
         {"still a -o still.jpg", "-o expects the name of a .png file, not “still.jpg”."},
         {"still a --at NaN", "--at expects a time in seconds such as 2.5, not “NaN”."},
         {"still a --at 1e999", "--at expects a time"},
@@ -95,7 +108,7 @@ TEST(CommandLine, ReadsRender) {
     const auto all = parsed<RenderArguments>(
         "render reels/a -o out/b.MP4 --short-side 720 --fps 30 --aspect "
         "9:16 --fill --look Dusk --workers 3 --json");
-    EXPECT_EQ(all.reel, "reels/a");
+    EXPECT_EQ(all.reels, std::vector<std::filesystem::path>{"reels/a"});
     EXPECT_EQ(all.output, "out/b.MP4");
     const ExportOptions expected{.shortSide = 720, .fps = 30, .aspect = AspectRatio::tall, .fill = true};
     EXPECT_EQ(all.options, expected);
@@ -104,13 +117,32 @@ TEST(CommandLine, ReadsRender) {
     EXPECT_EQ(all.report, Report::json);
 
     const auto none = parsed<RenderArguments>("render still"); // a reel may be called like a command
-    EXPECT_EQ(none.reel, "still");
+    EXPECT_EQ(none.reels, std::vector<std::filesystem::path>{"still"});
     EXPECT_EQ(none.options, ExportOptions());
     EXPECT_FALSE(none.output || none.look);
     EXPECT_EQ(none.report, Report::text);
-    EXPECT_EQ(parsed<RenderArguments>("render --fps 24 -- --odd-name").reel, "--odd-name");
+    EXPECT_EQ(parsed<RenderArguments>("render --fps 24 -- --odd-name").reels.front(), "--odd-name");
     EXPECT_EQ(parsed<RenderArguments>("render a --fps 060").options.fps, 60); // never octal
     EXPECT_EQ(parsed<RenderArguments>("render a --fps 24 --fps 25").options.fps, 25);
+}
+
+TEST(CommandLine, ChoosesTheOptionsOfARender) {
+    struct Row {
+        const char* line;
+        ExportOptions options;
+    };
+    const ExportOptions gif{.format = ExportFormat::gif};
+    const Row rows[] = {
+        {"render a -o b.GIF", gif},
+        {"render a -o b --format gif", gif},
+        {"render a b c --format gif --gif-width 320 --gif-fps 8 --aspect 1:1",
+         {.format = ExportFormat::gif, .gifWidth = 320, .gifFPS = 8, .aspect = AspectRatio::square}},
+        {"render a --preset gif --gif-width 701", {.format = ExportFormat::gif, .gifWidth = 701}},
+        {"render a --preset gif --gif-fps 20", {.format = ExportFormat::gif, .gifFPS = 20}},
+        {"render a --preset master --short-side 2160 --fill", {.shortSide = 2160, .fill = true}},
+        {"render a --preset vertical", {.fps = 30, .aspect = AspectRatio::tall, .fill = true}},
+    };
+    for (const Row& row : rows) EXPECT_EQ(parsed<RenderArguments>(row.line).options, row.options) << row.line;
 }
 
 TEST(CommandLine, ReadsTheOtherCommands) {

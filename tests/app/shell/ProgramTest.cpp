@@ -96,6 +96,41 @@ TEST_F(ProgramTest, ReportsTheRenderAsJson) {
     EXPECT_EQ(report["bytes"], fs::file_size(work_ / "out.mp4"));
 }
 
+TEST_F(ProgramTest, RendersSeveralReelsAndSaysWhichFailed) {
+    const ProgramResult result =
+        run({"render", reel(), "nowhere", reel(), "--format", "gif", "--gif-width", "64"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.error.find("glintro: nowhere: There is no folder"), std::string::npos) << result.error;
+    EXPECT_NE(result.out.find("2 of 3 reels rendered in "), std::string::npos) << result.out;
+    EXPECT_EQ(madeFiles().size(), 2U);
+    EXPECT_TRUE(
+        std::ranges::all_of(madeFiles(), [](const std::string& name) { return name.ends_with(".gif"); }));
+
+    const ProgramResult json =
+        run({"render", reel(), "nowhere", "--json", "--short-side", "64", "--fps", "5"});
+    EXPECT_EQ(json.status, 1);
+    const auto report = nlohmann::json::parse(json.out);
+    ASSERT_EQ(report.size(), 2U);
+    EXPECT_EQ(report[0]["reel"], reel());
+    EXPECT_EQ(report[0]["height"], 64);
+    EXPECT_TRUE(report[1].contains("error"));
+}
+
+TEST_F(ProgramTest, DrawsTheWallpaperItIsGiven) {
+    BgraImage green({40, 40});
+    for (int y = 0; y < 40; ++y)
+        for (int x = 0; x < 40; ++x) green.row(y)[4 * x + 1] = 200;
+    ASSERT_TRUE(savePng(green, work_ / "green.png"));
+    ASSERT_EQ(run({"still", reel(), "-o", "a.png", "--look", "Desktop", "--wallpaper", "green.png"}).status,
+              0);
+    const auto picture = loadImage(work_ / "a.png");
+    ASSERT_TRUE(picture);
+    EXPECT_NEAR(picture->row(2)[4 * 2 + 1], 176, 2);
+    const ProgramResult missing = run({"still", reel(), "-o", "b.png", "--wallpaper", "none.png"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(isOneSentence(missing.error)) << missing.error;
+}
+
 TEST_F(ProgramTest, RendersStills) {
     ASSERT_EQ(
         run({"still", reel(), "--at", "0.3", "-o", "a.png", "--long-side", "96", "--look", "Bare"}).status,

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes a sample reel and renders it in two shapes.
+# Makes a sample reel and renders it in two shapes and as a GIF.
 #
 #   scripts/demo.sh GLINTRO FOLDER    GLINTRO: the built program; what is made goes into FOLDER
 set -euo pipefail
@@ -22,12 +22,13 @@ step() {
 }
 
 mkdir -p "$folder"
-rm -rf "$reel" "$folder"/demo-16x9.mp4 "$folder"/demo-9x16.mp4
+rm -rf "$reel" "$folder"/demo-16x9.mp4 "$folder"/demo-9x16.mp4 "$folder"/demo.gif
 step "A sample reel of 20 seconds" "$reel" "$glintro" sample "$reel" --seconds 20
 step "The movie, 16:9, 1080p60" "$folder/demo-16x9.mp4" \
     "$glintro" render "$reel" --aspect 16:9 -o "$folder/demo-16x9.mp4"
 step "The movie, 9:16, filled, 1080p60" "$folder/demo-9x16.mp4" \
     "$glintro" render "$reel" --aspect 9:16 --fill -o "$folder/demo-9x16.mp4"
+step "The GIF, 640 pixels, 12 fps" "$folder/demo.gif" "$glintro" render "$reel" --preset gif -o "$folder/demo.gif"
 
 echo
 echo "Made (size, time taken, place):"

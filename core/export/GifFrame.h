@@ -21,6 +21,6 @@ struct GifFrame {
 
 // The same frame with no more colours than it uses, in the same order: its table is smaller, and so are the
 // codes.
-GifFrame withUsedColours(const GifFrame& frame);
+GifFrame withUsedColours(GifFrame frame);
 
 } // namespace glintro

@@ -32,19 +32,20 @@ void GifFrameDiff::take(const Picture& picture) {
         const std::uint8_t* blue = picture.planes[2].row(y);
         for (int x = 0; x < canvas_.width; ++x, ++position) {
             wanted_[position] = {red[x], green[x], blue[x]};
-            if (first_ || !staysAsItIs(position)) changed_.push_back(position);
+            if (first_ || !staysAsItIs(position))
+                changed_.push_back({static_cast<std::uint16_t>(x), static_cast<std::uint16_t>(y), position});
         }
     }
     first_ = false;
 }
 
-int GifFrameDiff::contrast(int x, int y) const {
-    const GifColour* here = wanted_.data() + static_cast<std::ptrdiff_t>(y) * canvas_.width + x;
+int GifFrameDiff::contrast(GifPixel pixel) const {
+    const GifColour* here = wanted_.data() + pixel.position;
     int most = 0;
-    if (x > 0) most = std::max(most, squaredDistance(*here, here[-1]));
-    if (x + 1 < canvas_.width) most = std::max(most, squaredDistance(*here, here[1]));
-    if (y > 0) most = std::max(most, squaredDistance(*here, here[-canvas_.width]));
-    if (y + 1 < canvas_.height) most = std::max(most, squaredDistance(*here, here[canvas_.width]));
+    if (pixel.x > 0) most = std::max(most, squaredDistance(*here, here[-1]));
+    if (pixel.x + 1 < canvas_.width) most = std::max(most, squaredDistance(*here, here[1]));
+    if (pixel.y > 0) most = std::max(most, squaredDistance(*here, here[-canvas_.width]));
+    if (pixel.y + 1 < canvas_.height) most = std::max(most, squaredDistance(*here, here[canvas_.width]));
     return most;
 }
 

@@ -9,8 +9,15 @@
 
 namespace glintro {
 
+// A pixel of the canvas: its column and row, and its number when all are counted row by row.
+struct GifPixel {
+    std::uint16_t x;
+    std::uint16_t y;
+    std::uint32_t position;
+};
+
 // What a GIF shows so far, and where the next picture differs from it so much that it has to be drawn anew.
-// Positions count the pixels of the canvas row by row. One thread at a time.
+// One thread at a time.
 class GifFrameDiff {
   public:
     explicit GifFrameDiff(PixelSize canvas);
@@ -21,12 +28,12 @@ class GifFrameDiff {
     // moves it.
     void take(const Picture& picture);
 
-    std::span<const std::uint32_t> changed() const { return changed_; }
+    std::span<const GifPixel> changed() const { return changed_; }
     GifColour wanted(std::uint32_t position) const { return wanted_[position]; }
     GifColour shown(std::uint32_t position) const { return shown_[position]; }
     // The largest squared distance of a pixel of the picture from its neighbours left, right, above and
     // below.
-    int contrast(int x, int y) const;
+    int contrast(GifPixel pixel) const;
 
     // The GIF shows `colour` there from now on, for the picture taken last.
     void draw(std::uint32_t position, GifColour colour) {
@@ -42,7 +49,7 @@ class GifFrameDiff {
     std::vector<GifColour> wanted_; // the picture taken last
     std::vector<GifColour> drawn_;  // the pictures that pixels were drawn for
     std::vector<GifColour> shown_;
-    std::vector<std::uint32_t> changed_;
+    std::vector<GifPixel> changed_;
 };
 
 } // namespace glintro

@@ -17,8 +17,8 @@ using Attributes = std::unique_ptr<liq_attr, Destroy<liq_attr, liq_attr_destroy>
 using Histogram = std::unique_ptr<liq_histogram, Destroy<liq_histogram, liq_histogram_destroy>>;
 using Quantized = std::unique_ptr<liq_result, Destroy<liq_result, liq_result_destroy>>;
 
-constexpr int kSpeed = 8;            // of libimagequant, 1 to 10: fast enough to be done anew within a GIF
-constexpr std::int16_t kNever = 512; // farther from every colour than any two colours are from each other
+constexpr int kSpeed = 8;     // of libimagequant, 1 to 10: fast enough to be done anew within a GIF
+constexpr float kNever = 512; // farther from every colour than any two colours are from each other
 // What few pixels show, a pointer or a ring around a click, matters more than their number says.
 constexpr double kCountPower = 0.85;
 constexpr double kCountScale = 16; // as libimagequant takes whole weights
@@ -112,13 +112,17 @@ std::uint8_t GifPalette::dithered(GifColour colour, int x, int y) {
     return shareOf(colour, colours_[one], colours_[other]) > threshold ? other : one;
 }
 
+// In floats, which every processor multiplies many at a time; all values are whole and exact.
 std::uint8_t GifPalette::search(GifColour colour) const {
+    const float red = colour.red;
+    const float green = colour.green;
+    const float blue = colour.blue;
     std::array<std::int32_t, 256> distances; // and in the low byte, whose
     for (std::size_t i = 0; i < distances.size(); ++i) {
-        const int red = channels_[0][i] - colour.red;
-        const int green = channels_[1][i] - colour.green;
-        const int blue = channels_[2][i] - colour.blue;
-        distances[i] = (red * red + green * green + blue * blue) << 8 | static_cast<int>(i);
+        const float x = channels_[0][i] - red;
+        const float y = channels_[1][i] - green;
+        const float z = channels_[2][i] - blue;
+        distances[i] = static_cast<std::int32_t>(x * x + y * y + z * z) << 8 | static_cast<std::int32_t>(i);
     }
     std::int32_t best = distances[0];
     for (const std::int32_t distance : distances) best = std::min(best, distance);

@@ -50,13 +50,13 @@ class GifPalette {
         GifColour colour;
         std::uint8_t index;
     };
-    static constexpr int kKnownBits = 14;
+    static constexpr int kKnownBits = 16;
 
     std::uint8_t search(GifColour colour) const;
 
     std::vector<GifColour> colours_;
     // The colours by channel, for the search, padded with ones that are never nearest.
-    std::array<std::array<std::int16_t, 256>, 3> channels_;
+    std::array<std::array<float, 256>, 3> channels_;
     std::vector<Known> known_; // answers given before, by a hash of the colour
 };
 

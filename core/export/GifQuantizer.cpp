@@ -1,6 +1,7 @@
 #include "core/export/GifQuantizer.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace glintro {
 namespace {
@@ -29,10 +30,11 @@ Result<GifFrame> GifQuantizer::quantize(const Picture& picture) {
 }
 
 Result<void> GifQuantizer::choosePalette() {
-    const std::span<const std::uint32_t> changed = diff_.changed();
+    const std::span<const GifPixel> changed = diff_.changed();
     const std::size_t step = (changed.size() + kSample - 1) / kSample;
     std::vector<GifColour> sample;
-    for (std::size_t i = 0; i < changed.size(); i += step) sample.push_back(diff_.wanted(changed[i]));
+    for (std::size_t i = 0; i < changed.size(); i += step)
+        sample.push_back(diff_.wanted(changed[i].position));
     if (palette_ && misfit(sample) <= misfitWhenNew_ * kMisfitFactor + kMisfitMargin) return {};
     auto palette = GifPalette::forPixels(sample);
     if (!palette) return std::unexpected(palette.error());
@@ -51,15 +53,13 @@ double GifQuantizer::misfit(std::span<const GifColour> pixels) {
     return sum / static_cast<double>(pixels.size());
 }
 
-GifTarget GifQuantizer::targetAt(std::uint32_t position) {
-    const GifColour wanted = diff_.wanted(position);
-    const int x = static_cast<int>(position) % canvas_.width;
-    const int y = static_cast<int>(position) / canvas_.width;
-    const int contrast = diff_.contrast(x, y);
+GifTarget GifQuantizer::targetAt(GifPixel pixel) {
+    const GifColour wanted = diff_.wanted(pixel.position);
+    const int contrast = diff_.contrast(pixel);
     const std::uint8_t nearest = palette_->nearest(wanted);
     const int distance = squaredDistance(wanted, palette_->colours()[nearest]);
     if (contrast <= kSmooth && distance >= kWorthDithering) {
-        const std::uint8_t index = palette_->dithered(wanted, x, y);
+        const std::uint8_t index = palette_->dithered(wanted, pixel.x, pixel.y);
         return {palette_->colours()[index], 0, index};
     }
     return {wanted, distance + std::min(contrast / kContrastShare, kMostTolerance), nearest};
@@ -67,13 +67,13 @@ GifTarget GifQuantizer::targetAt(std::uint32_t position) {
 
 void GifQuantizer::planDrawings(bool mayKeep) {
     drawings_.clear();
-    for (const std::uint32_t position : diff_.changed()) {
-        const GifTarget target = targetAt(position);
+    for (const GifPixel pixel : diff_.changed()) {
+        const GifTarget target = targetAt(pixel);
         const GifColour colour = palette_->colours()[target.index];
-        if (mayKeep && colour == diff_.shown(position))
-            diff_.draw(position, colour);
+        if (mayKeep && colour == diff_.shown(pixel.position))
+            diff_.draw(pixel.position, colour);
         else
-            drawings_.push_back({position, target});
+            drawings_.push_back({pixel, target});
     }
 }
 
@@ -81,35 +81,34 @@ PixelRect GifQuantizer::drawnArea() const {
     int left = canvas_.width;
     int right = 0;
     for (const Drawing& drawing : drawings_) {
-        const int x = static_cast<int>(drawing.position) % canvas_.width;
-        left = std::min(left, x);
-        right = std::max(right, x + 1);
+        left = std::min<int>(left, drawing.pixel.x);
+        right = std::max<int>(right, drawing.pixel.x + 1);
     }
-    const int top = static_cast<int>(drawings_.front().position) / canvas_.width;
-    const int bottom = static_cast<int>(drawings_.back().position) / canvas_.width + 1;
-    return {left, top, right - left, bottom - top};
+    const int top = drawings_.front().pixel.y;
+    return {left, top, right - left, drawings_.back().pixel.y + 1 - top};
+}
+
+void GifQuantizer::fillTargets(PixelRect area, std::uint8_t unchanged) {
+    targets_.clear();
+    for (int y = area.y; y < area.bottom(); ++y)
+        for (int x = area.x; x < area.right(); ++x)
+            targets_.push_back(
+                {diff_.shown(static_cast<std::uint32_t>(y * canvas_.width + x)), 0, unchanged});
 }
 
 GifFrame GifQuantizer::draw(std::optional<std::uint8_t> kept) {
     const std::span<const GifColour> colours = palette_->colours();
     const PixelRect area = drawnArea();
-    const auto place = [&](std::uint32_t position) { // in the area
-        const int x = static_cast<int>(position) % canvas_.width - area.x;
-        const int y = static_cast<int>(position) / canvas_.width - area.y;
-        return static_cast<std::size_t>(y) * static_cast<std::size_t>(area.width)
-               + static_cast<std::size_t>(x);
+    const auto place = [&](GifPixel pixel) { // in the area
+        return static_cast<std::size_t>((pixel.y - area.y) * area.width + pixel.x - area.x);
     };
-    std::vector<GifTarget> targets;
-    for (int y = area.y; y < area.y + area.height; ++y)
-        for (int x = area.x; x < area.x + area.width; ++x)
-            targets.push_back(
-                {diff_.shown(static_cast<std::uint32_t>(y * canvas_.width + x)), 0, kept.value_or(0)});
-    for (const Drawing& drawing : drawings_) targets[place(drawing.position)] = drawing.target;
+    fillTargets(area, kept.value_or(0));
+    for (const Drawing& drawing : drawings_) targets_[place(drawing.pixel)] = drawing.target;
 
-    GifFrame frame{area, GifRunFitter(colours, kept).fit(targets), {colours.begin(), colours.end()}, kept};
+    GifFrame frame{area, GifRunFitter(colours, kept).fit(targets_), {colours.begin(), colours.end()}, kept};
     for (const Drawing& drawing : drawings_)
-        diff_.draw(drawing.position, colours[frame.indices[place(drawing.position)]]);
-    return withUsedColours(frame);
+        diff_.draw(drawing.pixel.position, colours[frame.indices[place(drawing.pixel)]]);
+    return withUsedColours(std::move(frame));
 }
 
 } // namespace glintro

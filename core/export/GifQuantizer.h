@@ -26,16 +26,17 @@ class GifQuantizer {
   private:
     // A pixel to be drawn.
     struct Drawing {
-        std::uint32_t position;
+        GifPixel pixel;
         GifTarget target;
     };
 
     Result<void> choosePalette();
     double misfit(std::span<const GifColour> pixels);
-    GifTarget targetAt(std::uint32_t position);
+    GifTarget targetAt(GifPixel pixel);
     // Fills drawings_; pixels whose colour is on show already are left out where they may be kept.
     void planDrawings(bool mayKeep);
     PixelRect drawnArea() const;
+    void fillTargets(PixelRect area, std::uint8_t unchanged);
     GifFrame draw(std::optional<std::uint8_t> kept);
 
     PixelSize canvas_;
@@ -43,6 +44,7 @@ class GifQuantizer {
     std::optional<GifPalette> palette_;
     double misfitWhenNew_ = 0;
     std::vector<Drawing> drawings_;
+    std::vector<GifTarget> targets_; // of the area drawn, row by row
 };
 
 } // namespace glintro

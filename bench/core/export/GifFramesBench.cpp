@@ -1,8 +1,9 @@
 // Feeds every GIF encoder the same frames.
 //
-//   gif_frames draw REEL FRAMES LONG_SIDE FPS SECONDS   draws a reel's first seconds as raw R, G, B bytes and
-//                                                       prints WIDTHxHEIGHT
-//   gif_frames write FRAMES WIDTHxHEIGHT FPS GIF        makes a GIF of such frames
+//   gif_frames draw REEL FRAMES LONG_SIDE FPS [SECONDS]   draws a reel, or its first seconds, as raw R, G, B
+//                                                         bytes and prints WIDTHxHEIGHT
+//   gif_frames write FRAMES WIDTHxHEIGHT FPS GIF          makes a GIF of such frames
+//   gif_frames export REEL GIF LONG_SIDE FPS              does both at once, as the program does
 //
 // Raw frames follow each other without headers, three bytes a pixel, rows top to bottom.
 
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "core/export/ExportOptions.h"
+#include "core/export/Exporter.h"
 #include "core/export/FramePipeline.h"
 #include "core/export/GifStream.h"
 
@@ -78,19 +80,28 @@ Result<void> writeFrames(const std::string& frames, PixelSize canvas, int fps, c
     return (*gif)->finish(count);
 }
 
+Result<void> exportReel(const Project& project, const std::string& file, const ExportOptions& options) {
+    return Exporter::run(
+        {.project = project, .settings = project.info.settings, .options = options, .to = file});
+}
+
 int run(std::span<char*> arguments) {
     Result<void> done = failure("Wrong arguments.");
-    if (arguments.size() == 7 && std::string_view(arguments[1]) == "draw") {
+    const std::string_view verb = arguments.size() > 1 ? arguments[1] : "";
+    PixelSize canvas;
+    if (arguments.size() == 6 && verb == "write"
+        && std::sscanf(arguments[3], "%dx%d", &canvas.width, &canvas.height) == 2)
+        done = writeFrames(arguments[2], canvas, std::atoi(arguments[4]), arguments[5]);
+    if (arguments.size() >= 6 && (verb == "draw" || verb == "export")) {
         const auto project = Project::load(arguments[2]);
         const ExportOptions options{.format = ExportFormat::gif,
                                     .gifWidth = std::atoi(arguments[4]),
                                     .gifFPS = std::atoi(arguments[5])};
-        if (project) done = drawFrames(*project, arguments[3], options, std::atoi(arguments[6]));
+        const int seconds = arguments.size() > 6 ? std::atoi(arguments[6]) : 3600;
+        if (!project) done = failure("This is not a reel.");
+        if (project && verb == "draw") done = drawFrames(*project, arguments[3], options, seconds);
+        if (project && verb == "export") done = exportReel(*project, arguments[3], options);
     }
-    PixelSize canvas;
-    if (arguments.size() == 6 && std::string_view(arguments[1]) == "write"
-        && std::sscanf(arguments[3], "%dx%d", &canvas.width, &canvas.height) == 2)
-        done = writeFrames(arguments[2], canvas, std::atoi(arguments[4]), arguments[5]);
     if (!done) std::fprintf(stderr, "gif_frames: %s\n", done.error().message.c_str());
     return done ? 0 : 1;
 }

@@ -20,7 +20,7 @@ using Quantized = std::unique_ptr<liq_result, Destroy<liq_result, liq_result_des
 constexpr int kSpeed = 8;     // of libimagequant, 1 to 10: fast enough to be done anew within a GIF
 constexpr float kNever = 512; // farther from every colour than any two colours are from each other
 // What few pixels show, a pointer or a ring around a click, matters more than their number says.
-constexpr double kCountPower = 0.85;
+constexpr double kCountPower = 0.95;
 constexpr double kCountScale = 16; // as libimagequant takes whole weights
 
 std::uint32_t keyOf(GifColour colour) {

@@ -8,13 +8,13 @@ namespace {
 
 constexpr std::size_t kSample = 30'000; // pixels that a palette is chosen by
 // A palette goes when it serves so much worse than it did when it was new.
-constexpr double kMisfitFactor = 1.3;
-constexpr double kMisfitMargin = 2;
+constexpr double kMisfitFactor = 1.1;
+constexpr double kMisfitMargin = 0.5;
 // Where neighbours differ, another colour does not show; where the picture is smooth, every step does.
 constexpr int kContrastShare = 85; // one part of the contrast
 constexpr int kMostTolerance = 50;
 constexpr int kSmooth = 30;         // contrast up to which an area may be dithered,
-constexpr int kWorthDithering = 16; // when its nearest colour is that far away
+constexpr int kWorthDithering = 64; // when its nearest colour is that far away
 
 } // namespace
 

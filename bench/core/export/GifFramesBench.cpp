@@ -54,14 +54,16 @@ Result<void> drawFrames(const Project& project, const std::string& file, ExportO
 }
 
 // The next frame of a file of raw frames, in planes; false at its end.
-bool readFrame(std::ifstream& in, PictureBuffer& picture) {
-    const PixelSize size = picture.size();
-    std::vector<char> bytes(static_cast<std::size_t>(size.width) * size.height * 3);
-    if (!in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) return false;
-    auto next = bytes.cbegin();
-    for (int y = 0; y < size.height; ++y)
-        for (int x = 0; x < size.width; ++x)
-            for (int i = 0; i < 3; ++i) picture.plane(i).row(y)[x] = static_cast<std::uint8_t>(*next++);
+bool readFrame(std::ifstream& in, std::vector<char>& row, PictureBuffer& picture) {
+    const auto width = static_cast<std::size_t>(picture.size().width);
+    row.resize(width * 3);
+    for (int y = 0; y < picture.size().height; ++y) {
+        if (!in.read(row.data(), static_cast<std::streamsize>(row.size()))) return false;
+        std::uint8_t* const planes[] = {picture.plane(0).row(y), picture.plane(1).row(y),
+                                        picture.plane(2).row(y)};
+        for (std::size_t x = 0; x < width; ++x)
+            for (std::size_t i = 0; i < 3; ++i) planes[i][x] = static_cast<std::uint8_t>(row[3 * x + i]);
+    }
     return true;
 }
 
@@ -69,10 +71,11 @@ Result<void> writeFrames(const std::string& frames, PixelSize canvas, int fps, c
     std::ifstream in(frames, std::ios::binary);
     auto gif = GifStream::create(file, canvas, fps);
     if (!gif) return std::unexpected(gif.error());
+    std::vector<char> row;
     std::int64_t count = 0;
     for (;; ++count) {
         auto buffer = std::make_shared<PictureBuffer>(PixelLayout::rgb444, canvas);
-        if (!readFrame(in, *buffer)) break;
+        if (!readFrame(in, row, *buffer)) break;
         Picture picture = std::as_const(*buffer).view();
         picture.storage = std::move(buffer);
         if (auto added = (*gif)->add(picture, FrameChange::drawn); !added) return added;

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures Glintro beside references in one run and prints one table; out/bench.md holds the same table.
+# Measures Glintro beside references in one run and prints one table, and one for GIFs; out/bench.md holds the same.
 #
 #   bench/run.sh BUILD
 #
@@ -224,3 +224,5 @@ memory_over_length
 stills
 kernels
 table | tee out/bench.md
+echo | tee -a out/bench.md
+bench/gif.sh "$build" | tee -a out/bench.md

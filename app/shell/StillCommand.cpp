@@ -1,5 +1,6 @@
 #include "app/shell/StillCommand.h"
 
+#include <future>
 #include <system_error>
 
 #include <fmt/format.h>
@@ -20,10 +21,12 @@ Result<BgraImage> render(const Project& project, const StillArguments& arguments
     if (arguments.look) arguments.look->apply(settings);
     auto wallpaper = loadWallpaper(arguments.wallpaper);
     if (!wallpaper) return std::unexpected(wallpaper.error());
-    const auto frame = Still::frame(project, arguments.at, CameraUse::with);
+    auto events = std::async(std::launch::async, [&] { return eventsOrWarning(project, console); });
+    const CameraUse camera = settings.showCamera ? CameraUse::with : CameraUse::without;
+    const auto frame = Still::frame(project, arguments.at, camera);
     if (!frame) return std::unexpected(frame.error());
-    return Still::render(*frame, eventsOrWarning(project, console), settings, arguments.longSide,
-                         *std::move(wallpaper), Framing::fit);
+    return Still::render(*frame, events.get(), settings, arguments.longSide, *std::move(wallpaper),
+                         Framing::fit);
 }
 
 Result<void> saveTo(const fs::path& file, const BgraImage& image, const Console& console) {

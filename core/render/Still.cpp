@@ -1,6 +1,8 @@
 #include "core/render/Still.h"
 
 #include <algorithm>
+#include <functional>
+#include <future>
 
 #include "core/media/MovieReader.h"
 
@@ -21,13 +23,16 @@ PicturePtr cameraFrame(const Project& project, Seconds sourceTime) {
 } // namespace
 
 Result<SourceFrame> Still::frame(const Project& project, Seconds at, CameraUse camera) {
+    const Seconds time = std::min(std::max(at, 0.0), std::max(project.info.duration - kEndMargin, 0.0));
+    // Both movies decode at the same time: somebody waits for this frame.
+    std::future<PicturePtr> presenter;
+    if (camera == CameraUse::with && project.cameraAvailable())
+        presenter = std::async(std::launch::async, cameraFrame, std::cref(project), time);
     auto movie = MovieReader::open(project.rawURL(), MovieReader::Access::single);
     if (!movie) return std::unexpected(movie.error());
-    const Seconds time = std::min(std::max(at, 0.0), std::max(project.info.duration - kEndMargin, 0.0));
     auto screen = (*movie)->frameAt(time);
     if (!screen) return std::unexpected(screen.error());
-    const bool wanted = camera == CameraUse::with && project.cameraAvailable();
-    return SourceFrame{screen->picture, wanted ? cameraFrame(project, time) : nullptr, time};
+    return SourceFrame{screen->picture, presenter.valid() ? presenter.get() : nullptr, time};
 }
 
 BgraImage Still::render(const SourceFrame& frame, const RecordingEvents& events,
@@ -45,9 +50,10 @@ Result<BgraImage> Still::render(const Project& project, Seconds at, int longSide
                                 const std::optional<ProjectSettings>& settings, Framing framing,
                                 std::shared_ptr<const BgraImage> wallpaper) {
     const ProjectSettings& used = settings ? *settings : project.info.settings;
+    auto events = std::async(std::launch::async, &Project::loadEvents, &project);
     auto source = frame(project, at, used.showCamera ? CameraUse::with : CameraUse::without);
     if (!source) return std::unexpected(source.error());
-    return render(*source, project.loadEvents(), used, longSide, std::move(wallpaper), framing);
+    return render(*source, events.get(), used, longSide, std::move(wallpaper), framing);
 }
 
 } // namespace glintro

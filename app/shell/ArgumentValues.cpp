@@ -54,7 +54,7 @@ CLI::Option* addTexts(CLI::App& app, const std::string& names,
     };
     return app.add_option(names, callback, description)
         ->take_all()
-        
+
         ->allow_extra_args();
 }
 

@@ -18,8 +18,8 @@ struct VideoTrackSettings {
     int fps = 60;               // frame n is shown at n / fps
     std::int64_t bitRate = 0;   // average, bits per second
     int keyFrameInterval = 120; // at most this many frames from one key frame to the next
-    // libx264's, chosen by measurement (docs/performance.md): faster ones lose 2 dB and more where the bit rate
-    // is short, slower ones gain little for half as much time again.
+    // libx264's, chosen by measurement (docs/performance.md): faster ones lose 2 dB and more where the bit
+    // rate is short, slower ones gain little for half as much time again.
     std::string preset = "veryfast";
     int threads = 0; // of the encoder; 0: as many as suit the machine
 };

@@ -16,8 +16,6 @@ class Bubble {
     void draw(const Picture& camera, PictureBuffer& canvas, Resampler& resampler,
               PictureBuffer& square) const;
 
-    PixelRect box() const { return picture_.box(); }
-
   private:
     BubblePlan plan_;
     Mask shadow_;

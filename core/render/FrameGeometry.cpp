@@ -6,7 +6,6 @@
 namespace glintro {
 namespace {
 
-constexpr double kUnzoomed = 1.0001;
 // Settings come from files: what no editor would set is brought to a range in which whole-pixel arithmetic
 // holds.
 constexpr double kMaxCanvasSide = 1 << 20;
@@ -79,11 +78,11 @@ PixelRect targetRect(const ProjectSettings& settings, Size crop, PixelSize canva
 Rect zoomWindow(const ZoomCamera& camera, Seconds sourceTime, Size source, Size crop) {
     const ZoomState zoom = camera.zoom(sourceTime);
     const bool cropped = cropsSource(crop, source);
-    if (zoom.scale <= kUnzoomed && !cropped) return {0, 0, source.width, source.height};
+    if (!zoom.isZoomed() && !cropped) return {0, 0, source.width, source.height};
 
     Point centre = zoom.centre;
     if (cropped) {
-        if (zoom.scale <= kUnzoomed && camera.camera()) centre = camera.camera()->position(sourceTime);
+        if (!zoom.isZoomed() && camera.camera()) centre = camera.camera()->position(sourceTime);
         centre = insideSource(centre, source, crop, zoom.scale);
     }
     // A spring that a file made too stiff diverges.

@@ -12,7 +12,6 @@ constexpr Seconds kActiveMargin = 0.01;
 constexpr Seconds kNeighbourDistance = 0.05;
 constexpr Seconds kRamp = 0.7;
 constexpr Seconds kGlide = 0.35;
-constexpr double kUnzoomed = 1.0001;
 // The part of the zoomed view, around its middle, that the real pointer never leaves.
 constexpr double kPointerRoom = 0.62;
 constexpr double kCameraOmega = 4.0;
@@ -131,7 +130,7 @@ ZoomState ZoomCamera::zoom(Seconds t) const {
         if (shot.start - kActiveMargin < t && shot.end + kActiveMargin > t)
             scale = std::max(scale, candidate(shot, t));
     });
-    if (scale <= kUnzoomed) return {scale, {0.5, 0.5}};
+    if (const ZoomState wide{.scale = scale}; !wide.isZoomed()) return wide;
     const Point point = followCursor_ && camera_ ? following(t, scale) : staticCenter(t);
     const double half = 0.5 / scale;
     return {scale, {clamped(point.x, half, 1 - half), clamped(point.y, half, 1 - half)}};

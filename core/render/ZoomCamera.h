@@ -15,6 +15,8 @@ namespace glintro {
 struct ZoomState {
     double scale = 1;
     Point centre{0.5, 0.5};
+    // Less than this is no zoom that anybody sees.
+    bool isZoomed() const { return scale > 1.0001; }
     bool operator==(const ZoomState&) const = default;
 };
 

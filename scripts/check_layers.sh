@@ -20,7 +20,8 @@ core/render    : core/model core/timeline core/raster core/media core/reel      
 core/export    : core/model core/timeline core/raster core/media core/reel core/render : imagequant cgif
 sample         : core                                                                  : json cairo
 platform       :                                                                       :
-platform/linux : platform                                                              : x11 pipewire pulse portal camera
+platform/linux : platform                                                              : x11 pipewire pulse portal
+platform/linux/camera : platform platform/linux                                        : ffmpeg camera pipewire
 app/recording  : core platform                                                         : qt
 app/library    : core                                                                  : qt
 app/editor     : core platform                                                         : qt

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "core/base/Failure.h"
+#include "core/base/Geometry.h"
+#include "core/reel/TakeJournal.h"
+#include "platform/Camera.h"
+#include "platform/ScreenStream.h"
+#include "platform/Sound.h"
+
+namespace glintro {
+
+struct CaptureSettings {
+    PixelSize pixelSize; // of the recorded image; made even by rounding down
+    int fps = 60;
+    bool hevc = false;
+    bool mic = false;
+    bool camera = false;
+    std::optional<std::string> micDevice = {}; // id or name; the default one when absent
+    std::optional<std::string> cameraDevice = {};
+};
+
+struct CaptureResult {
+    bool hasFrames = false; // false: no movie was kept
+    bool hasCamera = false;
+    bool hasAudio = false;
+    Seconds cameraOffset = 0;
+    Seconds firstFrameHost = 0;
+};
+
+// What has become of the take so far.
+struct CaptureProgress {
+    Seconds secondsOnDisk = 0; // of the screen movie, safe from a kill or a power cut
+    std::int64_t bytesOnDisk = 0;
+    std::int64_t frames = 0; // written or on their way
+    std::int64_t droppedFrames = 0;
+    std::string encoder; // for people: "libx264 veryfast"
+};
+
+// Turns one take into "raw.mov" (screen and microphone) and "camera.mov" in a reel's folder. Pauses are cut
+// out as samples arrive; frames are never waited for: one that comes while the encoder is behind is dropped
+// and counted. All samples are handled on one serial queue of the engine's. One engine for one take.
+//
+// A microphone or camera that is not there does not fail a take, and neither does one that disappears: the
+// missing sound is silence.
+class CaptureEngine {
+  public:
+    // What is handed over here must outlive the engine.
+    CaptureEngine(std::filesystem::path folder, SoundSystem& sound, CameraSystem& cameras,
+                  TakeJournal& journal);
+    ~CaptureEngine();
+
+    // Called at most once, from a thread of the engine's: the take cannot go on (the stream ended, the disk
+    // is full or nearly so, an encoder or a writer failed or stands still), and stop() should be called. All
+    // that was recorded is kept. Set before start.
+    std::function<void(const Failure&)> onError;
+
+    // Something the user should know that does not end the take, as one sentence. Like onError, but may be
+    // called several times. Set before start.
+    std::function<void(const std::string&)> onNotice;
+
+    // Blocks until capture runs; not for the main thread.
+    [[nodiscard]] Result<void> start(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings);
+    void pause(Seconds at);
+    void resume(Seconds at);
+    // Blocks until the files are finished; not for the main thread, not from a callback. Once.
+    CaptureResult stop();
+
+    CaptureProgress progress() const; // from any thread
+
+  private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+} // namespace glintro

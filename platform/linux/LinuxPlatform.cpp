@@ -1,0 +1,47 @@
+#include "platform/linux/LinuxPlatform.h"
+
+#include <cstdlib>
+
+#include "platform/linux/camera/LinuxCameras.h"
+#include "platform/linux/sound/PulseSound.h"
+#include "platform/linux/wayland/WaylandDesktop.h"
+#include "platform/linux/x11/X11Desktop.h"
+
+namespace glintro {
+namespace {
+
+bool runsOnWayland() {
+    const char* display = std::getenv("WAYLAND_DISPLAY");
+    return display != nullptr && *display != '\0';
+}
+
+class LinuxPlatform final : public Platform {
+  public:
+    LinuxPlatform()
+        : screen_(runsOnWayland() ? createPortalScreenCapture() : createX11ScreenCapture()),
+          hotKey_(runsOnWayland() ? createPortalHotKeySource() : createX11HotKeySource()),
+          desktopPicture_(createDesktopPictureSource()),
+          sound_(createPulseSound()),
+          cameras_(createLinuxCameras()) {}
+
+    ScreenCapture& screen() override { return *screen_; }
+    SoundSystem& sound() override { return *sound_; }
+    CameraSystem& cameras() override { return *cameras_; }
+    HotKeySource& hotKey() override { return *hotKey_; }
+    DesktopPictureSource& desktopPicture() override { return *desktopPicture_; }
+
+  private:
+    std::unique_ptr<ScreenCapture> screen_;
+    std::unique_ptr<HotKeySource> hotKey_;
+    std::unique_ptr<DesktopPictureSource> desktopPicture_;
+    std::unique_ptr<SoundSystem> sound_;
+    std::unique_ptr<CameraSystem> cameras_;
+};
+
+} // namespace
+
+std::unique_ptr<Platform> createLinuxPlatform() {
+    return std::make_unique<LinuxPlatform>();
+}
+
+} // namespace glintro

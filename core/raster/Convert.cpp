@@ -230,11 +230,16 @@ BgraImage toBgra(const Picture& picture) {
 }
 
 void bgraToYuv420(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, PictureBuffer& destination) {
+    bgraToYuv420Rows(bgra, strideBytes, 0, destination.size().height, destination);
+}
+
+void bgraToYuv420Rows(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, int firstRow, int endRow,
+                      PictureBuffer& destination) {
     const auto [width, height] = destination.size();
     // Blue, green and red of two rows.
     std::array<Plane, 3> pair = {Plane(width, 2), Plane(width, 2), Plane(width, 2)};
     std::array<RowSums, 3> sums = {RowSums(width), RowSums(width), RowSums(width)};
-    for (int y = 0; y < height; y += 2) {
+    for (int y = firstRow & ~1; y < endRow; y += 2) {
         const int last = std::min(y + 1, height - 1) - y;
         for (int i = 0; i <= last; ++i) {
             HWY_DYNAMIC_DISPATCH(separateRow)

@@ -25,6 +25,11 @@ BgraImage toBgra(const Picture& picture);
 // [1 2 1] / 4 across columns and [1 1] / 2 across rows.
 void bgraToYuv420(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, PictureBuffer& destination);
 
+// The same for rows [firstRow, endRow) of the picture, which lie within it; `bgra` is the whole picture's
+// first row. A row that shares its chroma with one outside takes that one along.
+void bgraToYuv420Rows(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, int firstRow, int endRow,
+                      PictureBuffer& destination);
+
 // Rounds `count` float samples to 8 bits with a fixed 8 x 8 ordered dither of one step, clamped to 0..255. x
 // and y are the position of the first sample in its plane. Samples that are whole numbers stay exactly as
 // they are.

@@ -217,6 +217,29 @@ TEST(PlaneColourTest, GivesTheStandardsColours) {
     }
 }
 
+// What a recording does with the rows that changed: the rest must stay, the edges must not show.
+TEST(ConvertRowsTest, ChangedRowsGiveWhatTheWholePictureWould) {
+    const PixelSize size{30, 11};
+    LoosePlane before(size.width * 4, size.height);
+    before.randomise(1);
+    for (int begin = 0; begin < size.height; ++begin) {
+        for (int end = begin; end <= size.height; ++end) {
+            LoosePlane after(size.width * 4, size.height);
+            after.randomise(1);
+            LoosePlane fresh(size.width * 4, size.height);
+            fresh.randomise(2);
+            for (int y = begin; y < end; ++y)
+                std::copy_n(fresh.view().row(y), size.width * 4, after.view().row(y));
+            PictureBuffer updated(PixelLayout::yuv420, size);
+            bgraToYuv420(before.view().data, before.view().stride, updated);
+            bgraToYuv420Rows(after.view().data, after.view().stride, begin, end, updated);
+            PictureBuffer whole(PixelLayout::yuv420, size);
+            bgraToYuv420(after.view().data, after.view().stride, whole);
+            ASSERT_TRUE(samePixels(updated.view(), whole.view())) << begin << " to " << end;
+        }
+    }
+}
+
 // Rounding may fall either way within the tolerances above, but everywhere the same way.
 TEST(ConvertTargetsTest, EveryTargetGivesTheSameBytes) {
     const PixelSize size{133, 41};

@@ -47,25 +47,9 @@ void releaseStorage(void* opaque, std::uint8_t*) {
     delete static_cast<std::shared_ptr<const void>*>(opaque);
 }
 
-// A frame over the picture's own planes, which holds on to the picture's storage.
-FramePtr wrap(const Picture& picture) {
-    FramePtr frame = newFrame();
-    frame->format = AV_PIX_FMT_YUV420P;
-    frame->width = picture.size.width;
-    frame->height = picture.size.height;
-    for (std::size_t i = 0; i < picture.planes.size(); ++i) {
-        // An encoder only reads, but FFmpeg's frames have no const planes.
-        frame->data[i] = const_cast<std::uint8_t*>(picture.planes[i].data);
-        frame->linesize[i] = static_cast<int>(picture.planes[i].stride);
-    }
-    auto* storage = new std::shared_ptr<const void>(picture.storage);
-    frame->buf[0] = av_buffer_create(frame->data[0], 1, releaseStorage, storage, AV_BUFFER_FLAG_READONLY);
-    return frame;
-}
-
 // A picture without storage may be gone when the call returns: the frame gets its own copy.
 FramePtr copy(const Picture& picture) {
-    const FramePtr view = wrap(picture);
+    const FramePtr view = frameOver(picture);
     FramePtr frame = newFrame();
     frame->format = view->format;
     frame->width = view->width;
@@ -93,7 +77,7 @@ Result<void> VideoEncoder::encode(const Picture& picture, std::int64_t index, co
         picture.layout == PixelLayout::yuv420 && picture.size == PixelSize{context_->width, context_->height};
     if (!fits || index <= lastIndex_) return failure(kCannotEncode, "picture or index out of order");
     lastIndex_ = index;
-    FramePtr frame = picture.storage ? wrap(picture) : copy(picture);
+    FramePtr frame = picture.storage ? frameOver(picture) : copy(picture);
     if (!frame) return failure(kCannotEncode, "out of memory");
     frame->pts = index;
     frame->color_range = context_->color_range;
@@ -102,6 +86,21 @@ Result<void> VideoEncoder::encode(const Picture& picture, std::int64_t index, co
 
 Result<void> VideoEncoder::flush(const PacketSink& sink) {
     return pumpEncoder(*context_, nullptr, sink);
+}
+
+FramePtr frameOver(const Picture& picture) {
+    FramePtr frame = newFrame();
+    frame->format = AV_PIX_FMT_YUV420P;
+    frame->width = picture.size.width;
+    frame->height = picture.size.height;
+    for (std::size_t i = 0; i < picture.planes.size(); ++i) {
+        // An encoder only reads, but FFmpeg's frames have no const planes.
+        frame->data[i] = const_cast<std::uint8_t*>(picture.planes[i].data);
+        frame->linesize[i] = static_cast<int>(picture.planes[i].stride);
+    }
+    auto* storage = new std::shared_ptr<const void>(picture.storage);
+    frame->buf[0] = av_buffer_create(frame->data[0], 1, releaseStorage, storage, AV_BUFFER_FLAG_READONLY);
+    return frame;
 }
 
 Result<void> pumpEncoder(AVCodecContext& encoder, const AVFrame* frame, const PacketSink& sink) {

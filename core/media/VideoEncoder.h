@@ -29,6 +29,9 @@ class VideoEncoder {
     std::int64_t lastIndex_ = -1;
 };
 
+// A frame over the picture's own planes, which holds on to the picture's storage.
+FramePtr frameOver(const Picture& picture);
+
 // Sends one frame (null: no more) to an encoder and passes on every packet that is ready.
 Result<void> pumpEncoder(AVCodecContext& encoder, const AVFrame* frame, const PacketSink& sink);
 

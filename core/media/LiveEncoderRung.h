@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "core/media/FFmpegHandles.h"
+#include "core/media/LiveMovieWriter.h"
+
+namespace glintro {
+
+// One way to encode a movie while it is recorded: FFmpeg's name of an encoder, and its effort.
+struct LiveEncoderRung {
+    std::string codec;           // "libx264"
+    std::string preset = {};     // x264's and x265's
+    std::string deviceType = {}; // of the hardware that pictures must be carried to, as FFmpeg calls it
+    int parameterSetId = 0;      // of the SPS and PPS; only x264 lets us choose
+    int threads = 1;             // more make one picture faster and all of them dearer
+
+    std::string name() const { return preset.empty() ? codec : codec + " " + preset; }
+    // Another rung may take over on the way. With HEVC it may not: all its encoders number their parameter
+    // sets alike.
+    bool mayBeLeft() const { return codec.starts_with("h264_") || codec == "libx264"; }
+};
+
+// All ways for a codec, the best first: hardware, then software with less and less effort.
+std::vector<LiveEncoderRung> liveLadder(const LiveVideoSettings& settings);
+
+// Fails when FFmpeg has no such encoder, or this machine not its hardware.
+Result<CodecPtr> openRung(const LiveEncoderRung& rung, const LiveVideoSettings& settings);
+
+// A frame that an encoder of openRung takes: over the picture's own planes where it reads those, else
+// converted and carried to its hardware.
+Result<FramePtr> frameFor(const AVCodecContext& encoder, const Picture& picture);
+
+// Whether an encoder gives a packet for every picture and needs at most half of the time between two frames
+// for it, so that something is left for what is being recorded. It is spent by that.
+bool keepsUp(AVCodecContext& encoder, const LiveVideoSettings& settings);
+
+} // namespace glintro

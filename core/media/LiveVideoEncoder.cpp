@@ -1,0 +1,154 @@
+#include "core/media/LiveVideoEncoder.h"
+
+#include <algorithm>
+
+namespace glintro {
+namespace {
+
+constexpr const char* kCannotStart = "Couldn’t start writing.";
+constexpr const char* kCannotEncode = "Couldn’t encode the movie.";
+
+bool isEncodable(const LiveVideoSettings& settings) {
+    const auto [width, height] = settings.size;
+    return width >= 2 && height >= 2 && width % 2 == 0 && height % 2 == 0 && settings.fps > 0
+           && settings.bitRate > 0 && settings.keyFrameSpacing > 0;
+}
+
+// The rungs from the first one that keeps up. The last one that works at all needs no trial of its speed.
+std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,
+                                        const LiveVideoSettings& settings) {
+    while (ladder.size() > 1) {
+        const auto encoder = openRung(ladder.front(), settings);
+        if (encoder && keepsUp(**encoder, settings)) break;
+        ladder.erase(ladder.begin());
+    }
+    return ladder;
+}
+
+} // namespace
+
+Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings) {
+    if (!isEncodable(settings)) return failure(kCannotStart, "video settings out of range");
+    prepareFFmpeg();
+    return create(settings, fastEnough(liveLadder(settings), settings));
+}
+
+Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings,
+                                                                   std::vector<LiveEncoderRung> ladder) {
+    if (!isEncodable(settings) || ladder.empty()) return failure(kCannotStart, "video settings out of range");
+    std::unique_ptr<LiveVideoEncoder> encoder(new LiveVideoEncoder(settings, std::move(ladder)));
+    if (auto described = encoder->describe(); !described) return std::unexpected(described.error());
+    return encoder;
+}
+
+// Leaves out the rungs that do not open, and those below one that cannot be left.
+Result<void> LiveVideoEncoder::describe() {
+    std::vector<LiveEncoderRung> open;
+    std::vector<std::uint8_t> parameterSets;
+    Failure last;
+    for (const LiveEncoderRung& rung : ladder_) {
+        auto encoder = openRung(rung, settings_);
+        if (!encoder) {
+            last = encoder.error();
+            continue;
+        }
+        const std::uint8_t* sets = (*encoder)->extradata;
+        parameterSets.insert(parameterSets.end(), sets, sets + (*encoder)->extradata_size);
+        if (open.empty()) encoder_ = std::move(*encoder);
+        open.push_back(rung);
+        if (!rung.mayBeLeft()) break;
+    }
+    if (open.empty()) return std::unexpected(last);
+    ladder_ = std::move(open);
+
+    description_.reset(avcodec_alloc_context3(encoder_->codec));
+    description_->codec_type = AVMEDIA_TYPE_VIDEO;
+    description_->codec_id = encoder_->codec_id;
+    description_->pix_fmt = AV_PIX_FMT_YUV420P;
+    description_->profile = encoder_->profile;
+    description_->level = encoder_->level;
+    description_->width = encoder_->width;
+    description_->height = encoder_->height;
+    description_->sample_aspect_ratio = encoder_->sample_aspect_ratio;
+    description_->time_base = kLiveTimeBase;
+    description_->framerate = encoder_->framerate;
+    description_->bit_rate = encoder_->bit_rate;
+    description_->color_range = encoder_->color_range;
+    description_->color_primaries = encoder_->color_primaries;
+    description_->color_trc = encoder_->color_trc;
+    description_->colorspace = encoder_->colorspace;
+    description_->chroma_sample_location = encoder_->chroma_sample_location;
+    description_->extradata =
+        static_cast<std::uint8_t*>(av_mallocz(parameterSets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+    if (description_->extradata == nullptr) return failure(kCannotStart, "out of memory");
+    std::ranges::copy(parameterSets, description_->extradata);
+    description_->extradata_size = static_cast<int>(parameterSets.size());
+    return {};
+}
+
+bool LiveVideoEncoder::stepDown() {
+    std::size_t rung = rung_;
+    while (rung + 1 < ladder_.size()) {
+        if (rung_.compare_exchange_weak(rung, rung + 1)) return true;
+    }
+    return false;
+}
+
+Result<void> LiveVideoEncoder::openWantedRung() {
+    const std::size_t wanted = rung_;
+    if (encoder_ && openRung_ == wanted) return {};
+    auto encoder = openRung(ladder_[wanted], settings_);
+    if (!encoder) return std::unexpected(encoder.error());
+    encoder_ = std::move(*encoder);
+    openRung_ = wanted;
+    lastKeyTime_.reset();
+    return {};
+}
+
+bool LiveVideoEncoder::needsKeyFrame(std::int64_t time) const {
+    if (!lastKeyTime_) return true;
+    const double frame = 1.0 / settings_.fps;
+    // A picture may be late: the next one would be too far from the last key frame.
+    return static_cast<double>(time - *lastKeyTime_) / kLiveTimeBase.den
+           > settings_.keyFrameSpacing - 1.5 * frame;
+}
+
+Result<void> LiveVideoEncoder::encodeOnce(const Picture& picture, std::int64_t time, const PacketSink& sink) {
+    if (auto open = openWantedRung(); !open) return open;
+    auto frame = frameFor(*encoder_, picture);
+    if (!frame) return std::unexpected(frame.error());
+    (*frame)->pts = time;
+    const bool keyFrame = needsKeyFrame(time);
+    (*frame)->pict_type = keyFrame ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+    bool given = false;
+    const auto passOn = [&](AVPacket& packet) -> Result<void> {
+        given = true;
+        if ((packet.flags & AV_PKT_FLAG_KEY) != 0) lastKeyTime_ = packet.pts;
+        packet.duration = kLiveTimeBase.den / settings_.fps;
+        return sink(packet);
+    };
+    if (auto pumped = pumpEncoder(*encoder_, frame->get(), passOn); !pumped) return pumped;
+    return given ? Result<void>{} : failure(kCannotEncode, "the encoder holds pictures back");
+}
+
+Result<void> LiveVideoEncoder::encode(const Picture& picture, std::int64_t time, const PacketSink& sink) {
+    const bool fits = picture.layout == PixelLayout::yuv420 && picture.size == settings_.size;
+    if (!fits || (lastTime_ && time <= *lastTime_))
+        return failure(kCannotEncode, "picture or time out of order");
+    lastTime_ = time;
+    bool written = false;
+    Result<void> sunk;
+    // A failure to store a packet is not the encoder's: another one would not help.
+    const auto remember = [&](AVPacket& packet) {
+        written = true;
+        sunk = sink(packet);
+        return sunk;
+    };
+    while (true) {
+        auto encoded = encodeOnce(picture, time, remember);
+        if (encoded || written) return encoded;
+        if (!stepDown()) return encoded;
+    }
+}
+
+} // namespace glintro

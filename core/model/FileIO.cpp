@@ -98,14 +98,6 @@ class Replacement {
     bool created_ = false;
 };
 
-// Makes a rename survive a power cut. The new file already stands for every reader, and some file systems
-// cannot do this for folders: a failure here is none of the save.
-void syncFolder(const fs::path& folder) {
-    const FileDescriptor descriptor(
-        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor.isOpen()) ::fsync(descriptor.value());
-}
-
 } // namespace
 
 Result<std::string> readFile(const fs::path& file, std::size_t longest) {
@@ -140,6 +132,12 @@ Result<void> writeFile(const fs::path& file, std::string_view bytes) {
     if (const int error = writeAll(descriptor.value(), bytes)) return writeFailure(file, error);
     if (const int error = descriptor.close()) return writeFailure(file, error);
     return {};
+}
+
+void syncFolder(const fs::path& folder) {
+    const FileDescriptor descriptor(
+        ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor.isOpen()) ::fsync(descriptor.value());
 }
 
 } // namespace glintro

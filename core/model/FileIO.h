@@ -21,4 +21,8 @@ Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_
 // Creates or overwrites the file in place.
 Result<void> writeFile(const std::filesystem::path& file, std::string_view bytes);
 
+// Makes new, renamed and removed entries of a folder survive a power cut. Some file systems cannot do this
+// for folders; every reader sees the entries anyway, so a failure is kept quiet.
+void syncFolder(const std::filesystem::path& folder);
+
 } // namespace glintro

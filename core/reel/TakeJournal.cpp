@@ -1,0 +1,179 @@
+#include "core/reel/TakeJournal.h"
+
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <functional>
+#include <initializer_list>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "core/model/FileDescriptor.h"
+#include "core/model/FileIO.h"
+#include "core/reel/TakeJournalLines.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+
+using std::chrono::milliseconds;
+constexpr milliseconds kAppendEvery{250};
+constexpr milliseconds kSyncEvery{1000};
+
+std::unexpected<Failure> createFailure(const fs::path& file, int code) {
+    return failure(fmt::format("Couldn’t write the log of the recording in “{}”: {}.",
+                               file.parent_path().string(), std::strerror(code)),
+                   file.string(), code);
+}
+
+bool lock(const FileDescriptor& descriptor, int operation) {
+    while (::flock(descriptor.value(), operation) != 0)
+        if (errno != EINTR) return false;
+    return true;
+}
+
+void append(std::string& text, double number) {
+    char digits[32];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    text.append(digits, end);
+}
+
+} // namespace
+
+struct TakeJournal::Impl {
+    Impl(fs::path path, FileDescriptor opened)
+        : file(std::move(path)),
+          descriptor(std::move(opened)),
+          syncing([this](const std::stop_token& stop) { repeat(stop, kSyncEvery, [this] { sync(); }); }),
+          appending([this](const std::stop_token& stop) {
+              repeat(stop, kAppendEvery, [this] { appendPending(); });
+          }) {}
+
+    void add(std::string_view word, std::initializer_list<double> numbers);
+    void repeat(const std::stop_token& stop, milliseconds interval, const std::function<void()>& work);
+    void appendPending();
+    void sync() const { ::fdatasync(descriptor.value()); }
+
+    const fs::path file;
+    const FileDescriptor descriptor;
+    std::string unwritten; // of the appending thread alone, and so is `offset`
+    off_t offset = 0;
+
+    std::mutex mutex; // guards `pending`
+    std::condition_variable_any wake;
+    std::string pending;
+
+    // Last, for they use all of the above. Two, because a slow disk can keep a sync for seconds. Ended from
+    // the last one up: what was appended at the end is synchronised.
+    std::jthread syncing;
+    std::jthread appending;
+};
+
+void TakeJournal::Impl::add(std::string_view word, std::initializer_list<double> numbers) {
+    const std::scoped_lock guard(mutex);
+    pending += word;
+    for (const double number : numbers) {
+        pending += ' ';
+        append(pending, number);
+    }
+    pending += '\n';
+}
+
+// Until the stop, and once more after it.
+void TakeJournal::Impl::repeat(const std::stop_token& stop, milliseconds interval,
+                               const std::function<void()>& work) {
+    while (!stop.stop_requested()) {
+        work();
+        std::unique_lock guard(mutex);
+        wake.wait_for(guard, stop, interval, [&stop] { return stop.stop_requested(); });
+    }
+    work();
+}
+
+// What the disk does not take stays for the next time: the file is always a beginning of what was logged,
+// however often a write is cut short.
+void TakeJournal::Impl::appendPending() {
+    {
+        const std::scoped_lock guard(mutex);
+        unwritten += pending;
+        pending.clear();
+    }
+    std::size_t done = 0;
+    while (done < unwritten.size()) {
+        const ssize_t count =
+            ::pwrite(descriptor.value(), unwritten.data() + done, unwritten.size() - done, offset);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) break;
+        done += static_cast<std::size_t>(count);
+        offset += count;
+    }
+    unwritten.erase(0, done);
+}
+
+TakeJournal::TakeJournal(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+TakeJournal::~TakeJournal() = default;
+
+// The file gets its name once it is locked: nobody ever sees the journal of a running take unlocked.
+Result<std::unique_ptr<TakeJournal>> TakeJournal::create(const fs::path& folder) {
+    const fs::path file = fileIn(folder);
+    const fs::path unnamed = folder / ".take.journal.new";
+    FileDescriptor descriptor(::open(unnamed.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!descriptor.isOpen()) return createFailure(file, errno);
+    if (!lock(descriptor, LOCK_EX | LOCK_NB) || ::rename(unnamed.c_str(), file.c_str()) != 0) {
+        const int code = errno;
+        ::unlink(unnamed.c_str());
+        return createFailure(file, code);
+    }
+    syncFolder(folder);
+    auto impl = std::make_unique<Impl>(file, std::move(descriptor));
+    impl->add(journal::kFormat, {journal::kVersion});
+    return std::unique_ptr<TakeJournal>(new TakeJournal(std::move(impl)));
+}
+
+void TakeJournal::firstFrame(Seconds hostTime) {
+    impl_->add(journal::kFirstFrame, {hostTime});
+}
+
+void TakeJournal::cameraStarted(Seconds hostTime) {
+    impl_->add(journal::kCamera, {hostTime});
+}
+
+void TakeJournal::pause(Seconds hostTime) {
+    impl_->add(journal::kPause, {hostTime});
+}
+
+void TakeJournal::resume(Seconds hostTime) {
+    impl_->add(journal::kResume, {hostTime});
+}
+
+void TakeJournal::sample(const EventSample& sample) {
+    const auto& [time, x, y] = sample.numbers;
+    impl_->add(journal::kSample, {time, x, y});
+}
+
+void TakeJournal::click(const EventSample& click) {
+    const auto& [time, x, y] = click.numbers;
+    impl_->add(journal::kClick, {time, x, y});
+}
+
+void TakeJournal::remove() {
+    ::unlink(impl_->file.c_str());
+    syncFolder(impl_->file.parent_path());
+}
+
+bool TakeJournal::isRunning(const fs::path& folder) {
+    const auto journal = openRegularFile(fileIn(folder));
+    return journal && !lock(journal->descriptor, LOCK_SH | LOCK_NB) && errno == EWOULDBLOCK;
+}
+
+} // namespace glintro

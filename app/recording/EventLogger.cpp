@@ -1,0 +1,83 @@
+#include "app/recording/EventLogger.h"
+
+#include <chrono>
+#include <optional>
+#include <utility>
+
+#include "platform/HostClock.h"
+
+namespace glintro {
+namespace {
+
+using Clock = std::chrono::steady_clock; // that of hostTime()
+constexpr std::chrono::nanoseconds kSampleEvery{1'000'000'000 / 60};
+
+// A position as stored; nothing when there is no rectangle to take fractions of.
+std::optional<EventSample> observation(Seconds hostTime, Point position, const Rect& recorded) {
+    if (!(recorded.width > 0 && recorded.height > 0)) return std::nullopt;
+    return EventSample{
+        {hostTime, (position.x - recorded.x) / recorded.width, (position.y - recorded.y) / recorded.height}};
+}
+
+bool isInside(Point fraction) {
+    return 0 <= fraction.x && fraction.x <= 1 && 0 <= fraction.y && fraction.y <= 1;
+}
+
+} // namespace
+
+EventLogger::~EventLogger() {
+    end();
+}
+
+Result<void> EventLogger::start(std::function<Rect()> frame, PointerSource& pointer, TakeJournal& journal) {
+    frame_ = std::move(frame);
+    journal_ = &journal;
+    auto started = pointer.start([this](const PointerPress& at) { press(at); });
+    if (!started) return started;
+    pointer_ = &pointer;
+    sampling_ = std::jthread([this](const std::stop_token& stop) { keepSampling(stop); });
+    return {};
+}
+
+// By absolute times, so that the rate does not drift; times that were slept through are left out.
+void EventLogger::keepSampling(const std::stop_token& stop) {
+    std::mutex waiting;
+    std::unique_lock guard(waiting);
+    for (auto next = Clock::now(); !stop.stop_requested();) {
+        if (const auto position = pointer_->position()) sample(*position, hostTime());
+        while (next <= Clock::now()) next += kSampleEvery;
+        wake_.wait_until(guard, stop, next, [&stop] { return stop.stop_requested(); });
+    }
+}
+
+void EventLogger::sample(Point position, Seconds hostTime) {
+    const auto seen = observation(hostTime, position, frame_());
+    if (!seen) return;
+    const std::scoped_lock guard(mutex_);
+    samples_.push_back(*seen);
+    journal_->sample(*seen);
+}
+
+void EventLogger::press(const PointerPress& press) {
+    const auto seen = observation(press.hostTime, press.position, frame_());
+    if (!seen) return;
+    const std::scoped_lock guard(mutex_);
+    if (isInside(seen->position())) {
+        clicks_.push_back(*seen);
+        journal_->click(*seen);
+    }
+    samples_.push_back(*seen);
+    journal_->sample(*seen);
+}
+
+void EventLogger::end() {
+    sampling_ = {};
+    if (pointer_) std::exchange(pointer_, nullptr)->stop();
+}
+
+RecordingEvents EventLogger::finish(Seconds origin, Seconds duration, const PauseClock& pauses) {
+    end();
+    return placeEvents(samples_, clicks_, pauses, origin, duration);
+}
+
+} // namespace glintro

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstring>
+#include <optional>
+#include <random>
 #include <thread>
 #include <utility>
 
@@ -128,42 +131,57 @@ FramePtr interleaved(const Picture& picture) {
     return frame;
 }
 
-// Something like a page of text that is scrolled: letters of random strokes, four rows further each time.
-PictureBuffer trialPicture(PixelSize size, int index) {
-    PictureBuffer buffer(PixelLayout::yuv420, size);
-    for (int y = 0; y < size.height; ++y) {
-        const auto row = static_cast<std::uint32_t>(y + index * 4);
-        for (int x = 0; x < size.width; ++x) {
-            const auto letter = (static_cast<std::uint32_t>(x) / 4 * 2654435761U) ^ (row / 3 * 2246822519U);
-            const bool ink = row % 18 < 12 && (letter >> 13) % 3 == 0;
-            buffer.plane(0).row(y)[x] = ink ? 40 : 225;
+constexpr int kTrialPictures = 6;
+constexpr int kTrialStep = 4; // rows
+
+// Something like a page of text: letters of random strokes. Seen through a window that moves down, it
+// scrolls.
+PictureBuffer trialPage(PixelSize size) {
+    PictureBuffer page(PixelLayout::yuv420, {size.width, size.height + kTrialPictures * kTrialStep});
+    std::minstd_rand random(1);
+    const MutablePlaneView luma = page.plane(0);
+    for (int y = 0; y < luma.height; ++y) {
+        std::uint8_t* row = luma.row(y);
+        if (y % 3 != 0) {
+            std::copy_n(luma.row(y - 1), luma.width, row);
+            continue;
         }
+        const bool isBetweenLines = y % 18 >= 12;
+        for (int x = 0; x < luma.width; x += 3)
+            std::memset(row + x, !isBetweenLines && random() % 3 == 0 ? 40 : 225,
+                        static_cast<std::size_t>(std::min(3, luma.width - x)));
     }
     for (int plane = 1; plane < 3; ++plane) {
-        const MutablePlaneView view = buffer.plane(plane);
+        const MutablePlaneView view = page.plane(plane);
         for (int y = 0; y < view.height; ++y) std::fill_n(view.row(y), view.width, std::uint8_t{128});
     }
-    return buffer;
+    return page;
 }
 
-// The time each of a few pictures took; empty when one gave no packet.
-std::vector<Seconds> trial(AVCodecContext& encoder, const LiveVideoSettings& settings, int pictures) {
-    std::vector<Seconds> times;
-    for (int i = 0; i < pictures; ++i) {
-        const PictureBuffer buffer = trialPicture(settings.size, i);
-        const auto begin = std::chrono::steady_clock::now();
-        auto frame = frameFor(encoder, buffer.view());
-        if (!frame) return {};
-        (*frame)->pts = static_cast<std::int64_t>(i) * kLiveTimeBase.den / settings.fps;
-        int packets = 0;
-        const auto count = [&packets](AVPacket&) -> Result<void> {
-            ++packets;
-            return {};
-        };
-        if (!pumpEncoder(encoder, frame->get(), count) || packets != 1) return {};
-        times.push_back(std::chrono::duration<Seconds>(std::chrono::steady_clock::now() - begin).count());
+Picture scrolled(const PictureBuffer& page, PixelSize size, int rows) {
+    Picture picture = page.view();
+    picture.size = size;
+    for (std::size_t i = 0; i < 3; ++i) {
+        PlaneView& plane = picture.planes[i];
+        plane.data = plane.row(i == 0 ? rows : rows / 2);
+        plane.height = planeSize(PixelLayout::yuv420, static_cast<int>(i), size).height;
     }
-    return times;
+    return picture;
+}
+
+// How long one picture takes; nothing when it gives no packet.
+std::optional<Seconds> timeToEncode(AVCodecContext& encoder, const Picture& picture, std::int64_t time) {
+    const auto begin = std::chrono::steady_clock::now();
+    auto frame = frameFor(encoder, picture);
+    if (!frame) return std::nullopt;
+    (*frame)->pts = time;
+    int packets = 0;
+    const auto count = [&packets](AVPacket&) -> Result<void> {
+        ++packets;
+        return {};
+    };
+    if (!pumpEncoder(encoder, frame->get(), count) || packets != 1) return std::nullopt;
+    return std::chrono::duration<Seconds>(std::chrono::steady_clock::now() - begin).count();
 }
 
 } // namespace
@@ -215,11 +233,19 @@ Result<FramePtr> frameFor(const AVCodecContext& encoder, const Picture& picture)
     return carried;
 }
 
-bool keepsUp(AVCodecContext& encoder, const LiveVideoSettings& settings) {
-    std::vector<Seconds> times = trial(encoder, settings, 5);
-    if (times.empty()) return false;
-    std::ranges::sort(times);
-    return times[times.size() / 2] * settings.fps <= 0.5;
+std::optional<double> loadOf(AVCodecContext& encoder, const LiveVideoSettings& settings) {
+    const PictureBuffer page = trialPage(settings.size);
+    std::vector<double> loads;
+    for (int i = 0; i < kTrialPictures; ++i) {
+        const std::int64_t time = static_cast<std::int64_t>(i) * kLiveTimeBase.den / settings.fps;
+        const auto taken = timeToEncode(encoder, scrolled(page, settings.size, i * kTrialStep), time);
+        if (!taken) return std::nullopt;
+        // The first is a key frame, of which there are few.
+        if (i > 0) loads.push_back(*taken * settings.fps);
+        if (loads.size() == 2 && std::ranges::min(loads) > 1) break;
+    }
+    std::ranges::sort(loads);
+    return loads[loads.size() / 2];
 }
 
 } // namespace glintro

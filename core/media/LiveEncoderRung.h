@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,8 @@ Result<CodecPtr> openRung(const LiveEncoderRung& rung, const LiveVideoSettings& 
 // converted and carried to its hardware.
 Result<FramePtr> frameFor(const AVCodecContext& encoder, const Picture& picture);
 
-// Whether an encoder gives a packet for every picture and needs at most half of the time between two frames
-// for it, so that something is left for what is being recorded. It is spent by that.
-bool keepsUp(AVCodecContext& encoder, const LiveVideoSettings& settings);
+// How much of the time between two frames an encoder needs for one: 1 is all of it. Nothing when it does not
+// give a packet for every picture. The encoder is spent by that.
+std::optional<double> loadOf(AVCodecContext& encoder, const LiveVideoSettings& settings);
 
 } // namespace glintro

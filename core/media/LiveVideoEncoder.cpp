@@ -14,13 +14,19 @@ bool isEncodable(const LiveVideoSettings& settings) {
            && settings.bitRate > 0 && settings.keyFrameSpacing > 0;
 }
 
-// The rungs from the first one that keeps up. The last one that works at all needs no trial of its speed.
+// A recorder that takes more than this of one core's time makes what it records stutter.
+constexpr double kHighestLoad = 1.0 / 3;
+
+// The rungs from the first one that is fast enough. The last one is what is left, and needs no trial.
 std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,
                                         const LiveVideoSettings& settings) {
     while (ladder.size() > 1) {
         const auto encoder = openRung(ladder.front(), settings);
-        if (encoder && keepsUp(**encoder, settings)) break;
-        ladder.erase(ladder.begin());
+        const auto load = encoder ? loadOf(**encoder, settings) : std::nullopt;
+        if (load && *load <= kHighestLoad) break;
+        // No rung is three times as fast as another.
+        const bool isHopeless = load && *load > 3 * kHighestLoad;
+        ladder.erase(ladder.begin(), isHopeless ? ladder.end() - 1 : ladder.begin() + 1);
     }
     return ladder;
 }

@@ -1,0 +1,278 @@
+#include "app/recording/RecordingController.h"
+
+#include <QCoreApplication>
+#include <QRectF>
+#include <utility>
+
+#include "platform/HostClock.h"
+
+namespace glintro {
+namespace {
+
+constexpr int kCountdownFrom = 3;
+constexpr std::chrono::milliseconds kTickInterval{100};
+
+} // namespace
+
+QString title(RecordingController::Mode mode) {
+    using enum RecordingController::Mode;
+    if (mode == display) return QStringLiteral("Screen");
+    return mode == window ? QStringLiteral("Window") : QStringLiteral("Area");
+}
+
+RecordingController::RecordingController(const Seams& seams, std::chrono::milliseconds countdownStep,
+                                         QObject* parent)
+    : QObject(parent),
+      seams_(seams),
+      preferences_(seams.preferences),
+      countdownStep_(countdownStep),
+      micOn_(preferences_.recordMic()),
+      cameraOn_(preferences_.recordCamera()),
+      countdownOn_(preferences_.countdown()) {
+    background_.setMaxThreadCount(1);
+    countdownTimer_.setSingleShot(true);
+    connect(&countdownTimer_, &QTimer::timeout, this, [this] { countDown(countdownNumber_ - 1); });
+    tick_.setInterval(kTickInterval);
+    connect(&tick_, &QTimer::timeout, this, &RecordingController::tick);
+}
+
+RecordingController::~RecordingController() {
+    starting_.request_stop();
+    if (phase_ == Phase::recording) stop();
+    background_.waitForDone();
+}
+
+// The work hands back what to do about it on the main thread, which is left undone when the controller has
+// gone by then.
+void RecordingController::inBackground(std::function<std::function<void()>()> work) {
+    background_.start(
+        [this, work = std::move(work)] { QMetaObject::invokeMethod(this, work(), Qt::QueuedConnection); });
+}
+
+void RecordingController::openBar() {
+    if (phase_ != Phase::idle) return;
+    const bool hasAccess = seams_.platform.screen().hasAccess();
+    seams_.library.setScreenAccess(hasAccess);
+    if (!hasAccess) {
+        seams_.views.showMainWindow();
+        seams_.views.presentPermissionSheet();
+        return;
+    }
+    setPhase(Phase::choosing);
+    seams_.views.showBar();
+    loadSources();
+}
+
+void RecordingController::closeBar() {
+    if (phase_ != Phase::choosing) return;
+    starting_.request_stop();
+    seams_.views.hideBar();
+    setPhase(Phase::idle);
+}
+
+void RecordingController::start() {
+    if (phase_ != Phase::choosing || !canStart()) return;
+    if (countdownOn_)
+        countDown(kCountdownFrom);
+    else
+        begin();
+}
+
+void RecordingController::countDown(int number) {
+    if (number == 0) {
+        seams_.views.hideCountdown();
+        begin();
+        return;
+    }
+    countdownNumber_ = number;
+    setPhase(Phase::countdown);
+    seams_.views.showCountdown(number, targetScreen());
+    countdownTimer_.start(countdownStep_);
+}
+
+void RecordingController::cancelCountdown() {
+    if (phase_ != Phase::countdown) return;
+    countdownTimer_.stop();
+    starting_.request_stop();
+    seams_.views.hideCountdown();
+    setPhase(Phase::choosing);
+}
+
+void RecordingController::begin() {
+    const auto filter = chosenFilter();
+    if (!filter) {
+        failed(filter.error());
+        emit ended();
+        return;
+    }
+    ++takeNumber_;
+    starting_ = std::stop_source();
+    failedEarly_.reset();
+    progress_ = {};
+    elapsed_ = 0;
+    setStarting(true);
+    inBackground([this, order = order(*filter), handlers = handlers(), cancel = starting_.get_token()] {
+        auto take = LiveTake::begin(order, seams_.platform, seams_.library, handlers, cancel);
+        TakeResult result = std::unexpected(Failure());
+        if (take)
+            result = *std::move(take);
+        else
+            result = std::unexpected(take.error());
+        return [this, result] { begun(result); };
+    });
+}
+
+TakeOrder RecordingController::order(const ContentFilter& filter) const {
+    return {filter,
+            {.pixelSize = {}, // known once the stream is open
+             .fps = preferences_.captureFPS(),
+             .hevc = preferences_.useHEVC(),
+             .mic = micOn_,
+             .camera = cameraOn_,
+             .micDevice = microphone_,
+             .cameraDevice = camera_}};
+}
+
+// Whatever comes from a take that is not the running one any more is passed over.
+TakeHandlers RecordingController::handlers() {
+    const auto onMain = [this, number = takeNumber_](auto call) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, number, call] {
+                if (number == takeNumber_) call();
+            },
+            Qt::QueuedConnection);
+    };
+    return {.failed = [this, onMain](const Failure& failure) { onMain([=, this] { takeFailed(failure); }); },
+            .notice =
+                [this, onMain](const std::string& sentence) {
+                    onMain([=, this] { seams_.views.notice(QString::fromStdString(sentence)); });
+                }};
+}
+
+void RecordingController::takeFailed(const Failure& failure) {
+    if (isStarting_)
+        failedEarly_ = failure; // judged once the take is known to run
+    else if (take_)
+        failed(failure);
+}
+
+void RecordingController::begun(const TakeResult& take) {
+    const bool isTakenBack = starting_.stop_requested();
+    setStarting(false);
+    if (take && !isTakenBack) {
+        record(*take);
+        return;
+    }
+    if (take)
+        discard(*take);
+    else if (!isTakenBack && take.error().isCancelled())
+        refused(take.error());
+    else if (!isTakenBack)
+        failed(take.error());
+    emit ended();
+}
+
+void RecordingController::discard(const std::shared_ptr<LiveTake>& take) {
+    inBackground([take] {
+        take->discard();
+        return [] {};
+    });
+}
+
+// By the user, in the system's dialog: they may want to choose something else.
+void RecordingController::refused(const Failure& failure) {
+    setPhase(Phase::choosing);
+    seams_.views.notice(QString::fromStdString(failure.message));
+}
+
+void RecordingController::record(const std::shared_ptr<LiveTake>& take) {
+    take_ = take;
+    startHost_ = hostTime();
+    pauses_ = {};
+    isPaused_ = false;
+    setPhase(Phase::recording);
+    seams_.views.showBar();
+    tick_.start();
+    if (failedEarly_) failed(*std::exchange(failedEarly_, std::nullopt));
+}
+
+void RecordingController::tick() {
+    const Seconds now = hostTime();
+    elapsed_ = std::max(0.0, now - startHost_ - pauses_.paused(now));
+    emit elapsedChanged();
+    progress_ = take_->progress();
+    emit progressChanged();
+}
+
+void RecordingController::togglePause() {
+    if (phase_ != Phase::recording) return;
+    const Seconds now = hostTime();
+    if (isPaused_) {
+        endPause(now);
+    } else {
+        pauses_.pause(now);
+        take_->pause(now);
+        isPaused_ = true;
+    }
+    emit phaseChanged();
+    tick();
+}
+
+void RecordingController::endPause(Seconds at) {
+    pauses_.resume(at);
+    take_->resume(at);
+    isPaused_ = false;
+}
+
+void RecordingController::stop() {
+    if (phase_ != Phase::recording) return;
+    tick_.stop();
+    if (isPaused_) endPause(hostTime());
+    tick();
+    setPhase(Phase::finishing);
+    inBackground([this, take = take_, pauses = pauses_] {
+        return [this, reel = take->finish(pauses)] { finished(reel); };
+    });
+}
+
+void RecordingController::finished(const ReelResult& reel) {
+    progress_ = take_->progress();
+    emit progressChanged();
+    take_.reset();
+    seams_.views.hideBar();
+    setPhase(Phase::idle);
+    if (!reel)
+        seams_.views.alert(QStringLiteral("Recording couldn’t be finished"),
+                           QString::fromStdString(reel.error().message));
+    else if (*reel)
+        seams_.views.showReel(**reel);
+    else
+        seams_.views.notice(QStringLiteral("Nothing was recorded, because no picture came from the screen."));
+    emit ended();
+}
+
+void RecordingController::failed(const Failure& failure) {
+    const QString text = QString::fromStdString(failure.message);
+    if (take_) {
+        stop();
+        seams_.views.alert(QStringLiteral("Recording stopped"), text);
+        return;
+    }
+    setPhase(Phase::idle);
+    seams_.views.hideBar();
+    seams_.library.setScreenAccess(seams_.platform.screen().hasAccess());
+    seams_.views.alert(QStringLiteral("Recording couldn’t start"), text);
+}
+
+void RecordingController::setPhase(Phase phase) {
+    phase_ = phase;
+    emit phaseChanged();
+}
+
+void RecordingController::setStarting(bool starting) {
+    isStarting_ = starting;
+    emit choiceChanged();
+}
+
+} // namespace glintro

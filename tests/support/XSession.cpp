@@ -154,12 +154,14 @@ void XInjector::releaseKey(std::uint32_t keySymbol) {
     send(XCB_KEY_RELEASE, keyCodeOf(connection_.get(), keySymbol));
 }
 
-std::unique_ptr<XSession> XSession::xvfb(int width, int height, WindowManager manager) {
+std::unique_ptr<XSession> XSession::xvfb(int width, int height, WindowManager manager,
+                                         const std::vector<std::string>& options) {
     const std::string size = std::to_string(width) + "x" + std::to_string(height) + "x24";
     std::vector<std::string> command{"Xvfb", "-screen", "0", size};
     for (const char* extension : {"DAMAGE", "COMPOSITE", "XFIXES", "RANDR", "RENDER", "XTEST"}) {
         command.insert(command.end(), {"+extension", extension});
     }
+    command.insert(command.end(), options.begin(), options.end());
     return std::unique_ptr<XSession>(new XSession(std::move(command), manager));
 }
 

@@ -52,14 +52,18 @@ class XInjector {
 class XSession {
   public:
     enum class WindowManager { none, openbox };
+    // DISPLAY names the session, and no Wayland desktop is there, while the object lives.
     struct Environment {
+        explicit Environment(const XSession& session)
+            : display("DISPLAY", session.display()), wayland("WAYLAND_DISPLAY", std::nullopt) {}
         ScopedEnvironment display;
         ScopedEnvironment wayland;
     };
 
-    // One screen without hardware, of this size in pixels.
+    // One screen without hardware, of this size in pixels. Options are those of Xvfb's command line.
     static std::unique_ptr<XSession> xvfb(int width = 1920, int height = 1080,
-                                          WindowManager manager = WindowManager::openbox);
+                                          WindowManager manager = WindowManager::openbox,
+                                          const std::vector<std::string>& options = {});
     // A real server with one output DUMMY0 on, of 1920 x 1080, and more that can be plugged in with plug().
     static std::unique_ptr<XSession> dummyOutputs(WindowManager manager = WindowManager::openbox);
 
@@ -70,11 +74,6 @@ class XSession {
     ~XSession();
 
     const std::string& display() const { return display_; } // for example ":1"
-    // DISPLAY names this session, and no Wayland desktop is there, while the result lives.
-    [[nodiscard]] Environment asEnvironment() const {
-        return {{"DISPLAY", display_}, {"WAYLAND_DISPLAY", std::nullopt}};
-    }
-
     // Starts a program in the session.
     std::unique_ptr<ChildProcess> run(std::vector<std::string> command,
                                       const std::string& log = "/dev/null") const;

@@ -148,6 +148,10 @@ void TakeJournal::cameraStarted(Seconds hostTime) {
     impl_->add(journal::kCamera, {hostTime});
 }
 
+void TakeJournal::pointerIsEmbedded() {
+    impl_->add(journal::kEmbedded, {});
+}
+
 void TakeJournal::pause(Seconds hostTime) {
     impl_->add(journal::kPause, {hostTime});
 }

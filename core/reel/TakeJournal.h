@@ -14,11 +14,13 @@ namespace glintro {
 
 // What a take's journal tells. All times are host times.
 struct TakeRecord {
-    Seconds firstFrameHost = 0;  // of the first picture; 0 when there was none
-    Seconds cameraStartHost = 0; // of the camera's first picture; 0 when there was none
+    Seconds firstFrameHost = 0;     // of the first picture; 0 when there was none
+    Seconds cameraStartHost = 0;    // of the camera's first picture; 0 when there was none
+    bool pointerIsEmbedded = false; // the pictures show the pointer already
     PauseClock pauses = {};
     std::vector<EventSample> samples = {}; // in the order they came
     std::vector<EventSample> clicks = {};
+    bool operator==(const TakeRecord&) const = default;
 };
 
 // The log of a running take, "take.journal" in the reel's folder: whatever is not in the movies is appended
@@ -33,18 +35,20 @@ class TakeJournal {
 
     void firstFrame(Seconds hostTime);
     void cameraStarted(Seconds hostTime);
+    void pointerIsEmbedded();
     void pause(Seconds hostTime);
     void resume(Seconds hostTime);
     void sample(const EventSample& sample); // [host time, x, y]
     void click(const EventSample& click);
 
-    // Once "events.json" is written and the movies are finished.
+    // Once "events.json" is written, the movies are finished and the reel is registered.
     void remove();
 
     static std::filesystem::path fileIn(const std::filesystem::path& folder) {
         return folder / "take.journal";
     }
     // Nothing when there is no journal. A torn or damaged line ends the reading: what came before counts.
+    // Reads piece by piece: beyond what is told the memory taken does not grow with the file.
     static std::optional<TakeRecord> read(const std::filesystem::path& folder);
     // Whether a living process is writing the journal.
     static bool isRunning(const std::filesystem::path& folder);

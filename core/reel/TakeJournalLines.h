@@ -7,11 +7,12 @@ namespace glintro::journal {
 
 inline constexpr std::string_view kFormat = "glintro-take"; // first of all, with the version
 inline constexpr int kVersion = 1;
-inline constexpr std::string_view kFirstFrame = "first"; // host time
-inline constexpr std::string_view kCamera = "camera";    // host time
-inline constexpr std::string_view kPause = "pause";      // host time
-inline constexpr std::string_view kResume = "resume";    // host time
-inline constexpr std::string_view kSample = "s";         // host time, x, y
-inline constexpr std::string_view kClick = "c";          // host time, x, y
+inline constexpr std::string_view kFirstFrame = "first";  // host time
+inline constexpr std::string_view kCamera = "camera";     // host time
+inline constexpr std::string_view kEmbedded = "embedded"; // no number
+inline constexpr std::string_view kPause = "pause";       // host time
+inline constexpr std::string_view kResume = "resume";     // host time
+inline constexpr std::string_view kSample = "s";          // host time, x, y
+inline constexpr std::string_view kClick = "c";           // host time, x, y
 
 } // namespace glintro::journal

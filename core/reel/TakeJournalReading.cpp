@@ -45,13 +45,29 @@ class RecordBuilder {
     bool take(std::string_view text) {
         const auto line = parse(text);
         if (!line) return false;
-        if (begun_) return line->count == 1 ? takeMoment(*line) : takePosition(*line);
-        begun_ = line->word == journal::kFormat && line->count == 1 && line->numbers[0] == journal::kVersion;
-        return begun_;
+        if (!begun_) return begun_ = isFormat(*line);
+        switch (line->count) {
+            case 0:
+                return takeFact(*line);
+            case 1:
+                return takeMoment(*line);
+            case 3:
+                return takePosition(*line);
+            default:
+                return false;
+        }
     }
     TakeRecord record() && { return std::move(record_); }
 
   private:
+    static bool isFormat(const Line& line) {
+        return line.word == journal::kFormat && line.count == 1 && line.numbers[0] == journal::kVersion;
+    }
+    bool takeFact(const Line& line) {
+        if (line.word != journal::kEmbedded) return false;
+        record_.pointerIsEmbedded = true;
+        return true;
+    }
     bool takeMoment(const Line& line) {
         const Seconds hostTime = line.numbers[0];
         if (line.word == journal::kFirstFrame)
@@ -67,13 +83,9 @@ class RecordBuilder {
         return true;
     }
     bool takePosition(const Line& line) {
-        if (line.count != 3) return false;
-        if (line.word == journal::kSample)
-            record_.samples.push_back({line.numbers});
-        else if (line.word == journal::kClick)
-            record_.clicks.push_back({line.numbers});
-        else
-            return false;
+        const bool isClick = line.word == journal::kClick;
+        if (!isClick && line.word != journal::kSample) return false;
+        (isClick ? record_.clicks : record_.samples).push_back({line.numbers});
         return true;
     }
 

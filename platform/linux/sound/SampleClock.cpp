@@ -1,0 +1,81 @@
+#include "platform/linux/sound/SampleClock.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace glintro {
+namespace {
+
+// No lump of samples is that long; what stays late by more has lost samples on its way.
+constexpr Seconds kFarOff = 0.04;
+constexpr Seconds kLateForGood = 0.3;
+constexpr double kDriftLimit = 0.01;
+constexpr double kCatchUpLimit = 0.5; // well below 1, so that times still ascend
+
+} // namespace
+
+void SlidingMinimum::add(Seconds hostTime, double value) {
+    while (!entries_.empty() && entries_.back().value >= value) entries_.pop_back();
+    entries_.push_back({hostTime, value});
+    while (entries_.front().hostTime < hostTime - length_) entries_.pop_front();
+}
+
+std::optional<double> SlidingMinimum::value() const {
+    return entries_.empty() ? std::nullopt : std::optional(entries_.front().value);
+}
+
+void SampleClock::reportLatency(Seconds latency, Seconds hostTime) {
+    latencies_.add(hostTime, latency);
+}
+
+void SampleClock::arrived(std::size_t count, Seconds hostTime) {
+    const auto arrivedInAll = static_cast<double>(taken_) + static_cast<double>(count);
+    const Seconds offset = hostTime - arrivedInAll / rate_;
+    noteLateness(offset, hostTime);
+    arrivals_.add(hostTime, offset);
+}
+
+// A delay passes and is followed by arrivals in time; samples that are missing make all later ones late.
+void SampleClock::noteLateness(Seconds offset, Seconds hostTime) {
+    const auto earliest = arrivals_.value();
+    if (!earliest || offset <= *earliest + kFarOff) {
+        lateSince_.reset();
+    } else if (!lateSince_) {
+        lateSince_ = hostTime;
+    } else if (hostTime - *lateSince_ > kLateForGood) {
+        interrupted();
+    }
+}
+
+void SampleClock::interrupted() {
+    arrivals_.clear();
+    lateSince_.reset();
+    jumps_ = true;
+}
+
+Seconds SampleClock::take(std::size_t count) {
+    const Seconds duration = static_cast<double>(count) / rate_;
+    if (arrivals_.value()) follow(measuredOffset(), duration);
+    const Seconds time = *offset_ + static_cast<double>(taken_) / rate_;
+    taken_ += static_cast<std::int64_t>(count);
+    return time;
+}
+
+Seconds SampleClock::measuredOffset() const {
+    return *arrivals_.value() - latencies_.value().value_or(0);
+}
+
+void SampleClock::follow(Seconds measured, Seconds duration) {
+    if (!offset_) {
+        offset_ = measured;
+    } else if (jumps_) {
+        offset_ = std::max(*offset_, measured);
+    } else {
+        const Seconds error = measured - *offset_;
+        const Seconds limit = duration * (std::abs(error) > kFarOff ? kCatchUpLimit : kDriftLimit);
+        *offset_ += std::clamp(error, -limit, limit);
+    }
+    jumps_ = false;
+}
+
+} // namespace glintro

@@ -1,0 +1,161 @@
+#include <atomic>
+#include <mutex>
+
+#include <gtest/gtest.h>
+
+#include "app/recording/EventLogger.h"
+#include "platform/HostClock.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaitUntil.h"
+
+namespace glintro {
+namespace {
+
+using test::waitUntil;
+
+// A pointer that the test moves and presses with.
+class HandPointer final : public PointerSource {
+  public:
+    Result<void> start(PressHandler pressed) override {
+        if (isLost) return failure("There is no pointer here.");
+        pressed_ = std::move(pressed);
+        return {};
+    }
+    void stop() override { pressed_ = {}; }
+    std::optional<Point> position() override {
+        ++asked;
+        const std::scoped_lock guard(mutex_);
+        return position_;
+    }
+
+    void moveTo(std::optional<Point> position) {
+        const std::scoped_lock guard(mutex_);
+        position_ = position;
+    }
+    void press(const PointerPress& press) const { pressed_(press); }
+    bool isWatched() const { return pressed_ != nullptr; }
+
+    bool isLost = false;
+    std::atomic<int> asked = 0;
+
+  private:
+    PressHandler pressed_;
+    std::mutex mutex_;
+    std::optional<Point> position_;
+};
+
+class EventLoggerTest : public testing::Test {
+  protected:
+    void start() {
+        ASSERT_TRUE(logger.start([this] { return recorded; }, pointer, *journal));
+    }
+    // In host time, as it was logged.
+    RecordingEvents finish() { return logger.finish(0, 1e9, {}); }
+
+    TemporaryFolder folder;
+    std::unique_ptr<TakeJournal> journal = TakeJournal::create(folder.path()).value();
+    HandPointer pointer;
+    Rect recorded{100, 200, 400, 100};
+    EventLogger logger;
+};
+
+TEST_F(EventLoggerTest, TurnsPressesIntoFractionsOfWhatIsRecorded) {
+    using enum PointerPress::Button;
+    struct Row {
+        const char* what;
+        PointerPress press;
+        Point fraction;
+        bool isClick;
+    };
+    const Row rows[] = {{"inside", {left, {200, 225}, 1}, {0.25, 0.25}, true},
+                        {"the right button", {right, {300, 275}, 2}, {0.5, 0.75}, true},
+                        {"the top left corner", {left, {100, 200}, 3}, {0, 0}, true},
+                        {"the bottom right corner", {left, {500, 300}, 4}, {1, 1}, true},
+                        {"a point too far right", {left, {501, 250}, 5}, {1.0025, 0.5}, false},
+                        {"a point too high", {left, {300, 199}, 6}, {0.5, -0.01}, false},
+                        {"another screen", {right, {-300, 600}, 7}, {-1, 4}, false}};
+    start();
+    for (const Row& row : rows) pointer.press(row.press);
+    const RecordingEvents events = finish();
+    ASSERT_EQ(events.cursor.size(), std::size(rows));
+    std::vector<EventSample> clicks;
+    for (std::size_t i = 0; i < std::size(rows); ++i) {
+        const Row& row = rows[i];
+        const EventSample expected{{row.press.hostTime, row.fraction.x, row.fraction.y}};
+        EXPECT_EQ(events.cursor[i], expected) << row.what;
+        if (row.isClick) clicks.push_back(expected);
+    }
+    EXPECT_EQ(events.clicks, clicks);
+    EXPECT_FALSE(pointer.isWatched());
+}
+
+TEST_F(EventLoggerTest, FollowsAWindowThatIsMovedOrGone) {
+    start();
+    for (const Rect& frame : {Rect{100, 200, 400, 100}, Rect{0, 0, 800, 1000}, Rect{}}) {
+        recorded = frame;
+        pointer.press({.position = {200, 250}, .hostTime = 1});
+    }
+    EXPECT_EQ(finish().clicks, (std::vector<EventSample>{{{1, 0.25, 0.5}}, {{1, 0.25, 0.25}}}));
+}
+
+TEST_F(EventLoggerTest, SamplesThePointerAllTheTime) {
+    const Seconds begin = hostTime();
+    start();
+    ASSERT_TRUE(waitUntil([&] { return pointer.asked > 3; }));
+    const Seconds known = hostTime();
+    pointer.moveTo(Point{300, 300});
+    const int before = pointer.asked;
+    ASSERT_TRUE(waitUntil([&] { return pointer.asked > before + 30; }));
+    const RecordingEvents events = finish();
+    const auto span = hostTime() - begin;
+
+    ASSERT_GE(events.cursor.size(), 30U);
+    EXPECT_LE(static_cast<double>(events.cursor.size()), span * 60 + 1) << "at most 60 a second";
+    EXPECT_GE(events.cursor.front().sourceTime(), known) << "nothing while the position is not known";
+    for (const EventSample& sample : events.cursor) EXPECT_EQ(sample.position(), (Point{0.5, 1}));
+    EXPECT_TRUE(events.clicks.empty());
+    const int asked = pointer.asked;
+    EXPECT_FALSE(waitUntil([&] { return pointer.asked != asked; }, std::chrono::milliseconds(50)));
+}
+
+TEST_F(EventLoggerTest, TellsTheJournalAllOfIt) {
+    start();
+    pointer.moveTo(Point{300, 300});
+    ASSERT_TRUE(waitUntil([&] { return pointer.asked > 5; }));
+    pointer.press({.position = {300, 250}, .hostTime = hostTime()});
+    pointer.press({.position = {0, 0}, .hostTime = hostTime()});
+    const RecordingEvents events = finish();
+    journal.reset();
+    const TakeRecord record = TakeJournal::read(folder.path()).value();
+    EXPECT_EQ(placeEvents(record.samples, record.clicks, {}, 0, 1e9), events);
+    EXPECT_EQ(events.clicks.size(), 1U);
+}
+
+TEST_F(EventLoggerTest, PlacesTheEventsInTheRecording) {
+    start();
+    for (const Seconds time : {99.875, 101.0, 102.5, 104.0, 110.0})
+        pointer.press({.position = {300, 250}, .hostTime = time});
+    const RecordingEvents events = logger.finish(100, 5, {.gaps = {{102, 103}}});
+    EXPECT_EQ(events.duration, 5);
+    EXPECT_EQ(events.clicks, (std::vector<EventSample>{{{1, 0.5, 0.5}}, {{3, 0.5, 0.5}}}));
+    EXPECT_EQ(events.cursor.size(), 3U);
+    EXPECT_EQ(events.cursor[0], (EventSample{{-0.125, 0.5, 0.5}}));
+}
+
+TEST_F(EventLoggerTest, SaysWhenThePointerCannotBeFollowed) {
+    pointer.isLost = true;
+    EXPECT_FALSE(logger.start([] { return Rect{0, 0, 1, 1}; }, pointer, *journal));
+    EXPECT_EQ(logger.finish(5, 2, {}), (RecordingEvents{.duration = 2}));
+}
+
+TEST_F(EventLoggerTest, LeavesThePointerWhenItGoes) {
+    {
+        EventLogger passing;
+        ASSERT_TRUE(passing.start([] { return Rect{0, 0, 1, 1}; }, pointer, *journal));
+        EXPECT_TRUE(pointer.isWatched());
+    }
+    EXPECT_FALSE(pointer.isWatched());
+}
+
+} // namespace
+} // namespace glintro

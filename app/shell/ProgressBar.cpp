@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include "app/shell/TerminalText.h"
 #include "core/model/TimeFormat.h"
@@ -18,7 +15,6 @@ namespace {
 
 constexpr int kShortestBar = 8;
 constexpr int kLongestBar = 40;
-constexpr auto kRedrawInterval = std::chrono::milliseconds(100);
 constexpr std::string_view kGap = "  ";
 
 double shownFraction(const Progress& progress) {
@@ -48,22 +44,6 @@ std::vector<std::string> figures(const Progress& progress) {
     return result;
 }
 
-int terminalColumns() {
-    winsize size{};
-    if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
-    return 80;
-}
-
-bool canRedraw() {
-    const char* terminal = std::getenv("TERM");
-    return ::isatty(STDERR_FILENO) != 0 && terminal != nullptr && std::string_view(terminal) != "dumb";
-}
-
-void writeToTerminal(std::string_view text) {
-    // What a terminal does not take is only a line of progress.
-    [[maybe_unused]] const ssize_t ignored = ::write(STDERR_FILENO, text.data(), text.size());
-}
-
 } // namespace
 
 std::string progressLine(const Progress& progress, int columns) {
@@ -80,20 +60,11 @@ std::string progressLine(const Progress& progress, int columns) {
     return line + text;
 }
 
-ProgressBar::ProgressBar() : visible_(canRedraw()) {}
-
-ProgressBar::~ProgressBar() {
-    if (visible_ && drawn_ != Clock::time_point()) writeToTerminal("\r\x1b[K");
-}
-
 void ProgressBar::show(double fraction, int written, int total) {
-    const auto now = Clock::now();
-    if (!visible_ || now - drawn_ < kRedrawInterval) return;
-    drawn_ = now;
-    const Seconds elapsed = std::chrono::duration<double>(now - started_).count();
-    // The last column stays free: a character there makes some terminals wrap.
-    const std::string line = progressLine({fraction, written, total, elapsed}, terminalColumns() - 1);
-    writeToTerminal("\r" + line + "\x1b[K");
+    line_.show([&](int columns) {
+        const Seconds elapsed = std::chrono::duration<double>(Clock::now() - started_).count();
+        return progressLine({fraction, written, total, elapsed}, columns);
+    });
 }
 
 } // namespace glintro

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 
+#include "app/shell/TerminalLine.h"
 #include "core/base/Geometry.h"
 
 namespace glintro {
@@ -20,23 +21,16 @@ struct Progress {
 //   " 42%  ━━━━━━━━━━━━╌╌╌╌╌╌╌╌╌╌╌╌╌╌╌╌╌  504/1200 frames  87 frames/s  0:08 left"
 std::string progressLine(const Progress& progress, int columns);
 
-// The line on the standard error terminal, redrawn in place at most ten times a second and wiped at the end.
-// Shows nothing where standard error is not a terminal. Not safe for use from two threads at once.
+// The line on the terminal. Not safe for use from two threads at once.
 class ProgressBar {
   public:
-    ProgressBar();
-    ~ProgressBar();
-    ProgressBar(const ProgressBar&) = delete;
-    ProgressBar& operator=(const ProgressBar&) = delete;
-
     void show(double fraction, int written, int total);
 
   private:
     using Clock = std::chrono::steady_clock;
 
-    bool visible_;
+    TerminalLine line_;
     Clock::time_point started_ = Clock::now();
-    Clock::time_point drawn_ = {};
 };
 
 } // namespace glintro

@@ -11,6 +11,7 @@
 #include "app/shell/ReelFolder.h"
 #include "app/shell/RenderOptions.h"
 #include "app/shell/SignalCancel.h"
+#include "app/shell/TerminalText.h"
 #include "core/export/Exporter.h"
 #include "core/model/TimeFormat.h"
 
@@ -119,13 +120,6 @@ nlohmann::json toJson(const Rendering& rendering) {
 
 void print(const nlohmann::json& json, const Console& console) {
     console.out << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-}
-
-std::string bytesText(std::uintmax_t bytes) {
-    const auto amount = static_cast<double>(bytes);
-    if (bytes < 1'000'000) return fmt::format("{:.0f} kB", amount / 1e3);
-    if (bytes < 1'000'000'000) return fmt::format("{:.1f} MB", amount / 1e6);
-    return fmt::format("{:.2f} GB", amount / 1e9);
 }
 
 void print(const Rendering& rendering, const Console& console) {

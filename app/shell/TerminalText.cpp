@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
 namespace glintro {
 namespace {
 
@@ -36,6 +38,13 @@ std::string printable(std::string_view text) {
         text.remove_prefix(high ? 2 : 1);
     }
     return result;
+}
+
+std::string bytesText(std::uintmax_t bytes) {
+    const auto amount = static_cast<double>(bytes);
+    if (bytes < 1'000'000) return fmt::format("{:.0f} kB", amount / 1e3);
+    if (bytes < 1'000'000'000) return fmt::format("{:.1f} MB", amount / 1e6);
+    return fmt::format("{:.2f} GB", amount / 1e9);
 }
 
 std::vector<int> TextTable::widths() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +13,8 @@ int columnsOf(std::string_view text);
 
 // The text with control characters replaced, so that what a file holds cannot steer the terminal.
 std::string printable(std::string_view text);
+
+std::string bytesText(std::uintmax_t bytes); // "824 kB", "12.3 MB", "1.05 GB"
 
 // Rows of cells under a heading, columns aligned and two spaces apart.
 class TextTable {

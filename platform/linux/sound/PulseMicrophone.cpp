@@ -9,7 +9,7 @@
 namespace glintro {
 namespace {
 
-constexpr std::uint32_t kFragment = kSoundRate / 50; // samples: 20 ms, which servers deliver in halves
+constexpr std::uint32_t kFragment = kSoundRate / 100; // samples: 10 ms
 
 PulseMicrophone* owner(void* self) {
     return static_cast<PulseMicrophone*>(self);

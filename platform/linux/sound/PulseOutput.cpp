@@ -1,5 +1,6 @@
 #include "platform/linux/sound/PulseOutput.h"
 
+#include <algorithm>
 #include <span>
 #include <utility>
 

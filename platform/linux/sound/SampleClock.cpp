@@ -9,6 +9,8 @@ namespace {
 // No lump of samples is that long; what stays late by more has lost samples on its way.
 constexpr Seconds kFarOff = 0.04;
 constexpr Seconds kLateForGood = 0.3;
+// More than that is no drift but a first guess that was wrong.
+constexpr Seconds kWrong = 0.01;
 constexpr double kDriftLimit = 0.01;
 constexpr double kCatchUpLimit = 0.5; // well below 1, so that times still ascend
 
@@ -72,7 +74,7 @@ void SampleClock::follow(Seconds measured, Seconds duration) {
         offset_ = std::max(*offset_, measured);
     } else {
         const Seconds error = measured - *offset_;
-        const Seconds limit = duration * (std::abs(error) > kFarOff ? kCatchUpLimit : kDriftLimit);
+        const Seconds limit = duration * (std::abs(error) > kWrong ? kCatchUpLimit : kDriftLimit);
         *offset_ += std::clamp(error, -limit, limit);
     }
     jumps_ = false;

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "core/base/Geometry.h"
+#include "platform/ScreenStream.h"
+
+namespace glintro {
+
+// One picture in a buffer of the compositor's, borrowed during a call.
+struct CastPicture {
+    enum class Order { bgrx, rgbx };
+
+    PixelSize size;
+    const std::uint8_t* pixels = nullptr;
+    std::ptrdiff_t stride = 0;
+    Order order = Order::bgrx;
+    Seconds hostTime = 0;
+    // The rows that differ from the picture before; nothing when the compositor does not tell.
+    std::optional<std::vector<RowRange>> damage = {};
+};
+
+} // namespace glintro

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+
+#include <systemd/sd-bus.h>
+
+#include "core/base/Failure.h"
+#include "platform/linux/wayland/FileDescriptor.h"
+
+namespace glintro {
+
+struct BusDeleter {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+    void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+};
+using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
+using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
+using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
+
+// What came of a question to the user.
+struct PortalAnswer {
+    enum class Verdict : std::uint32_t { granted = 0, refused = 1, ended = 2 };
+
+    Verdict verdict = Verdict::ended;
+    BusMessage results; // its read position is at the a{sv} of results
+};
+
+// A connection of its own to the session bus, for talking to the desktop portal. The portal ends a session
+// when the connection that made it goes. One thread at a time may use it.
+class PortalBus {
+  public:
+    using SignalHandler = std::function<void(sd_bus_message*)>;
+    // Appends the arguments; `token` belongs into the options as "handle_token".
+    using ArgumentWriter = std::function<int(sd_bus_message*, const std::string& token)>;
+
+    [[nodiscard]] static Result<std::unique_ptr<PortalBus>> connect();
+    ~PortalBus();
+
+    // A property of type u of one of the portal's interfaces. Fails when the portal lacks the interface.
+    [[nodiscard]] Result<std::uint32_t> number(const char* interface, const char* property);
+
+    // A call that the portal answers by itself.
+    [[nodiscard]] Result<BusMessage> call(const char* interface, const char* method,
+                                          const std::function<int(sd_bus_message*)>& write,
+                                          const std::stop_token& cancel);
+
+    // A call that the portal answers when the user has: waits as long as they take, unless the portal dies.
+    // A stop request takes the question back.
+    [[nodiscard]] Result<PortalAnswer> ask(const char* interface, const char* method,
+                                           const ArgumentWriter& write, const std::stop_token& cancel);
+
+    // Calls the handler for each such signal, in process(), while the slot lives.
+    [[nodiscard]] Result<BusSlot> onSignal(const std::string& path, const char* interface, const char* member,
+                                           SignalHandler& handler);
+
+    // Sends a call whose answer does not matter.
+    void tell(const std::string& path, const char* interface, const char* method);
+
+    // A name that no other object of this connection has.
+    std::string freshToken();
+
+    int descriptor() const { return sd_bus_get_fd(bus_.get()); }
+    // Works off all that has arrived, without waiting; false when the connection is lost.
+    bool process();
+
+  private:
+    explicit PortalBus(BusHandle bus) : bus_(std::move(bus)) {}
+    Result<void> watchPortal();
+    Result<void> send(BusMessage message, std::function<void(sd_bus_message*)>& answered, BusSlot& slot);
+    Result<void> waitUntil(const std::function<bool()>& done, const std::stop_token& cancel);
+    void sleepUntilSomethingHappens(int wakeDescriptor);
+    std::string requestPath(const std::string& token);
+
+    BusHandle bus_;
+    SignalHandler ownerChanged_;
+    BusSlot ownerSlot_;
+    bool portalIsGone_ = false;
+    int tokens_ = 0;
+};
+
+// Calls `read` for each entry of the a{sv} at the read position, with its name and its value's signature;
+// `read` consumes the variant and returns true, or leaves it and returns false.
+int readEntries(sd_bus_message* message, const std::function<bool(const char*, const char*)>& read);
+
+} // namespace glintro

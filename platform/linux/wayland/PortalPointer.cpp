@@ -1,0 +1,34 @@
+#include "platform/linux/wayland/PortalPointer.h"
+
+#include <utility>
+
+namespace glintro {
+
+void PortalPointer::moved(std::optional<Point> position) {
+    const std::scoped_lock lock(mutex_);
+    position_ = position;
+}
+
+Result<void> PortalPointer::start(PressHandler pressed) {
+    return presses_.start([this, pressed = std::move(pressed)](const EvdevPresses::Press& press) {
+        if (const auto where = position()) pressed({press.button, *where, press.hostTime});
+    });
+}
+
+void PortalPointer::stop() {
+    presses_.stop();
+}
+
+std::optional<Point> PortalPointer::position() {
+    const std::scoped_lock lock(mutex_);
+    return position_;
+}
+
+std::optional<std::string> PortalPointer::whyNoPresses() const {
+    if (presses_.canSee()) return std::nullopt;
+    return "Clicks cannot be seen on this desktop; to have them recorded, add your user to the group “input” "
+           "and log "
+           "in again.";
+}
+
+} // namespace glintro

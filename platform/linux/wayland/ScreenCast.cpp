@@ -1,0 +1,200 @@
+#include "platform/linux/wayland/ScreenCast.h"
+
+#include <cstring>
+
+#include <fcntl.h>
+
+#include "platform/linux/wayland/RestoreToken.h"
+
+namespace glintro {
+namespace {
+
+constexpr const char* kInterface = "org.freedesktop.portal.ScreenCast";
+constexpr const char* kSession = "org.freedesktop.portal.Session";
+
+enum SourceType : std::uint32_t { monitorSource = 1, windowSource = 2 };
+enum CursorMode : std::uint32_t { hiddenCursor = 1, embeddedCursor = 2, metadataCursor = 4 };
+enum PersistMode : std::uint32_t { persistUntilRevoked = 2 };
+
+std::unexpected<Failure> malformed(const char* what) {
+    return failure("The desktop portal gave an answer that makes no sense; update xdg-desktop-portal.", what);
+}
+
+// What a verdict other than "granted" means to the user.
+Result<void> granted(const PortalAnswer& answer, const char* question) {
+    if (answer.verdict == PortalAnswer::Verdict::granted) return {};
+    if (answer.verdict == PortalAnswer::Verdict::refused) {
+        return failure(
+            "Nothing was shared; to record, choose a screen or window in the desktop’s dialog and allow it.",
+            question);
+    }
+    return failure(
+        "The desktop could not ask what to share; try again, or log in anew if that does not help.",
+        question);
+}
+
+std::uint32_t cursorMode(ScreenCast::PointerMode mode) {
+    switch (mode) {
+        case ScreenCast::PointerMode::metadata:
+            return metadataCursor;
+        case ScreenCast::PointerMode::hidden:
+            return hiddenCursor;
+        case ScreenCast::PointerMode::embedded:
+            break;
+    }
+    return embeddedCursor;
+}
+
+} // namespace
+
+Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, const std::stop_token& cancel) {
+    auto bus = PortalBus::connect();
+    if (!bus) return std::unexpected(bus.error());
+    std::unique_ptr<ScreenCast> cast(new ScreenCast(std::move(*bus)));
+    const RestoreToken token(kind == Kind::window ? "window" : "screen");
+
+    Result<void> step = cast->choosePointerMode();
+    if (step) step = cast->createSession(cancel);
+    if (step) step = cast->selectSources(kind, token.load(), cancel);
+    if (step) step = cast->start(cancel);
+    if (step) step = cast->openRemote(cancel);
+    if (!step) return std::unexpected(step.error());
+    token.save(cast->nextToken_);
+    return cast;
+}
+
+ScreenCast::~ScreenCast() {
+    if (!session_.empty() && !isClosed_) bus_->tell(session_, kSession, "Close");
+}
+
+Result<void> ScreenCast::choosePointerMode() {
+    const auto version = bus_->number(kInterface, "version");
+    if (!version) return std::unexpected(version.error());
+    // Portals before version 2 draw the pointer, and know no choice.
+    const std::uint32_t modes = bus_->number(kInterface, "AvailableCursorModes").value_or(embeddedCursor);
+    pointerMode_ = modes & metadataCursor ? PointerMode::metadata
+                   : modes & hiddenCursor ? PointerMode::hidden
+                                          : PointerMode::embedded;
+    return {};
+}
+
+Result<void> ScreenCast::createSession(const std::stop_token& cancel) {
+    const std::string sessionToken = bus_->freshToken();
+    auto answer = bus_->ask(
+        kInterface, "CreateSession",
+        [&](sd_bus_message* message, const std::string& token) {
+            return sd_bus_message_append(message, "a{sv}", 2, "handle_token", "s", token.c_str(),
+                                         "session_handle_token", "s", sessionToken.c_str());
+        },
+        cancel);
+    if (!answer) return std::unexpected(answer.error());
+    if (auto agreed = granted(*answer, "CreateSession"); !agreed) return agreed;
+    sd_bus_message* results = answer->results.get();
+    const int code = readEntries(results, [&](const char* name, const char*) {
+        const char* path = nullptr;
+        if (std::strcmp(name, "session_handle") != 0 || sd_bus_message_read(results, "v", "s", &path) < 0)
+            return false;
+        session_ = path;
+        return true;
+    });
+    if (code < 0 || session_.empty()) return malformed("CreateSession");
+    closed_ = [this](sd_bus_message*) { isClosed_ = true; };
+    auto slot = bus_->onSignal(session_, kSession, "Closed", closed_);
+    if (!slot) return std::unexpected(slot.error());
+    closedSlot_ = std::move(*slot);
+    return {};
+}
+
+Result<void> ScreenCast::selectSources(Kind kind, const std::string& token, const std::stop_token& cancel) {
+    const std::uint32_t type = kind == Kind::window ? windowSource : monitorSource;
+    auto answer = bus_->ask(
+        kInterface, "SelectSources",
+        [&](sd_bus_message* message, const std::string& handle) {
+            int code = sd_bus_message_append(message, "o", session_.c_str());
+            if (code >= 0) code = sd_bus_message_open_container(message, 'a', "{sv}");
+            if (code >= 0) {
+                code = sd_bus_message_append(message, "{sv}{sv}{sv}{sv}{sv}", "handle_token", "s",
+                                             handle.c_str(), "types", "u", type, "multiple", "b", 0,
+                                             "cursor_mode", "u", cursorMode(pointerMode_), "persist_mode",
+                                             "u", persistUntilRevoked);
+            }
+            if (code >= 0 && !token.empty()) {
+                code = sd_bus_message_append(message, "{sv}", "restore_token", "s", token.c_str());
+            }
+            return code < 0 ? code : sd_bus_message_close_container(message);
+        },
+        cancel);
+    // A token that does not even look like one is an error to the portal; without it the user is asked.
+    if (!answer && !answer.error().isCancelled() && !token.empty()) return selectSources(kind, {}, cancel);
+    if (!answer) return std::unexpected(answer.error());
+    return granted(*answer, "SelectSources");
+}
+
+Result<void> ScreenCast::start(const std::stop_token& cancel) {
+    auto answer = bus_->ask(
+        kInterface, "Start",
+        [&](sd_bus_message* message, const std::string& token) {
+            return sd_bus_message_append(message, "osa{sv}", session_.c_str(), "", 1, "handle_token", "s",
+                                         token.c_str());
+        },
+        cancel);
+    if (!answer) return std::unexpected(answer.error());
+    if (auto agreed = granted(*answer, "Start"); !agreed) return agreed;
+    sd_bus_message* results = answer->results.get();
+    const int code = readEntries(results, [&](const char* name, const char*) {
+        if (std::strcmp(name, "streams") == 0) return readStreams(results) >= 0;
+        const char* token = nullptr;
+        if (std::strcmp(name, "restore_token") != 0 || sd_bus_message_read(results, "v", "s", &token) < 0)
+            return false;
+        nextToken_ = token;
+        return true;
+    });
+    if (code < 0 || !hasStream_) return malformed("Start");
+    return {};
+}
+
+int ScreenCast::readStreams(sd_bus_message* results) {
+    int code = sd_bus_message_enter_container(results, 'v', "a(ua{sv})");
+    if (code >= 0) code = sd_bus_message_enter_container(results, 'a', "(ua{sv})");
+    while (code >= 0 && (code = sd_bus_message_enter_container(results, 'r', "ua{sv}")) > 0) {
+        std::uint32_t node = 0;
+        code = sd_bus_message_read(results, "u", &node);
+        if (code >= 0) {
+            code = readEntries(results,
+                               [&](const char* name, const char*) { return readStreamEntry(results, name); });
+        }
+        node_ = node;
+        hasStream_ = true;
+        if (code >= 0) code = sd_bus_message_exit_container(results);
+    }
+    if (code >= 0) code = sd_bus_message_exit_container(results);
+    return code < 0 ? code : sd_bus_message_exit_container(results);
+}
+
+bool ScreenCast::readStreamEntry(sd_bus_message* message, const std::string& name) {
+    if (name != "position" && name != "size") return false;
+    std::int32_t first = 0, second = 0;
+    if (sd_bus_message_read(message, "v", "(ii)", &first, &second) < 0) return false;
+    if (name == "position") position_ = {static_cast<double>(first), static_cast<double>(second)};
+    if (name == "size" && first > 0 && second > 0)
+        size_ = {static_cast<double>(first), static_cast<double>(second)};
+    return true;
+}
+
+Result<void> ScreenCast::openRemote(const std::stop_token& cancel) {
+    auto reply = bus_->call(
+        kInterface, "OpenPipeWireRemote",
+        [&](sd_bus_message* message) {
+            return sd_bus_message_append(message, "oa{sv}", session_.c_str(), 0);
+        },
+        cancel);
+    if (!reply) return std::unexpected(reply.error());
+    int borrowed = -1; // the message closes it
+    if (sd_bus_message_read(reply->get(), "h", &borrowed) < 0) return malformed("OpenPipeWireRemote");
+    remote_ = FileDescriptor(::fcntl(borrowed, F_DUPFD_CLOEXEC, 3));
+    if (!remote_)
+        return failure("Too many files are open; close some programs and try again.", "fcntl", errno);
+    return {};
+}
+
+} // namespace glintro

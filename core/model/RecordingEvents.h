@@ -46,7 +46,7 @@ Result<RecordingEvents> readEvents(const std::filesystem::path& file);
 // hold.
 Result<std::string> encodeEvents(const RecordingEvents& events);
 
-// Writes in place, not atomically: the file belongs to one take and is written once, at its end.
+// Replaces the file in one step, and has it on the disk when it returns: a take's journal is removed next.
 Result<void> writeEvents(const RecordingEvents& events, const std::filesystem::path& file);
 
 } // namespace glintro

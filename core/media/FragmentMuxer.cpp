@@ -2,6 +2,10 @@
 
 #include "core/media/FragmentSealing.h"
 
+extern "C" {
+#include <libavutil/opt.h>
+}
+
 namespace glintro {
 namespace {
 
@@ -87,7 +91,9 @@ Result<void> FragmentMuxer::write(AVPacket& packet, int stream, AVRational timeB
 }
 
 Result<Bytes> FragmentMuxer::cut() {
-    const int code = av_write_frame(output_.get(), nullptr);
+    int code = av_write_frame(output_.get(), nullptr);
+    // Else the next fragment would begin where the last packet's guessed length ends.
+    if (code >= 0) code = av_opt_set(output_->priv_data, "movflags", "+frag_discont", 0);
     if (code < 0) return ffmpegFailure(kCannotWrite, code);
     return takeOutput();
 }

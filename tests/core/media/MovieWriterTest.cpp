@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <random>
@@ -9,11 +8,11 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "core/media/AudioMix.h"
 #include "core/media/MovieReader.h"
 #include "core/media/MovieWriter.h"
+#include "tests/core/media/FileSizeLimit.h"
 #include "tests/core/media/MediaTools.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -230,25 +229,6 @@ TEST(MovieWriter, SaysWhyAFileCannotBeWritten) {
     }
 }
 
-// As a disk that has room for so many bytes.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limited{bytes, before_.rlim_max};
-        handler_ = std::signal(SIGXFSZ, SIG_IGN);
-        ::setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-
-  private:
-    rlimit before_{};
-    void (*handler_)(int) = nullptr;
-};
-
 TEST(MovieWriter, NoticesAFullDiskAtTheLatestOnFinish) {
     const TemporaryFolder folder;
     const auto write = [&](const std::filesystem::path& file) -> Result<void> {
@@ -263,7 +243,7 @@ TEST(MovieWriter, NoticesAFullDiskAtTheLatestOnFinish) {
     ASSERT_TRUE(write(folder / "whole.mp4"));
     const auto size = std::filesystem::file_size(folder / "whole.mp4");
     for (const auto room : {rlim_t{0}, rlim_t{100}, size / 3, size - 1000, size - 1}) {
-        const FileSizeLimit limit(room);
+        const test::FileSizeLimit limit(room);
         const auto written = write(folder / "partial.mp4");
         ASSERT_FALSE(written) << "with room for " << room << " of " << size;
         EXPECT_EQ(written.error().message, "The disk is full. Free some space and try again.");

@@ -1,0 +1,411 @@
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <random>
+#include <thread>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "core/media/MovieReader.h"
+#include "core/media/MovieSealing.h"
+#include "core/model/FileIO.h"
+#include "core/reel/Recovery.h"
+#include "core/reel/TakeJournal.h"
+#include "platform/HostClock.h"
+#include "tests/core/reel/Takes.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaitUntil.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+using Outcome = RecoveredReel::Outcome;
+using test::TakeMaker;
+
+constexpr Seconds kFirstFrame = 5000; // host time of all takes made here
+
+void putFile(const fs::path& file, std::string_view bytes) {
+    ASSERT_TRUE(writeFile(file, bytes)) << file;
+}
+
+std::map<std::string, std::string> filesIn(const fs::path& folder) {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::directory_iterator(folder))
+        files[entry.path().filename()] = readFile(entry.path(), 1U << 30).value_or("no file");
+    return files;
+}
+
+std::vector<std::string> namesIn(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& [name, content] : filesIn(folder)) names.push_back(name);
+    return names;
+}
+
+// Three seconds, cut off somewhere in the last one.
+void putInterruptedMovie(const fs::path& file, TakeMaker::Sound sound = TakeMaker::Sound::tone) {
+    TakeMaker(file, sound).writeFrames(60);
+}
+
+void putFinishedMovie(const fs::path& file) {
+    TakeMaker take(file, TakeMaker::Sound::tone);
+    take.writeFrames(60);
+    take.finish();
+}
+
+void putJournal(const fs::path& folder, const std::function<void(TakeJournal&)>& more = {}) {
+    const auto journal = TakeJournal::create(folder).value();
+    journal->firstFrame(kFirstFrame);
+    for (const Seconds time : {-0.1, 0.5, 1.0, 1.5}) journal->sample({{kFirstFrame + time, time, 0.5}});
+    journal->click({{kFirstFrame + 1, 0.25, 0.75}});
+    if (more) more(*journal);
+}
+
+// What a take of putInterruptedMovie and putJournal becomes.
+void expectWholeReel(const Project& reel) {
+    EXPECT_GE(reel.info.duration, 2);
+    EXPECT_LE(reel.info.duration, 3.001);
+    EXPECT_EQ(reel.sourceSize(), (Size{160, 100}));
+    EXPECT_TRUE(reel.info.hasAudio);
+    const RecordingEvents events = reel.loadEvents();
+    ASSERT_EQ(events.cursor.size(), 4U);
+    EXPECT_NEAR(events.cursor[0].sourceTime(), -0.1, 1e-9);
+    EXPECT_EQ(events.clicks, (std::vector<EventSample>{{{1, 0.25, 0.75}}}));
+    EXPECT_NEAR(events.duration, reel.info.duration, 0.05);
+    EXPECT_EQ(reel.info.settings.zooms.size(), 1U);
+    EXPECT_FALSE(needsRecovery(reel.folder()));
+    const auto movie = MovieReader::open(reel.rawURL());
+    ASSERT_TRUE(movie);
+    EXPECT_TRUE((*movie)->frameAt(reel.info.duration));
+}
+
+class RecoveryTest : public testing::Test {
+  protected:
+    fs::path folder(const std::string& name) const {
+        fs::create_directory(home_ / name);
+        return home_ / name;
+    }
+    TemporaryFolder home_;
+};
+
+TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
+    struct Row {
+        const char* what;
+        std::function<void(const fs::path&)> prepare; // after the movie and the journal
+        Outcome outcome = Outcome::recovered;
+    };
+    const auto finish = [](const fs::path& reel) { ASSERT_TRUE(sealMovie(reel / "raw.mov")); };
+    const auto writeEventsOf = [](const fs::path& reel) {
+        const auto take = TakeJournal::read(reel).value();
+        const auto movie = sealMovie(reel / "raw.mov");
+        ASSERT_TRUE(movie);
+        ASSERT_TRUE(writeEvents(
+            placeEvents(take.samples, take.clicks, take.pauses, take.firstFrameHost, movie->duration),
+            reel / "events.json"));
+    };
+    const auto registerIt = [&](const fs::path& reel) {
+        writeEventsOf(reel);
+        ASSERT_TRUE(Project::registerReel(reel, {.name = "Take", .hasAudio = true}));
+    };
+    const Row rows[] = {{"while it was recorded", [](const fs::path&) {}},
+                        {"with the movie finished", finish},
+                        {"with its events half written",
+                         [&](const fs::path& reel) {
+                             finish(reel);
+                             putFile(reel / "events.json", R"({"version":1,"duration":3,"cursor":[[0.1,)");
+                         }},
+                        {"with its events written", writeEventsOf},
+                        {"with a record that a power cut left empty",
+                         [&](const fs::path& reel) {
+                             writeEventsOf(reel);
+                             putFile(reel / "project.json", "");
+                         }},
+                        {"with its record written", registerIt, Outcome::fine},
+                        {"with its record written, and its events lost in a power cut",
+                         [&](const fs::path& reel) {
+                             registerIt(reel);
+                             putFile(reel / "events.json", "");
+                         },
+                         Outcome::fine}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const fs::path reel = folder(row.what);
+        putInterruptedMovie(reel / "raw.mov");
+        putJournal(reel);
+        row.prepare(reel);
+        EXPECT_TRUE(needsRecovery(reel));
+        const auto recovered = recoverReel(reel, {});
+        ASSERT_TRUE(recovered) << recovered.error().message << recovered.error().detail;
+        EXPECT_EQ(recovered->outcome, row.outcome);
+        ASSERT_TRUE(recovered->project);
+        expectWholeReel(*recovered->project);
+        EXPECT_FALSE(fs::exists(TakeJournal::fileIn(reel)));
+        EXPECT_EQ(Project::load(reel)->info, recovered->project->info);
+        EXPECT_EQ(recovered->project->info.name, row.outcome == Outcome::fine ? "Take" : row.what);
+        const auto once = filesIn(reel);
+        EXPECT_EQ(recoverReel(reel, {})->outcome, Outcome::fine) << "a second time";
+        EXPECT_EQ(filesIn(reel), once);
+    }
+}
+
+TEST_F(RecoveryTest, TakesWhatTheReelsFilesTell) {
+    const fs::path reel = folder("2026-11-21");
+    putInterruptedMovie(reel / "raw.mov", TakeMaker::Sound::none);
+    putInterruptedMovie(reel / "camera.mov");
+    // The camera came 1.4 s after the first picture, one of which was a pause.
+    putJournal(reel, [](TakeJournal& journal) {
+        journal.pause(kFirstFrame + 0.25);
+        journal.resume(kFirstFrame + 1.25);
+        journal.cameraStarted(kFirstFrame + 1.4);
+        journal.pointerIsEmbedded();
+        journal.pause(kFirstFrame + 1.45); // for ever
+    });
+    const auto before = std::chrono::floor<std::chrono::seconds>(
+        fs::file_time_type::clock::to_sys(fs::last_write_time(reel / "raw.mov")));
+    fs::current_path(reel);
+    const auto recovered = recoverReel("../2026-11-21/", {.zoomLevel = 1.5, .aspect = AspectRatio::tall});
+    fs::current_path("/");
+    ASSERT_TRUE(recovered) << recovered.error().message;
+    const ProjectInfo& info = recovered->project->info;
+    EXPECT_EQ(info.name, "2026-11-21");
+    EXPECT_TRUE(info.hasCamera);
+    EXPECT_NEAR(info.cameraOffset, 0.4, 1e-9);
+    EXPECT_FALSE(info.hasAudio);
+    EXPECT_FALSE(info.settings.showCursor);
+    EXPECT_EQ(info.settings.aspect, AspectRatio::tall);
+    EXPECT_LE(info.created, before);
+    EXPECT_GE(info.created, before - std::chrono::minutes(5));
+    EXPECT_TRUE(MovieReader::open(reel / "camera.mov"));
+    const RecordingEvents events = readEvents(reel / "events.json").value();
+    EXPECT_EQ(events.cursor.size(), 1U) << "all but one fell into the pauses";
+    EXPECT_TRUE(events.clicks.empty());
+}
+
+TEST_F(RecoveryTest, LeavesOutACameraWithoutPictures) {
+    struct Row {
+        const char* what;
+        std::string content;
+        bool isKept;
+    };
+    const Row rows[] = {{"an empty file", "", false}, {"no movie at all", std::string(5000, 'x'), true}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const fs::path reel = folder(row.what);
+        putInterruptedMovie(reel / "raw.mov");
+        putJournal(reel, [](TakeJournal& journal) { journal.cameraStarted(kFirstFrame + 0.5); });
+        putFile(reel / "camera.mov", row.content);
+        const auto recovered = recoverReel(reel, {});
+        ASSERT_TRUE(recovered) << recovered.error().message;
+        expectWholeReel(*recovered->project);
+        EXPECT_FALSE(recovered->project->info.hasCamera);
+        EXPECT_EQ(recovered->project->info.cameraOffset, 0);
+        EXPECT_EQ(fs::exists(reel / "camera.mov"), row.isKept);
+    }
+}
+
+TEST_F(RecoveryTest, RemovesATakeWithoutAPictureAndNothingElse) {
+    const fs::path reel = folder("reel");
+    const std::function<void()> rows[] = {[] {}, [&] { putFile(reel / "raw.mov", ""); },
+                                          [&] {
+                                              const TakeMaker begun(reel / "raw.mov", TakeMaker::Sound::tone);
+                                              putInterruptedMovie(reel / "camera.mov");
+                                              putFile(reel / "events.json", "{}");
+                                          }};
+    for (const auto& putMovies : rows) {
+        for (const bool hasNotes : {false, true}) {
+            fs::create_directory(reel);
+            { const auto journal = TakeJournal::create(reel); }
+            putMovies();
+            if (hasNotes) putFile(reel / "notes.txt", "mine");
+            EXPECT_TRUE(needsRecovery(reel));
+            const auto recovered = recoverReel(reel, {});
+            ASSERT_TRUE(recovered) << recovered.error().message;
+            EXPECT_EQ(recovered->outcome, Outcome::nothingRecorded);
+            EXPECT_FALSE(recovered->project);
+            EXPECT_EQ(fs::exists(reel), hasNotes);
+        }
+        EXPECT_EQ(namesIn(reel), std::vector<std::string>{"notes.txt"});
+        fs::remove_all(reel);
+    }
+}
+
+TEST_F(RecoveryTest, RebuildsADamagedRecordAndKeepsIt) {
+    const fs::path reel = folder("reel");
+    putFinishedMovie(reel / "raw.mov");
+    putFinishedMovie(reel / "camera.mov");
+    putFile(reel / "project.json", "damaged");
+    const std::string movie = filesIn(reel)["raw.mov"];
+    const auto recovered = recoverReel(reel, {});
+    ASSERT_TRUE(recovered) << recovered.error().message;
+    EXPECT_EQ(recovered->outcome, Outcome::recovered);
+    EXPECT_TRUE(recovered->project->info.hasCamera);
+    EXPECT_TRUE(recovered->project->info.hasAudio);
+    EXPECT_EQ(recovered->project->info.cameraOffset, 0);
+    EXPECT_EQ(filesIn(reel)["project-damaged.json"], "damaged");
+    EXPECT_EQ(filesIn(reel)["raw.mov"], movie);
+    EXPECT_EQ(recoverReel(reel, {})->outcome, Outcome::fine);
+}
+
+TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {
+    struct Row {
+        const char* what;
+        std::function<void(const fs::path&)> prepare;
+        const char* said;
+    };
+    const Row rows[] = {{"an empty folder", [](const fs::path&) {}, "is not a reel"},
+                        {"a folder of other things",
+                         [](const fs::path& reel) { putFile(reel / "notes.txt", "mine"); }, "is not a reel"},
+                        {"a movie that is none",
+                         [](const fs::path& reel) { putFile(reel / "raw.mov", "what is this?"); }, ""},
+                        {"an empty movie of nobody's",
+                         [](const fs::path& reel) { putFile(reel / "raw.mov", ""); }, "holds no picture"},
+                        {"a foreign movie in a take",
+                         [](const fs::path& reel) {
+                             putFile(reel / "raw.mov", std::string(5000, 'x'));
+                             putJournal(reel);
+                         },
+                         ""}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const fs::path reel = folder(row.what);
+        row.prepare(reel);
+        const auto before = filesIn(reel);
+        const auto recovered = recoverReel(reel, {});
+        ASSERT_FALSE(recovered);
+        EXPECT_NE(recovered.error().message.find(row.said), std::string::npos) << recovered.error().message;
+        EXPECT_TRUE(recovered.error().message.ends_with('.')) << recovered.error().message;
+        EXPECT_EQ(filesIn(reel), before);
+    }
+    EXPECT_NE(recoverReel(home_ / "nowhere", {}).error().message.find("no folder"), std::string::npos);
+    putFile(home_ / "file", "");
+    EXPECT_FALSE(recoverReel(home_ / "file", {}));
+}
+
+TEST_F(RecoveryTest, LeavesATakeToTheProcessThatWorksOnIt) {
+    const fs::path reel = folder("reel");
+    putInterruptedMovie(reel / "raw.mov");
+    auto journal = TakeJournal::create(reel).value();
+    const auto movie = filesIn(reel)["raw.mov"];
+    EXPECT_EQ(Project::inspect(reel).status, Project::LoadResult::Status::damaged);
+    EXPECT_FALSE(needsRecovery(reel));
+    const auto running = recoverReel(reel, {});
+    ASSERT_FALSE(running);
+    EXPECT_NE(running.error().message.find("is being recorded"), std::string::npos);
+    EXPECT_EQ(filesIn(reel)["raw.mov"], movie);
+    journal.reset();
+
+    const int other = ::open(reel.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    const auto twice = recoverReel(reel, {});
+    ASSERT_FALSE(twice);
+    EXPECT_NE(twice.error().message.find("is being recovered"), std::string::npos);
+    EXPECT_EQ(filesIn(reel)["raw.mov"], movie);
+    ::close(other);
+    EXPECT_TRUE(recoverReel(reel, {}));
+}
+
+// Runs `work` in a process of its own until it is killed.
+pid_t startProcess(const std::function<void()>& work) {
+    const pid_t process = ::fork();
+    if (process != 0) return process;
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    work();
+    ::_exit(0);
+}
+
+void killProcess(pid_t process) {
+    ::kill(process, SIGKILL);
+    ::waitpid(process, nullptr, 0);
+}
+
+// A recovery that is killed again and again ends where one that is left alone does.
+TEST_F(RecoveryTest, MayItselfBeKilledAtAnyMoment) {
+    std::minstd_rand random(7);
+    int interrupted = 0;
+    for (int round = 0; round < 25; ++round) {
+        const fs::path reel = folder("round " + std::to_string(round));
+        putInterruptedMovie(reel / "raw.mov");
+        putFile(reel / "project.json", "damaged");
+        putJournal(reel);
+        for (int kills = 0; kills < 3; ++kills) {
+            const pid_t process = startProcess([&] { (void)recoverReel(reel, {}); });
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 12'000));
+            killProcess(process);
+            if (needsRecovery(reel)) ++interrupted;
+        }
+        const auto recovered = recoverReel(reel, {});
+        ASSERT_TRUE(recovered) << recovered.error().message;
+        expectWholeReel(*recovered->project);
+        EXPECT_EQ(filesIn(reel)["project-damaged.json"], "damaged");
+        fs::remove_all(reel);
+    }
+    EXPECT_GT(interrupted, 0) << "no kill came in time to be of any use";
+}
+
+// A take in real time, with a click every half second.
+void record(const fs::path& folder) {
+    const auto journal = TakeJournal::create(folder).value();
+    TakeMaker take(folder / "raw.mov", TakeMaker::Sound::tone);
+    const Seconds begin = hostTime();
+    journal->firstFrame(begin);
+    for (int frame = 0;; ++frame) {
+        const Seconds time = begin + take.end();
+        while (hostTime() < time) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        take.writeFrame();
+        journal->sample({{time, 0.5, 0.5}});
+        if (frame % 10 == 0) journal->click({{time, 0.5, 0.5}});
+    }
+}
+
+TEST_F(RecoveryTest, LosesAtMostTwoSecondsToAKill) {
+    constexpr Seconds kLoss = 2;
+    std::minstd_rand random(std::random_device{}());
+    struct Take {
+        fs::path folder;
+        pid_t process;
+        Seconds length; // until it is killed
+    };
+    for (int round = 0; round < 2; ++round) {
+        std::vector<Take> takes;
+        for (int i = 0; i < 5; ++i) {
+            const fs::path reel = folder(fmt::format("take {}-{}", round, i));
+            const Seconds length = 2.5 + static_cast<double>(random() % 2500) / 1000;
+            takes.push_back({reel, startProcess([&] { record(reel); }), length});
+        }
+        for (const Take& take : takes)
+            ASSERT_TRUE(test::waitUntil([&] {
+                const auto record = TakeJournal::read(take.folder);
+                return record && record->firstFrameHost > 0
+                       && hostTime() - record->firstFrameHost > take.length;
+            }));
+        for (const Take& take : takes) {
+            const Seconds killed = hostTime() - TakeJournal::read(take.folder)->firstFrameHost;
+            killProcess(take.process);
+            EXPECT_TRUE(needsRecovery(take.folder));
+            const auto recovered = recoverReel(take.folder, {});
+            ASSERT_TRUE(recovered) << recovered.error().message;
+            ASSERT_EQ(recovered->outcome, Outcome::recovered) << killed;
+            const Project& reel = *recovered->project;
+            EXPECT_GE(reel.info.duration, killed - kLoss);
+            EXPECT_LE(reel.info.duration, killed + 1);
+            EXPECT_TRUE(reel.info.hasAudio);
+            const RecordingEvents events = reel.loadEvents();
+            for (std::size_t i = 0; static_cast<double>(i) / 2 < killed - kLoss; ++i) {
+                ASSERT_LT(i, events.clicks.size());
+                EXPECT_NEAR(events.clicks[i].sourceTime(), static_cast<double>(i) / 2, 1e-6);
+            }
+            EXPECT_GE(events.cursor.size(), static_cast<std::size_t>((killed - kLoss) * test::kTakeFps));
+        }
+    }
+}
+
+} // namespace
+} // namespace glintro

@@ -337,7 +337,7 @@ TEST_F(RecoveryTest, MayItselfBeKilledAtAnyMoment) {
         putJournal(reel);
         for (int kills = 0; kills < 3; ++kills) {
             const pid_t process = startProcess([&] { (void)recoverReel(reel, {}); });
-            std::this_thread::sleep_for(std::chrono::microseconds(random() % 12'000));
+            std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
             killProcess(process);
             if (needsRecovery(reel)) ++interrupted;
         }

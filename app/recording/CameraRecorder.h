@@ -1,0 +1,63 @@
+#pragma once
+
+#include <atomic>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/recording/SerialQueue.h"
+#include "app/recording/VideoTrack.h"
+#include "core/timeline/PauseClock.h"
+#include "platform/Camera.h"
+
+namespace glintro {
+
+// Writes a camera's pictures as a movie of their own. Whatever goes wrong is a notice: the take goes on.
+class CameraRecorder {
+  public:
+    struct Handlers {
+        std::function<void(const std::string&)> notice; // one sentence, from any thread
+        std::function<void(Seconds)> started;           // host time of the first picture, on the queue
+    };
+
+    // Pictures are handled on the queue, which is also the one thread that uses `pauses`; both outlive this.
+    CameraRecorder(std::filesystem::path file, SerialQueue& queue, const PauseClock& pauses,
+                   Handlers handlers);
+    ~CameraRecorder();
+
+    void start(CameraSystem& cameras, std::optional<std::string> device);
+    // No picture comes any more when this returns. Not on the queue.
+    void stop();
+    // On the queue, after stop(): when the last picture's time is over, the pauses cut out.
+    void setEnd(Seconds shiftedEnd);
+    // Finishes the file, or removes one without a picture. Not on the queue. Whether there is a movie.
+    bool finish();
+
+    // On the queue: the time of the first picture, pauses cut out; 0 when there was none.
+    Seconds startTime() const { return firstTime_.value_or(0); }
+
+  private:
+    void see(CameraFrame frame);
+    bool open(PixelSize size);
+    void handle(CameraFrame frame);
+
+    const std::filesystem::path file_;
+    SerialQueue& queue_;
+    const PauseClock& pauses_;
+    const Handlers handlers_;
+
+    // Made on the camera's thread with the first picture, before any is handed to the queue.
+    PixelSize size_;
+    bool cannotOpen_ = false;
+    std::unique_ptr<LiveMovieWriter> writer_;
+    std::unique_ptr<VideoTrack> track_;
+
+    std::optional<Seconds> firstTime_; // of the queue
+    Seconds end_ = 0;                  // of the queue
+
+    std::unique_ptr<Camera> camera_; // last: its thread uses all of the above
+};
+
+} // namespace glintro

@@ -1,0 +1,139 @@
+#include "app/recording/SoundAligner.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace glintro {
+namespace {
+
+// Stamps stray by less than this from where they should be.
+constexpr Seconds kStray = 0.015;
+// Blocks that are off for so long are really elsewhere.
+constexpr std::size_t kProof = kSoundRate / 10;
+
+constexpr std::array<float, kSoundRate / 20> kSilence{};
+
+} // namespace
+
+void SoundAligner::begin(Seconds hostTime, const PauseClock& pauses) {
+    hasBegun_ = true;
+    origin_ = hostTime;
+    shiftedOrigin_ = hostTime - pauses.paused(hostTime);
+}
+
+void SoundAligner::add(const SoundBlock& block, const PauseClock& pauses) {
+    if (!hasBegun_ || block.samples.empty()) return;
+    if (!isRunning_) startRun(block.hostTime, pauses);
+    const Seconds error = placementError(block.hostTime);
+    if (std::abs(error) <= kStray) {
+        drift_.observe(error, static_cast<double>(block.samples.size()) / kSoundRate);
+        append(std::exchange(held_, {}), pauses);
+        append(block.samples, pauses);
+        return;
+    }
+    if (held_.empty()) heldTime_ = block.hostTime;
+    held_.insert(held_.end(), block.samples.begin(), block.samples.end());
+    if (held_.size() >= kProof) moveHeld(pauses);
+}
+
+void SoundAligner::fillTo(Seconds hostTime, const PauseClock& pauses) {
+    if (!hasBegun_ || lineIndex(hostTime) <= line_) return;
+    if (!held_.empty()) moveHeld(pauses);
+    endRun(pauses);
+    emitSilence(lineIndex(hostTime) - line_, pauses);
+}
+
+// How much later than where the run would place them the next samples were heard.
+Seconds SoundAligner::placementError(Seconds hostTime) const {
+    const double ahead = (run_.left() + static_cast<double>(held_.size())) / drift_.speed();
+    return hostTime - origin_ - (static_cast<double>(line_) + ahead) / kSoundRate;
+}
+
+// The first sample that is heard no earlier than a time.
+std::int64_t SoundAligner::lineIndex(Seconds hostTime) const {
+    return static_cast<std::int64_t>(std::ceil((hostTime - origin_) * kSoundRate - 1e-3));
+}
+
+void SoundAligner::startRun(Seconds hostTime, const PauseClock& pauses) {
+    const std::int64_t start = lineIndex(hostTime);
+    if (start > line_) emitSilence(start - line_, pauses);
+    run_.restart(static_cast<std::size_t>(line_ - start));
+    drift_.placeAnew();
+    isRunning_ = true;
+}
+
+void SoundAligner::endRun(const PauseClock& pauses) {
+    if (!isRunning_) return;
+    std::vector<float> samples;
+    run_.drain(drift_.speed(), samples);
+    emit(samples, pauses);
+    isRunning_ = false;
+}
+
+void SoundAligner::append(std::span<const float> samples, const PauseClock& pauses) {
+    run_.append(samples);
+    std::vector<float> read;
+    run_.read(drift_.speed(), read);
+    emit(read, pauses);
+}
+
+void SoundAligner::moveHeld(const PauseClock& pauses) {
+    const std::vector<float> samples = std::exchange(held_, {});
+    endRun(pauses);
+    startRun(heldTime_, pauses);
+    append(samples, pauses);
+}
+
+void SoundAligner::emitSilence(std::int64_t count, const PauseClock& pauses) {
+    while (count > 0) {
+        const auto part = std::min<std::int64_t>(count, kSilence.size());
+        emit(std::span(kSilence).first(static_cast<std::size_t>(part)), pauses);
+        count -= part;
+    }
+}
+
+// Goes on along the host clock, and keeps what lies outside the pauses.
+void SoundAligner::emit(std::span<const float> samples, const PauseClock& pauses) {
+    const std::int64_t begin = line_;
+    const std::int64_t end = begin + static_cast<std::int64_t>(samples.size());
+    line_ = end;
+    std::int64_t at = begin;
+    const auto keepUntil = [&](std::int64_t until) {
+        if (until <= at) return;
+        keep(samples.subspan(static_cast<std::size_t>(at - begin), static_cast<std::size_t>(until - at)), at,
+             pauses);
+    };
+    for (const PauseClock::Gap& gap : pauses.gaps) {
+        const std::int64_t resumed = gap.end ? lineIndex(*gap.end) : std::numeric_limits<std::int64_t>::max();
+        if (resumed <= at) continue;
+        keepUntil(std::min(end, lineIndex(gap.start)));
+        at = std::max(at, std::min(end, resumed));
+    }
+    keepUntil(end);
+}
+
+// Puts samples in their place after the pauses. A pause that was told of late has let too much or too little
+// through before.
+void SoundAligner::keep(std::span<const float> samples, std::int64_t index, const PauseClock& pauses) {
+    const Seconds hostTime = origin_ + static_cast<double>(index) / kSoundRate;
+    const Seconds time = hostTime - pauses.paused(hostTime) - shiftedOrigin_;
+    const std::int64_t missing = std::llround(time * kSoundRate) - written_;
+    if (missing > 1) writeSilence(missing);
+    if (missing < -1) samples = samples.subspan(std::min(samples.size(), static_cast<std::size_t>(-missing)));
+    written_ += static_cast<std::int64_t>(samples.size());
+    if (!samples.empty()) sink_(samples);
+}
+
+void SoundAligner::writeSilence(std::int64_t count) {
+    written_ += count;
+    while (count > 0) {
+        const auto part = std::min<std::int64_t>(count, kSilence.size());
+        sink_(std::span(kSilence).first(static_cast<std::size_t>(part)));
+        count -= part;
+    }
+}
+
+} // namespace glintro

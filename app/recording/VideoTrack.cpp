@@ -1,0 +1,98 @@
+#include "app/recording/VideoTrack.h"
+
+#include <utility>
+
+#include "platform/HostClock.h"
+
+namespace glintro {
+namespace {
+
+// An encoder that needs more than this part of the time between two frames has no room for a busy machine.
+constexpr double kComfortableLoad = 0.8;
+// The first frames after a change of pace tell little: one of them is a key frame.
+constexpr int kFramesToJudge = 6;
+constexpr double kMeanWeight = 1.0 / 8;
+
+} // namespace
+
+VideoTrack::VideoTrack(LiveMovieWriter& writer, int fps, FailureHandler failed, std::size_t mailbox)
+    : writer_(writer),
+      interval_(1.0 / fps),
+      failed_(std::move(failed)),
+      limit_(mailbox),
+      encoderName_(writer.encoderName()),
+      thread_([this] { work(); }) {}
+
+bool VideoTrack::offer(Source source, Seconds time) {
+    const std::lock_guard guard(lock_);
+    if (closed_ || waiting_.size() >= limit_) return false;
+    waiting_.push_back({std::move(source), time});
+    changed_.notify_one();
+    return true;
+}
+
+void VideoTrack::close() {
+    {
+        const std::lock_guard guard(lock_);
+        closed_ = true;
+        changed_.notify_one();
+    }
+    if (thread_.joinable()) thread_.join();
+}
+
+std::int64_t VideoTrack::writtenFrames() const {
+    const std::lock_guard guard(lock_);
+    return written_;
+}
+
+std::string VideoTrack::encoderName() const {
+    const std::lock_guard guard(lock_);
+    return encoderName_;
+}
+
+void VideoTrack::work() {
+    std::unique_lock guard(lock_);
+    while (true) {
+        changed_.wait(guard, [this] { return closed_ || !waiting_.empty(); });
+        if (waiting_.empty()) return;
+        Entry entry = std::move(waiting_.front());
+        waiting_.pop_front();
+        guard.unlock();
+        const Seconds begin = hostTime();
+        encode(std::move(entry));
+        const Seconds busy = hostTime() - begin;
+        guard.lock();
+        const std::size_t left = waiting_.size();
+        guard.unlock();
+        keepPace(busy, left);
+        guard.lock();
+    }
+}
+
+void VideoTrack::encode(Entry entry) {
+    if (hasFailed_ || entry.time <= lastTime_) return;
+    const Picture picture = entry.source();
+    entry.source = nullptr;
+    const auto result = writer_.writeFrame(picture, entry.time);
+    if (!result) {
+        hasFailed_ = true;
+        failed_(result.error());
+        return;
+    }
+    lastTime_ = entry.time;
+    const std::lock_guard guard(lock_);
+    ++written_;
+}
+
+// A mailbox that is half full for once means little (another program was busy, the disk took its time): the
+// encoder steps down when its work takes too long on average, too.
+void VideoTrack::keepPace(Seconds busy, std::size_t waiting) {
+    meanBusy_ = framesAtThisPace_ == 0 ? busy : meanBusy_ + (busy - meanBusy_) * kMeanWeight;
+    if (++framesAtThisPace_ < kFramesToJudge || 2 * waiting < limit_) return;
+    if (meanBusy_ < kComfortableLoad * interval_ || !writer_.stepDown()) return;
+    framesAtThisPace_ = 0;
+    const std::lock_guard guard(lock_);
+    encoderName_ = writer_.encoderName();
+}
+
+} // namespace glintro

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,13 +39,25 @@ void syncFolder(const std::filesystem::path& file) {
     ::close(descriptor);
 }
 
+// Some file systems know no locks: then nobody is kept out.
+bool isWrittenElsewhere(int descriptor) {
+    return ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+std::unexpected<Failure> busyFailure() {
+    return failure("The movie is still being written.", "locked", EWOULDBLOCK);
+}
+
 } // namespace
 
 Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0) return outputFailure("movie", errno, "Couldn’t start writing.");
+    FragmentFile created(descriptor, 0);
+    if (isWrittenElsewhere(descriptor)) return busyFailure();
+    if (auto emptied = created.truncate(0); !emptied) return std::unexpected(emptied.error());
     syncFolder(file);
-    return FragmentFile(descriptor, 0);
+    return created;
 }
 
 Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Access access) {
@@ -61,6 +74,7 @@ Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Acces
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         return failure("The movie can’t be opened: it is damaged or not a movie.", "no regular file");
     }
+    if (access == Access::readWrite && isWrittenElsewhere(descriptor)) return busyFailure();
     opened.size_ = static_cast<std::uint64_t>(status.st_size);
     return opened;
 }

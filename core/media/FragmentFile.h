@@ -9,7 +9,8 @@
 namespace glintro {
 
 // A file that grows at its end, and whose beginning can be read and patched. What append() wrote survives the
-// process, what sync() covered survives a power cut. append() from one thread at a time; sync() from any.
+// process, what sync() covered survives a power cut. Only one such object at a time, in any process, may
+// write a file. append() from one thread at a time; sync() from any.
 class FragmentFile {
   public:
     enum class Access { read, readWrite };

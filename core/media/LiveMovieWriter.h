@@ -35,7 +35,8 @@ struct LiveMovieProgress {
 // makes it an ordinary movie in place (see sealMovie), which costs no copy. When the process dies, sealMovie
 // does the same for all fragments that were whole.
 //
-// Pictures come from one thread, sound from another; progress() may be asked from any.
+// Pictures come from one thread, sound from another; progress() and stepDown() may be called from any, and
+// finish() once both threads are done. While the object lives no other can write the file, in any process.
 class LiveMovieWriter {
   public:
     static Result<std::unique_ptr<LiveMovieWriter>> create(const std::filesystem::path& file,

@@ -1,0 +1,124 @@
+#include "app/library/LibraryFolder.h"
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <string_view>
+#include <system_error>
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/model/FileIO.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+using Environment = LibraryFolder::Environment;
+
+constexpr std::size_t kLongestUserFolders = 1U << 20; // bytes; the real ones are some hundred
+
+// What a variable names, unless that depends on the current folder.
+std::optional<fs::path> folderNamedBy(const char* variable, const Environment& environment) {
+    const auto value = environment(variable);
+    if (!value || !fs::path(*value).is_absolute()) return std::nullopt;
+    return fs::path(*value);
+}
+
+fs::path homeFolder(const Environment& environment) {
+    if (auto home = folderNamedBy("HOME", environment)) return *home;
+    const passwd* user = ::getpwuid(::getuid());
+    return user != nullptr && user->pw_dir != nullptr ? user->pw_dir : "/";
+}
+
+// The value of a line like XDG_VIDEOS_DIR="$HOME/My \"films\"": a shell's word, of which only $HOME at its
+// beginning is ever put in.
+std::optional<fs::path> userFolderIn(std::string_view line, const fs::path& home) {
+    constexpr std::string_view kBegin = "XDG_VIDEOS_DIR=\"";
+    line.remove_prefix(std::min(line.find_first_not_of(" \t"), line.size()));
+    if (!line.starts_with(kBegin)) return std::nullopt;
+    std::string value;
+    for (std::size_t i = kBegin.size(); i < line.size() && line[i] != '"'; ++i) {
+        if (line[i] == '\\' && i + 1 < line.size()) ++i;
+        value += line[i];
+    }
+    constexpr std::string_view kHome = "$HOME/";
+    if (value.starts_with(kHome)) return home / value.substr(kHome.size());
+    return value.starts_with('/') ? std::optional<fs::path>(value) : std::nullopt;
+}
+
+// As the desktop has it: the last of several lines counts.
+std::optional<fs::path> userFolder(const fs::path& file, const fs::path& home) {
+    const std::string text = readFile(file, kLongestUserFolders).value_or("");
+    std::optional<fs::path> folder;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        if (auto named = userFolderIn(std::string_view(text).substr(start, end - start), home))
+            folder = named;
+        start = end + 1;
+    }
+    return folder;
+}
+
+fs::path videosFolder(const Environment& environment) {
+    if (auto named = folderNamedBy("XDG_VIDEOS_DIR", environment)) return *named;
+    const fs::path home = homeFolder(environment);
+    const fs::path configuration = folderNamedBy("XDG_CONFIG_HOME", environment).value_or(home / ".config");
+    return userFolder(configuration / "user-dirs.dirs", home).value_or(home / "Videos");
+}
+
+std::tm localTime(Timestamp date) {
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(date);
+    std::tm local{};
+    ::tzset(); // the user may have travelled
+    ::localtime_r(&seconds, &local);
+    return local;
+}
+
+std::unexpected<Failure> cannotMake(const fs::path& folder, int code) {
+    const auto why = std::generic_category().message(code);
+    return failure(fmt::format("The folder “{}” can’t be made: {}.", folder.string(), why), {}, code);
+}
+
+} // namespace
+
+LibraryFolder LibraryFolder::ofUser(const Environment& environment) {
+    const auto named = environment("GLINTRO_LIBRARY_DIR");
+    if (named && !named->empty()) return LibraryFolder(*named);
+    return LibraryFolder(videosFolder(environment) / "Glintro");
+}
+
+// Making the folder is the test of whether its name is free: nobody can come in between.
+Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
+    const std::tm local = localTime(date);
+    const fs::path day = root_ / fmt::format("{:%Y-%m-%d}", local);
+    std::error_code error;
+    fs::create_directories(day, error);
+    if (error) return cannotMake(day, error.value());
+    const fs::path first = day / fmt::format("{:%H.%M.%S}", local);
+    fs::path folder = first;
+    for (int number = 2; ::mkdir(folder.c_str(), 0777) != 0; ++number) {
+        if (errno != EEXIST) return cannotMake(folder, errno);
+        folder = fmt::format("{}-{}", first.string(), number);
+    }
+    return folder;
+}
+
+std::optional<Project> LibraryFolder::registerRecording(const fs::path& folder,
+                                                        const FinishedRecording& recording,
+                                                        const ReelDefaults& defaults) {
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    return Project::registerReel(folder, {.name = recording.name,
+                                          .hasCamera = recording.hasCamera,
+                                          .cameraOffset = recording.cameraOffset,
+                                          .hasAudio = recording.hasAudio,
+                                          .zoomLevel = defaults.zoomLevel,
+                                          .aspect = defaults.aspect,
+                                          .created = now});
+}
+
+} // namespace glintro

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "core/base/Failure.h"
+#include "core/model/Enumerations.h"
+#include "core/model/Timestamp.h"
+#include "core/reel/Project.h"
+
+namespace glintro {
+
+// What the preferences say about new reels.
+struct ReelDefaults {
+    double zoomLevel = 2.0;                 // of the automatic zooms
+    std::optional<AspectRatio> aspect = {}; // 16:9 when absent
+};
+
+// A take whose files are all in its folder.
+struct FinishedRecording {
+    std::string name;
+    bool hasCamera = false;
+    Seconds cameraOffset = 0;
+    bool hasAudio = false;
+};
+
+// Where the reels are kept: a folder for each day, and in it a folder for each reel, named by the local time
+// it was begun at. A value; all calls from any thread, and several processes may share a library.
+//
+//     Videos/Glintro/2026-11-21/14.03.59
+//                               14.03.59-2
+class LibraryFolder {
+  public:
+    using Environment = std::function<std::optional<std::string>(const char* name)>;
+
+    explicit LibraryFolder(std::filesystem::path root) : root_(std::move(root)) {}
+
+    // The user's: what GLINTRO_LIBRARY_DIR says, else "Glintro" in the user's folder for videos.
+    static LibraryFolder ofUser(const Environment& environment);
+
+    const std::filesystem::path& root() const { return root_; }
+
+    // Makes a folder that nobody else has, with all its parents.
+    [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) const;
+
+    // Makes a finished recording a reel, created now. Nothing when its movie cannot be read or the folder not
+    // be written. Opens the movie: not for the main thread.
+    [[nodiscard]] static std::optional<Project> registerRecording(const std::filesystem::path& folder,
+                                                                  const FinishedRecording& recording,
+                                                                  const ReelDefaults& defaults);
+
+  private:
+    std::filesystem::path root_;
+};
+
+} // namespace glintro

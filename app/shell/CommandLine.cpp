@@ -33,6 +33,13 @@ void addFolder(CLI::App& command, const std::string& name, const std::string& de
     addText(command, name, take, description)->type_name("")->required();
 }
 
+void addReels(CLI::App& command, std::vector<std::filesystem::path>& reels) {
+    const auto add = [&reels](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) reels.emplace_back(text);
+    };
+    addTexts(command, "REEL", add, "The reels' folders")->type_name("")->required();
+}
+
 void addFile(CLI::App& command, const std::string& names, std::optional<std::filesystem::path>& file,
              const std::string& description) {
     const auto take = [&file](const std::string& text) { file = text; };
@@ -65,6 +72,7 @@ class Grammar {
     void describeStill();
     void describeInspect();
     void describeSample();
+    void describeRecover();
     Command command() const;
     RenderArguments render() const;
     StillArguments still() const;
@@ -76,11 +84,13 @@ class Grammar {
     CLI::App* still_ = nullptr;
     CLI::App* inspect_ = nullptr;
     CLI::App* sample_ = nullptr;
+    CLI::App* recover_ = nullptr;
     RenderArguments renderArguments_;
     RenderWishes renderWishes_;
     StillArguments stillArguments_;
     InspectArguments inspectArguments_;
     SampleArguments sampleArguments_;
+    RecoverArguments recoverArguments_;
 };
 
 Grammar::Grammar() {
@@ -99,6 +109,7 @@ Grammar::Grammar() {
     describeStill();
     describeInspect();
     describeSample();
+    describeRecover();
 }
 
 void Grammar::describeRender() {
@@ -111,10 +122,7 @@ void Grammar::describeRender() {
                          "Ctrl-C cancels, with exit status 1, and leaves no unfinished file.");
     RenderArguments& to = renderArguments_;
     RenderWishes& wishes = renderWishes_;
-    const auto addReel = [&to](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts) to.reels.emplace_back(text);
-    };
-    addTexts(*render_, "REEL", addReel, "The reels' folders")->type_name("")->required();
+    addReels(*render_, to.reels);
     addOutput(*render_, wishes.output);
     addPreset(*render_, wishes.preset);
     addFormat(*render_, wishes.format);
@@ -193,10 +201,20 @@ void Grammar::describeSample() {
         "--no-mic", [&to] { to.microphone = SampleMicrophone::off; }, "Leave out the sound");
 }
 
+void Grammar::describeRecover() {
+    recover_ = addCommand(app_, "recover", "Complete interrupted recordings and rebuild damaged reels",
+                          "  glintro recover my-reel\n"
+                          "  glintro recover ~/Videos/Glintro/*/* --json\n"
+                          "A reel that is fine is left alone, and so is a recording that still runs.");
+    addReels(*recover_, recoverArguments_.reels);
+    addReport(*recover_, recoverArguments_.report);
+}
+
 Command Grammar::command() const {
     if (render_->parsed()) return render();
     if (still_->parsed()) return still();
     if (inspect_->parsed()) return inspectArguments_;
+    if (recover_->parsed()) return recoverArguments_;
     return sampleArguments_;
 }
 

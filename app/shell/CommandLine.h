@@ -49,7 +49,13 @@ struct SampleArguments {
     SampleOptions options;
 };
 
-using Command = std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments>;
+struct RecoverArguments {
+    std::vector<std::filesystem::path> reels; // at least one
+    Report report = Report::text;
+};
+
+using Command =
+    std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments, RecoverArguments>;
 
 // What is said instead of running a command. With the status of success it is what was asked for (help, the
 // version) and belongs on standard output; otherwise it says what was expected.

@@ -10,6 +10,7 @@
 #include "app/shell/CommandLine.h"
 #include "app/shell/DemoRender.h"
 #include "app/shell/InspectCommand.h"
+#include "app/shell/RecoverCommand.h"
 #include "app/shell/RenderCommand.h"
 #include "app/shell/SampleCommand.h"
 #include "app/shell/StillCommand.h"
@@ -25,6 +26,9 @@ struct CommandRunner {
         return runInspect(arguments, console);
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
+    Result<void> operator()(const RecoverArguments& arguments) const {
+        return runRecover(arguments, console);
+    }
 };
 
 } // namespace

@@ -83,11 +83,30 @@ std::string readLine(int pipe) {
     return {};
 }
 
-bool hasWindowManager(xcb_connection_t* connection) {
-    const xcb_atom_t atom = atomOf(connection, "_NET_SUPPORTING_WM_CHECK");
-    const auto cookie = xcb_get_property(connection, 0, rootOf(connection), atom, XCB_ATOM_WINDOW, 0, 1);
+bool isFramed(xcb_connection_t* connection, xcb_window_t window) {
+    const Reply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+    return tree && tree->parent != tree->root;
+}
+
+bool listsNoWindow(xcb_connection_t* connection) {
+    const xcb_atom_t list = atomOf(connection, "_NET_CLIENT_LIST");
+    const auto cookie = xcb_get_property(connection, 0, rootOf(connection), list, XCB_ATOM_WINDOW, 0, 1);
     const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
-    return reply && reply->value_len == 1;
+    return reply && reply->value_len == 0;
+}
+
+// Shows the window manager a window for a moment. All it says about itself it says before it is ready, and
+// windows shown until then it overlooks for good.
+bool managesWindows(xcb_connection_t* connection) {
+    const xcb_window_t window = xcb_generate_id(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, rootOf(connection), 0, 0, 50, 50, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_map_window(connection, window);
+    const bool framed =
+        waitUntil([&] { return isFramed(connection, window); }, std::chrono::milliseconds(100));
+    xcb_destroy_window(connection, window);
+    return waitUntil([&] { return listsNoWindow(connection); }) && framed;
 }
 
 } // namespace
@@ -216,7 +235,7 @@ std::string XSession::startServer(std::vector<std::string> command) {
 void XSession::startWindowManager() {
     manager_ = run({"openbox"}, (folder_ / "openbox.log").string());
     const XConnection connection = connectTo(display_);
-    if (!waitUntil([&] { return hasWindowManager(connection.get()); })) {
+    if (!waitUntil([&] { return managesWindows(connection.get()); })) {
         throw std::runtime_error("openbox did not start: " + contentsOf(folder_ / "openbox.log"));
     }
 }

@@ -85,6 +85,7 @@ class XSession {
     XInjector& injector() { return *injector_; }
     // The server dies at once, as in a crash.
     void killServer();
+    void killWindowManager() { manager_.reset(); }
 
   private:
     XSession(std::vector<std::string> server, WindowManager manager);

@@ -1,0 +1,81 @@
+#include <algorithm>
+#include <cmath>
+
+#include "platform/linux/x11/X11Content.h"
+#include "platform/linux/x11/X11Desktop.h"
+#include "platform/linux/x11/X11Streams.h"
+
+namespace glintro {
+namespace {
+
+// Fractions of a point come from scaled desktops: an edge may stick out by what rounding does.
+constexpr double kRounding = 1.0 / 16;
+
+bool isInside(const Rect& area, const Rect& display) {
+    return area.x >= -kRounding && area.y >= -kRounding && area.x + area.width <= display.width + kRounding
+           && area.y + area.height <= display.height + kRounding;
+}
+
+// Positive sizes are asked for in a way that numbers which are none do not pass either.
+Result<void> checkArea(const Rect& area, const ShareableDisplay& display) {
+    if (!(area.width > 0 && area.height > 0)) {
+        return failure("The area to record is empty: give it a width and a height.");
+    }
+    if (!isInside(area, display.frame)) {
+        return failure("The area to record does not lie on one display: choose one that does.");
+    }
+    return {};
+}
+
+// Each call connects anew: it is called seldom, and the server may have been another one before.
+class X11ScreenCapture final : public ScreenCapture {
+  public:
+    bool hasAccess() override { return connectToX11().has_value(); }
+    Result<ShareableContent> content() override;
+    Result<std::unique_ptr<ScreenStream>> open(const ContentFilter& filter, std::stop_token cancel) override;
+
+  private:
+    static Result<std::unique_ptr<ScreenStream>> openDisplay(const DisplayFilter& filter);
+};
+
+Result<ShareableContent> X11ScreenCapture::content() {
+    const Result<X11Connection> connection = connectToX11();
+    if (!connection) return std::unexpected(connection.error());
+    Result<std::vector<ShareableDisplay>> displays = x11Displays(*connection);
+    if (!displays) return std::unexpected(displays.error());
+    Result<std::vector<ShareableWindow>> windows = x11Windows(*connection);
+    if (!windows) return std::unexpected(windows.error());
+    return ShareableContent{std::move(*displays), std::move(*windows)};
+}
+
+Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::open(const ContentFilter& filter,
+                                                             std::stop_token cancel) {
+    if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
+    if (const auto* window = std::get_if<WindowFilter>(&filter)) return openX11Window(window->window);
+    return openDisplay(std::get<DisplayFilter>(filter));
+}
+
+Result<std::unique_ptr<ScreenStream>> X11ScreenCapture::openDisplay(const DisplayFilter& filter) {
+    const Result<X11Connection> connection = connectToX11();
+    if (!connection) return std::unexpected(connection.error());
+    const Result<std::vector<ShareableDisplay>> displays = x11Displays(*connection);
+    if (!displays) return std::unexpected(displays.error());
+    const auto display = std::ranges::find(*displays, filter.display, &ShareableDisplay::id);
+    if (display == displays->end()) {
+        return failure("The display to record is not connected any more: choose another one.");
+    }
+    if (filter.sourceRect) {
+        if (const Result<void> usable = checkArea(*filter.sourceRect, *display); !usable) {
+            return std::unexpected(usable.error());
+        }
+    }
+    return openX11Display(*display, filter.sourceRect);
+}
+
+} // namespace
+
+std::unique_ptr<ScreenCapture> createX11ScreenCapture() {
+    return std::make_unique<X11ScreenCapture>();
+}
+
+} // namespace glintro

@@ -1,7 +1,6 @@
 #include "core/reel/Recovery.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <system_error>
@@ -16,6 +15,7 @@
 #include "core/model/FileDescriptor.h"
 #include "core/model/FileIO.h"
 #include "core/reel/TakeJournal.h"
+#include "core/timeline/AutoZoom.h"
 
 namespace glintro {
 namespace {
@@ -80,7 +80,7 @@ class ReelRecovery {
     Result<RecoveredReel> discard() const;
     Result<SealedMovie> finishScreenMovie() const;
     bool finishCameraMovie() const;
-    Result<void> completeEvents(Seconds duration) const;
+    Result<bool> completeEvents(Seconds duration) const;
     std::optional<Project> registerReel(const SealedMovie& movie, bool hasCamera, Timestamp created) const;
     Result<RecoveredReel> complete(Project project, Outcome outcome) const;
     std::string path() const { return reel_.folder().string(); }
@@ -96,9 +96,14 @@ Result<RecoveredReel> ReelRecovery::run() {
     if (loaded.status == Status::none)
         return failure(fmt::format("“{}” is not a reel: it holds no raw.mov.", path()));
     if (loaded.status == Status::damaged) return rebuild();
-    if (const auto events = completeEvents(loaded.project->info.duration); !events)
-        return std::unexpected(events.error());
-    return complete(*loaded.project, Outcome::fine);
+    Project project = *loaded.project;
+    const auto placed = completeEvents(project.info.duration);
+    if (!placed) return std::unexpected(placed.error());
+    ProjectSettings& settings = project.info.settings;
+    if (*placed && settings.zooms.empty()) // nobody could know of the clicks before
+        settings.zooms =
+            AutoZoom::segments(project.loadEvents().clicks, project.info.duration, options_.zoomLevel);
+    return complete(std::move(project), Outcome::fine);
 }
 
 // The journal goes last: until then all of this is done again when it is interrupted.
@@ -140,12 +145,15 @@ bool ReelRecovery::finishCameraMovie() const {
     return camera->hasFrames;
 }
 
-// Events that are written whole already were placed by the take's own stop, which knew its pauses exactly.
-Result<void> ReelRecovery::completeEvents(Seconds duration) const {
-    if (!take_ || readEvents(reel_.eventsURL())) return {};
+// Whether the journal's events had to be placed: those that are written whole already were placed by the
+// take's own stop.
+Result<bool> ReelRecovery::completeEvents(Seconds duration) const {
+    if (!take_ || readEvents(reel_.eventsURL())) return false;
     const Seconds origin = withoutPauses(take_->firstFrameHost, take_->pauses);
-    return writeEvents(placeEvents(take_->samples, take_->clicks, take_->pauses, origin, duration),
-                       reel_.eventsURL());
+    const auto written = writeEvents(
+        placeEvents(take_->samples, take_->clicks, take_->pauses, origin, duration), reel_.eventsURL());
+    if (!written) return std::unexpected(written.error());
+    return true;
 }
 
 std::optional<Project> ReelRecovery::registerReel(const SealedMovie& movie, bool hasCamera,
@@ -164,11 +172,9 @@ std::optional<Project> ReelRecovery::registerReel(const SealedMovie& movie, bool
 // What a stop does behind the registration.
 Result<RecoveredReel> ReelRecovery::complete(Project project, Outcome outcome) const {
     if (!take_) return RecoveredReel{outcome, std::move(project)};
-    if (take_->pointerIsEmbedded && project.info.settings.showCursor) {
-        project.info.settings.showCursor = false; // a second pointer beside the recorded one would confuse
-        if (!project.save())
-            return failure(fmt::format("The project file in “{}” can’t be written.", path()));
-    }
+    // A second pointer beside the recorded one would confuse.
+    if (take_->pointerIsEmbedded) project.info.settings.showCursor = false;
+    if (!project.save()) return failure(fmt::format("The project file in “{}” can’t be written.", path()));
     std::error_code error;
     fs::remove(TakeJournal::fileIn(reel_.folder()), error);
     if (error) return failure(fmt::format("The folder “{}” can’t be written: {}.", path(), error.message()));

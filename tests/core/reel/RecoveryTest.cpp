@@ -129,10 +129,10 @@ TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
                              putFile(reel / "project.json", "");
                          }},
                         {"with its record written", registerIt, Outcome::fine},
-                        {"with its record written, and its events lost in a power cut",
+                        {"with its record written, but no room for its events",
                          [&](const fs::path& reel) {
-                             registerIt(reel);
-                             putFile(reel / "events.json", "");
+                             finish(reel);
+                             ASSERT_TRUE(Project::registerReel(reel, {.name = "Take", .hasAudio = true}));
                          },
                          Outcome::fine}};
     for (const Row& row : rows) {

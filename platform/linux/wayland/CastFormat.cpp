@@ -11,16 +11,18 @@ namespace glintro {
 namespace {
 
 constexpr int kDamageRegions = 16;
-constexpr int kLargestPointer = 256; // pixels along a side
+// Pixels along a side. The pointer's image is not looked at, but some compositors insist on room for theirs.
+constexpr int kUsualPointer = 64;
+constexpr int kLargestPointer = 1024;
 
 constexpr int pointerBytes(int side) {
     return static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap)) + side * side * 4;
 }
 
-const spa_pod* meta(spa_pod_builder& builder, std::uint32_t type, int most, int least) {
+const spa_pod* meta(spa_pod_builder& builder, std::uint32_t type, int usual, int least, int most) {
     return static_cast<const spa_pod*>(spa_pod_builder_add_object(
         &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type, SPA_POD_Id(type),
-        SPA_PARAM_META_size, SPA_POD_CHOICE_RANGE_Int(most, least, most)));
+        SPA_PARAM_META_size, SPA_POD_CHOICE_RANGE_Int(usual, least, most)));
 }
 
 template <class T>
@@ -54,8 +56,9 @@ std::vector<const spa_pod*> wantedBuffers(spa_pod_builder& builder) {
     const int region = sizeof(spa_meta_region);
     return {buffers, meta<spa_meta_header>(builder, SPA_META_Header),
             meta<spa_meta_region>(builder, SPA_META_VideoCrop),
-            meta(builder, SPA_META_VideoDamage, kDamageRegions * region, region),
-            meta(builder, SPA_META_Cursor, pointerBytes(kLargestPointer), pointerBytes(1))};
+            meta(builder, SPA_META_VideoDamage, kDamageRegions * region, region, kDamageRegions * region),
+            meta(builder, SPA_META_Cursor, pointerBytes(kUsualPointer), pointerBytes(1),
+                 pointerBytes(kLargestPointer))};
 }
 
 } // namespace glintro

@@ -20,13 +20,15 @@ std::unexpected<Failure> malformed(const char* what) {
     return failure("The desktop portal gave an answer that makes no sense; update xdg-desktop-portal.", what);
 }
 
+constexpr int kRefused = -1; // as a failure's native code: the user has been asked and has said no
+
 // What a verdict other than "granted" means to the user.
 Result<void> granted(const PortalAnswer& answer, const char* question) {
     if (answer.verdict == PortalAnswer::Verdict::granted) return {};
     if (answer.verdict == PortalAnswer::Verdict::refused) {
         return failure(
             "Nothing was shared; to record, choose a screen or window in the desktop’s dialog and allow it.",
-            question);
+            question, kRefused);
     }
     return failure(
         "The desktop could not ask what to share; try again, or log in anew if that does not help.",
@@ -48,18 +50,27 @@ std::uint32_t cursorMode(ScreenCast::PointerMode mode) {
 } // namespace
 
 Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, const std::stop_token& cancel) {
+    const RestoreToken remembered(kind == Kind::window ? "window" : "screen");
+    const std::string token = remembered.load();
+    auto cast = open(kind, token, cancel);
+    // Portals fail on a token they do not know, or that names what is no longer there; without it they ask.
+    const bool hasFailed = !cast && !cast.error().isCancelled() && cast.error().nativeCode != kRefused;
+    if (hasFailed && !token.empty()) cast = open(kind, {}, cancel);
+    if (cast) remembered.save((*cast)->nextToken_);
+    return cast;
+}
+
+Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, const std::string& token,
+                                                     const std::stop_token& cancel) {
     auto bus = PortalBus::connect();
     if (!bus) return std::unexpected(bus.error());
     std::unique_ptr<ScreenCast> cast(new ScreenCast(std::move(*bus)));
-    const RestoreToken token(kind == Kind::window ? "window" : "screen");
-
     Result<void> step = cast->choosePointerMode();
     if (step) step = cast->createSession(cancel);
-    if (step) step = cast->selectSources(kind, token.load(), cancel);
+    if (step) step = cast->selectSources(kind, token, cancel);
     if (step) step = cast->start(cancel);
     if (step) step = cast->openRemote(cancel);
     if (!step) return std::unexpected(step.error());
-    token.save(cast->nextToken_);
     return cast;
 }
 
@@ -124,8 +135,6 @@ Result<void> ScreenCast::selectSources(Kind kind, const std::string& token, cons
             return code < 0 ? code : sd_bus_message_close_container(message);
         },
         cancel);
-    // A token that does not even look like one is an error to the portal; without it the user is asked.
-    if (!answer && !answer.error().isCancelled() && !token.empty()) return selectSources(kind, {}, cancel);
     if (!answer) return std::unexpected(answer.error());
     return granted(*answer, "SelectSources");
 }

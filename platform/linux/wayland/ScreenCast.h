@@ -40,6 +40,8 @@ class ScreenCast {
 
   private:
     explicit ScreenCast(std::unique_ptr<PortalBus> bus) : bus_(std::move(bus)) {}
+    static Result<std::unique_ptr<ScreenCast>> open(Kind kind, const std::string& token,
+                                                    const std::stop_token& cancel);
     Result<void> createSession(const std::stop_token& cancel);
     Result<void> choosePointerMode();
     Result<void> selectSources(Kind kind, const std::string& token, const std::stop_token& cancel);

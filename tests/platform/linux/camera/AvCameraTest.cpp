@@ -1,0 +1,127 @@
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "platform/linux/camera/AvCamera.h"
+#include "tests/platform/linux/camera/CameraTools.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace glintro {
+namespace {
+
+using test::Watching;
+
+// What a camera that packs its pictures sends: one JPEG after the other.
+std::string jpegs(const TemporaryFolder& folder, const std::string& source, int count) {
+    const std::string file = folder / "source.mjpeg";
+    const std::string command = "ffmpeg -v error -nostdin -y -f lavfi -i '" + source + "' -frames:v "
+                                + std::to_string(count) + " -c:v mjpeg -q:v 2 -f mjpeg " + file;
+    if (std::system(command.c_str()) != 0) throw std::runtime_error("ffmpeg does not make JPEGs");
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// A JPEG whose tables are gone.
+std::string damaged(std::string jpeg) {
+    std::fill_n(jpeg.begin() + 2, jpeg.size() / 2, '\0');
+    return jpeg;
+}
+
+void watch(const TemporaryFolder& folder, const std::string& stream, Watching& watching) {
+    const std::string file = folder / "camera.mjpeg";
+    std::ofstream(file, std::ios::binary) << stream;
+    AvCamera camera({.format = "mjpeg", .url = "file:" + file, .name = "Film", .options = {}});
+    ASSERT_TRUE(camera.start(watching.seen(), watching.lost()));
+    ASSERT_TRUE(watching.untilLost());
+    camera.stop();
+    EXPECT_EQ(watching.losses.size(), 1U);
+}
+
+TEST(AvCameraTest, JpegColoursComeOutAsBt709) {
+    const TemporaryFolder folder;
+    struct Row {
+        const char* colour;
+        std::array<int, 3> expected;
+    };
+    for (const Row& row :
+         {Row{"red", {63, 102, 240}}, Row{"lime", {173, 42, 26}}, Row{"blue", {32, 240, 118}},
+          Row{"white", {235, 128, 128}}, Row{"black", {16, 128, 128}}}) {
+        SCOPED_TRACE(row.colour);
+        Watching watching;
+        watch(folder, jpegs(folder, std::string("color=size=64x48:color=") + row.colour, 1), watching);
+        ASSERT_EQ(watching.count, 1U);
+        const auto colour = test::colourAt(watching.frames[0], 0.5, 0.5);
+        for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(colour[i], row.expected[i], 3) << i;
+    }
+}
+
+TEST(AvCameraTest, LeavesOutDamagedPicturesAndFollowsTheSize) {
+    const TemporaryFolder folder;
+    const std::string small = jpegs(folder, "testsrc2=size=64x48", 3);
+    const std::string large = jpegs(folder, "testsrc2=size=96x80,scale=97:81", 4);
+    const std::string spoilt = damaged(jpegs(folder, "testsrc2=size=64x48", 1));
+    Watching watching;
+    watch(folder, small + spoilt + small + large, watching);
+    std::vector<int> widths;
+    for (const CameraFrame& frame : watching.frames) widths.push_back(frame.size.width);
+    EXPECT_EQ(widths, (std::vector{64, 64, 64, 64, 64, 64, 97, 97, 97, 97}));
+}
+
+// A camera that falls silent after its first pictures: a socket whose other end says no more.
+class SilentCameraTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        ASSERT_EQ(::listen(listener, 1), 0);
+        const std::string pictures = jpegs(folder, "testsrc2=size=64x48", 3);
+        std::jthread server([&] {
+            connection = ::accept(listener, nullptr, nullptr);
+            EXPECT_EQ(::send(connection, pictures.data(), pictures.size(), MSG_NOSIGNAL),
+                      static_cast<ssize_t>(pictures.size()));
+        });
+        ASSERT_TRUE(camera.start(watching.seen(), watching.lost()));
+        ASSERT_TRUE(watching.untilSeen(1));
+    }
+
+    ~SilentCameraTest() override {
+        camera.stop();
+        ::close(connection);
+        ::close(listener);
+    }
+
+    TemporaryFolder folder;
+    std::string path = folder / "camera.sock";
+    int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    int connection = -1;
+    Watching watching;
+    AvCamera camera{{.format = "mjpeg", .url = "unix:" + path, .name = "Quiet", .options = {}}};
+};
+
+TEST_F(SilentCameraTest, StopsAllTheSame) {
+    camera.stop();
+    EXPECT_TRUE(watching.losses.empty());
+}
+
+TEST_F(SilentCameraTest, IsLostAfterAWhile) {
+    ASSERT_TRUE(watching.untilLost());
+    camera.stop();
+    ASSERT_EQ(watching.losses.size(), 1U);
+    EXPECT_EQ(watching.losses[0].message,
+              "The camera “Quiet” has stopped sending pictures; plug it in again.");
+}
+
+} // namespace
+} // namespace glintro

@@ -72,7 +72,8 @@ struct LiveMovieWriter::Impl {
   private:
     using Write = Result<void> (FragmentMuxer::*)(AVPacket&);
     Result<void> store(AVPacket& packet, PacketTimes times, Write write);
-    Result<void> cut(); // under the mutex
+    void cut();                   // under the mutex
+    Result<void> writeFragment(); // under the mutex
     void keepSafe(const std::stop_token& stop);
     void cutWhatWaits();
     void syncFile();
@@ -134,7 +135,8 @@ Result<void> LiveMovieWriter::Impl::store(AVPacket& packet, PacketTimes times, W
     const Pending grown{std::min(pending->begin, times.begin), std::max(pending->end, times.begin),
                         pending->since};
     if (grown.end - grown.begin >= kFragmentLength) {
-        if (auto written = cut(); !written) return written;
+        cut();
+        if (failed) return std::unexpected(*failed);
         pending = Pending{times.begin, times.begin, Clock::now()};
     } else {
         pending = grown;
@@ -143,14 +145,17 @@ Result<void> LiveMovieWriter::Impl::store(AVPacket& packet, PacketTimes times, W
     return (muxer.*write)(packet);
 }
 
-Result<void> LiveMovieWriter::Impl::cut() {
-    if (!pending) return {};
-    const Seconds end = pending->end;
+void LiveMovieWriter::Impl::cut() {
+    if (failed || !pending) return;
+    if (auto written = writeFragment(); !written) failed = written.error();
     pending.reset();
+}
+
+Result<void> LiveMovieWriter::Impl::writeFragment() {
     const auto fragment = muxer.cut();
     if (!fragment) return std::unexpected(fragment.error());
     if (auto written = file.append(*fragment); !written) return written;
-    stored = {std::max(stored.seconds, end), static_cast<std::int64_t>(file.size())};
+    stored = {std::max(stored.seconds, pending->end), static_cast<std::int64_t>(file.size())};
     return {};
 }
 
@@ -171,8 +176,7 @@ void LiveMovieWriter::Impl::keepSafe(const std::stop_token& stop) {
 // On a still screen there is no next packet that would end a fragment.
 void LiveMovieWriter::Impl::cutWhatWaits() {
     const std::scoped_lock lock(mutex);
-    if (failed || !pending || Clock::now() - pending->since < kLongestPending) return;
-    if (auto written = cut(); !written) failed = written.error();
+    if (pending && Clock::now() - pending->since >= kLongestPending) cut();
 }
 
 void LiveMovieWriter::Impl::syncFile() {
@@ -195,9 +199,7 @@ Result<void> LiveMovieWriter::Impl::finish(Seconds end) {
     if (audio) [[maybe_unused]]
         const auto flushed = note(audio->flush(soundSink()));
     const std::scoped_lock lock(mutex);
-    if (!failed) {
-        if (auto written = cut(); !written) failed = written.error();
-    }
+    cut();
     const auto sealed = sealFragments(file, end);
     if (failed) return std::unexpected(*failed);
     if (!sealed) return std::unexpected(sealed.error());

@@ -58,6 +58,11 @@ TEST(LiveMovieWriter, ShowsEveryPictureAtItsTime) {
         EXPECT_EQ(probe(file, "v", "start_pts"), "0");
         EXPECT_EQ(probe(file, "v", "duration_ts"), std::to_string(test::ticks(end)));
         EXPECT_EQ(probe(file, "a", "codec_name"), row.sound ? "aac" : "");
+        const std::string flags =
+            test::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "packet=flags",
+                       "-of", "csv=p=0", file.string()});
+        EXPECT_GE(std::ranges::count(flags, 'K'), static_cast<int>(times.back() / 2));
+        EXPECT_LT(std::ranges::count(flags, 'K'), 20);
         EXPECT_EQ(framesAsOthersDecode(file), "200");
 
         auto reader = MovieReader::open(file);

@@ -92,9 +92,9 @@ inline Result<void> writeTake(LiveMovieWriter& writer, const std::vector<Seconds
         if (auto written = writer.writeFrame(numbered(static_cast<int>(i)).view(), times[i]); !written)
             return written;
         const auto until = std::llround(times[i] * 48000);
+        if (!withSound) continue;
         const auto sound = clicks(heard, until - heard, clicksAt);
         heard = until;
-        if (!withSound) continue;
         if (auto written = writer.writeAudio(sound); !written) return written;
     }
     return {};

@@ -161,9 +161,17 @@ TEST(MovieSealing, LosesOnlyTheFragmentThatIsDamaged) {
         ASSERT_TRUE(sealed && sealed->hasFrames);
         const std::size_t lost = take.picturesBefore(data.end) - take.picturesBefore(data.begin);
         EXPECT_EQ(std::stoul(probe(file, "v", "nb_frames")), take.picturesBefore(take.content.size()) - lost);
-        // What comes later is where it was.
-        const Seconds length = sealed->duration + (damaged == 0 ? 0.5 : 0);
-        if (damaged > 0) test::expectClicks(test::soundOf(file, length), take.clicks);
+        // What is left begins with its first picture, and sound and pictures are still beside each other.
+        const Seconds start = damaged == 0 ? take.times[lost] : 0;
+        std::vector<std::int64_t> clicks = take.clicks;
+        for (std::int64_t& click : clicks) click -= std::llround(start * 48000);
+        test::expectClicks(test::soundOf(file, sealed->duration), clicks);
+        auto reader = MovieReader::open(file);
+        ASSERT_TRUE(reader);
+        const auto later = take.picturesBefore(take.fragments[6].begin);
+        const auto frame = (*reader)->frameAt(take.times[later] - start);
+        ASSERT_TRUE(frame);
+        EXPECT_NEAR(frame->time, take.times[later] - start, 1e-4);
     }
 }
 

@@ -16,12 +16,16 @@ constexpr std::size_t kProof = kSoundRate / 10;
 
 constexpr std::array<float, kSoundRate / 20> kSilence{};
 
+std::int64_t samplesOf(Seconds duration) {
+    return std::llround(duration * kSoundRate);
+}
+
 } // namespace
 
 void SoundAligner::begin(Seconds hostTime, const PauseClock& pauses) {
     hasBegun_ = true;
     origin_ = hostTime;
-    shiftedOrigin_ = hostTime - pauses.paused(hostTime);
+    cutBefore_ = samplesOf(pauses.paused(hostTime));
 }
 
 void SoundAligner::add(const SoundBlock& block, const PauseClock& pauses) {
@@ -95,34 +99,39 @@ void SoundAligner::emitSilence(std::int64_t count, const PauseClock& pauses) {
     }
 }
 
-// Goes on along the host clock, and keeps what lies outside the pauses.
+// Goes on along the host clock, and keeps what lies outside the pauses. What is cut is rounded on the running
+// total, so that the line stays with the picture however many pauses there are.
 void SoundAligner::emit(std::span<const float> samples, const PauseClock& pauses) {
     const std::int64_t begin = line_;
     const std::int64_t end = begin + static_cast<std::int64_t>(samples.size());
     line_ = end;
     std::int64_t at = begin;
+    std::int64_t cut = 0;
     const auto keepUntil = [&](std::int64_t until) {
         if (until <= at) return;
-        keep(samples.subspan(static_cast<std::size_t>(at - begin), static_cast<std::size_t>(until - at)), at,
-             pauses);
+        keep(samples.subspan(static_cast<std::size_t>(at - begin), static_cast<std::size_t>(until - at)),
+             at - (cut - cutBefore_));
     };
+    Seconds paused = 0;
     for (const PauseClock::Gap& gap : pauses.gaps) {
-        const std::int64_t resumed = gap.end ? lineIndex(*gap.end) : std::numeric_limits<std::int64_t>::max();
-        if (resumed <= at) continue;
-        keepUntil(std::min(end, lineIndex(gap.start)));
+        const std::int64_t start = lineIndex(gap.start);
+        keepUntil(std::min(end, start));
+        if (start >= end) return;
+        at = std::max(at, start);
+        if (!gap.end) return;
+        paused += *gap.end - gap.start;
+        const std::int64_t resumed = start + samplesOf(paused) - cut;
+        cut = samplesOf(paused);
         at = std::max(at, std::min(end, resumed));
     }
     keepUntil(end);
 }
 
-// Puts samples in their place after the pauses. A pause that was told of late has let too much or too little
-// through before.
-void SoundAligner::keep(std::span<const float> samples, std::int64_t index, const PauseClock& pauses) {
-    const Seconds hostTime = origin_ + static_cast<double>(index) / kSoundRate;
-    const Seconds time = hostTime - pauses.paused(hostTime) - shiftedOrigin_;
-    const std::int64_t missing = std::llround(time * kSoundRate) - written_;
-    if (missing > 1) writeSilence(missing);
-    if (missing < -1) samples = samples.subspan(std::min(samples.size(), static_cast<std::size_t>(-missing)));
+// Puts samples in their place. A pause that was told of late has let too much or too little through before.
+void SoundAligner::keep(std::span<const float> samples, std::int64_t place) {
+    if (place > written_) writeSilence(place - written_);
+    const auto repeated = std::min(samples.size(), static_cast<std::size_t>(written_ - place));
+    samples = samples.subspan(repeated);
     written_ += static_cast<std::int64_t>(samples.size());
     if (!samples.empty()) sink_(samples);
 }

@@ -45,15 +45,15 @@ class SoundAligner {
     void moveHeld(const PauseClock& pauses);
     void emitSilence(std::int64_t count, const PauseClock& pauses);
     void emit(std::span<const float> samples, const PauseClock& pauses);
-    void keep(std::span<const float> samples, std::int64_t index, const PauseClock& pauses);
+    void keep(std::span<const float> samples, std::int64_t place);
     void writeSilence(std::int64_t count);
 
     Sink sink_;
     bool hasBegun_ = false;
-    Seconds origin_ = 0;        // host time of line index 0
-    Seconds shiftedOrigin_ = 0; // the same with the pauses before it cut out
-    std::int64_t line_ = 0;     // samples emitted on the host clock, pauses included
-    std::int64_t written_ = 0;  // samples written
+    Seconds origin_ = 0;         // host time of line index 0
+    std::int64_t cutBefore_ = 0; // samples of pauses before it
+    std::int64_t line_ = 0;      // samples emitted on the host clock, pauses included
+    std::int64_t written_ = 0;   // samples written
 
     bool isRunning_ = false; // sound is being heard without a gap
     SampleStretcher run_;

@@ -1,17 +1,45 @@
 #include <algorithm>
-#include <numeric>
+#include <array>
+#include <cmath>
+#include <fstream>
 
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
 
 #include "app/recording/CaptureEngine.h"
 #include "app/recording/RecordingFormat.h"
 #include "core/media/MovieReader.h"
+#include "core/media/SoundTrack.h"
 #include "tests/app/recording/TakeFixture.h"
 
 namespace glintro::test {
 namespace {
 
 constexpr PixelSize kSmall{320, 200};
+
+// Stamps are given ahead of time, so that a slow machine does not make the first one look old.
+bool isReached(Seconds time) {
+    return waitUntil([time] { return hostTime() > time; });
+}
+
+// Luma of a grey of the screen, as it should be in the movie.
+int lumaOf(int grey) {
+    return 16 + grey * 219 / 255;
+}
+
+std::vector<int> lumasAt(const std::filesystem::path& movie, const std::vector<Seconds>& times) {
+    const auto reader = MovieReader::open(movie);
+    EXPECT_TRUE(reader) << reader.error().message;
+    if (!reader) return {};
+    std::vector<int> lumas;
+    for (const Seconds time : times) {
+        const auto frame = (*reader)->frameAt(time);
+        EXPECT_TRUE(frame);
+        lumas.push_back(frame ? lumaAt(*frame->picture, 0.5, 0.5) : -1);
+    }
+    return lumas;
+}
 
 TEST(RecordingFormat, SpendsBitsByThePixelAboveAFloor) {
     struct Row {
@@ -51,6 +79,321 @@ TEST(CaptureEngine, HoldsTheLastPictureUntilTheStopOnlyWhenItIsYoung) {
             EXPECT_LE(duration, 0.6) << "the last frame is still seen, but not for long";
         }
     }
+}
+
+TEST(CaptureEngine, WritesTheMovieInTheCodecAndSizeAskedFor) {
+    struct Row {
+        PixelSize size;
+        bool hevc;
+        bool mic;
+        PixelSize written;
+        const char* codec;
+    };
+    for (const Row& row : {Row{{1513, 983}, false, false, {1512, 982}, "h264"},
+                           Row{{321, 200}, true, true, {320, 200}, "hevc"}}) {
+        TakeFixture take({.pixelSize = row.size, .hevc = row.hevc, .mic = row.mic});
+        ASSERT_TRUE(take.start());
+        const Seconds now = hostTime();
+        take.show(200, now - 0.2);
+        take.show(100, now - 0.1);
+        const CaptureResult result = take.engine->stop();
+        EXPECT_TRUE(result.hasFrames);
+        EXPECT_EQ(result.hasAudio, row.mic);
+        EXPECT_FALSE(result.hasCamera);
+        EXPECT_EQ(probe(take.rawMovie(), "v", "codec_name"), row.codec);
+        EXPECT_EQ(probe(take.rawMovie(), "v", "width"), std::to_string(row.written.width));
+        EXPECT_EQ(probe(take.rawMovie(), "v", "height"), std::to_string(row.written.height));
+        EXPECT_EQ(probe(take.rawMovie(), "a", "codec_name,sample_rate,channels"),
+                  row.mic ? "aac\n48000\n1" : "");
+        EXPECT_NEAR(lumasAt(take.rawMovie(), {0})[0], lumaOf(200), 4);
+    }
+}
+
+// Frames at known times on both sides of a pause and all through it.
+TEST(CaptureEngine, CutsPausesOutOfThePictureWithoutAHole) {
+    TakeFixture take({.pixelSize = kSmall});
+    ASSERT_TRUE(take.start());
+    const Seconds begin = hostTime() - 0.2;
+    for (const Seconds time : {0.0, 0.1, 0.2}) take.show(40, begin + time);
+    take.engine->pause(begin + 0.25);
+    for (const Seconds time : {0.25, 0.3, 0.45}) {
+        take.show(255, begin + time);
+    }
+    take.engine->resume(begin + 0.5);
+    for (const Seconds time : {0.5, 0.6}) take.show(120, begin + time);
+    take.engine->pause(begin + 0.7); // stopped while paused: the take ends here
+    ASSERT_TRUE(isReached(begin + 0.8));
+    const CaptureResult result = take.engine->stop();
+
+    EXPECT_NEAR(result.firstFrameHost, begin, 1e-6);
+    const std::vector<Seconds> times = frameTimes(take.rawMovie());
+    const std::array expected = {0.0, 0.1, 0.2, 0.25, 0.35};
+    ASSERT_EQ(times.size(), expected.size());
+    for (std::size_t i = 0; i < times.size(); ++i) EXPECT_NEAR(times[i], expected[i], 0.0005);
+    EXPECT_NEAR(trackDuration(take.rawMovie(), "v"), 0.45, 0.001);
+    const std::vector<int> lumas = lumasAt(take.rawMovie(), {0, 0.2, 0.25, 0.4});
+    for (std::size_t i = 0; i < lumas.size(); ++i) EXPECT_NEAR(lumas[i], lumaOf(i < 2 ? 40 : 120), 4) << i;
+    const auto record = take.record();
+    ASSERT_TRUE(record);
+    EXPECT_NEAR(record->firstFrameHost, begin, 1e-6);
+    EXPECT_EQ(record->pauses.gaps.size(), 2U);
+}
+
+TEST(CaptureEngine, ShowsAfterAPauseWhatChangedDuringIt) {
+    TakeFixture take({.pixelSize = kSmall});
+    ASSERT_TRUE(take.start());
+    const Seconds begin = hostTime() - 0.2;
+    take.show(40, begin);
+    take.engine->pause(begin + 0.1);
+    take.screen.paint({0, 150}, 220);
+    take.show(take.screen.frame(begin + 0.2, {{0, 150}}));
+    take.engine->resume(begin + 0.5);
+    take.show(take.screen.frame(begin + 0.6, {}));
+    take.engine->stop();
+    EXPECT_NEAR(lumasAt(take.rawMovie(), {1})[0], lumaOf(220), 4);
+}
+
+TEST(CaptureEngine, DoesNotTrustAStreamWhoseStampsAreOfAnotherClock) {
+    TakeFixture take({.pixelSize = kSmall});
+    ASSERT_TRUE(take.start());
+    const Seconds before = hostTime();
+    take.show(40, 1000);
+    const Seconds after = hostTime();
+    take.show(40, 1000.5);
+    const CaptureResult result = take.engine->stop();
+    EXPECT_GE(result.firstFrameHost, before);
+    EXPECT_LE(result.firstFrameHost, after);
+    EXPECT_EQ(frameTimes(take.rawMovie()), (std::vector<Seconds>{0, 0.5}));
+}
+
+TEST(CaptureEngine, LeavesNothingOfATakeWithoutAPicture) {
+    TakeFixture take({.pixelSize = kSmall, .mic = true, .camera = true});
+    ASSERT_TRUE(take.start());
+    const CaptureResult result = take.engine->stop();
+    EXPECT_FALSE(result.hasFrames);
+    EXPECT_FALSE(result.hasCamera);
+    EXPECT_EQ(result.firstFrameHost, 0);
+    EXPECT_FALSE(std::filesystem::exists(take.rawMovie()));
+    EXPECT_FALSE(std::filesystem::exists(take.cameraMovie()));
+}
+
+TEST(CaptureEngine, FailsToStartWithTheReasonAndLeavesNothing) {
+    TakeFixture refused({.pixelSize = kSmall});
+    auto stream = std::make_unique<FakeStream>(kSmall);
+    stream->refusal = Failure{"The screen can’t be recorded.", "refused", 7};
+    const auto result = refused.engine->start(std::move(stream), {.pixelSize = kSmall});
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error(), (Failure{"The screen can’t be recorded.", "refused", 7}));
+    EXPECT_FALSE(std::filesystem::exists(refused.rawMovie()));
+
+    TakeFixture empty({.pixelSize = {1, 1}});
+    EXPECT_FALSE(empty.start());
+}
+
+// A block of a microphone whose clock is off: bursts at some times after `begin`, silence otherwise.
+std::vector<float> soundOfClicks(Seconds time, double slowness, std::span<const Seconds> clicks) {
+    std::vector<float> samples(kSoundRate / 50);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const Seconds heard = time + static_cast<double>(i) / kSoundRate * (1 + slowness);
+        for (const Seconds click : clicks)
+            if (std::abs(heard - click) < 0.001) samples[i] = 0.8F;
+    }
+    return samples;
+}
+
+// Bursts in the sound where the picture turns white, through a pause.
+TEST(CaptureEngine, KeepsSoundAndPictureTogetherBeforeAndAfterAPause) {
+    TakeFixture take({.pixelSize = kSmall, .mic = true});
+    ASSERT_TRUE(take.start());
+    constexpr double kSlowness = 200e-6;
+    const std::array clicks = {0.2, 0.4, 0.7, 0.85};
+    const Seconds begin = hostTime() - 0.2;
+    Seconds heard = -0.1;
+    const auto hearUntil = [&](Seconds until) {
+        for (int block = 0; heard < until; ++block, heard += (1 + kSlowness) / 50)
+            take.sound.speak(soundOfClicks(heard, kSlowness, clicks),
+                             begin + heard + (block % 3 - 1) * 0.004);
+    };
+    hearUntil(0);
+    take.show(0, begin);
+    for (const Seconds click : clicks) {
+        if (click == 0.7) {
+            take.engine->pause(begin + 0.5);
+            take.engine->resume(begin + 0.65);
+        }
+        hearUntil(click);
+        take.show(255, begin + click);
+        take.show(0, begin + click + 0.02);
+    }
+    hearUntil(0.9);
+    ASSERT_TRUE(isReached(begin + 0.9));
+    EXPECT_TRUE(take.engine->stop().hasAudio);
+
+    const auto track = SoundTrack::open(take.rawMovie());
+    ASSERT_TRUE(track) << track.error().message;
+    std::vector<float> sound(2 * kSoundRate);
+    ASSERT_TRUE((*track)->read(0, sound));
+    for (const Seconds click : {0.2, 0.4, 0.55, 0.7}) {
+        const auto at = [&](Seconds time) { return sound.begin() + static_cast<int>(time * kSoundRate) * 2; };
+        const auto loudest = std::max_element(at(click - 0.07), at(click + 0.07));
+        EXPECT_GT(*loudest, 0.3F) << click;
+        const Seconds found = static_cast<double>(loudest - sound.begin()) / 2 / kSoundRate;
+        EXPECT_NEAR(found, click, 0.02);
+        EXPECT_NEAR(lumasAt(take.rawMovie(), {click + 0.01})[0], lumaOf(255), 6) << click;
+        EXPECT_NEAR(lumasAt(take.rawMovie(), {click - 0.01})[0], lumaOf(0), 6) << click;
+    }
+    EXPECT_NEAR(trackDuration(take.rawMovie(), "a"), trackDuration(take.rawMovie(), "v"), 0.03);
+}
+
+TEST(CaptureEngine, GoesOnInSilenceWithoutAMicrophoneOrAfterItIsGone) {
+    for (const bool exists : {false, true}) {
+        TakeFixture take({.pixelSize = kSmall, .mic = true});
+        take.sound.exists = exists;
+        ASSERT_TRUE(take.start());
+        const Seconds begin = hostTime() - 0.2;
+        take.show(40, begin);
+        take.sound.speak(std::vector<float>(4800, 0.5F), begin + 0.1);
+        take.sound.unplug();
+        take.show(80, begin + 0.8);
+        ASSERT_TRUE(isReached(begin + 0.8));
+        EXPECT_TRUE(take.engine->stop().hasAudio);
+        EXPECT_EQ(take.notices(),
+                  (std::vector<std::string>{exists ? "The microphone stopped, so the recording is silent "
+                                                     "from here on."
+                                                   : "No microphone was found."}));
+        EXPECT_TRUE(take.errors().empty());
+        EXPECT_NEAR(trackDuration(take.rawMovie(), "a"), trackDuration(take.rawMovie(), "v"), 0.03);
+        EXPECT_GE(trackDuration(take.rawMovie(), "v"), 0.8);
+    }
+}
+
+TEST(CaptureEngine, WritesTheCameraBesideTheScreenAndTellsHowMuchLaterItBegan) {
+    struct Row {
+        const char* what;
+        Seconds begin; // of the camera after the screen
+        Seconds offset;
+    };
+    for (const Row& row : {Row{"later", 0.4, 0.4}, Row{"earlier", -0.1, -0.1}}) {
+        TakeFixture take({.pixelSize = kSmall, .camera = true});
+        ASSERT_TRUE(take.start());
+        const Seconds begin = hostTime() - 0.2;
+        take.show(40, begin);
+        take.engine->pause(begin + 0.55);
+        take.engine->resume(begin + 0.75);
+        for (const Seconds time : {0.0, 0.1, 0.2, 0.4, 0.5})
+            take.showCamera({161, 120}, 60 + static_cast<int>(time * 100), begin + row.begin + time);
+        take.show(80, begin + 0.9);
+        ASSERT_TRUE(isReached(begin + 0.9));
+        const CaptureResult result = take.engine->stop();
+        EXPECT_TRUE(result.hasCamera);
+        EXPECT_NEAR(result.cameraOffset, row.offset, 1e-6) << row.what;
+        EXPECT_EQ(probe(take.cameraMovie(), "v", "width"), "160");
+        EXPECT_NEAR(lumasAt(take.cameraMovie(), {0})[0], 60, 3);
+        const auto record = take.record();
+        ASSERT_TRUE(record);
+        EXPECT_NEAR(record->cameraStartHost, begin + row.begin, 1e-6);
+        if (row.begin < 0) continue;
+        const std::vector<Seconds> times = frameTimes(take.cameraMovie());
+        ASSERT_EQ(times.size(), 4U) << "one of them falls into the pause";
+        EXPECT_NEAR(times[2], 0.2, 0.001) << "which is cut out";
+        // Both end together.
+        EXPECT_NEAR(trackDuration(take.cameraMovie(), "v") + result.cameraOffset,
+                    trackDuration(take.rawMovie(), "v"), 0.005);
+    }
+}
+
+TEST(CaptureEngine, GoesOnWithoutACamera) {
+    for (const bool exists : {false, true}) {
+        TakeFixture take({.pixelSize = kSmall, .camera = true});
+        take.cameras.exists = exists;
+        ASSERT_TRUE(take.start());
+        take.show(40, hostTime() - 0.1);
+        take.cameras.unplug();
+        const CaptureResult result = take.engine->stop();
+        EXPECT_TRUE(result.hasFrames);
+        EXPECT_FALSE(result.hasCamera);
+        EXPECT_EQ(result.cameraOffset, 0);
+        EXPECT_EQ(take.notices(),
+                  std::vector<std::string>{exists ? "The camera stopped, so the recording goes on without it."
+                                                  : "No camera was found."});
+        EXPECT_FALSE(std::filesystem::exists(take.cameraMovie()));
+    }
+}
+
+TEST(CaptureEngine, KeepsWhatWasRecordedWhenTheStreamEndsByItself) {
+    TakeFixture take({.pixelSize = kSmall});
+    ASSERT_TRUE(take.start());
+    const Seconds begin = hostTime() - 0.5;
+    take.show(40, begin);
+    take.show(80, begin + 0.4);
+    take.stream->end({"The display was unplugged."});
+    take.stream->end({"The display was unplugged again."});
+    ASSERT_TRUE(waitUntil([&] { return !take.errors().empty(); }));
+    const CaptureResult result = take.engine->stop();
+    EXPECT_TRUE(result.hasFrames);
+    EXPECT_EQ(take.errors(), std::vector<std::string>{"The display was unplugged."}) << "and only once";
+    EXPECT_EQ(frameTimes(take.rawMovie()).size(), 2U);
+}
+
+TEST(CaptureEngine, SaysThatTheScreenFellSilentAndKeepsTheTake) {
+    TakeFixture take({.pixelSize = kSmall});
+    ASSERT_TRUE(take.start());
+    take.show(40, hostTime());
+    ASSERT_TRUE(waitUntil([&] { return !take.errors().empty(); }, std::chrono::seconds(60)));
+    EXPECT_NE(take.errors()[0].find("no pictures"), std::string::npos) << take.errors()[0];
+    EXPECT_TRUE(take.engine->stop().hasFrames);
+    EXPECT_EQ(frameTimes(take.rawMovie()).size(), 1U);
+}
+
+TEST(CaptureEngine, FinishesATakeThatNobodyStopped) {
+    TakeFixture take({.pixelSize = kSmall, .mic = true, .camera = true});
+    ASSERT_TRUE(take.start());
+    take.show(40, hostTime() - 0.3);
+    take.showCamera({160, 120}, 60, hostTime() - 0.2);
+    take.engine.reset();
+    EXPECT_EQ(frameTimes(take.rawMovie()).size(), 1U);
+    EXPECT_EQ(frameTimes(take.cameraMovie()).size(), 1U);
+}
+
+// A file system that is nothing but small.
+class SmallDisk {
+  public:
+    explicit SmallDisk(const std::filesystem::path& folder) : folder_(folder) {
+        std::filesystem::create_directories(folder);
+        isMounted_ = ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=220m") == 0;
+    }
+    ~SmallDisk() {
+        if (isMounted_) ::umount2(folder_.c_str(), MNT_DETACH);
+    }
+    bool isMounted() const { return isMounted_; }
+    void fill(std::size_t bytes) const {
+        std::ofstream(folder_ / "filler", std::ios::binary | std::ios::app) << std::string(bytes, 'x');
+    }
+
+  private:
+    std::filesystem::path folder_;
+    bool isMounted_ = false;
+};
+
+TEST(CaptureEngine, EndsATakeBeforeTheDiskIsFullAndKeepsIt) {
+    const TemporaryFolder folder;
+    const SmallDisk disk(folder / "disk");
+    if (!disk.isMounted()) GTEST_SKIP() << "A small file system can only be mounted by root.";
+    {
+        TakeFixture take({.pixelSize = kSmall, .mic = true}, folder / "disk");
+        ASSERT_TRUE(take.start());
+        take.show(40, hostTime());
+        disk.fill(40'000'000);
+        ASSERT_TRUE(waitUntil([&] { return !take.errors().empty(); }));
+        EXPECT_EQ(take.errors()[0],
+                  "The disk is nearly full, so the recording was stopped. Everything up to here is kept.");
+        EXPECT_TRUE(take.engine->stop().hasFrames);
+        EXPECT_EQ(frameTimes(take.rawMovie()).size(), 1U);
+    }
+    TakeFixture late({.pixelSize = kSmall}, folder / "disk");
+    const auto started = late.start();
+    ASSERT_FALSE(started);
+    EXPECT_NE(started.error().message.find("nearly full"), std::string::npos);
 }
 
 } // namespace

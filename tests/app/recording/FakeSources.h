@@ -143,7 +143,8 @@ class FakeCameras : public CameraSystem {
         return std::make_unique<Device>(*this);
     }
 
-    void show(PixelSize size, int luma, Seconds hostTime) {
+    // The pixels, which live as long as somebody uses the picture.
+    std::weak_ptr<const void> show(PixelSize size, int luma, Seconds hostTime) {
         const auto bytes = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
         auto pixels = std::make_shared<std::vector<std::uint8_t>>(bytes * 2, std::uint8_t{128});
         std::fill_n(pixels->begin(), bytes, static_cast<std::uint8_t>(luma));
@@ -152,6 +153,7 @@ class FakeCameras : public CameraSystem {
         const std::lock_guard guard(lock_);
         if (seen_)
             seen_({size, {pixels->data(), chroma, chroma}, {size.width, half, half}, hostTime, pixels});
+        return pixels;
     }
     void unplug() {
         const std::lock_guard guard(lock_);

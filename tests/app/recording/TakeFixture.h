@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -58,17 +60,27 @@ class TakeFixture {
         return engine->start(std::move(made), settings_);
     }
 
-    // Shows the whole screen in one grey and waits until the picture is on its way or left out.
+    // Waits until the engine has converted the frame or left it out.
+    void show(ScreenFrame frame) {
+        const std::weak_ptr<const void> pixels = frame.storage;
+        stream->show(std::move(frame));
+        ASSERT_TRUE(waitUntil([&] { return pixels.expired(); }));
+    }
     void show(int grey, Seconds hostTime) {
         screen.paint(grey);
-        const auto before = engine->progress();
-        stream->show(screen.whole(hostTime));
-        ASSERT_TRUE(waitUntil([&] {
-            const auto now = engine->progress();
-            return now.frames + now.droppedFrames > before.frames + before.droppedFrames;
-        }));
+        show(screen.whole(hostTime));
     }
 
+    void showCamera(PixelSize size, int luma, Seconds hostTime) {
+        const auto pixels = cameras.show(size, luma, hostTime);
+        ASSERT_TRUE(waitUntil([&] { return pixels.expired(); }));
+    }
+
+    // After the stop: what the journal tells.
+    std::optional<TakeRecord> record() {
+        journal_.reset();
+        return TakeJournal::read(reel_);
+    }
     std::vector<std::string> errors() const {
         const std::lock_guard guard(lock_);
         return errors_;

@@ -1,0 +1,195 @@
+#include <algorithm>
+#include <future>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "app/recording/RecordingFormat.h"
+#include "app/recording/ScreenTrack.h"
+#include "core/media/MovieReader.h"
+#include "core/raster/Convert.h"
+#include "tests/app/recording/FakeSources.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaitUntil.h"
+
+namespace glintro::test {
+namespace {
+
+PictureBuffer converted(const Screen& screen, PixelSize size) {
+    PictureBuffer picture(PixelLayout::yuv420, size);
+    bgraToYuv420(screen.pixels.data(), static_cast<std::ptrdiff_t>(screen.size.width) * 4, picture);
+    return picture;
+}
+
+void addNoise(Screen& screen, RowRange rows, std::mt19937& random) {
+    const auto row = static_cast<std::ptrdiff_t>(screen.size.width) * 4;
+    std::generate(screen.pixels.begin() + rows.begin * row, screen.pixels.begin() + rows.end * row,
+                  [&] { return static_cast<std::uint8_t>(random()); });
+}
+
+RowRange someRows(int height, std::mt19937& random) {
+    const int begin = static_cast<int>(random() % static_cast<unsigned>(height));
+    return {begin, std::min(height, begin + 1 + static_cast<int>(random() % 9))};
+}
+
+// A change of a row and of the one that shares its chroma, at random, for every kind of edge.
+TEST(ScreenPicture, ShowsTheWholeScreenAfterOnlyTheChangedRowsWereConverted) {
+    for (const PixelSize size : {PixelSize{64, 48}, PixelSize{63, 47}, PixelSize{64, 47}, PixelSize{2, 2}}) {
+        std::mt19937 random(7);
+        Screen screen(size);
+        ScreenPicture picture(evenSize(size));
+        picture.update(screen.whole(0));
+        for (int i = 0; i < 200; ++i) {
+            const RowRange one = someRows(size.height, random);
+            addNoise(screen, one, random);
+            picture.update(screen.frame(i, {one}));
+            ASSERT_TRUE(samePixels(picture.view(), converted(screen, evenSize(size)).view()))
+                << size.width << " x " << size.height << ", rows " << one.begin << " to " << one.end;
+        }
+    }
+}
+
+TEST(ScreenPicture, FitsAndCentresAFrameOfAnotherSize) {
+    struct Row {
+        PixelSize frame;
+        PixelRect shown; // of a picture of 320 x 200
+    };
+    for (const Row& row : {Row{{640, 400}, {0, 0, 320, 200}}, Row{{160, 200}, {80, 0, 160, 200}},
+                           Row{{320, 100}, {0, 50, 320, 100}}, Row{{101, 101}, {60, 0, 200, 200}}}) {
+        Screen screen(row.frame);
+        screen.paint(235);
+        ScreenPicture picture({320, 200});
+        picture.update(screen.whole(0));
+        const PlaneView luma = picture.view().planes[0];
+        const int white = converted(screen, evenSize(row.frame)).plane(0).row(0)[0];
+        const PixelRect& shown = row.shown;
+        for (const int x : {0, shown.x - 1, shown.x, shown.right() - 1, shown.right(), 319}) {
+            for (const int y : {0, shown.y - 1, shown.y, shown.bottom() - 1, shown.bottom(), 199}) {
+                if (x < 0 || y < 0 || x >= 320 || y >= 200) continue;
+                const bool inside = x >= shown.x && x < shown.right() && y >= shown.y && y < shown.bottom();
+                EXPECT_NEAR(luma.row(y)[x], inside ? white : 16, 1)
+                    << row.frame.width << " x " << row.frame.height << " at " << x << ", " << y;
+            }
+        }
+        for (const int plane : {1, 2}) EXPECT_NEAR(picture.view().planes[plane].row(99)[159], 128, 1);
+    }
+}
+
+TEST(ScreenPicture, FollowsAWindowThatIsResizedAndBack) {
+    std::mt19937 random(3);
+    Screen window({320, 200});
+    Screen larger({400, 300});
+    ScreenPicture picture({320, 200});
+    addNoise(window, {0, 200}, random);
+    picture.update(window.whole(0));
+    larger.paint({150, 300}, 255);
+    picture.update(larger.whole(1));
+    const int before = picture.view().planes[0].row(20)[160];
+    larger.paint({0, 150}, 255);
+    picture.update(larger.frame(2, {{0, 150}}));
+    EXPECT_GT(picture.view().planes[0].row(20)[160], before + 50) << "a resized window goes on changing";
+    picture.update(window.whole(3));
+    EXPECT_TRUE(samePixels(picture.view(), converted(window, {320, 200}).view()))
+        << "nothing is left of the bars";
+}
+
+std::unique_ptr<LiveMovieWriter> openWriter(const std::filesystem::path& file, PixelSize size) {
+    auto writer = LiveMovieWriter::create(file, screenVideo(size, 60, VideoCodec::h264), std::nullopt);
+    EXPECT_TRUE(writer) << writer.error().message;
+    return *std::move(writer);
+}
+
+// Every frame changes a band, most are left out, and the last one changes nothing at all: the movie must end
+// with all that the screen shows.
+TEST(ScreenTrack, LeavesNoRowStaleHoweverManyFramesAreLeftOut) {
+    const TemporaryFolder folder;
+    const PixelSize size{640, 480};
+    const auto writer = openWriter(folder / "raw.mov", size);
+    Screen screen(size);
+    int dropped = 0;
+    std::vector<Failure> failures;
+    Seconds time = 0;
+    {
+        ScreenTrack track(
+            *writer, size, 60, [&](const Failure& failure) { failures.push_back(failure); }, 1);
+        ASSERT_TRUE(track.offer(screen.whole(0), 0));
+        for (int band = 0; band < 240; ++band) {
+            const RowRange rows{2 * band, 2 * band + 2};
+            screen.paint(rows, band);
+            time += 0.002;
+            if (band % 10 == 3)
+                track.leaveOut(screen.frame(time, {rows}));
+            else
+                dropped += track.offer(screen.frame(time, {rows}), time) ? 0 : 1;
+        }
+        time += 0.1;
+        ASSERT_TRUE(waitUntil([&] { return track.offer(screen.frame(time, {}), time); }));
+    }
+    EXPECT_TRUE(failures.empty());
+    EXPECT_GT(dropped, 0) << "the mailbox holds one frame and the test does not wait";
+    ASSERT_TRUE(writer->finish(time + 0.1));
+
+    const auto reader = MovieReader::open(folder / "raw.mov");
+    ASSERT_TRUE(reader) << reader.error().message;
+    const auto last = (*reader)->frameAt(time + 1);
+    ASSERT_TRUE(last);
+    const PictureBuffer expected = converted(screen, size);
+    for (int y = 0; y < size.height; ++y) {
+        const int shown = last->picture->planes[0].row(y)[size.width / 2];
+        EXPECT_NEAR(shown, expected.plane(0).row(y)[size.width / 2], 10) << "row " << y;
+    }
+}
+
+TEST(VideoTrack, GivesABufferBackBeforeItsPictureIsEncodedAndRefusesWhileTheMailboxIsFull) {
+    const TemporaryFolder folder;
+    const PixelSize size{64, 64};
+    const auto writer = openWriter(folder / "raw.mov", size);
+    PictureBuffer picture = converted(Screen(size), size);
+    VideoTrack track(
+        *writer, 60, [](const Failure&) {}, 2);
+
+    std::promise<void> release, blocked;
+    const auto buffer = std::make_shared<int>(0);
+    ASSERT_TRUE(track.offer(
+        [&, held = buffer] {
+            blocked.set_value();
+            release.get_future().wait();
+            return picture.view();
+        },
+        0));
+    blocked.get_future().wait();
+    const auto take = [&, held = buffer] { return picture.view(); };
+    EXPECT_TRUE(track.offer(take, 0.1));
+    EXPECT_TRUE(track.offer(take, 0.2));
+    EXPECT_FALSE(track.offer(take, 0.3));
+    release.set_value();
+    ASSERT_TRUE(waitUntil([&] { return track.writtenFrames() == 3; }));
+    EXPECT_TRUE(track.offer([&picture] { return picture.view(); }, 0.2)) << "out of order";
+    track.close();
+    EXPECT_EQ(track.writtenFrames(), 3) << "what comes out of order is thrown away, not a failure";
+    EXPECT_EQ(buffer.use_count(), 2) << "only the test and its own function hold it";
+    EXPECT_FALSE(track.offer([&picture] { return picture.view(); }, 1));
+}
+
+// An encoder that has no time for anything else is told to hurry.
+TEST(VideoTrack, AsksForAFasterEncoderWhenItFallsBehind) {
+    const TemporaryFolder folder;
+    const PixelSize size{320, 240};
+    const auto writer = openWriter(folder / "raw.mov", size);
+    const std::string first = writer->encoderName();
+    Screen screen(size);
+    std::mt19937 random(1);
+    addNoise(screen, {0, size.height}, random);
+    const PictureBuffer noise = converted(screen, size);
+    // At a clock that no encoder keeps up with.
+    VideoTrack track(*writer, 100'000, [](const Failure&) {});
+    EXPECT_EQ(track.encoderName(), first);
+    for (int frame = 0; frame < 60; ++frame) {
+        ASSERT_TRUE(waitUntil([&] { return track.offer([&noise] { return noise.view(); }, frame / 60.0); }));
+    }
+    track.close();
+    EXPECT_TRUE(track.encoderName() != first || !writer->stepDown()) << "still " << first;
+}
+
+} // namespace
+} // namespace glintro::test

@@ -46,7 +46,7 @@ struct LiveTake::Impl {
     void follow(ScreenStream& stream, const TakeHandlers& handlers);
     Result<void> start(std::unique_ptr<ScreenStream> stream, const TakeOrder& order, Platform& platform,
                        const TakeHandlers& handlers);
-    void saveEvents(const CaptureResult& captured, const PauseClock& pauses);
+    Result<void> saveEvents(const CaptureResult& captured, const PauseClock& pauses);
     std::optional<Project> registerReel(const CaptureResult& captured);
 };
 
@@ -69,19 +69,21 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     engine->onError = handlers.failed;
     engine->onNotice = handlers.notice;
     pointerIsEmbedded = stream->pointerIsEmbedded();
-    follow(*stream, handlers);
+    if (pointerIsEmbedded) journal->pointerIsEmbedded();
     CaptureSettings settings = order.settings;
     settings.pixelSize = stream->pixelSize();
+    ScreenStream& running = *stream; // the engine's from now on, while it captures
     auto started = engine->start(std::move(stream), settings);
-    isCapturing = started.has_value();
-    return started;
+    if (!started) return started;
+    isCapturing = true;
+    follow(running, handlers);
+    return {};
 }
 
-// Without events the reel is one wide shot, which is better than no reel.
-void LiveTake::Impl::saveEvents(const CaptureResult& captured, const PauseClock& pauses) {
+Result<void> LiveTake::Impl::saveEvents(const CaptureResult& captured, const PauseClock& pauses) {
     const Seconds duration = durationOf(folder / "raw.mov");
     const RecordingEvents events = logger->finish(captured.firstFrameHost, duration, pauses);
-    (void)writeEvents(events, folder / "events.json");
+    return writeEvents(events, folder / "events.json");
 }
 
 std::optional<Project> LiveTake::Impl::registerReel(const CaptureResult& captured) {
@@ -138,14 +140,15 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
         return std::nullopt;
     }
     impl_->isOver = true;
-    impl_->saveEvents(captured, pauses);
+    // Without events the reel is one wide shot until the journal has given them back: better than no reel.
+    const auto saved = impl_->saveEvents(captured, pauses);
     auto project = impl_->registerReel(captured);
     if (!project)
         return failure(
             fmt::format("The recording is kept in “{}”, but its project file can’t be written. "
                         "It will be completed when the library is next opened.",
                         impl_->folder.string()));
-    impl_->journal->remove();
+    if (saved) impl_->journal->remove();
     return project;
 }
 

@@ -37,6 +37,7 @@ RecordingController::RecordingController(const Seams& seams, std::chrono::millis
 }
 
 RecordingController::~RecordingController() {
+    blockSignals(true); // those who listened may have gone already
     starting_.request_stop();
     if (phase_ == Phase::recording) stop();
     background_.waitForDone();
@@ -248,7 +249,8 @@ void RecordingController::finished(const ReelResult& reel) {
     else if (*reel)
         seams_.views.showReel(**reel);
     else
-        seams_.views.notice(QStringLiteral("Nothing was recorded, because no picture came from the screen."));
+        seams_.views.alert(QStringLiteral("Nothing was recorded"),
+                           QStringLiteral("No picture came from the screen, so there is nothing to keep."));
     emit ended();
 }
 

@@ -16,8 +16,8 @@ constexpr std::size_t kBoxHeader = 8;
 constexpr BoxType kSignature = "Glnt";
 // The index of half a second, or of no second, is far smaller.
 constexpr std::uint64_t kLargestFragmentIndex = std::uint64_t{16} << 20;
-// An index has room for 4 GiB, at 16 bytes and less for a sample.
-constexpr std::size_t kMostSamples = std::size_t{1} << 27;
+// Three days of them; an index of that many takes half a gigabyte, in memory and in the file.
+constexpr std::size_t kMostSamples = std::size_t{1} << 25;
 
 struct BoxPlace {
     BoxType type;
@@ -70,6 +70,12 @@ Result<bool> addFragment(const FragmentFile& file, const BoxPlace& box, std::uin
     return bytes->size() == box.size && index.add(*bytes, box.position, end);
 }
 
+bool hasRoomInIndex(const FragmentIndex& index) {
+    std::size_t samples = 0;
+    for (const FragmentTrack& track : index.tracks()) samples += track.samples.size();
+    return samples <= kMostSamples;
+}
+
 // One after the other, up to where the file was cut off or an earlier sealing had begun to append an index. A
 // damaged fragment is passed over.
 Result<void> readFragments(const FragmentFile& file, std::uint64_t position, Fragments& fragments) {
@@ -84,6 +90,7 @@ Result<void> readFragments(const FragmentFile& file, std::uint64_t position, Fra
             const auto added = addFragment(file, head, (*box)->end(), fragments.index);
             if (!added) return std::unexpected(added.error());
             if (*added) fragments.end = (*box)->end();
+            if (!hasRoomInIndex(fragments.index)) return failure("The recording is too long to be finished.");
             head = {};
         } else {
             return {};
@@ -146,12 +153,6 @@ Seconds guessedEnd(const FragmentTrack& pictures, const std::optional<PresentedT
     return std::max(ticks / pictures.timescale, sound ? soundEnd(*sound) : 0);
 }
 
-bool hasRoomInIndex(const FragmentIndex& index) {
-    std::size_t samples = 0;
-    for (const FragmentTrack& track : index.tracks()) samples += track.samples.size();
-    return samples <= kMostSamples;
-}
-
 Bytes dataHeader(std::uint64_t size) {
     BoxWriter out;
     out.u32(1); // the size follows the type
@@ -202,7 +203,6 @@ Result<SealedMovie> sealFragments(FragmentFile& file, std::optional<Seconds> end
     const FragmentIndex& index = (*fragments)->index;
     const FragmentTrack* pictures = findTrack(index, FragmentTrack::Kind::video);
     if (pictures == nullptr) return SealedMovie{};
-    if (!hasRoomInIndex(index)) return failure("The recording is too long to be finished.");
     std::optional<PresentedTrack> sound;
     if (const FragmentTrack* track = findTrack(index, FragmentTrack::Kind::audio)) {
         sound = presentSound(*track, (*beginning)->priming, end);

@@ -220,4 +220,16 @@ int readEntries(sd_bus_message* message, const std::function<bool(const char*, c
     return code < 0 ? code : sd_bus_message_exit_container(message);
 }
 
+std::optional<std::string> readSessionHandle(sd_bus_message* results) {
+    std::optional<std::string> session;
+    const int code = readEntries(results, [&](const char* name, const char*) {
+        const char* path = nullptr;
+        if (std::strcmp(name, "session_handle") != 0) return false;
+        if (sd_bus_message_read(results, "v", "s", &path) < 0) return false;
+        session = path;
+        return true;
+    });
+    return code < 0 ? std::nullopt : session;
+}
+
 } // namespace glintro

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -58,6 +59,9 @@ class PortalBus {
     [[nodiscard]] Result<BusSlot> onSignal(const std::string& path, const char* interface, const char* member,
                                            SignalHandler& handler);
 
+    // Works off what arrives until done() holds. Fails when cancelled, or when portal or bus are gone.
+    Result<void> waitUntil(const std::function<bool()>& done, const std::stop_token& cancel);
+
     // Sends a call whose answer does not matter.
     void tell(const std::string& path, const char* interface, const char* method);
 
@@ -72,7 +76,6 @@ class PortalBus {
     explicit PortalBus(BusHandle bus) : bus_(std::move(bus)) {}
     Result<void> watchPortal();
     Result<void> send(BusMessage message, std::function<void(sd_bus_message*)>& answered, BusSlot& slot);
-    Result<void> waitUntil(const std::function<bool()>& done, const std::stop_token& cancel);
     void sleepUntilSomethingHappens(int wakeDescriptor);
     std::string requestPath(const std::string& token);
 
@@ -86,5 +89,8 @@ class PortalBus {
 // Calls `read` for each entry of the a{sv} at the read position, with its name and its value's signature;
 // `read` consumes the variant and returns true, or leaves it and returns false.
 int readEntries(sd_bus_message* message, const std::function<bool(const char*, const char*)>& read);
+
+// What CreateSession's results tell; nothing when they do not.
+std::optional<std::string> readSessionHandle(sd_bus_message* results);
 
 } // namespace glintro

@@ -100,15 +100,9 @@ Result<void> ScreenCast::createSession(const std::stop_token& cancel) {
         cancel);
     if (!answer) return std::unexpected(answer.error());
     if (auto agreed = granted(*answer, "CreateSession"); !agreed) return agreed;
-    sd_bus_message* results = answer->results.get();
-    const int code = readEntries(results, [&](const char* name, const char*) {
-        const char* path = nullptr;
-        if (std::strcmp(name, "session_handle") != 0 || sd_bus_message_read(results, "v", "s", &path) < 0)
-            return false;
-        session_ = path;
-        return true;
-    });
-    if (code < 0 || session_.empty()) return malformed("CreateSession");
+    const auto session = readSessionHandle(answer->results.get());
+    if (!session) return malformed("CreateSession");
+    session_ = *session;
     closed_ = [this](sd_bus_message*) { isClosed_ = true; };
     auto slot = bus_->onSignal(session_, kSession, "Closed", closed_);
     if (!slot) return std::unexpected(slot.error());

@@ -1,0 +1,170 @@
+#include <fstream>
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/wayland/PortalHotKey.h"
+#include "platform/linux/wayland/ScreenCast.h"
+#include "platform/linux/wayland/WaylandDesktop.h"
+#include "tests/platform/linux/wayland/FakePortal.h"
+#include "tests/support/WaitUntil.h"
+
+namespace glintro {
+namespace {
+
+using test::FakePortal;
+using test::PrivateBus;
+using test::ScopedEnvironment;
+using test::waitUntil;
+
+const std::map<std::string, std::uint32_t> kScreenCast = {{"version", 4}, {"AvailableCursorModes", 7}};
+
+// What cannot be had from a real desktop without a user at it: refusals, and portals that lack something.
+class PortalAnswers : public ::testing::Test {
+  protected:
+    void remember(const std::string& token) const {
+        std::filesystem::create_directories(tokenFile_.parent_path());
+        std::ofstream(tokenFile_) << token;
+    }
+    std::string remembered() const {
+        std::string token;
+        std::ifstream(tokenFile_) >> token;
+        return token;
+    }
+    // What the user is told when a recording is to begin.
+    static std::string complaint() {
+        const auto opened = createPortalScreenCapture()->open(DisplayFilter{1}, {});
+        return opened ? "" : opened.error().message;
+    }
+
+    TemporaryFolder state_;
+    ScopedEnvironment home_{"XDG_STATE_HOME", state_.path().string()};
+    std::filesystem::path tokenFile_ = state_ / "glintro/screen.token";
+    PrivateBus bus_;
+};
+
+TEST_F(PortalAnswers, SayWhatIsMissingAndWhatToDo) {
+    {
+        const ScopedEnvironment noBus("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (state_ / "none").string());
+        EXPECT_NE(complaint().find("start Glintro from within your desktop session"), std::string::npos);
+        EXPECT_FALSE(createPortalScreenCapture()->hasAccess());
+    }
+    EXPECT_NE(complaint().find("install xdg-desktop-portal"), std::string::npos);
+    const FakePortal withoutScreenCast({});
+    EXPECT_NE(complaint().find("install the portal back end made for your desktop"), std::string::npos);
+    EXPECT_FALSE(createPortalScreenCapture()->content());
+}
+
+TEST_F(PortalAnswers, RefusalsEndTheQuestionWithASentence) {
+    const struct {
+        const char* method;
+        std::uint32_t verdict;
+        const char* sentence;
+    } rows[] = {{"Start", 1, "Nothing was shared"},
+                {"SelectSources", 1, "Nothing was shared"},
+                {"Start", 2, "The desktop could not ask"},
+                {"CreateSession", 2, "The desktop could not ask"}};
+    for (const auto& row : rows) {
+        FakePortal portal({kScreenCast, {{row.method, row.verdict}}});
+        EXPECT_TRUE(complaint().starts_with(row.sentence)) << row.method << row.verdict << complaint();
+    }
+}
+
+TEST_F(PortalAnswers, ATokenThatFailsIsTriedOnceWithoutButARefusalStands) {
+    const std::pair<std::uint32_t, std::vector<std::string>> rows[] = {{2, {"old", ""}}, {1, {"old"}}};
+    for (const auto& [verdict, tokens] : rows) {
+        remember("old");
+        FakePortal portal({kScreenCast, {{"Start", verdict}}});
+        EXPECT_NE(complaint(), "");
+        std::vector<std::string> tried;
+        for (const auto& call : portal.calls("SelectSources")) {
+            tried.push_back(call.options.contains("restore_token") ? call.options.at("restore_token") : "");
+        }
+        EXPECT_EQ(tried, tokens) << verdict;
+        EXPECT_EQ(remembered(), "old");
+    }
+}
+
+TEST_F(PortalAnswers, AskForTheBestPointerThatIsOffered) {
+    using Mode = ScreenCast::PointerMode;
+    const std::tuple<std::uint32_t, const char*, Mode> rows[] = {
+        {7, "4", Mode::metadata}, {3, "1", Mode::hidden}, {2, "2", Mode::embedded}};
+    for (const auto& [offered, asked, mode] : rows) {
+        FakePortal portal({{{"version", 4}, {"AvailableCursorModes", offered}}, {}});
+        const auto cast = ScreenCast::open(ScreenCast::Kind::window, {});
+        ASSERT_TRUE(cast) << cast.error().message;
+        EXPECT_EQ((*cast)->pointerMode(), mode);
+        const auto options = portal.calls("SelectSources").at(0).options;
+        EXPECT_EQ(options.at("cursor_mode"), asked);
+        EXPECT_EQ(options.at("types"), "2");
+        EXPECT_EQ(options.at("persist_mode"), "2");
+    }
+}
+
+TEST_F(PortalAnswers, TellWhereTheScreenIsAndWhenTheDesktopEndsTheSession) {
+    FakePortal portal({kScreenCast, {}});
+    {
+        auto cast = ScreenCast::open(ScreenCast::Kind::screen, {});
+        ASSERT_TRUE(cast) << cast.error().message;
+        EXPECT_EQ((*cast)->node(), 42U);
+        EXPECT_EQ((*cast)->position(), (Point{1920, 30}));
+        EXPECT_EQ((*cast)->size(), (Size{1600, 900}));
+        EXPECT_EQ(remembered(), "next");
+        EXPECT_TRUE((*cast)->process());
+        portal.closeSession();
+        EXPECT_TRUE(waitUntil([&] { return !(*cast)->process(); }));
+    }
+    ASSERT_TRUE(ScreenCast::open(ScreenCast::Kind::screen, {}));
+    // A session that the desktop has ended is not there to be closed; the other one is.
+    EXPECT_TRUE(waitUntil([&] { return portal.calls("Close").size() == 1; }));
+}
+
+TEST_F(PortalAnswers, WaitForTheUserUntilTheQuestionIsTakenBackOrThePortalDies) {
+    for (const bool dies : {false, true}) {
+        auto portal =
+            std::make_unique<FakePortal>(FakePortal::Behaviour{kScreenCast, {{"Start", FakePortal::kNever}}});
+        std::stop_source cancel;
+        auto opened = std::async(std::launch::async, [&] {
+            return createPortalScreenCapture()->open(DisplayFilter{1}, cancel.get_token());
+        });
+        ASSERT_TRUE(waitUntil([&] { return portal->calls("Start").size() == 1; }));
+        if (dies) portal.reset();
+        if (!dies) cancel.request_stop();
+        const auto result = opened.get();
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().isCancelled(), !dies);
+        if (dies) {
+            EXPECT_TRUE(result.error().message.starts_with("The desktop portal has ended"));
+        } else { // the question and the session it belonged to
+            EXPECT_TRUE(waitUntil([&] { return portal->calls("Close").size() == 2; }));
+        }
+    }
+}
+
+TEST_F(PortalAnswers, GiveAHotKeyWhereTheDesktopHasOne) {
+    const KeyCombination keys{'r', KeyCombination::alt | KeyCombination::super};
+    EXPECT_EQ(shortcutTrigger(keys), "ALT+LOGO+r");
+    EXPECT_EQ(shortcutTrigger({0xFFC6, KeyCombination::control | KeyCombination::shift}), "CTRL+SHIFT+F9");
+    auto source = createPortalHotKeySource();
+    {
+        const FakePortal without({});
+        const auto refused = source->listen(keys, [] {});
+        ASSERT_FALSE(refused);
+        EXPECT_TRUE(refused.error().message.starts_with("This desktop gives programs no key of their own"));
+    }
+    FakePortal portal({{{"version", 1}}, {}});
+    std::atomic<int> presses = 0;
+    ASSERT_TRUE(source->listen(keys, [&] { ++presses; }));
+    ASSERT_TRUE(waitUntil([&] { return portal.calls("BindShortcuts").size() == 1; }));
+    portal.activate("another");
+    portal.activate("record");
+    EXPECT_TRUE(waitUntil([&] { return presses == 1; }));
+    source->stop();
+    EXPECT_FALSE(source->listen({0xFF1B, 0}, [] {})) << "Escape";
+}
+
+} // namespace
+} // namespace glintro

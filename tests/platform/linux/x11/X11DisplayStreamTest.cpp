@@ -1,0 +1,270 @@
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "platform/linux/x11/X11Content.h"
+#include "platform/linux/x11/X11Resource.h"
+#include "platform/linux/x11/X11Streams.h"
+#include "tests/support/FrameWatch.h"
+#include "tests/support/XPainter.h"
+#include "tests/support/XSession.h"
+
+namespace glintro {
+namespace {
+
+using test::FrameWatch;
+using test::waitUntil;
+using test::XPainter;
+using test::XSession;
+
+constexpr std::uint32_t kForbidden = 0xFF00FF;
+constexpr std::uint32_t kWallpaper = 0x204060;
+
+// What the screen shows now, without a stream.
+std::vector<std::uint8_t> screenPixels(const std::string& display, const PixelRect& part) {
+    const test::XConnection connection = test::connectTo(display);
+    const auto cookie =
+        xcb_get_image(connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, test::rootOf(connection.get()),
+                      static_cast<std::int16_t>(part.x), static_cast<std::int16_t>(part.y),
+                      static_cast<std::uint16_t>(part.width), static_cast<std::uint16_t>(part.height), ~0U);
+    const X11Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(connection.get(), cookie, nullptr));
+    if (!reply) return {};
+    const std::uint8_t* data = xcb_get_image_data(reply.get());
+    return {data, data + xcb_get_image_data_length(reply.get())};
+}
+
+// A window of this very process: what a stream must not show.
+class OwnWindow {
+  public:
+    OwnWindow(const std::string& display, const PixelRect& place) : connection_(test::connectTo(display)) {
+        window_ = xcb_generate_id(connection_.get());
+        const std::uint32_t values[] = {kForbidden, 1};
+        xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, test::rootOf(connection_.get()),
+                          static_cast<std::int16_t>(place.x), static_cast<std::int16_t>(place.y),
+                          static_cast<std::uint16_t>(place.width), static_cast<std::uint16_t>(place.height),
+                          0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
+        map();
+    }
+    void map() {
+        xcb_map_window(connection_.get(), window_);
+        test::synchronise(connection_.get());
+    }
+    void unmap() {
+        xcb_unmap_window(connection_.get(), window_);
+        test::synchronise(connection_.get());
+    }
+    void move(int x, int y) {
+        const std::uint32_t values[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
+        xcb_configure_window(connection_.get(), window_, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values);
+        test::synchronise(connection_.get());
+    }
+
+  private:
+    test::XConnection connection_;
+    xcb_window_t window_;
+};
+
+std::unique_ptr<ScreenStream> openFirstDisplay(std::optional<Rect> part = std::nullopt) {
+    const Result<X11Connection> connection = connectToX11();
+    const auto displays = x11Displays(*connection);
+    auto stream = openX11Display(displays->at(0), part);
+    if (!stream) throw std::runtime_error(stream.error().message);
+    return std::move(*stream);
+}
+
+class X11DisplayStreamTest : public testing::Test {
+  protected:
+    void begin(int width, int height, XSession::WindowManager manager = XSession::WindowManager::none) {
+        session_ = XSession::xvfb(width, height, manager);
+        environment_.emplace(*session_);
+        painter_.emplace(session_->display());
+        painter_->setWallpaper(kWallpaper);
+    }
+    void SetUp() override {
+        if (const auto why = XSession::whyNoXvfb()) GTEST_SKIP() << *why;
+    }
+
+    // Rectangles of random colours on the windows and on the root, as fast as the server takes them.
+    void paintAtRandom(int count, const std::vector<xcb_window_t>& windows, PixelSize size) {
+        for (int i = 0; i < count; ++i) {
+            const PixelRect part{uniform(0, size.width), uniform(0, size.height), uniform(1, size.width / 2),
+                                 uniform(1, 40)};
+            painter_->fill(windows[uniform(0, static_cast<int>(windows.size()))], part,
+                           static_cast<std::uint32_t>(uniform(0, 0xFFFFFF)) & 0xFEFFFF);
+        }
+    }
+    int uniform(int begin, int end) { return std::uniform_int_distribution(begin, end - 1)(random_); }
+
+    std::unique_ptr<XSession> session_;
+    std::optional<XSession::Environment> environment_;
+    std::optional<XPainter> painter_;
+    std::mt19937 random_{7};
+};
+
+TEST_F(X11DisplayStreamTest, TellsEveryRowThatChangesAndNoPixelIsOld) {
+    begin(640, 480);
+    const xcb_window_t window = painter_->show(XPainter::Kind::unmanaged, {200, 100, 300, 200}, 0x112233);
+    const struct {
+        std::optional<Rect> part;
+        PixelRect pixels;
+    } rows[] = {{std::nullopt, {0, 0, 640, 480}}, {Rect{151, 33, 401, 299}, {151, 33, 401, 299}}};
+    for (const auto& row : rows) {
+        const auto stream = openFirstDisplay(row.part);
+        EXPECT_EQ(stream->pixelSize(), (PixelSize{row.pixels.width, row.pixels.height}));
+        EXPECT_EQ(stream->frame(), row.part.value_or(Rect{0, 0, 640, 480}));
+        FrameWatch watch(*stream);
+        paintAtRandom(1500, {0, window}, {640, 480});
+        EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), row.pixels)));
+        EXPECT_EQ(watch.wrong(), "");
+        EXPECT_TRUE(watch.stopped().empty());
+    }
+}
+
+TEST_F(X11DisplayStreamTest, RepeatsThePictureWhileNothingChanges) {
+    begin(320, 240);
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    ASSERT_TRUE(watch.shows(10, 10, kWallpaper));
+    EXPECT_TRUE(waitUntil([&] { return watch.repeats() >= 2; }));
+    EXPECT_LE(watch.frames() - watch.repeats(), 2);
+    EXPECT_EQ(watch.wrong(), "");
+}
+
+TEST_F(X11DisplayStreamTest, LeavesOutFramesWhileAllBuffersAreHeldAndLosesNoChange) {
+    begin(320, 240);
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream, 60, 3);
+    watch.hold(true);
+    const std::vector<xcb_window_t> root{0};
+    ASSERT_TRUE(waitUntil([&] {
+        paintAtRandom(20, root, {320, 240});
+        return watch.dropped() > 3;
+    }));
+    EXPECT_LE(watch.frames() - watch.repeats(), 3);
+    watch.hold(false);
+    EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 320, 240})));
+    EXPECT_EQ(watch.wrong(), "");
+}
+
+struct Composing {
+    const char* name;
+    const char* manager; // a compositing manager; empty: none
+};
+
+class X11OwnWindowTest : public X11DisplayStreamTest, public testing::WithParamInterface<Composing> {
+  protected:
+    void SetUp() override {
+        X11DisplayStreamTest::SetUp();
+        if (IsSkipped()) return;
+        begin(640, 480, XSession::WindowManager::openbox);
+        if (*GetParam().manager == '\0') return;
+        manager_ = session_->run({"picom", "--config", "/dev/null", "--backend", "xrender"});
+        const Result<X11Connection> connection = connectToX11();
+        const xcb_atom_t selection = test::atomOf(connection->get(), "_NET_WM_CM_S0");
+        const auto hasOwner = [&] {
+            const X11Reply<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
+                connection->get(), xcb_get_selection_owner(connection->get(), selection), nullptr));
+            return owner && owner->owner != XCB_WINDOW_NONE;
+        };
+        if (!waitUntil(hasOwner)) GTEST_SKIP() << "picom, which composes the screen here, does not start.";
+    }
+
+    std::unique_ptr<test::ChildProcess> manager_;
+};
+
+// Whatever lies under, above and beside a window of ours is to be seen where the window would be, and keeps
+// being followed there; the window itself in no frame, however it comes and goes.
+TEST_P(X11OwnWindowTest, IsInNoFrameWhileWhatItCoversIs) {
+    using Kind = XPainter::Kind;
+    const xcb_window_t below = painter_->show(Kind::unmanaged, {100, 100, 300, 200}, 0x00AA00);
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    watch.forbid(kForbidden);
+    ASSERT_TRUE(watch.shows(150, 150, 0x00AA00));
+
+    OwnWindow own(session_->display(), {50, 80, 200, 150});
+    EXPECT_TRUE(watch.shows(150, 150, 0x00AA00));
+    EXPECT_TRUE(waitUntil([&] {
+        painter_->fill(below, {20, 20, 60, 60}, 0x0000BB);
+        return watch.pixel(130, 130) == 0x0000BB;
+    })) << "drawn under ours";
+    painter_->fill(below, {200, 100, 60, 60}, 0x00BBBB);
+    EXPECT_TRUE(watch.shows(330, 230, 0x00BBBB)) << "drawn beside ours";
+    const xcb_window_t above = painter_->show(Kind::unmanaged, {180, 180, 100, 100}, 0xDDDD00);
+    EXPECT_TRUE(watch.shows(200, 200, 0xDDDD00)) << "shown above ours";
+    painter_->place(above, {60, 90, 80, 40});
+    EXPECT_TRUE(watch.shows(70, 100, 0xDDDD00)) << "moved above ours";
+    EXPECT_TRUE(watch.shows(200, 200, 0x00AA00)) << "where it was";
+    painter_->close(above);
+    EXPECT_TRUE(watch.shows(120, 110, 0x00AA00)) << "closed above ours";
+    painter_->place(below, {120, 100, 350, 220});
+    EXPECT_TRUE(watch.shows(240, 200, 0x00AA00)) << "resized under ours";
+
+    for (int step = 0; step < 40; ++step) own.move(50 + step * 9, 80 + step * 5);
+    EXPECT_TRUE(watch.shows(450, 300, 0x00AA00)) << "ours moved there";
+    for (int i = 0; i < 5; ++i) {
+        own.unmap();
+        own.map();
+    }
+    own.unmap();
+    painter_->fill(below, {300, 200, 40, 10}, 0x123456);
+    EXPECT_TRUE(watch.shows(425, 305, 0x123456)) << "ours is gone";
+    EXPECT_EQ(watch.wrong(), "");
+    EXPECT_TRUE(watch.stopped().empty());
+}
+
+TEST_P(X11OwnWindowTest, LetsShapedAndTransparentWindowsBeSeenAsTheyAre) {
+    using Kind = XPainter::Kind;
+    painter_->show(Kind::unmanaged, {100, 100, 400, 300}, 0x00AA00);
+    painter_->show(Kind::shaped, {120, 120, 80, 80}, 0xCC0000);
+    painter_->show(Kind::transparent, {250, 120, 80, 80}, 0x80400000);
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    ASSERT_TRUE(watch.shows(160, 160, 0xCC0000));
+    const std::optional<std::uint32_t> blended = watch.pixel(290, 160);
+    OwnWindow own(session_->display(), {90, 90, 300, 200});
+    watch.forbid(kForbidden);
+    EXPECT_TRUE(watch.shows(160, 160, 0xCC0000)) << "the middle of the cross";
+    EXPECT_TRUE(watch.shows(125, 125, 0x00AA00)) << "its corner";
+    EXPECT_TRUE(watch.shows(290, 160, *blended)) << "the transparent one";
+    EXPECT_EQ(watch.wrong(), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Screens, X11OwnWindowTest,
+                         testing::Values(Composing{"Plain", ""}, Composing{"Composed", "picom"}),
+                         [](const auto& row) { return row.param.name; });
+
+// Without a compositing manager a composed picture is the root's own to the pixel, and the wallpaper is.
+TEST_F(X11DisplayStreamTest, ComposesJustWhatTheScreenWouldShowWithoutOurWindow) {
+    begin(640, 480, XSession::WindowManager::openbox);
+    session_->output({"xsetroot", "-mod", "16", "7", "-fg", "#335577", "-bg", "#ddbb99"});
+    const xcb_window_t window = painter_->show(XPainter::Kind::managed, {80, 60, 220, 160}, 0x998877);
+    ASSERT_TRUE(waitUntil([&] { return x11Windows(*connectToX11())->size() == 1; }));
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    ASSERT_TRUE(waitUntil([&] { return watch.repeats() > 0; })) << "the window manager is done drawing";
+    const auto withoutOurs = screenPixels(session_->display(), {0, 0, 640, 480});
+    watch.forbid(kForbidden);
+    const int before = watch.frames() - watch.repeats();
+    OwnWindow own(session_->display(), {31, 17, 400, 300});
+    ASSERT_TRUE(waitUntil([&] { return watch.frames() - watch.repeats() > before; }));
+    EXPECT_TRUE(watch.showsAll(withoutOurs));
+    paintAtRandom(300, {window}, {220, 160});
+    own.unmap();
+    EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 640, 480})));
+    EXPECT_EQ(watch.wrong(), "");
+}
+
+TEST_F(X11DisplayStreamTest, EndsWithASentenceWhenTheServerDies) {
+    begin(320, 240);
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    ASSERT_TRUE(watch.shows(10, 10, kWallpaper));
+    session_->killServer();
+    ASSERT_TRUE(waitUntil([&] { return !watch.stopped().empty(); }));
+    EXPECT_EQ(watch.stopped().front().message, "The X server no longer answers, so the recording ended.");
+}
+
+} // namespace
+} // namespace glintro

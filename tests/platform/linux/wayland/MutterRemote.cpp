@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <stdexcept>
 
+#include "tests/support/WaitUntil.h"
+
 namespace glintro::test {
 namespace {
 
@@ -51,9 +53,18 @@ void MutterRemote::movePointerTo(double x, double y) {
 std::uint32_t MutterRemote::shareFrontWindow() {
     const std::string session =
         pathIn(call(kCast, "/org/gnome/Mutter/ScreenCast", kCast, "CreateSession", "a{sv}", 0));
-    // Cursor mode 2 is metadata in mutter's own counting.
-    const std::string stream =
-        pathIn(call(kCast, session, kCastSession, "RecordWindow", "a{sv}", 1, "cursor-mode", "u", 2));
+    std::string stream;
+    // A window that was shown just now becomes the one in front a little later.
+    const auto hasOne = [&] {
+        try {
+            // Cursor mode 2 is metadata in mutter's own counting.
+            stream =
+                pathIn(call(kCast, session, kCastSession, "RecordWindow", "a{sv}", 1, "cursor-mode", "u", 2));
+        } catch (const std::runtime_error&) {
+        }
+        return !stream.empty();
+    };
+    if (!waitUntil(hasOne)) throw std::runtime_error("mutter finds no window in front");
     sd_bus_slot* slot = nullptr;
     const auto added = [](sd_bus_message* message, void* node, sd_bus_error*) {
         return sd_bus_message_read(message, "u", static_cast<std::uint32_t*>(node));

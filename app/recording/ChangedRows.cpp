@@ -26,7 +26,7 @@ void ChangedRows::carry(ScreenFrame& frame) const {
 }
 
 void ChangedRows::owe(const ScreenFrame& frame) {
-    owed_ = frame.size == size_ ? united(std::move(owed_), frame.changed) : frame.changed;
+    owed_ = frame.changed;
     size_ = frame.size;
 }
 

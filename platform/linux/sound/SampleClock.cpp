@@ -37,21 +37,21 @@ void SampleClock::arrived(std::size_t count, Seconds hostTime) {
     arrivals_.add(hostTime, offset);
 }
 
-// A delay passes and is followed by arrivals in time; samples that are missing make all later ones late.
+// A delay passes, at once or bit by bit; samples that are missing make all later ones late by the same.
 void SampleClock::noteLateness(Seconds offset, Seconds hostTime) {
     const auto earliest = arrivals_.value();
     if (!earliest || offset <= *earliest + kFarOff) {
-        lateSince_.reset();
-    } else if (!lateSince_) {
-        lateSince_ = hostTime;
-    } else if (hostTime - *lateSince_ > kLateForGood) {
+        late_.reset();
+    } else if (!late_ || offset < late_->offset - kWrong) {
+        late_ = {hostTime, offset};
+    } else if (hostTime - late_->since > kLateForGood) {
         interrupted();
     }
 }
 
 void SampleClock::interrupted() {
     arrivals_.clear();
-    lateSince_.reset();
+    late_.reset();
     jumps_ = true;
 }
 

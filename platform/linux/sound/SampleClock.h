@@ -46,6 +46,11 @@ class SampleClock {
     void interrupted();
 
   private:
+    struct Lateness {
+        Seconds since;
+        Seconds offset;
+    };
+
     void noteLateness(Seconds offset, Seconds hostTime);
     Seconds measuredOffset() const;
     void follow(Seconds measured, Seconds duration);
@@ -56,7 +61,7 @@ class SampleClock {
     bool jumps_ = false;            // the next samples are not the successors of those taken
     SlidingMinimum arrivals_{2};    // when sample 0 would have arrived without a lump and a delay
     SlidingMinimum latencies_{10};
-    std::optional<Seconds> lateSince_;
+    std::optional<Lateness> late_;
 };
 
 } // namespace glintro

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <span>
@@ -14,6 +15,7 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include "platform/HostClock.h"
 #include "platform/linux/sound/PulseSound.h"
 #include "tests/platform/linux/sound/ClickPlayer.h"
 #include "tests/platform/linux/sound/SoundTools.h"
@@ -216,6 +218,60 @@ TEST_P(PulseSoundTest, SaysOnceThatTheMicrophoneIsGone) {
     ASSERT_EQ(hearing.losses.size(), 1U);
     EXPECT_EQ(hearing.losses[0].message,
               "The microphone “Stereo_Microphone” was disconnected; what follows has no sound.");
+}
+
+// PulseAudio hears nothing while a source is suspended; PipeWire, which wakes the source at once, is made to
+// hang, and catches up with all it has missed.
+TEST_P(PulseSoundTest, TimesAreRightAgainAfterAnInterruption) {
+    const bool isPulseAudio = GetParam() == SoundServer::pulseAudio;
+    const auto interrupt = [&](const std::string& state, int signal) {
+        isPulseAudio ? void(session->pactl("suspend-source testmic " + state))
+                     : session->signalServer(signal);
+    };
+    const auto microphone = open();
+    Hearing hearing;
+    std::atomic<Seconds> lateness = 0; // from when the last block ended to when it was handed over
+    ASSERT_TRUE(microphone->start(
+        [&, heard = hearing.heard()](const SoundBlock& block) {
+            lateness = hostTime() - block.hostTime - static_cast<double>(block.samples.size()) / kSoundRate;
+            heard(block);
+        },
+        hearing.lost()));
+    ASSERT_TRUE(hearing.untilHeard(1));
+    interrupt("1", SIGSTOP);
+    const Seconds interrupted = hostTime();
+    while (hostTime() < interrupted + 1.5) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const std::size_t before = hearing.samples.size();
+    interrupt("0", SIGCONT);
+    EXPECT_TRUE(hearing.until(
+        [&] { return hearing.samples.size() > before + kSoundRate && std::abs(lateness) < 0.1; }));
+    microphone->stop();
+    EXPECT_TRUE(hearing.losses.empty());
+    Seconds longest = 0;
+    for (std::size_t i = 1; i < hearing.blocks.size(); ++i) {
+        const Seconds step = hearing.blocks[i].hostTime - hearing.blocks[i - 1].hostTime;
+        ASSERT_GT(step, 0) << i;
+        longest = std::max(longest, step);
+    }
+    EXPECT_TRUE(!isPulseAudio || longest > 1.2) << longest;
+}
+
+TEST_P(PulseSoundTest, StopsWhileTheServerHangs) {
+    const auto microphone = open();
+    const auto output = sound->openOutput(1);
+    ASSERT_TRUE(output);
+    Hearing hearing;
+    ASSERT_TRUE(microphone->start(hearing.heard(), hearing.lost()));
+    ASSERT_TRUE((*output)->start([](std::span<float> samples) { std::ranges::fill(samples, 0.0F); }));
+    ASSERT_TRUE(hearing.untilHeard(0.1));
+    session->signalServer(SIGSTOP);
+    microphone->stop();
+    (*output)->stop();
+    const auto again = microphone->start(hearing.heard(), hearing.lost());
+    session->signalServer(SIGCONT);
+    ASSERT_FALSE(again);
+    EXPECT_TRUE(again.error().message.starts_with("No sound server answers"));
+    EXPECT_TRUE(hearing.losses.empty());
 }
 
 // What an output plays, as the monitor of the default output hears it.

@@ -20,6 +20,7 @@ struct Device {
     Seconds delay = 0;   // of single lumps, at most
     Seconds stall = 0;   // of all lumps in the middle of the recording
     Seconds backlog = 0; // how late the first lumps come, less and less so
+    Seconds catchUp = 0; // how late lumps come in the middle, and then less and less so
     Seconds lostInTheMiddle = 0;
     bool tellsLoss = false;
     Seconds settled = 1; // from then on times are exact, and again half a second after a loss
@@ -56,6 +57,7 @@ TEST_P(SampleClockTest, TellsWhenEachLumpWasHeard) {
             arrival = std::max(arrival, kStart + (kDuration + device.stall) / 2);
         }
         arrival += std::max(0.0, device.backlog - sample / rate * 2);
+        if (isLater) arrival += std::max(0.0, device.catchUp - (sample / rate - kDuration / 2) / 2);
         arrival = std::max(arrival, arrivedBefore);
         arrivedBefore = arrival;
 
@@ -81,6 +83,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Device{.name = "SlowClock", .drift = -2e-4, .delay = 0.01},
                     Device{.name = "Coarse", .lump = 1536, .delay = 0.01},
                     Device{.name = "Stalled", .delay = 0.005, .stall = 1.5},
+                    Device{.name = "CatchingUp", .delay = 0.005, .catchUp = 0.9},
                     Device{.name = "LateStart", .backlog = 0.8, .settled = 4},
                     Device{.name = "ToldLoss", .delay = 0.005, .lostInTheMiddle = 0.7, .tellsLoss = true},
                     Device{.name = "SilentLoss", .delay = 0.005, .lostInTheMiddle = 0.7}),

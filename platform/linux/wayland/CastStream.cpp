@@ -16,6 +16,7 @@
 namespace glintro {
 namespace {
 
+constexpr timespec kNudgeInterval{0, 300'000'000};
 constexpr Seconds kPlausible = 1; // a time stamp further off than this is of another clock
 
 template <class T>
@@ -103,7 +104,7 @@ const pw_registry_events CastStream::kRegistryEvents = [] {
 
 Result<std::unique_ptr<CastStream>> CastStream::connect(PipeWireConnection& connection, std::uint32_t node,
                                                         CastHandlers handlers) {
-    std::unique_ptr<CastStream> cast(new CastStream(node, std::move(handlers)));
+    std::unique_ptr<CastStream> cast(new CastStream(connection, node, std::move(handlers)));
     connection.onLost([raw = cast.get()] { raw->end("daemon gone"); });
     cast->registry_.reset(pw_core_get_registry(connection.core(), PW_VERSION_REGISTRY, 0));
     pw_registry_add_listener(cast->registry_.get(), &cast->registryHook_, &kRegistryEvents, cast.get());
@@ -122,7 +123,28 @@ Result<std::unique_ptr<CastStream>> CastStream::connect(PipeWireConnection& conn
     const int code = pw_stream_connect(cast->stream_.get(), PW_DIRECTION_INPUT, node, flags, parameters, 1);
     if (code < 0)
         return failure("PipeWire gave no stream of the screen; try again.", "pw_stream_connect", -code);
+    cast->nudgeTimer_ = pw_loop_add_timer(
+        connection.loop(), [](void* self, std::uint64_t) { static_cast<CastStream*>(self)->nudge(); },
+        cast.get());
+    timespec interval = kNudgeInterval;
+    pw_loop_update_timer(connection.loop(), cast->nudgeTimer_, &interval, &interval, false);
     return cast;
+}
+
+CastStream::~CastStream() {
+    if (nudgeTimer_) pw_loop_destroy_source(connection_.loop(), nudgeTimer_);
+}
+
+// Compositors show a still window once, when the stream begins, and mutter may do so before it has a buffer
+// to show it in: nothing would come until the window changes. Beginning again brings the picture.
+void CastStream::nudge() {
+    if (hasPicture_ || hasEnded_) {
+        pw_loop_update_timer(connection_.loop(), nudgeTimer_, nullptr, nullptr, false);
+        return;
+    }
+    const pw_stream_state state = pw_stream_get_state(stream_.get(), nullptr);
+    if (state == PW_STREAM_STATE_STREAMING) pw_stream_set_active(stream_.get(), false);
+    if (state == PW_STREAM_STATE_PAUSED) pw_stream_set_active(stream_.get(), true);
 }
 
 void CastStream::formatChanged(const spa_pod* parameter) {
@@ -155,6 +177,7 @@ void CastStream::readBuffer(const spa_buffer& buffer) {
     const std::int64_t needed = data.chunk->offset + stride * (whole.height - 1) + whole.width * 4;
     if (!hasPicture || stride < whole.width * 4 || needed > data.maxsize) return;
     const auto* first = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset;
+    hasPicture_ = true;
     handlers_.picture({{crop.width, crop.height},
                        first + crop.y * stride + crop.x * 4,
                        static_cast<std::ptrdiff_t>(stride),

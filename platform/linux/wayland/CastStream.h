@@ -31,8 +31,11 @@ class CastStream {
                                                                      std::uint32_t node,
                                                                      CastHandlers handlers);
 
+    ~CastStream();
+
   private:
-    CastStream(std::uint32_t node, CastHandlers handlers) : node_(node), handlers_(std::move(handlers)) {}
+    CastStream(PipeWireConnection& connection, std::uint32_t node, CastHandlers handlers)
+        : connection_(connection), node_(node), handlers_(std::move(handlers)) {}
     static const pw_stream_events kStreamEvents;
     static const pw_registry_events kRegistryEvents;
 
@@ -40,11 +43,15 @@ class CastStream {
     void process();
     void readBuffer(const spa_buffer& buffer);
     void readPointer(const spa_buffer& buffer, Point origin);
+    void nudge();
     void end(const char* detail);
 
+    PipeWireConnection& connection_;
     std::uint32_t node_ = 0;
     CastHandlers handlers_;
     bool hasEnded_ = false;
+    bool hasPicture_ = false;
+    spa_source* nudgeTimer_ = nullptr;
     std::optional<spa_video_info_raw> format_;
     PipeWireRegistry registry_;
     PipeWireHook registryHook_;

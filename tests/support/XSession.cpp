@@ -207,6 +207,7 @@ XSession::XSession(std::vector<std::string> server, WindowManager manager) {
 // A server that is asked to go removes its lock and its socket, which a killed one leaves behind.
 XSession::~XSession() {
     injector_.reset();
+    probe_.reset();
     manager_.reset();
     if (!server_ || !server_->isRunning()) return;
     server_->signal(SIGTERM);
@@ -234,8 +235,8 @@ std::string XSession::startServer(std::vector<std::string> command) {
 
 void XSession::startWindowManager() {
     manager_ = run({"openbox"}, (folder_ / "openbox.log").string());
-    const XConnection connection = connectTo(display_);
-    if (!waitUntil([&] { return managesWindows(connection.get()); })) {
+    probe_ = connectTo(display_);
+    if (!waitUntil([this] { return managesWindows(probe_.get()); })) {
         throw std::runtime_error("openbox did not start: " + contentsOf(folder_ / "openbox.log"));
     }
 }
@@ -261,6 +262,7 @@ void XSession::plug(const std::string& output, const std::string& mode, const st
 
 void XSession::killServer() {
     injector_.reset();
+    probe_.reset();
     server_->signal(SIGKILL);
     server_->wait();
 }

@@ -96,6 +96,7 @@ class XSession {
     std::unique_ptr<ChildProcess> server_;
     std::unique_ptr<ChildProcess> manager_;
     std::string display_;
+    XConnection probe_; // kept, or the server gives the ids of its windows away while the manager knows them
     std::unique_ptr<XInjector> injector_;
 };
 

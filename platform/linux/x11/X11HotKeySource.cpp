@@ -1,0 +1,137 @@
+#include <cstdint>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include "platform/linux/x11/X11Desktop.h"
+#include "platform/linux/x11/X11KeyGrab.h"
+
+namespace glintro {
+namespace {
+
+// A descriptor that wakes a thread which waits for others.
+class WakeUp {
+  public:
+    WakeUp() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    ~WakeUp() { ::close(descriptor_); }
+    WakeUp(const WakeUp&) = delete;
+    WakeUp& operator=(const WakeUp&) = delete;
+
+    int descriptor() const { return descriptor_; }
+    void ring() const {
+        const std::uint64_t one = 1;
+        (void)!::write(descriptor_, &one, sizeof one);
+    }
+
+  private:
+    int descriptor_;
+};
+
+// Listens on a thread and a connection of its own, from listen() to stop().
+class Listener {
+  public:
+    Listener(X11Connection& connection, X11KeyGrab grab, KeyCombination keys, std::function<void()> pressed)
+        : connection_(connection),
+          grab_(std::move(grab)),
+          keys_(keys),
+          pressed_(std::move(pressed)),
+          thread_([this](std::stop_token stop) { run(stop); }) {}
+
+    ~Listener() {
+        thread_.request_stop();
+        wakeUp_.ring();
+        thread_.join();
+        if (grab_) grab_->release(connection_);
+    }
+
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+  private:
+    void run(std::stop_token stop);
+    void handle(const xcb_generic_event_t& event);
+    void grabAnew();
+
+    X11Connection& connection_;
+    std::optional<X11KeyGrab> grab_; // absent when it was lost to a change of the keyboard
+    KeyCombination keys_;
+    std::function<void()> pressed_;
+    bool isHeld_ = false;
+    // A key that is held repeats itself as a release and a press of the same time.
+    std::optional<xcb_timestamp_t> releasedAt_;
+    WakeUp wakeUp_;
+    std::jthread thread_;
+};
+
+void Listener::run(std::stop_token stop) {
+    while (!stop.stop_requested() && connection_.isAlive()) {
+        while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())}) {
+            if (stop.stop_requested()) return;
+            handle(*event);
+        }
+        pollfd waits[] = {{xcb_get_file_descriptor(connection_.get()), POLLIN, 0},
+                          {wakeUp_.descriptor(), POLLIN, 0}};
+        ::poll(waits, 2, -1);
+    }
+}
+
+void Listener::handle(const xcb_generic_event_t& event) {
+    const int type = event.response_type & 0x7F;
+    const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event); // releases have the same form
+    if (type == XCB_MAPPING_NOTIFY) return grabAnew();
+    if ((type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE) || !grab_ || !grab_->isOf(key.detail)) return;
+    if (type == XCB_KEY_RELEASE) {
+        isHeld_ = false;
+        releasedAt_ = key.time;
+    } else if (!std::exchange(isHeld_, true) && releasedAt_ != key.time) {
+        pressed_();
+    }
+}
+
+// The symbol may be on another key now, a modifier on another bit. Most changes touch neither, one comes with
+// the very press when keys are typed on another keyboard than before: the grab must not be gone meanwhile.
+void Listener::grabAnew() {
+    const Result<X11KeyChoice> choice = findX11Keys(connection_, keys_);
+    if (choice && grab_ && grab_->choice() == *choice) return;
+    if (grab_) grab_->release(connection_);
+    grab_.reset();
+    isHeld_ = false;
+    if (Result<X11KeyGrab> grab = X11KeyGrab::create(connection_, keys_)) grab_ = std::move(*grab);
+}
+
+class X11HotKeySource final : public HotKeySource {
+  public:
+    Result<void> listen(const KeyCombination& keys, std::function<void()> pressed) override;
+    void stop() override { listener_.reset(); }
+
+  private:
+    // Kept from one combination to the next: only on the same connection is the old one certain to be given
+    // up before the new one is asked for.
+    std::optional<X11Connection> connection_;
+    std::unique_ptr<Listener> listener_;
+};
+
+Result<void> X11HotKeySource::listen(const KeyCombination& keys, std::function<void()> pressed) {
+    stop();
+    if (!connection_ || !connection_->isAlive()) {
+        Result<X11Connection> connection = connectToX11();
+        if (!connection) return std::unexpected(connection.error());
+        connection_ = std::move(*connection);
+    }
+    Result<X11KeyGrab> grab = X11KeyGrab::create(*connection_, keys);
+    if (!grab) return std::unexpected(grab.error());
+    listener_ = std::make_unique<Listener>(*connection_, std::move(*grab), keys, std::move(pressed));
+    return {};
+}
+
+} // namespace
+
+std::unique_ptr<HotKeySource> createX11HotKeySource() {
+    return std::make_unique<X11HotKeySource>();
+}
+
+} // namespace glintro

@@ -191,11 +191,34 @@ const RowSet& X11DisplaySubject::dirty() const {
     return settle_ ? kNoRows : dirty_;
 }
 
-X11Source X11DisplaySubject::expose() {
+// Only rows that a window of ours touches are composed. All of them have been dirty since they are touched.
+X11Sources X11DisplaySubject::expose() {
     xcb_damage_subtract(connection_.get(), damage_.id(), XCB_NONE, XCB_NONE);
     const RowSet rows = std::exchange(dirty_, {});
-    if (cover_.isEmpty()) return {connection_.root(), area_.x, area_.y};
-    return {composition_->draw(rows, cover_.rects()), 0, 0};
+    const X11Source root{connection_.root(), area_.x, area_.y, {0, area_.height}};
+    if (cover_.isEmpty()) return {root};
+    const RowSet covered = coveredRows();
+    const X11Source composed{composition_->draw(rows.intersected(covered), cover_.rects()), 0, 0, {}};
+    X11Sources sources;
+    int row = 0;
+    const auto addUntil = [&](X11Source source, int end) {
+        source.rows = {std::exchange(row, end), end};
+        sources.push_back(source);
+    };
+    for (const RowRange& range : covered.ranges()) {
+        addUntil(root, range.begin);
+        addUntil(composed, range.end);
+    }
+    addUntil(root, area_.height);
+    return sources;
+}
+
+RowSet X11DisplaySubject::coveredRows() const {
+    RowSet rows;
+    for (const PixelRect& rect : cover_.rects()) {
+        rows.add(RowRange{rect.y - area_.y, rect.bottom() - area_.y});
+    }
+    return rows;
 }
 
 // A window of ours that came while the pixels were on their way may be among them.

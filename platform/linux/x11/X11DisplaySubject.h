@@ -15,8 +15,8 @@
 
 namespace glintro {
 
-// A display or an area of it without this process's windows: the root window's own pixels while none of them
-// is there, else a composition without them.
+// A display or an area of it without this process's windows: the root window's own pixels, and a composition
+// without them in the rows where one of them is.
 class X11DisplaySubject final : public X11Subject {
   public:
     // The connection must outlive this. Fails when the area does not lie on the display.
@@ -30,7 +30,7 @@ class X11DisplaySubject final : public X11Subject {
     std::optional<Seconds> wakeTime() const override;
     PixelSize size() const override { return {area_.width, area_.height}; }
     const RowSet& dirty() const override;
-    X11Source expose() override;
+    X11Sources expose() override;
     bool isOutdated() override;
     void makeAllDirty() override { dirty_ = RowSet({0, area_.height}); }
     Rect frame(PixelSize canvas) const override;
@@ -47,6 +47,7 @@ class X11DisplaySubject final : public X11Subject {
     void redirect(Seconds now);
     void takeDamage(const xcb_damage_notify_event_t& damage);
     void addDirty(const PixelRect& partOfRoot);
+    RowSet coveredRows() const;
 
     const X11Connection& connection_;
     std::uint32_t display_;

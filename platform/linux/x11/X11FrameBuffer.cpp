@@ -41,6 +41,12 @@ std::uint8_t* map(int file, std::size_t bytes) {
     return memory == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(memory);
 }
 
+// The part of the drawable that a band of full width is.
+xcb_rectangle_t partOf(const X11Source& band, int width) {
+    return {static_cast<std::int16_t>(band.x), static_cast<std::int16_t>(band.y + band.rows.begin),
+            static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(band.rows.end - band.rows.begin)};
+}
+
 } // namespace
 
 std::shared_ptr<X11FrameBuffer> X11FrameBuffer::create(xcb_connection_t* connection, PixelSize size) {
@@ -64,19 +70,26 @@ void X11FrameBuffer::detach(xcb_connection_t* connection) {
     segment_ = 0;
 }
 
-bool X11FrameBuffer::grab(xcb_connection_t* connection, const X11Source& source, const RowSet& rows) {
-    return segment_ != 0 ? grabShared(connection, source, rows) : grabSent(connection, source, rows);
+bool X11FrameBuffer::grab(xcb_connection_t* connection, const X11Sources& sources, const RowSet& rows) {
+    X11Sources bands;
+    for (X11Source source : sources) {
+        const RowSet wanted = rows.intersected(RowSet(source.rows));
+        for (const RowRange& band : wanted.ranges()) {
+            source.rows = band;
+            bands.push_back(source);
+        }
+    }
+    return segment_ != 0 ? grabShared(connection, bands) : grabSent(connection, bands);
 }
 
 // All requests go out before the first reply is waited for: one way to the server and back for all bands.
-bool X11FrameBuffer::grabShared(xcb_connection_t* connection, const X11Source& source, const RowSet& rows) {
+bool X11FrameBuffer::grabShared(xcb_connection_t* connection, const X11Sources& bands) {
     std::vector<xcb_shm_get_image_cookie_t> cookies;
-    for (const RowRange& band : rows.ranges()) {
-        cookies.push_back(xcb_shm_get_image(
-            connection, source.drawable, static_cast<std::int16_t>(source.x),
-            static_cast<std::int16_t>(source.y + band.begin), static_cast<std::uint16_t>(size_.width),
-            static_cast<std::uint16_t>(band.end - band.begin), kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP,
-            segment_, static_cast<std::uint32_t>(band.begin * stride())));
+    for (const X11Source& band : bands) {
+        const xcb_rectangle_t part = partOf(band, size_.width);
+        cookies.push_back(xcb_shm_get_image(connection, band.drawable, part.x, part.y, part.width,
+                                            part.height, kAllPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, segment_,
+                                            static_cast<std::uint32_t>(band.rows.begin * stride())));
     }
     bool isComplete = true;
     for (const xcb_shm_get_image_cookie_t cookie : cookies) {
@@ -86,24 +99,21 @@ bool X11FrameBuffer::grabShared(xcb_connection_t* connection, const X11Source& s
     return isComplete;
 }
 
-bool X11FrameBuffer::grabSent(xcb_connection_t* connection, const X11Source& source, const RowSet& rows) {
+bool X11FrameBuffer::grabSent(xcb_connection_t* connection, const X11Sources& bands) {
     std::vector<xcb_get_image_cookie_t> cookies;
-    for (const RowRange& band : rows.ranges()) {
-        cookies.push_back(xcb_get_image(
-            connection, XCB_IMAGE_FORMAT_Z_PIXMAP, source.drawable, static_cast<std::int16_t>(source.x),
-            static_cast<std::int16_t>(source.y + band.begin), static_cast<std::uint16_t>(size_.width),
-            static_cast<std::uint16_t>(band.end - band.begin), kAllPlanes));
+    for (const X11Source& band : bands) {
+        const xcb_rectangle_t part = partOf(band, size_.width);
+        cookies.push_back(xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, band.drawable, part.x, part.y,
+                                        part.width, part.height, kAllPlanes));
     }
     bool isComplete = true;
     for (std::size_t i = 0; i < cookies.size(); ++i) {
         const X11Reply<xcb_get_image_reply_t> reply(xcb_get_image_reply(connection, cookies[i], nullptr));
-        const RowRange& band = rows.ranges()[i];
-        const auto bytes = static_cast<std::size_t>((band.end - band.begin) * stride());
+        const RowRange& rows = bands[i].rows;
+        const auto bytes = static_cast<std::size_t>((rows.end - rows.begin) * stride());
         const bool arrived =
             reply && static_cast<std::size_t>(xcb_get_image_data_length(reply.get())) >= bytes;
-        if (arrived) {
-            std::memcpy(pixels_ + band.begin * stride(), xcb_get_image_data(reply.get()), bytes);
-        }
+        if (arrived) std::memcpy(pixels_ + rows.begin * stride(), xcb_get_image_data(reply.get()), bytes);
         isComplete = isComplete && arrived;
     }
     return isComplete;

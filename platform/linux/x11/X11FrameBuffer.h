@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include <xcb/xcb.h>
 
@@ -12,12 +13,16 @@
 
 namespace glintro {
 
-// Where the pixels of a picture are on the server: its top left corner is (x, y) of the drawable.
+// Where rows of a picture are on the server: the picture's top left corner would be (x, y) of the drawable.
 struct X11Source {
     xcb_drawable_t drawable = XCB_NONE;
     int x = 0;
     int y = 0;
+    RowRange rows;
 };
+
+// One after the other, they have all rows of a picture.
+using X11Sources = std::vector<X11Source>;
 
 // The memory of one picture, shared with the server where that is possible.
 class X11FrameBuffer {
@@ -31,9 +36,9 @@ class X11FrameBuffer {
     const std::uint8_t* pixels() const { return pixels_; }
     std::ptrdiff_t stride() const { return static_cast<std::ptrdiff_t>(size_.width) * 4; }
 
-    // Fetches rows of the source to their places. False when the server could not give them: the rows are
-    // then of either picture.
-    bool grab(xcb_connection_t* connection, const X11Source& source, const RowSet& rows);
+    // Fetches rows of a picture to their places. False when the server could not give them: the rows are then
+    // of either picture.
+    bool grab(xcb_connection_t* connection, const X11Sources& sources, const RowSet& rows);
 
     // Tells the server to forget the memory, which stays for those who still read it.
     void detach(xcb_connection_t* connection);
@@ -46,8 +51,8 @@ class X11FrameBuffer {
   private:
     X11FrameBuffer(PixelSize size, std::uint8_t* pixels, std::uint32_t segment)
         : size_(size), pixels_(pixels), segment_(segment) {}
-    bool grabShared(xcb_connection_t* connection, const X11Source& source, const RowSet& rows);
-    bool grabSent(xcb_connection_t* connection, const X11Source& source, const RowSet& rows);
+    bool grabShared(xcb_connection_t* connection, const X11Sources& bands);
+    bool grabSent(xcb_connection_t* connection, const X11Sources& bands);
 
     PixelSize size_;
     std::uint8_t* pixels_;

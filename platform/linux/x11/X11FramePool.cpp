@@ -34,14 +34,14 @@ X11FrameBuffer* X11FramePool::takeFree() {
     return made ? buffers_.emplace_back(std::move(made)).get() : nullptr;
 }
 
-std::optional<RowSet> X11FramePool::fetch(X11FrameBuffer& buffer, const X11Source& source,
+std::optional<RowSet> X11FramePool::fetch(X11FrameBuffer& buffer, const X11Sources& sources,
                                           const RowSet& changed) {
     RowSet rows = buffer.stale;
     rows.add(changed);
     rows = rows.bridged(kBridgedRows);
     buffer.stale = RowSet({0, size_.height});
     if (latest_ == &buffer) latest_ = nullptr;
-    if (!buffer.grab(connection_, source, rows)) return std::nullopt;
+    if (!buffer.grab(connection_, sources, rows)) return std::nullopt;
     return rows;
 }
 

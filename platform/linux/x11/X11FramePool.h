@@ -26,9 +26,9 @@ class X11FramePool {
     // The free buffer with the fewest rows to fetch; nothing while all are in use or memory is short.
     X11FrameBuffer* takeFree();
 
-    // Makes the buffer's rows what the source shows: those in `changed` and those it lags behind by. The rows
+    // Makes the buffer's rows what the sources show: those in `changed` and those it lags behind by. The rows
     // that were fetched, or nothing when the server could not give them; the buffer then lags behind in all.
-    std::optional<RowSet> fetch(X11FrameBuffer& buffer, const X11Source& source, const RowSet& changed);
+    std::optional<RowSet> fetch(X11FrameBuffer& buffer, const X11Sources& sources, const RowSet& changed);
 
     // Makes it the latest picture, which differs from the one before in `changed`.
     ScreenFrame publish(X11FrameBuffer& buffer, const RowSet& changed, Seconds hostTime);

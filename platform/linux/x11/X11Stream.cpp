@@ -104,9 +104,9 @@ void X11Stream::deliver() {
 
 void X11Stream::deliverFrom(X11FrameBuffer& buffer) {
     RowSet changed = subject_->dirty();
-    const X11Source source = subject_->expose();
+    const X11Sources sources = subject_->expose();
     const Seconds now = hostTime();
-    const std::optional<RowSet> fetched = pool_->fetch(buffer, source, changed);
+    const std::optional<RowSet> fetched = pool_->fetch(buffer, sources, changed);
     takeQueuedEvents();
     if (!fetched || subject_->isOutdated()) return subject_->makeAllDirty();
     // A buffer's old rows are fetched as they are now: what was drawn there since the events were taken is in

@@ -33,7 +33,7 @@ class X11Subject {
     // The rows that differ from what the last expose() showed; none while there is nothing to show.
     virtual const RowSet& dirty() const = 0;
     // Makes the picture ready to be fetched and forgets what was dirty in it.
-    virtual X11Source expose() = 0;
+    virtual X11Sources expose() = 0;
     // Whether the events since expose() tell that what was fetched must not be shown. All is dirty then.
     virtual bool isOutdated() = 0;
     virtual void makeAllDirty() = 0;

@@ -166,10 +166,11 @@ const RowSet& X11WindowSubject::dirty() const {
     return settle_ || wasUnmapped_ ? kNoRows : dirty_;
 }
 
-X11Source X11WindowSubject::expose() {
+X11Sources X11WindowSubject::expose() {
     xcb_damage_subtract(connection_.get(), damage_.id(), XCB_NONE, XCB_NONE);
     dirty_.clear();
-    return {pixels_.id(), shown_.visible.x - shown_.outer.x, shown_.visible.y - shown_.outer.y};
+    return {{pixels_.id(), shown_.visible.x - shown_.outer.x, shown_.visible.y - shown_.outer.y,
+             RowRange{0, shown_.visible.height}}};
 }
 
 Rect X11WindowSubject::frame(PixelSize canvas) const {

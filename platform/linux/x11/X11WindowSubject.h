@@ -26,7 +26,7 @@ class X11WindowSubject final : public X11Subject {
     std::optional<Seconds> wakeTime() const override;
     PixelSize size() const override { return {shown_.visible.width, shown_.visible.height}; }
     const RowSet& dirty() const override;
-    X11Source expose() override;
+    X11Sources expose() override;
     bool isOutdated() override { return false; }
     void makeAllDirty() override { dirty_ = RowSet({0, shown_.visible.height}); }
     Rect frame(PixelSize canvas) const override;

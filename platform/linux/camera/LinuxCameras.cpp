@@ -6,24 +6,13 @@
 #include <utility>
 
 #include "platform/linux/camera/AvCamera.h"
-#include "platform/linux/camera/V4l2Devices.h"
-#ifdef GLINTRO_PIPEWIRE_CAMERA
 #include "platform/linux/camera/PipeWireCamera.h"
-#endif
+#include "platform/linux/camera/V4l2Devices.h"
 
 namespace glintro {
 namespace {
 
 constexpr std::string_view kTestPicture = "lavfi:";
-
-#ifndef GLINTRO_PIPEWIRE_CAMERA
-std::vector<CameraDevice> pipeWireCameras() {
-    return {};
-}
-Result<std::unique_ptr<Camera>> openPipeWireCamera(const std::string& id) {
-    return std::unexpected(cameraFailure(id, ENOENT));
-}
-#endif
 
 bool isCalled(const CameraDevice& camera, const std::string& device) {
     return camera.id == device || camera.name == device;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,26 +9,17 @@
 #include <spa/buffer/meta.h>
 #include <spa/param/video/format-utils.h>
 
-#include "platform/HostClock.h"
+#include "platform/linux/pipewire/BufferStamp.h"
 #include "platform/linux/wayland/CastFormat.h"
 
 namespace glintro {
 namespace {
 
 constexpr timespec kNudgeInterval{0, 300'000'000};
-constexpr Seconds kPlausible = 1; // a time stamp further off than this is of another clock
 
 template <class T>
 const T* metadata(const spa_buffer& buffer, std::uint32_t type) {
     return static_cast<const T*>(spa_buffer_find_meta_data(&buffer, type, sizeof(T)));
-}
-
-Seconds stampOf(const spa_buffer& buffer) {
-    const Seconds now = hostTime();
-    const auto* header = metadata<spa_meta_header>(buffer, SPA_META_Header);
-    if (!header || header->pts <= 0) return now;
-    const Seconds stamp = static_cast<double>(header->pts) * 1e-9;
-    return std::abs(stamp - now) < kPlausible ? std::min(stamp, now) : now;
 }
 
 bool isCorrupted(const spa_buffer& buffer) {

@@ -1,5 +1,6 @@
 #include "app/recording/VideoTrack.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/HostClock.h"
@@ -12,6 +13,8 @@ constexpr double kComfortableLoad = 0.8;
 // The first frames after a change of pace tell little: one of them is a key frame.
 constexpr int kFramesToJudge = 6;
 constexpr double kMeanWeight = 1.0 / 8;
+// From one picture to the next. Where a pause is cut out, two can lie as close as chance has it.
+constexpr Seconds kShortestShow = 0.001;
 
 } // namespace
 
@@ -70,16 +73,17 @@ void VideoTrack::work() {
 }
 
 void VideoTrack::encode(Entry entry) {
-    if (hasFailed_ || entry.time <= lastTime_) return;
+    if (hasFailed_) return;
     const Picture picture = entry.source();
     entry.source = nullptr;
-    const auto result = writer_.writeFrame(picture, entry.time);
+    const Seconds time = std::max(entry.time, lastTime_ + kShortestShow);
+    const auto result = writer_.writeFrame(picture, time);
     if (!result) {
         hasFailed_ = true;
         failed_(result.error());
         return;
     }
-    lastTime_ = entry.time;
+    lastTime_ = time;
     const std::lock_guard guard(lock_);
     ++written_;
 }

@@ -31,8 +31,8 @@ class VideoTrack {
     VideoTrack(LiveMovieWriter& writer, int fps, FailureHandler failed, std::size_t mailbox = kMailbox);
     ~VideoTrack() { close(); }
 
-    // False when the mailbox is full. `time` as for LiveMovieWriter::writeFrame; what does not come after the
-    // picture before it is thrown away.
+    // False when the mailbox is full. `time` as for LiveMovieWriter::writeFrame; a picture that does not come
+    // after the one before it is shown right behind it.
     [[nodiscard]] bool offer(Source source, Seconds time);
     // Encodes what waits, and ends.
     void close();

@@ -11,6 +11,7 @@
 
 #include "core/reel/Recovery.h"
 #include "core/reel/TakeJournal.h"
+#include "core/timeline/AutoZoom.h"
 #include "platform/HostClock.h"
 #include "tests/app/shell/Program.h"
 #include "tests/app/shell/ReelFixtures.h"
@@ -28,9 +29,8 @@ using test::XSession;
 
 constexpr int kTakes = 50;
 constexpr int kAtOnce = 5;
-constexpr Seconds kLongestTake = 4;
 constexpr Seconds kLoss = 2;         // of a take, to a kill
-constexpr Seconds kFirstClick = 0.5; // in a take: from when on it certainly watches the pointer
+constexpr Seconds kFirstClick = 0.5; // from when on a take certainly watches the pointer
 
 // A window whose colour changes all the time, and a user who clicks on it.
 class BusyUser {
@@ -93,31 +93,35 @@ class BusyUser {
 // One take of the real program, in a process that is killed.
 class KilledTake {
   public:
-    KilledTake(fs::path folder, Seconds length)
-        : folder_(std::move(folder)),
-          length_(length),
-          program_(ProgramCall{
-              .arguments = {"record", "--area", "0,0,300,300", "--fps", "30", "--mic", "-o", folder_}}) {}
+    KilledTake(fs::path folder, Seconds length, const std::vector<std::string>& more = {})
+        : folder_(std::move(folder)), length_(length), program_(call(folder_, more)) {}
 
-    bool isDue() {
+    // Kills the process once it is time to: whether that is done, or it has ended by itself.
+    bool isOver() {
+        if (killed_ > 0 || !program_.isRunning()) return true;
         if (firstFrame_ == 0) {
             const auto record = TakeJournal::read(folder_);
             if (record) firstFrame_ = record->firstFrameHost;
         }
-        return !program_.isRunning() || (firstFrame_ > 0 && hostTime() >= firstFrame_ + length_);
-    }
-    void kill() {
-        ASSERT_TRUE(program_.isRunning()) << program_.wait().error;
+        if (firstFrame_ == 0 || hostTime() < firstFrame_ + length_) return false;
         killed_ = hostTime();
         program_.send(SIGKILL);
-        EXPECT_EQ(program_.wait().status, 128 + SIGKILL);
+        return true;
     }
+    ProgramResult wait() { return program_.wait(); }
     // How many clicks were looked for.
     int expectRecovered(const std::vector<BusyUser::Click>& clicks) const;
 
     const fs::path& folder() const { return folder_; }
 
   private:
+    static ProgramCall call(const fs::path& folder, const std::vector<std::string>& more) {
+        ProgramCall record{
+            .arguments = {"record", "--area", "0,0,300,300", "--fps", "30", "--mic", "-o", folder}};
+        record.arguments.insert(record.arguments.end(), more.begin(), more.end());
+        return record;
+    }
+
     fs::path folder_;
     Seconds length_; // from the first picture to the kill
     Program program_;
@@ -151,43 +155,87 @@ int KilledTake::expectRecovered(const std::vector<BusyUser::Click>& clicks) cons
     return looked;
 }
 
-TEST(KilledTakes, AreAllRecovered) {
-    if (const auto why = XSession::whyNoXvfb()) GTEST_SKIP() << *why;
-    if (const auto why = SoundSession::missing(test::SoundServer::pulseAudio)) GTEST_SKIP() << *why;
-    const auto session = XSession::xvfb(640, 400, XSession::WindowManager::none);
-    const XSession::Environment environment(*session);
-    const SoundSession sound(test::SoundServer::pulseAudio);
-    const TemporaryFolder home;
-    BusyUser user(*session);
-    std::minstd_rand random(std::random_device{}());
-    int looked = 0;
+// A desktop with a user, and some takes of it at the same time.
+class KilledTakes : public testing::Test {
+  protected:
+    using Takes = std::vector<std::unique_ptr<KilledTake>>;
 
-    for (int first = 0; first < kTakes; first += kAtOnce) {
-        std::vector<std::unique_ptr<KilledTake>> takes;
-        std::vector<std::string> recovery{"recover"};
-        for (int i = first; i < first + kAtOnce; ++i) {
-            const Seconds length = kLongestTake * static_cast<double>(random() % 1000) / 1000;
-            takes.push_back(std::make_unique<KilledTake>(home / fmt::format("take {}", i), length));
-            recovery.push_back(takes.back()->folder());
-        }
-        std::vector<KilledTake*> waiting;
-        for (const auto& take : takes) waiting.push_back(take.get());
+    void SetUp() override {
+        if (const auto why = XSession::whyNoXvfb()) GTEST_SKIP() << *why;
+        if (const auto why = SoundSession::missing(test::SoundServer::pulseAudio)) GTEST_SKIP() << *why;
+        session_ = XSession::xvfb(640, 400, XSession::WindowManager::none);
+        environment_ = std::make_unique<XSession::Environment>(*session_);
+        sound_ = std::make_unique<SoundSession>(test::SoundServer::pulseAudio);
+        user_ = std::make_unique<BusyUser>(*session_);
+    }
+    Seconds between(Seconds least, Seconds most) {
+        return least + (most - least) * static_cast<double>(random_() % 1000) / 1000;
+    }
+    // Each take with the exit status that its process may have.
+    void awaitKills(const Takes& takes, const std::vector<int>& statuses) const {
         ASSERT_TRUE(waitUntil(
             [&] {
-                std::erase_if(waiting, [](KilledTake* take) {
-                    if (!take->isDue()) return false;
-                    take->kill();
-                    return true;
-                });
-                return waiting.empty();
+                return std::ranges::count_if(takes, [](const auto& take) { return take->isOver(); })
+                       == kAtOnce;
             },
             std::chrono::minutes(2)));
-        const ProgramResult recovered = runProgram({.arguments = recovery});
+        for (const auto& take : takes) {
+            const ProgramResult result = take->wait();
+            EXPECT_TRUE(std::ranges::count(statuses, result.status)) << result.status << result.error;
+        }
+    }
+    static ProgramResult recover(const Takes& takes) {
+        std::vector<std::string> arguments{"recover"};
+        for (const auto& take : takes)
+            if (fs::exists(take->folder())) arguments.push_back(take->folder());
+        return runProgram({.arguments = arguments});
+    }
+
+    std::unique_ptr<XSession> session_;
+    std::unique_ptr<XSession::Environment> environment_;
+    std::unique_ptr<SoundSession> sound_;
+    std::unique_ptr<BusyUser> user_;
+    TemporaryFolder home_;
+    std::minstd_rand random_{std::random_device{}()};
+};
+
+TEST_F(KilledTakes, AreAllRecovered) {
+    int looked = 0;
+    for (int first = 0; first < kTakes; first += kAtOnce) {
+        Takes takes;
+        for (int i = first; i < first + kAtOnce; ++i)
+            takes.push_back(std::make_unique<KilledTake>(home_ / fmt::format("take {}", i), between(0, 4)));
+        ASSERT_NO_FATAL_FAILURE(awaitKills(takes, {128 + SIGKILL}));
+        const ProgramResult recovered = recover(takes);
         EXPECT_EQ(recovered.status, 0) << recovered.error;
-        for (const auto& take : takes) looked += take->expectRecovered(user.clicks());
-        for (const auto& take : takes) fs::remove_all(take->folder());
+        for (const auto& take : takes) looked += take->expectRecovered(user_->clicks());
     }
     EXPECT_GT(looked, 0) << "no click was old enough to be looked for";
+}
+
+// The time is up after three seconds, and the kill hits the stop, or comes too late.
+TEST_F(KilledTakes, AreRecoveredFromTheMiddleOfTheirStop) {
+    for (int round = 0; round < 3; ++round) {
+        Takes takes;
+        for (int i = 0; i < kAtOnce; ++i)
+            takes.push_back(std::make_unique<KilledTake>(home_ / fmt::format("take {}-{}", round, i),
+                                                         between(2.95, 3.2),
+                                                         std::vector<std::string>{"--seconds", "3"}));
+        ASSERT_NO_FATAL_FAILURE(awaitKills(takes, {0, 128 + SIGKILL}));
+        const ProgramResult recovered = recover(takes);
+        EXPECT_EQ(recovered.status, 0) << recovered.error;
+        for (const auto& take : takes) {
+            const auto reel = Project::load(take->folder());
+            ASSERT_TRUE(reel) << recovered.out;
+            EXPECT_FALSE(needsRecovery(take->folder()));
+            EXPECT_TRUE(readEvents(reel->eventsURL())) << "neither lost nor half";
+            EXPECT_TRUE(reel->info.hasAudio);
+            const auto clicks = reel->loadEvents().clicks;
+            EXPECT_FALSE(clicks.empty());
+            EXPECT_EQ(reel->info.settings.zooms.size(),
+                      AutoZoom::segments(clicks, reel->info.duration, RecoveryOptions().zoomLevel).size());
+        }
+    }
 }
 
 } // namespace

@@ -29,8 +29,10 @@ std::string noReelMessage(const fs::path& folder) {
 std::string damagedMessage(const fs::path& folder) {
     std::error_code ignored;
     if (!fs::exists(Project(folder, {}).infoURL(), ignored))
-        return fmt::format("“{}” holds a recording, but no project file (project.json).", folder.string());
-    return fmt::format("The project file of “{}” (project.json) is damaged and can’t be read.",
+        return fmt::format(
+            "“{}” holds a recording, but no project file (project.json): “glintro recover” makes one.",
+            folder.string());
+    return fmt::format("The project file of “{}” (project.json) is damaged: “glintro recover” rebuilds it.",
                        folder.string());
 }
 

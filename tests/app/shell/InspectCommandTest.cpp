@@ -159,8 +159,9 @@ TEST_F(InspectCommand, TellsWhatAFolderIsInstead) {
     const Row rows[] = {
         {"none", [] {}, "There is no folder "},
         {"none", [&] { std::filesystem::create_directory(reel_); }, "is not a reel: it holds no raw.mov."},
-        {"damaged", [&] { writeText(reel_ / "raw.mov", ""); }, "but no project file (project.json)."},
-        {"damaged", [&] { writeText(reel_ / "project.json", "{"); }, "is damaged and can’t be read."},
+        {"damaged", [&] { writeText(reel_ / "raw.mov", ""); }, "but no project file (project.json)"},
+        {"damaged", [&] { writeText(reel_ / "project.json", "{"); },
+         "is damaged: “glintro recover” rebuilds it."},
     };
     for (const Row& row : rows) {
         row.arrange();

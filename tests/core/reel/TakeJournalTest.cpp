@@ -1,8 +1,8 @@
 #include <csignal>
-#include <fstream>
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -142,6 +142,33 @@ TEST(TakeJournal, HoldsAnHourOfSamplesWithATornEnd) {
     ASSERT_TRUE(record);
     ASSERT_EQ(record->samples.size(), kHour - 1U);
     EXPECT_EQ(record->samples.back(), (EventSample{{1e6 + (kHour - 2) / 60.0, (kHour - 2) / 1920.0, 0.1}}));
+}
+
+// Whether a journal that finds no room in the middle of a line goes on there once there is some. For a
+// process of its own: the limit is the whole process's.
+bool goesOnAfterAFullDisk(const fs::path& folder) {
+    constexpr rlim_t kRoom = 1000;
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit little{kRoom, limit.rlim_max};
+    std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &little);
+    const auto journal = TakeJournal::create(folder).value();
+    for (int i = 0; i < 500; ++i) journal->sample({{100 + i / 60.0, 0.5, 0.5}});
+    std::error_code ignored;
+    if (!waitUntil([&] { return fs::file_size(TakeJournal::fileIn(folder), ignored) == kRoom; }))
+        return false;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    return waitUntil([&] { return TakeJournal::read(folder)->samples.size() == 500; });
+}
+
+TEST(TakeJournal, LosesNothingToADiskThatIsFullForAWhile) {
+    const TemporaryFolder folder;
+    const pid_t process = ::fork();
+    if (process == 0) ::_exit(goesOnAfterAFullDisk(folder.path()) ? 0 : 1);
+    int status = -1;
+    ::waitpid(process, &status, 0);
+    EXPECT_EQ(status, 0);
 }
 
 // A process that logs a take until it is killed.

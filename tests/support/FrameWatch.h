@@ -16,7 +16,10 @@ namespace glintro::test {
 // that each frame says have changed, and holds it against the frame.
 class FrameWatch {
   public:
-    explicit FrameWatch(ScreenStream& stream, int fps = 60, int queueDepth = 6) : stream_(stream) {
+    // Every frame that has a pixel of the forbidden colour (0xRRGGBB) counts as wrong.
+    explicit FrameWatch(ScreenStream& stream, int fps = 60, int queueDepth = 6,
+                        std::optional<std::uint32_t> forbidden = std::nullopt)
+        : stream_(stream), forbidden_(forbidden) {
         const Result<void> started =
             stream.start({fps, queueDepth}, {[this](ScreenFrame frame) { take(std::move(frame)); },
                                              [this](Failure failure) {
@@ -77,7 +80,7 @@ class FrameWatch {
         return wrong_;
     }
 
-    // From then on every frame that has a pixel of the colour counts as wrong.
+    // From now on.
     void forbid(std::uint32_t colour) {
         const std::scoped_lock lock(mutex_);
         forbidden_ = colour;

@@ -1,6 +1,7 @@
 #include "platform/linux/x11/X11Ownership.h"
 
 #include <algorithm>
+#include <map>
 #include <vector>
 
 #include <unistd.h>
@@ -42,13 +43,12 @@ Windows withDescendants(const X11Connection& connection, xcb_window_t topLevel) 
     return all;
 }
 
-std::uint32_t processOf(const xcb_res_client_id_value_t& value) {
-    return xcb_res_client_id_value_value_length(&value) > 0 ? *xcb_res_client_id_value_value(&value) : 0;
-}
+using Processes = std::map<std::uint32_t, std::uint32_t>; // by client
 
-// Which of these clients are connections of this process, as the server knows it from their sockets.
-std::vector<std::uint32_t> ownAmong(const X11Connection& connection,
-                                    const std::vector<std::uint32_t>& clients) {
+// The processes of these clients, as far as the server knows them from their sockets.
+Processes processesOf(const X11Connection& connection, const std::vector<std::uint32_t>& clients) {
+    Processes processes;
+    if (!hasX11Extension(connection.get(), xcb_res_id)) return processes;
     std::vector<xcb_res_client_id_spec_t> questions;
     for (const std::uint32_t client : clients) {
         questions.push_back({client, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
@@ -57,15 +57,13 @@ std::vector<std::uint32_t> ownAmong(const X11Connection& connection,
         connection.get(), static_cast<std::uint32_t>(questions.size()), questions.data());
     const X11Reply<xcb_res_query_client_ids_reply_t> reply(
         xcb_res_query_client_ids_reply(connection.get(), cookie, nullptr));
-    std::vector<std::uint32_t> own;
-    if (!reply) return own;
+    if (!reply) return processes;
     for (auto ids = xcb_res_query_client_ids_ids_iterator(reply.get()); ids.rem > 0;
          xcb_res_client_id_value_next(&ids)) {
-        if (processOf(*ids.data) == static_cast<std::uint32_t>(::getpid())) {
-            own.push_back(clientOf(connection, ids.data->spec.client));
-        }
+        if (xcb_res_client_id_value_value_length(ids.data) == 0) continue;
+        processes[clientOf(connection, ids.data->spec.client)] = *xcb_res_client_id_value_value(ids.data);
     }
-    return own;
+    return processes;
 }
 
 std::vector<std::uint32_t> clientsOf(const X11Connection& connection, const Windows& windows) {
@@ -80,27 +78,31 @@ std::vector<std::uint32_t> clientsOf(const X11Connection& connection, const Wind
     return clients;
 }
 
-bool isEmbedded(const X11Connection& connection, xcb_window_t window) {
-    const xcb_atom_t information = x11Atoms(connection.get(), {"_XEMBED_INFO"}).front();
-    if (information == XCB_ATOM_NONE) return false;
-    const auto property =
-        x11Property(connection.get(), askX11Property(connection.get(), window, information));
-    return property && property->type != XCB_ATOM_NONE;
+std::vector<std::uint32_t> wordsOf(const X11Connection& connection, xcb_window_t window, const char* name) {
+    const xcb_atom_t atom = x11Atoms(connection.get(), {name}).front();
+    if (atom == XCB_ATOM_NONE) return {};
+    return x11Words(x11Property(connection.get(), askX11Property(connection.get(), window, atom)).get());
+}
+
+bool isOfThisProcess(const X11Connection& connection, xcb_window_t window, const Processes& processes) {
+    const auto self = static_cast<std::uint32_t>(::getpid());
+    const auto known = processes.find(clientOf(connection, window));
+    if (known != processes.end()) return known->second == self;
+    const std::vector<std::uint32_t> told = wordsOf(connection, window, "_NET_WM_PID");
+    return !told.empty() && told.front() == self;
 }
 
 } // namespace
 
 bool belongsToThisProcess(const X11Connection& connection, xcb_window_t topLevel) {
-    if (!hasX11Extension(connection.get(), xcb_res_id)) return false;
     const Windows windows = withDescendants(connection, topLevel);
     const std::vector<std::uint32_t> clients = clientsOf(connection, windows);
     if (clients.empty()) return false;
-    const std::vector<std::uint32_t> own = ownAmong(connection, clients);
-    const auto isOwn = [&](xcb_window_t window) {
-        return std::ranges::find(own, clientOf(connection, window)) != own.end();
-    };
-    const auto found = std::ranges::find_if(windows, isOwn);
-    return found != windows.end() && (*found == topLevel || !isEmbedded(connection, *found));
+    const Processes processes = processesOf(connection, clients);
+    const auto found = std::ranges::find_if(
+        windows, [&](xcb_window_t window) { return isOfThisProcess(connection, window, processes); });
+    if (found == windows.end()) return false;
+    return *found == topLevel || wordsOf(connection, *found, "_XEMBED_INFO").empty();
 }
 
 } // namespace glintro

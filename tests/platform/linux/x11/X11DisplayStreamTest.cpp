@@ -1,10 +1,11 @@
 #include <random>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "platform/linux/x11/X11Content.h"
-#include "platform/linux/x11/X11Resource.h"
 #include "platform/linux/x11/X11Streams.h"
+#include "platform/linux/x11/X11WindowShape.h"
 #include "tests/support/FrameWatch.h"
 #include "tests/support/XPainter.h"
 #include "tests/support/XSession.h"
@@ -36,9 +37,12 @@ std::vector<std::uint8_t> screenPixels(const std::string& display, const PixelRe
 // A window of this very process: what a stream must not show.
 class OwnWindow {
   public:
-    OwnWindow(const std::string& display, const PixelRect& place) : connection_(test::connectTo(display)) {
+    enum class Kind { unmanaged, managed };
+
+    OwnWindow(const std::string& display, const PixelRect& place, Kind kind = Kind::unmanaged)
+        : connection_(test::connectTo(display)) {
         window_ = xcb_generate_id(connection_.get());
-        const std::uint32_t values[] = {kForbidden, 1};
+        const std::uint32_t values[] = {kForbidden, kind == Kind::managed ? 0U : 1U};
         xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, test::rootOf(connection_.get()),
                           static_cast<std::int16_t>(place.x), static_cast<std::int16_t>(place.y),
                           static_cast<std::uint16_t>(place.width), static_cast<std::uint16_t>(place.height),
@@ -46,6 +50,8 @@ class OwnWindow {
                           XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
         map();
     }
+    xcb_window_t id() const { return window_; }
+    xcb_connection_t* connection() const { return connection_.get(); }
     void map() {
         xcb_map_window(connection_.get(), window_);
         test::synchronise(connection_.get());
@@ -75,8 +81,9 @@ std::unique_ptr<ScreenStream> openFirstDisplay(std::optional<Rect> part = std::n
 
 class X11DisplayStreamTest : public testing::Test {
   protected:
-    void begin(int width, int height, XSession::WindowManager manager = XSession::WindowManager::none) {
-        session_ = XSession::xvfb(width, height, manager);
+    void begin(int width, int height, XSession::WindowManager manager = XSession::WindowManager::none,
+               const std::vector<std::string>& options = {}) {
+        session_ = XSession::xvfb(width, height, manager, options);
         environment_.emplace(*session_);
         painter_.emplace(session_->display());
         painter_->setWallpaper(kWallpaper);
@@ -145,6 +152,90 @@ TEST_F(X11DisplayStreamTest, LeavesOutFramesWhileAllBuffersAreHeldAndLosesNoChan
     watch.hold(false);
     EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 320, 240})));
     EXPECT_EQ(watch.wrong(), "");
+}
+
+// Servers without shared memory send the pixels; a server that tells no processes leaves us the property.
+TEST_F(X11DisplayStreamTest, DoesWithoutTheExtensionsThatMakeItFast) {
+    begin(640, 480, XSession::WindowManager::none, {"-extension", "MIT-SHM", "-extension", "X-Resource"});
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    paintAtRandom(200, {0}, {640, 480});
+    EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 640, 480})));
+    OwnWindow own(session_->display(), {700, 500, 200, 100});
+    const auto process = static_cast<std::uint32_t>(::getpid());
+    xcb_change_property(own.connection(), XCB_PROP_MODE_REPLACE, own.id(),
+                        test::atomOf(own.connection(), "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1, &process);
+    own.unmap();
+    own.map();
+    watch.forbid(kForbidden);
+    own.move(100, 100);
+    painter_->fill(0, {600, 400, 20, 20}, 0x00AA00);
+    EXPECT_TRUE(watch.shows(610, 410, 0x00AA00));
+    EXPECT_EQ(watch.wrong(), "");
+}
+
+// The window manager's frame around a window of ours goes with it; a panel that holds one of our icons stays.
+TEST_F(X11DisplayStreamTest, LeavesOutFramesAroundOurWindowsButNotPanelsThatHoldOurIcons) {
+    begin(640, 480, XSession::WindowManager::openbox);
+    const xcb_window_t panel = painter_->show(XPainter::Kind::unmanaged, {0, 440, 640, 40}, 0x556677);
+    OwnWindow icon(session_->display(), {0, 0, 20, 20});
+    icon.unmap();
+    const std::uint32_t information[] = {0, 1};
+    xcb_change_property(icon.connection(), XCB_PROP_MODE_REPLACE, icon.id(),
+                        test::atomOf(icon.connection(), "_XEMBED_INFO"), XCB_ATOM_CARDINAL, 32, 2,
+                        information);
+    xcb_reparent_window(icon.connection(), icon.id(), panel, 10, 10);
+    icon.map();
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    EXPECT_TRUE(watch.shows(300, 460, 0x556677));
+    EXPECT_TRUE(watch.shows(20, 460, kForbidden)) << "the icon is part of the panel";
+
+    painter_->raise(panel);
+    OwnWindow own(session_->display(), {200, 100, 200, 100}, OwnWindow::Kind::managed);
+    const Result<X11Connection> connection = connectToX11();
+    const auto isFramed = [&] {
+        const auto shape = x11WindowShape(*connection, own.id());
+        return shape && shape->isViewable && shape->frame != own.id();
+    };
+    ASSERT_TRUE(waitUntil(isFramed));
+    const PixelRect frame = x11WindowShape(*connection, own.id())->outer;
+    painter_->fill(0, {600, 10, 5, 5}, 0x00AA00);
+    ASSERT_TRUE(watch.shows(602, 12, 0x00AA00));
+    EXPECT_EQ(watch.pixel(frame.x + frame.width / 2, frame.y + 3), kWallpaper) << "its title bar";
+    EXPECT_EQ(watch.pixel(frame.x + 20, frame.bottom() - 20), kWallpaper) << "itself";
+    EXPECT_EQ(watch.pixel(20, 460), kForbidden) << "the icon in the panel";
+    EXPECT_EQ(watch.wrong(), "");
+}
+
+TEST_F(X11DisplayStreamTest, CountsInPointsOnADesktopWithLargePixels) {
+    begin(640, 480);
+    session_->output({"sh", "-c", "echo 'Xft.dpi: 192' | xrdb -merge"});
+    const auto stream = openFirstDisplay(Rect{10, 20, 100, 50});
+    EXPECT_EQ(stream->pixelSize(), (PixelSize{200, 100}));
+    EXPECT_EQ(stream->frame(), (Rect{10, 20, 100, 50}));
+    FrameWatch watch(*stream);
+    painter_->fill(0, {20, 40, 1, 1}, 0x00AA00);
+    painter_->fill(0, {219, 139, 1, 1}, 0x0000BB);
+    EXPECT_TRUE(watch.shows(0, 0, 0x00AA00));
+    EXPECT_TRUE(watch.shows(199, 99, 0x0000BB));
+}
+
+TEST_F(X11DisplayStreamTest, SaysInOneSentenceWhatCannotBeRecorded) {
+    begin(640, 480, XSession::WindowManager::none, {"-screen", "0", "640x480x16"});
+    const ShareableDisplay display = x11Displays(*connectToX11())->at(0);
+    const auto shallow = openX11Display(display, std::nullopt);
+    ASSERT_FALSE(shallow);
+    EXPECT_EQ(shallow.error().message,
+              "This screen has colours of 16 bits, which cannot be recorded: set it to 24 bits.");
+    environment_.reset();
+    begin(640, 480);
+    for (const Rect& area : {Rect{600, 0, 50, 50}, Rect{-1, 0, 50, 50}, Rect{0, 0, 0.2, 50}}) {
+        const auto outside = openX11Display(x11Displays(*connectToX11())->at(0), area);
+        ASSERT_FALSE(outside);
+        EXPECT_EQ(outside.error().message,
+                  "The area to record does not lie on the display: choose one that does.");
+    }
 }
 
 struct Composing {
@@ -250,6 +341,10 @@ TEST_F(X11DisplayStreamTest, ComposesJustWhatTheScreenWouldShowWithoutOurWindow)
     OwnWindow own(session_->display(), {31, 17, 400, 300});
     ASSERT_TRUE(waitUntil([&] { return watch.frames() - watch.repeats() > before; }));
     EXPECT_TRUE(watch.showsAll(withoutOurs));
+    const auto late = openFirstDisplay();
+    FrameWatch lateWatch(*late, 60, 6, kForbidden);
+    EXPECT_TRUE(lateWatch.showsAll(withoutOurs));
+    EXPECT_EQ(lateWatch.wrong(), "");
     paintAtRandom(300, {window}, {220, 160});
     own.unmap();
     EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 640, 480})));

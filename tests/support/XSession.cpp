@@ -189,6 +189,15 @@ std::unique_ptr<XSession> XSession::dummyOutputs(WindowManager manager) {
         new XSession({"Xorg", "-novtswitch", "-sharevts", "vt7", "-config"}, manager));
 }
 
+std::unique_ptr<XSession> XSession::turnable(const XSession& host) {
+    return std::unique_ptr<XSession>(
+        new XSession({"Xephyr", "-screen", "640x480"}, WindowManager::none, {"DISPLAY=" + host.display()}));
+}
+
+std::optional<std::string> XSession::whyNoTurnable() {
+    return whyNotInstalled({"Xvfb", "openbox", "Xephyr", "xrandr"});
+}
+
 std::optional<std::string> XSession::whyNoXvfb() {
     return whyNotInstalled({"Xvfb", "openbox"});
 }
@@ -198,8 +207,9 @@ std::optional<std::string> XSession::whyNoDummyOutputs() {
     return whyNotInstalled({"Xorg", "openbox", "xrandr"});
 }
 
-XSession::XSession(std::vector<std::string> server, WindowManager manager) {
-    display_ = startServer(std::move(server));
+XSession::XSession(std::vector<std::string> server, WindowManager manager,
+                   const std::vector<std::string>& environment) {
+    display_ = startServer(std::move(server), environment);
     injector_ = std::make_unique<XInjector>(display_);
     if (manager == WindowManager::openbox) startWindowManager();
 }
@@ -214,7 +224,8 @@ XSession::~XSession() {
     (void)waitUntil([this] { return !server_->isRunning(); }, std::chrono::seconds(5));
 }
 
-std::string XSession::startServer(std::vector<std::string> command) {
+std::string XSession::startServer(std::vector<std::string> command,
+                                  const std::vector<std::string>& environment) {
     if (command.back() == "-config") {
         const std::filesystem::path configuration = folder_ / "dummy.conf";
         std::ofstream(configuration) << kDummyConfiguration;
@@ -225,7 +236,7 @@ std::string XSession::startServer(std::vector<std::string> command) {
     ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
     command.insert(command.end(), {"-displayfd", std::to_string(ends[1]), "-nolisten", "tcp", "-noreset"});
     const std::filesystem::path log = folder_ / "server.log";
-    server_ = std::make_unique<ChildProcess>(std::move(command), log.string());
+    server_ = std::make_unique<ChildProcess>(std::move(command), log.string(), environment);
     ::close(ends[1]);
     const std::string number = readLine(ends[0]);
     ::close(ends[0]);

@@ -66,10 +66,14 @@ class XSession {
                                           const std::vector<std::string>& options = {});
     // A real server with one output DUMMY0 on, of 1920 x 1080, and more that can be plugged in with plug().
     static std::unique_ptr<XSession> dummyOutputs(WindowManager manager = WindowManager::openbox);
+    // A server in a window of another one's, of 640 x 480: the kind that can turn its screen without
+    // hardware.
+    static std::unique_ptr<XSession> turnable(const XSession& host);
 
     // One sentence when such a session cannot be had here: skip the test with it.
     static std::optional<std::string> whyNoXvfb();
     static std::optional<std::string> whyNoDummyOutputs();
+    static std::optional<std::string> whyNoTurnable();
 
     ~XSession();
 
@@ -88,8 +92,9 @@ class XSession {
     void killWindowManager() { manager_.reset(); }
 
   private:
-    XSession(std::vector<std::string> server, WindowManager manager);
-    std::string startServer(std::vector<std::string> command);
+    XSession(std::vector<std::string> server, WindowManager manager,
+             const std::vector<std::string>& environment = {});
+    std::string startServer(std::vector<std::string> command, const std::vector<std::string>& environment);
     void startWindowManager();
 
     TemporaryFolder folder_;

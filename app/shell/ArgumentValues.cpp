@@ -86,16 +86,16 @@ CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Secon
     return app.add_option(names, callback, description)->type_name("T")->take_all()->allow_extra_args(false);
 }
 
-CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Seconds& value,
-                        const std::string& description) {
-    const auto take = [names, range, &value](const std::string& text) {
+CLI::Option* addSecondsNumber(CLI::App& app, const std::string& names, SecondsRange range,
+                              std::function<void(Seconds)> take, const std::string& description) {
+    const auto check = [names, range, take = std::move(take)](const std::string& text) {
         const auto seconds = parseDecimal(text);
         if (!seconds || *seconds < range.least || *seconds > range.most)
             reject(fmt::format("{} expects seconds from {} to {}, not “{}”.", names, range.least, range.most,
                                text));
-        value = *seconds;
+        take(*seconds);
     };
-    return addText(app, names, take, description)->type_name("N");
+    return addText(app, names, check, description)->type_name("N");
 }
 
 CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange range, PixelSize& value,

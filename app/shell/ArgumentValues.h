@@ -46,8 +46,14 @@ CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value, co
 // May be given more than once.
 CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Seconds>& values,
                       const std::string& description);
-CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Seconds& value,
-                        const std::string& description);
+CLI::Option* addSecondsNumber(CLI::App& app, const std::string& names, SecondsRange range,
+                              std::function<void(Seconds)> take, const std::string& description);
+template <class Number> // Seconds or std::optional<Seconds>
+CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Number& value,
+                        const std::string& description) {
+    return addSecondsNumber(
+        app, names, range, [&value](Seconds seconds) { value = seconds; }, description);
+}
 // "2560x1600": two even numbers.
 CLI::Option* addPixelSize(CLI::App& app, const std::string& names, WholeRange range, PixelSize& value,
                           const std::string& description);

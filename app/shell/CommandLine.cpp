@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "app/shell/ArgumentValues.h"
+#include "app/shell/RecordOptions.h"
 #include "app/shell/RenderOptions.h"
 
 namespace glintro {
@@ -16,6 +17,7 @@ constexpr SecondsRange kSampleSeconds{0.5, 3600};
 constexpr WholeRange kSampleSides{64, 8192};
 constexpr WholeRange kSampleFrameRates{1, 120};
 constexpr auto kAbout = "Glintro develops screen recordings into polished demo videos.";
+constexpr SecondsRange kTakeSeconds{0.1, 86400};
 constexpr WholeRange kGifSides{2, 4096};
 constexpr WholeRange kGifFrameRates{1, 50};
 constexpr auto kReel = "The reel's folder";
@@ -72,10 +74,13 @@ class Grammar {
     void describeStill();
     void describeInspect();
     void describeSample();
+    void describeRecord();
+    void describeSources();
     void describeRecover();
     Command command() const;
     RenderArguments render() const;
     StillArguments still() const;
+    RecordArguments record() const;
     std::string expectation(const CLI::ParseError& error) const;
     Notice wrongUsage(const std::string& sentence) const;
 
@@ -84,12 +89,16 @@ class Grammar {
     CLI::App* still_ = nullptr;
     CLI::App* inspect_ = nullptr;
     CLI::App* sample_ = nullptr;
+    CLI::App* record_ = nullptr;
+    CLI::App* sources_ = nullptr;
     CLI::App* recover_ = nullptr;
     RenderArguments renderArguments_;
     RenderWishes renderWishes_;
     StillArguments stillArguments_;
     InspectArguments inspectArguments_;
     SampleArguments sampleArguments_;
+    RecordArguments recordArguments_;
+    SourcesArguments sourcesArguments_;
     RecoverArguments recoverArguments_;
 };
 
@@ -109,6 +118,8 @@ Grammar::Grammar() {
     describeStill();
     describeInspect();
     describeSample();
+    describeRecord();
+    describeSources();
     describeRecover();
 }
 
@@ -201,6 +212,44 @@ void Grammar::describeSample() {
         "--no-mic", [&to] { to.microphone = SampleMicrophone::off; }, "Leave out the sound");
 }
 
+void Grammar::describeRecord() {
+    record_ = addCommand(app_, "record", "Record a display, a window or an area into a new reel",
+                         "  glintro record --seconds 20\n"
+                         "  glintro record --window Terminal --mic -o my-reel\n"
+                         "  glintro record --display HDMI-1 --fps 30 --camera\n"
+                         "  glintro record --area 100,80,1280,720 --seconds 5 --json\n"
+                         "Ctrl-C ends the recording; what was recorded is kept.");
+    RecordArguments& to = recordArguments_;
+    addName(*record_, "--display", to.display, "The display, by its number or name\n(default: the main one)");
+    addName(*record_, "--window", to.window, "A window alone, by its title or id");
+    addArea(*record_, to.area);
+    addSeconds(*record_, "--seconds", kTakeSeconds, to.seconds, "End by itself after so long");
+    addDevice(*record_, "--mic", to.microphone, "Record the microphone, the default one\nor the one named");
+    addDevice(*record_, "--camera", to.camera, "Record the camera, the default one\nor the one named");
+    addCaptureRate(*record_, to.fps);
+    record_->add_flag_callback(
+        "--hevc", [&to] { to.hevc = true; }, "Record HEVC: smaller files");
+    addFile(*record_, "-o,--output", to.output,
+            "The reel's folder, which must be new or empty;\nwithout it a new one in the library");
+    addReport(*record_, to.report);
+}
+
+RecordArguments Grammar::record() const {
+    const RecordArguments& to = recordArguments_;
+    if (to.display && to.window) reject("--window does not go with --display: a window is recorded alone.");
+    if (to.area && (to.display || to.window))
+        reject(fmt::format("--area does not go with {}: it is counted on the whole desktop.",
+                           to.display ? "--display" : "--window"));
+    return to;
+}
+
+void Grammar::describeSources() {
+    sources_ = addCommand(app_, "sources", "List what can be recorded: displays, windows, devices",
+                          "  glintro sources\n"
+                          "  glintro sources --json");
+    addReport(*sources_, sourcesArguments_.report);
+}
+
 void Grammar::describeRecover() {
     recover_ = addCommand(app_, "recover", "Complete interrupted recordings and rebuild damaged reels",
                           "  glintro recover my-reel\n"
@@ -214,6 +263,8 @@ Command Grammar::command() const {
     if (render_->parsed()) return render();
     if (still_->parsed()) return still();
     if (inspect_->parsed()) return inspectArguments_;
+    if (record_->parsed()) return record();
+    if (sources_->parsed()) return sourcesArguments_;
     if (recover_->parsed()) return recoverArguments_;
     return sampleArguments_;
 }

@@ -49,13 +49,38 @@ struct SampleArguments {
     SampleOptions options;
 };
 
+// A device to record from: when on without a name, the default one.
+struct DeviceWish {
+    bool on = false;
+    std::optional<std::string> name; // or id
+    bool operator==(const DeviceWish&) const = default;
+};
+
+struct RecordArguments {
+    // At most one of the three; with none, the main display.
+    std::optional<std::string> display; // a number counted from 1, or a name
+    std::optional<std::string> window;  // a title, or a part of it, or an id
+    std::optional<Rect> area;           // points of the desktop; not checked against any display
+    std::optional<Seconds> seconds;     // absent: until a signal ends it
+    DeviceWish microphone;
+    DeviceWish camera;
+    int fps = 60;
+    bool hevc = false;
+    std::optional<std::filesystem::path> output; // the reel's folder; absent: a new one in the library
+    Report report = Report::text;
+};
+
+struct SourcesArguments {
+    Report report = Report::text;
+};
+
 struct RecoverArguments {
     std::vector<std::filesystem::path> reels; // at least one
     Report report = Report::text;
 };
 
-using Command =
-    std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments, RecoverArguments>;
+using Command = std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments,
+                             RecordArguments, SourcesArguments, RecoverArguments>;
 
 // What is said instead of running a command. With the status of success it is what was asked for (help, the
 // version) and belongs on standard output; otherwise it says what was expected.

@@ -10,10 +10,13 @@
 #include "app/shell/CommandLine.h"
 #include "app/shell/DemoRender.h"
 #include "app/shell/InspectCommand.h"
+#include "app/shell/RecordCommand.h"
 #include "app/shell/RecoverCommand.h"
 #include "app/shell/RenderCommand.h"
 #include "app/shell/SampleCommand.h"
+#include "app/shell/SourcesCommand.h"
 #include "app/shell/StillCommand.h"
+#include "platform/linux/LinuxPlatform.h"
 
 namespace glintro {
 namespace {
@@ -26,6 +29,12 @@ struct CommandRunner {
         return runInspect(arguments, console);
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
+    Result<void> operator()(const RecordArguments& arguments) const {
+        return runRecord(arguments, *createLinuxPlatform(), console);
+    }
+    Result<void> operator()(const SourcesArguments& arguments) const {
+        return runSources(arguments, *createLinuxPlatform(), console);
+    }
     Result<void> operator()(const RecoverArguments& arguments) const {
         return runRecover(arguments, console);
     }

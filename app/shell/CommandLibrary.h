@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <vector>
+
+#include "app/recording/TakeLibrary.h"
+#include "core/base/Failure.h"
+
+namespace glintro {
+
+// Where `glintro record` puts its reel: into a folder that was named, or into a new one in the library.
+class CommandLibrary final : public TakeLibrary {
+  public:
+    explicit CommandLibrary(std::optional<std::filesystem::path> folder) : named_(std::move(folder)) {}
+
+    // Whether the named folder is new or empty, before anything is recorded.
+    [[nodiscard]] Result<void> checkFolder() const;
+
+    [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) override;
+    // Removes the folders that were made for it, too, while they are empty.
+    void discardFolder(const std::filesystem::path& folder) override;
+    [[nodiscard]] std::optional<Project> registerRecording(const FinishedTake& take) override;
+    void setScreenAccess(bool) override {}
+
+  private:
+    std::optional<std::filesystem::path> named_;
+    std::vector<std::filesystem::path> made_; // innermost first
+};
+
+} // namespace glintro

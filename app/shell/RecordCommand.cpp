@@ -1,0 +1,228 @@
+#include "app/shell/RecordCommand.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <chrono>
+#include <cmath>
+#include <utility>
+#include <variant>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "app/recording/RecordingController.h"
+#include "app/shell/CommandLibrary.h"
+#include "app/shell/RecordingLine.h"
+#include "app/shell/SignalCancel.h"
+#include "app/shell/SourceNames.h"
+#include "app/shell/TerminalLine.h"
+#include "core/model/TimeFormat.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Phase = RecordingController::Phase;
+constexpr std::chrono::milliseconds kLookAtSignals{50};
+
+// What the controller shows, on a console.
+class ConsoleViews final : public RecordingViews {
+  public:
+    ConsoleViews(const Console& console, TerminalLine& line) : console_(console), line_(line) {}
+
+    void showBar() override {}
+    void hideBar() override {}
+    void showCountdown(int, const std::optional<ShareableDisplay>&) override {}
+    void hideCountdown() override {}
+    void pickArea(const std::optional<Rect>&, AreaPicked completion) override { completion(std::nullopt); }
+    void showMainWindow() override {}
+    void showReel(const Project& project) override { reel_ = project; }
+    void presentPermissionSheet() override {
+        keep("Glintro may not record this screen. Allow it in the system’s settings.");
+    }
+    void alert(const QString&, const QString& text) override { keep(text.toStdString()); }
+    void notice(const QString& sentence) override {
+        line_.wipe();
+        console_.warn(sentence.toStdString());
+    }
+
+    const std::optional<Project>& reel() const { return reel_; }
+    const std::optional<Failure>& failure() const { return failure_; } // the first one
+
+  private:
+    void keep(const std::string& sentence) {
+        if (!failure_) failure_ = Failure{sentence};
+    }
+
+    const Console& console_;
+    TerminalLine& line_;
+    std::optional<Project> reel_;
+    std::optional<Failure> failure_;
+};
+
+// What a command line chose to record.
+using Target = std::variant<CaptureSource::Kind, Rect>;
+
+Result<Target> chosenTarget(const RecordArguments& arguments, const ShareableContent& content) {
+    if (arguments.area) {
+        if (auto filter = filterFor(*arguments.area, content); !filter)
+            return std::unexpected(filter.error());
+        return *arguments.area;
+    }
+    if (arguments.window) return windowNamed(*arguments.window, content);
+    if (arguments.display) return displayNamed(*arguments.display, content);
+    return mainDisplay(content);
+}
+
+// One take from the first picture to the reel, on an event loop of its own.
+class Recording {
+  public:
+    Recording(const RecordArguments& arguments, Platform& platform, const Console& console,
+              CommandLibrary& library);
+
+    Result<Project> run(const Target& target);
+    const CaptureProgress& progress() const { return controller_.progress(); }
+    // Why the take ended before it should have.
+    const std::optional<Failure>& failure() const { return views_.failure(); }
+
+  private:
+    void begin(const Target& target);
+    void phaseChanged();
+    void look();
+
+    const RecordArguments& arguments_;
+    TerminalLine line_;
+    ConsoleViews views_;
+    TransientPreferenceStore preferences_;
+    RecordingController controller_;
+    std::shared_ptr<ExportCancel> cancel_ = std::make_shared<ExportCancel>();
+    SignalCancel signals_{cancel_};
+    QTimer lookAtSignals_;
+    QTimer timeIsUp_;
+    QEventLoop loop_;
+    bool isBegun_ = false;
+};
+
+// Prepared before the controller reads them.
+PreferenceStore& preferencesFor(const RecordArguments& arguments, PreferenceStore& store) {
+    RecordingPreferences preferences(store);
+    preferences.setCaptureFPS(arguments.fps);
+    preferences.setUseHEVC(arguments.hevc);
+    preferences.setCountdown(false);
+    preferences.setRecordMic(arguments.microphone.on);
+    preferences.setRecordCamera(arguments.camera.on);
+    return store;
+}
+
+Recording::Recording(const RecordArguments& arguments, Platform& platform, const Console& console,
+                     CommandLibrary& library)
+    : arguments_(arguments),
+      views_(console, line_),
+      controller_({platform, preferencesFor(arguments, preferences_), views_, library}) {
+    controller_.setDevices(arguments.microphone.name, arguments.camera.name);
+    QObject::connect(&controller_, &RecordingController::phaseChanged, &loop_, [this] { phaseChanged(); });
+    QObject::connect(&controller_, &RecordingController::ended, &loop_, [this] { loop_.quit(); });
+    QObject::connect(&lookAtSignals_, &QTimer::timeout, &loop_, [this] { look(); });
+    QObject::connect(&timeIsUp_, &QTimer::timeout, &controller_, &RecordingController::stop);
+    timeIsUp_.setSingleShot(true);
+    timeIsUp_.setTimerType(Qt::PreciseTimer);
+    lookAtSignals_.start(kLookAtSignals);
+}
+
+Result<Project> Recording::run(const Target& target) {
+    QObject::connect(&controller_, &RecordingController::sourcesChanged, &loop_, [&] { begin(target); });
+    controller_.openBar();
+    if (controller_.phase() == Phase::choosing) loop_.exec();
+    line_.wipe();
+    if (views_.reel()) return *views_.reel();
+    if (views_.failure()) return std::unexpected(*views_.failure());
+    if (cancel_->isCancelled()) return std::unexpected(Failure::cancelled());
+    return glintro::failure("Nothing was recorded.");
+}
+
+void Recording::begin(const Target& target) {
+    if (std::exchange(isBegun_, true)) return;
+    if (const auto* area = std::get_if<Rect>(&target))
+        controller_.setArea(*area);
+    else
+        controller_.select(std::get<CaptureSource::Kind>(target));
+    controller_.start();
+}
+
+void Recording::phaseChanged() {
+    if (controller_.phase() != Phase::recording || !arguments_.seconds || timeIsUp_.isActive()) return;
+    timeIsUp_.start(std::chrono::milliseconds(std::lround(*arguments_.seconds * 1000)));
+}
+
+void Recording::look() {
+    if (controller_.phase() == Phase::recording) {
+        if (cancel_->isCancelled()) return controller_.stop();
+        line_.show([this](int columns) {
+            return recordingLine(controller_.elapsed(), controller_.progress(), columns);
+        });
+    } else if (cancel_->isCancelled() && controller_.phase() == Phase::choosing) {
+        const bool isWaiting = controller_.isStarting(); // and says itself when that is over
+        controller_.closeBar();
+        if (!isWaiting) loop_.quit();
+    }
+}
+
+nlohmann::json toJson(const Project& reel, const CaptureProgress& progress,
+                      const RecordArguments& arguments) {
+    const ProjectInfo& info = reel.info;
+    return {{"folder", fs::absolute(reel.folder()).string()},
+            {"name", info.name},
+            {"width", info.width},
+            {"height", info.height},
+            {"duration", info.duration},
+            {"fps", arguments.fps},
+            {"frames", progress.frames},
+            {"dropped", progress.droppedFrames},
+            {"bytes", progress.bytesOnDisk},
+            {"encoder", progress.encoder},
+            {"hasAudio", info.hasAudio},
+            {"hasCamera", info.hasCamera},
+            {"cameraOffset", info.cameraOffset},
+            {"clicks", reel.loadEvents().clicks.size()},
+            {"pointerInPicture", !info.settings.showCursor}};
+}
+
+void print(const Project& reel, const CaptureProgress& progress, const Console& console) {
+    const ProjectInfo& info = reel.info;
+    const auto clicks = reel.loadEvents().clicks.size();
+    fmt::print(console.out, "{}\n  {:.0f} × {:.0f}, {}{}{}, {} click{}\n  {} frames, {} dropped, {}\n",
+               reel.folder().string(), info.width, info.height, timecode(info.duration),
+               info.hasAudio ? ", sound" : "", info.hasCamera ? ", camera" : "", clicks,
+               clicks == 1 ? "" : "s", progress.frames, progress.droppedFrames, progress.encoder);
+}
+
+} // namespace
+
+Result<void> runRecord(const RecordArguments& arguments, Platform& platform, const Console& console) {
+    CommandLibrary library(arguments.output);
+    if (auto checked = library.checkFolder(); !checked) return checked;
+    const auto content = platform.screen().content();
+    if (!content) return std::unexpected(content.error());
+    const auto target = chosenTarget(arguments, *content);
+    if (!target) return std::unexpected(target.error());
+
+    char name[] = "glintro";
+    char* words[] = {name, nullptr};
+    int count = 1;
+    const QCoreApplication application(count, words);
+    Recording recording(arguments, platform, console, library);
+    const auto reel = recording.run(*target);
+    if (!reel) return std::unexpected(reel.error());
+    if (arguments.report == Report::json)
+        console.out << toJson(*reel, recording.progress(), arguments)
+                           .dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
+                    << '\n';
+    else
+        print(*reel, recording.progress(), console);
+    if (recording.failure()) return std::unexpected(*recording.failure());
+    return {};
+}
+
+} // namespace glintro

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <mutex>
-#include <optional>
+#include <algorithm>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -13,8 +13,8 @@
 
 namespace glintro::test {
 
-// Plays a short click into an output every 0.3 s, and tells when each of them is heard as the server says of
-// its own playing.
+// Plays a click of one sample into an output every 0.3 s, and tells when each of them was heard: as the
+// server says how far it has come. What it says is late by any delay, so the earliest word counts.
 class ClickPlayer {
   public:
     explicit ClickPlayer(const std::string& sink) {
@@ -49,8 +49,13 @@ class ClickPlayer {
     ClickPlayer& operator=(const ClickPlayer&) = delete;
 
     std::vector<Seconds> heardTimes() {
-        const std::lock_guard lock(mutex_);
-        return heardTimes_;
+        pa_threaded_mainloop_lock(loop_);
+        std::vector<Seconds> times;
+        for (std::size_t click = 0; click < written_; click += kSpacing) {
+            times.push_back(firstHeard_ + static_cast<double>(click) / kSoundRate);
+        }
+        pa_threaded_mainloop_unlock(loop_);
+        return times;
     }
 
   private:
@@ -59,42 +64,44 @@ class ClickPlayer {
     void play(const std::string& sink) {
         const pa_sample_spec format{PA_SAMPLE_FLOAT32NE, kSoundRate, 1};
         const auto unset = static_cast<std::uint32_t>(-1);
-        const pa_buffer_attr buffer{unset, kSoundRate / 25 * sizeof(float), unset, unset, unset};
+        const pa_buffer_attr buffer{unset, kSoundRate / 10 * sizeof(float), unset, unset, unset};
         stream_ = pa_stream_new(context_, "Clicks", &format, nullptr);
         if (stream_ == nullptr) throw std::runtime_error("no stream for clicks");
         pa_stream_set_write_callback(
             stream_,
             [](pa_stream*, std::size_t bytes, void* self) { static_cast<ClickPlayer*>(self)->write(bytes); },
             this);
+        pa_stream_set_latency_update_callback(
+            stream_, [](pa_stream*, void* self) { static_cast<ClickPlayer*>(self)->noteProgress(); }, this);
         pa_stream_connect_playback(
             stream_, sink.c_str(), &buffer,
-            static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE
-                                           | PA_STREAM_INTERPOLATE_TIMING),
-            nullptr, nullptr);
+            static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE), nullptr,
+            nullptr);
     }
 
     void write(std::size_t bytes) {
         std::vector<float> samples(bytes / sizeof(float));
-        pa_usec_t latency = 0;
-        int negative = 0;
-        const bool known = pa_stream_get_latency(stream_, &latency, &negative) == 0;
-        const Seconds first = hostTime() + static_cast<Seconds>(latency) / PA_USEC_PER_SEC;
-        for (std::size_t i = 0; i < samples.size(); ++i, ++written_) {
-            if (written_ % kSpacing != kSpacing / 2 || !known) continue;
-            samples[i] = 0.9F;
-            const std::lock_guard lock(mutex_);
-            heardTimes_.push_back(first + static_cast<double>(i) / kSoundRate);
-        }
+        for (float& sample : samples) sample = written_++ % kSpacing == 0 ? 0.9F : 0.0F;
         pa_stream_write(stream_, samples.data(), samples.size() * sizeof(float), nullptr, 0,
                         PA_SEEK_RELATIVE);
+        if (pa_operation* update = pa_stream_update_timing_info(stream_, nullptr, nullptr)) {
+            pa_operation_unref(update);
+        }
+    }
+
+    void noteProgress() {
+        const pa_timing_info* timing = pa_stream_get_timing_info(stream_);
+        if (timing == nullptr || timing->playing == 0 || timing->read_index_corrupt != 0) return;
+        const Seconds played = static_cast<Seconds>(timing->read_index) / sizeof(float) / kSoundRate;
+        const Seconds ahead = static_cast<Seconds>(timing->sink_usec) / PA_USEC_PER_SEC;
+        firstHeard_ = std::min(firstHeard_, hostTime() + ahead - played);
     }
 
     pa_threaded_mainloop* loop_ = nullptr;
     pa_context* context_ = nullptr;
     pa_stream* stream_ = nullptr;
     std::size_t written_ = 0;
-    std::mutex mutex_;
-    std::vector<Seconds> heardTimes_;
+    Seconds firstHeard_ = std::numeric_limits<Seconds>::max(); // when sample 0 was
 };
 
 } // namespace glintro::test

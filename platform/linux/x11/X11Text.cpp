@@ -1,5 +1,6 @@
 #include "platform/linux/x11/X11Text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 

@@ -1,4 +1,7 @@
 #include <atomic>
+#include <optional>
+#include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 

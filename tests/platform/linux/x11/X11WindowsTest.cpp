@@ -1,4 +1,7 @@
 #include <algorithm>
+#include <memory>
+#include <optional>
+#include <thread>
 
 #include <gtest/gtest.h>
 

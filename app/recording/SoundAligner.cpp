@@ -11,7 +11,7 @@ namespace {
 
 // Stamps stray by less than this from where they should be.
 constexpr Seconds kStray = 0.015;
-// Blocks that are off for so long are really elsewhere.
+// So many samples tell where they belong, by their stamps together.
 constexpr std::size_t kProof = kSoundRate / 10;
 
 constexpr std::array<float, kSoundRate / 20> kSilence{};
@@ -30,22 +30,27 @@ void SoundAligner::begin(Seconds hostTime, const PauseClock& pauses) {
 
 void SoundAligner::add(const SoundBlock& block, const PauseClock& pauses) {
     if (!hasBegun_ || block.samples.empty()) return;
-    if (!isRunning_) startRun(block.hostTime, pauses);
-    const Seconds error = placementError(block.hostTime);
-    if (std::abs(error) <= kStray) {
-        drift_.observe(error, static_cast<double>(block.samples.size()) / kSoundRate);
-        append(std::exchange(held_, {}), pauses);
-        append(block.samples, pauses);
-        return;
-    }
-    if (held_.empty()) heldTime_ = block.hostTime;
+    const Seconds error = isRunning_ ? placementError(block.hostTime) : 0;
+    if (!isRunning_ || std::abs(error) > kStray) return hold(block, pauses);
+    drift_.observe(error, static_cast<double>(block.samples.size()) / kSoundRate);
+    heldStarts_.clear();
+    append(std::exchange(held_, {}), pauses);
+    append(block.samples, pauses);
+}
+
+void SoundAligner::hold(const SoundBlock& block, const PauseClock& pauses) {
+    const auto startBy = [&] { return block.hostTime - static_cast<double>(held_.size()) / kSoundRate; };
+    // A gap right after the beginning.
+    if (!isRunning_ && !held_.empty() && std::abs(startBy() - heldStarts_.front()) > 2 * kStray)
+        placeHeld(pauses);
+    heldStarts_.push_back(startBy());
     held_.insert(held_.end(), block.samples.begin(), block.samples.end());
-    if (held_.size() >= kProof) moveHeld(pauses);
+    if (held_.size() >= kProof) placeHeld(pauses);
 }
 
 void SoundAligner::fillTo(Seconds hostTime, const PauseClock& pauses) {
     if (!hasBegun_ || lineIndex(hostTime) <= line_) return;
-    if (!held_.empty()) moveHeld(pauses);
+    if (!held_.empty()) placeHeld(pauses);
     endRun(pauses);
     emitSilence(lineIndex(hostTime) - line_, pauses);
 }
@@ -84,10 +89,15 @@ void SoundAligner::append(std::span<const float> samples, const PauseClock& paus
     emit(read, pauses);
 }
 
-void SoundAligner::moveHeld(const PauseClock& pauses) {
+// Begins a run with what is held, where most of its stamps say.
+void SoundAligner::placeHeld(const PauseClock& pauses) {
+    const auto middle = heldStarts_.begin() + static_cast<std::ptrdiff_t>(heldStarts_.size() / 2);
+    std::ranges::nth_element(heldStarts_, middle);
+    const Seconds start = *middle;
+    heldStarts_.clear();
     const std::vector<float> samples = std::exchange(held_, {});
     endRun(pauses);
-    startRun(heldTime_, pauses);
+    startRun(start, pauses);
     append(samples, pauses);
 }
 

@@ -42,7 +42,8 @@ class SoundAligner {
     void startRun(Seconds hostTime, const PauseClock& pauses);
     void endRun(const PauseClock& pauses);
     void append(std::span<const float> samples, const PauseClock& pauses);
-    void moveHeld(const PauseClock& pauses);
+    void hold(const SoundBlock& block, const PauseClock& pauses);
+    void placeHeld(const PauseClock& pauses);
     void emitSilence(std::int64_t count, const PauseClock& pauses);
     void emit(std::span<const float> samples, const PauseClock& pauses);
     void keep(std::span<const float> samples, std::int64_t place);
@@ -58,9 +59,9 @@ class SoundAligner {
     bool isRunning_ = false; // sound is being heard without a gap
     SampleStretcher run_;
     DriftControl drift_;
-    // Blocks that lie elsewhere than the run goes on: a stray stamp, or the beginning of a gap.
+    // Blocks that are no part of the run: the first ones, a stray stamp, or the beginning of a gap.
     std::vector<float> held_;
-    Seconds heldTime_ = 0; // of the first held sample
+    std::vector<Seconds> heldStarts_; // when the first held sample was heard, as each block's stamp has it
 };
 
 } // namespace glintro

@@ -69,8 +69,8 @@ TEST(SoundAligner, KeepsUpWithTheHostClockWhateverTheDevicesClockDoes) {
             Recorded recorded;
             Device device{slowness, jitter};
             recorded.aligner.begin(kBegin, recorded.pauses);
-            device.hear(recorded.aligner, recorded.pauses, kBegin, kBegin + 600, ticks);
-            for (int second = 1; second < 600; ++second) {
+            device.hear(recorded.aligner, recorded.pauses, kBegin, kBegin + 300, ticks);
+            for (int second = 1; second < 300; ++second) {
                 ASSERT_NEAR(tickNear(recorded.samples, second), second, 0.01)
                     << "a clock slower by " << slowness << ", stamps off by " << jitter;
             }
@@ -132,6 +132,26 @@ TEST(SoundAligner, PutsSilenceWhereNothingWasHeardAndTrimsWhatWasHeardTwice) {
             EXPECT_EQ(tickNear(recorded.samples, 3), -1) << row.what;
         }
     }
+}
+
+TEST(SoundAligner, SetsOutWhereMostStampsSay) {
+    for (const Seconds off : {-0.008, 0.008}) {
+        Recorded recorded;
+        Device device{.jitter = 0};
+        recorded.aligner.begin(kBegin, recorded.pauses);
+        recorded.aligner.add({std::vector<float>(480), kBegin + 0.1 + off}, recorded.pauses);
+        device.hear(recorded.aligner, recorded.pauses, kBegin + 0.11, kBegin + 2.5, ticks);
+        EXPECT_NEAR(tickNear(recorded.samples, 1), 1, 0.0005);
+        EXPECT_NEAR(tickNear(recorded.samples, 2), 2, 0.0005);
+    }
+    // A device that is lost again at once.
+    Recorded recorded;
+    Device device;
+    recorded.aligner.begin(kBegin, recorded.pauses);
+    device.hear(recorded.aligner, recorded.pauses, kBegin + 0.97, kBegin + 1.04, ticks);
+    device.hear(recorded.aligner, recorded.pauses, kBegin + 1.9, kBegin + 2.5, ticks);
+    EXPECT_NEAR(tickNear(recorded.samples, 1), 1, 0.0005);
+    EXPECT_NEAR(tickNear(recorded.samples, 2), 2, 0.0005);
 }
 
 TEST(SoundAligner, BeginsWithSilenceAndEndsWithItWhenTheDeviceIsGone) {

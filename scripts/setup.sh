@@ -21,9 +21,9 @@ build)
         libavdevice-dev libpipewire-0.3-dev libpulse-dev libsystemd-dev
         libxcb1-dev libxcb-{shm0,damage0,composite0,xfixes0,randr0,xtest0,ewmh,icccm4,render0,keysyms1,res0,record0}-dev
         libgtest-dev librapidcheck-dev libbenchmark-dev ffmpeg
-        xvfb openbox xterm xdotool x11-utils x11-xserver-utils picom xserver-xorg-core xserver-xorg-video-dummy
+        xvfb openbox xterm xdotool x11-utils x11-xserver-utils picom xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
         mutter pipewire wireplumber pipewire-pulse pulseaudio pulseaudio-utils dbus
-        xdg-desktop-portal xdg-desktop-portal-gnome libgl1-mesa-dri libglib2.0-bin
+        xdg-desktop-portal xdg-desktop-portal-gnome libgl1-mesa-dri libglib2.0-bin gsettings-desktop-schemas
         gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-pipewire
     )
     fedora=(
@@ -35,7 +35,7 @@ build)
         libxcb-devel xcb-util-wm-devel xcb-util-keysyms-devel
         gtest-devel rapidcheck-devel google-benchmark-devel ffmpeg
         xorg-x11-server-Xvfb openbox xterm xdotool xorg-x11-utils xorg-x11-server-utils picom
-        xorg-x11-server-Xorg xorg-x11-drv-dummy mutter pipewire wireplumber pipewire-pulseaudio pulseaudio
+        xorg-x11-server-Xephyr xorg-x11-server-Xorg xorg-x11-drv-dummy mutter pipewire wireplumber pipewire-pulseaudio pulseaudio
         pulseaudio-utils dbus-daemon xdg-desktop-portal xdg-desktop-portal-gnome mesa-dri-drivers glib2
         gstreamer1 gstreamer1-plugins-base pipewire-gstreamer
     )
@@ -44,7 +44,7 @@ build)
         nlohmann-json fmt cli11 highway ffmpeg cairo pango libimagequant cgif inter-font qt6-base
         pipewire libpulse systemd-libs libxcb xcb-util-wm xcb-util-keysyms
         gtest rapidcheck benchmark
-        xorg-server-xvfb openbox xterm xdotool xorg-xprop xorg-xrandr picom xorg-server xf86-video-dummy mutter
+        xorg-server-xvfb openbox xterm xdotool xorg-xprop xorg-xrandr picom xorg-server-xephyr xorg-server xf86-video-dummy mutter
         wireplumber pipewire-pulse pulseaudio dbus xdg-desktop-portal xdg-desktop-portal-gnome mesa glib2
         gstreamer gst-plugins-base gst-plugin-pipewire
     )

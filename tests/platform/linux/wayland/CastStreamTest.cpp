@@ -1,12 +1,18 @@
+#include <algorithm>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "platform/HostClock.h"
 #include "platform/linux/wayland/CastStream.h"
 #include "tests/platform/linux/wayland/MutterRemote.h"
+#include "tests/platform/linux/wayland/ScreenNode.h"
 #include "tests/platform/linux/wayland/WaylandWindow.h"
+#include "tests/support/ScopedEnvironment.h"
+#include "tests/support/SoundSession.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/support/WaylandSession.h"
 
@@ -15,6 +21,10 @@ namespace {
 
 using test::insideWaylandSession;
 using test::MutterRemote;
+using test::ScopedEnvironment;
+using test::ScreenNode;
+using test::SoundServer;
+using test::SoundSession;
 using test::waitUntil;
 using test::WaylandWindow;
 
@@ -98,6 +108,133 @@ TEST(CastStream, LosesThePointerThatLeavesTheWindow) {
         remote.movePointerTo(1279, 719);
         EXPECT_TRUE(waitUntil([&] { return !cast.pointer(); }));
     });
+}
+
+// The last picture of a node on a PipeWire of the test's own, and all that came with it.
+class NodeCast : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (const auto missing = SoundSession::missing(SoundServer::pipeWire)) GTEST_SKIP() << *missing;
+        session_.emplace(SoundServer::pipeWire);
+        folder_.emplace("PIPEWIRE_RUNTIME_DIR", session_->folder().path().string());
+    }
+    void TearDown() override {
+        if (connection_) connection_->stop();
+        stream_.reset();
+    }
+
+    void look(std::uint32_t node) {
+        connection_ = *PipeWireConnection::connect();
+        const std::scoped_lock lock(*connection_);
+        stream_ = *CastStream::connect(
+            *connection_, node,
+            {[this](const CastPicture& picture) { keep(picture); },
+             [this](std::optional<Point> pixel) { pointers_.push_back(pixel); }, [](const Failure&) {}});
+    }
+    void keep(const CastPicture& picture) {
+        pictures_.push_back(picture);
+        pictures_.back().pixels = nullptr; // not for longer than the call
+        values_.push_back(picture.pixels[0]);
+    }
+    // What a condition reads must be read under the connection's lock.
+    bool until(const std::function<bool()>& condition) {
+        return waitUntil([&] {
+            const std::scoped_lock lock(*connection_);
+            return condition();
+        });
+    }
+    // A picture sent before both ends are ready is lost.
+    bool untilItShows(ScreenNode& node) {
+        return waitUntil([&] {
+            node.send(1);
+            return waitUntil([&] { return isLast(1); }, std::chrono::milliseconds(200));
+        });
+    }
+    bool isLast(int value) {
+        const std::scoped_lock lock(*connection_);
+        return !values_.empty() && values_.back() == value;
+    }
+    bool untilValue(int value) {
+        return waitUntil([&] { return isLast(value); });
+    }
+    CastPicture last() {
+        const std::scoped_lock lock(*connection_);
+        return pictures_.back();
+    }
+
+    std::optional<SoundSession> session_;
+    std::optional<ScopedEnvironment> folder_;
+    std::unique_ptr<PipeWireConnection> connection_;
+    std::unique_ptr<CastStream> stream_;
+    std::vector<CastPicture> pictures_;
+    std::vector<int> values_;
+    std::vector<std::optional<Point>> pointers_;
+};
+
+TEST_F(NodeCast, ReadsWhatComesBesideThePictures) {
+    ScreenNode node({64, 32}, SPA_VIDEO_FORMAT_RGBx);
+    look(node.id());
+    ASSERT_TRUE(untilItShows(node));
+    EXPECT_EQ(last().size, (PixelSize{64, 32}));
+    EXPECT_EQ(last().stride, 256);
+    EXPECT_EQ(last().order, CastPicture::Order::rgbx);
+    EXPECT_FALSE(last().damage);
+    EXPECT_EQ(pointers_.back(), std::nullopt);
+
+    const Seconds taken = hostTime() - 0.25;
+    node.send(2, [&](const ScreenNode::Sheet& sheet) {
+        sheet.header->pts = static_cast<std::int64_t>(taken * 1e9);
+        sheet.crop[0] = {{10, 8}, {40, 20}};
+        sheet.damage[0] = {{0, 9}, {64, 3}};
+        sheet.damage[1] = {{0, 20}, {5, 100}};
+        sheet.pointer->id = 1;
+        sheet.pointer->position = {12, 20};
+    });
+    ASSERT_TRUE(untilValue(2));
+    EXPECT_EQ(last().size, (PixelSize{40, 20}));
+    EXPECT_NEAR(last().hostTime, taken, 1e-6);
+    EXPECT_EQ(last().damage, (std::vector<RowRange>{{1, 4}, {12, 20}}));
+    EXPECT_EQ(pointers_.back(), (Point{2, 12}));
+
+    const Seconds before = hostTime();
+    node.send(3, [](const ScreenNode::Sheet& sheet) { sheet.header->pts = 1'700'000'000'000'000'000; });
+    ASSERT_TRUE(untilValue(3));
+    EXPECT_GE(last().hostTime, before) << "a time of the wall clock is none of ours";
+    EXPECT_LE(last().hostTime, hostTime());
+}
+
+TEST_F(NodeCast, BuffersWithoutAPictureMoveThePointerOnly) {
+    ScreenNode node({64, 32}, SPA_VIDEO_FORMAT_BGRx);
+    look(node.id());
+    ASSERT_TRUE(untilItShows(node));
+    const std::function<void(const ScreenNode::Sheet&)> spoilers[] = {
+        [](const ScreenNode::Sheet& sheet) { sheet.data->chunk->size = 0; },
+        [](const ScreenNode::Sheet& sheet) { sheet.data->chunk->flags = SPA_CHUNK_FLAG_CORRUPTED; },
+        [](const ScreenNode::Sheet& sheet) { sheet.header->flags = SPA_META_HEADER_FLAG_CORRUPTED; },
+        [](const ScreenNode::Sheet& sheet) { sheet.data->chunk->stride = 1 << 20; },
+        [](const ScreenNode::Sheet& sheet) { sheet.data->chunk->stride = 8; }};
+    int x = 0;
+    for (const auto& spoil : spoilers) {
+        const Point there{static_cast<double>(++x), 7};
+        node.send(99, [&](const ScreenNode::Sheet& sheet) {
+            sheet.pointer->id = 1;
+            sheet.pointer->position = {x, 7};
+            spoil(sheet);
+        });
+        EXPECT_TRUE(until([&] { return pointers_.back() == there; })) << x;
+    }
+    EXPECT_EQ(std::ranges::count(values_, 99), 0);
+}
+
+TEST_F(NodeCast, FollowsAScreenThatChangesItsSize) {
+    ScreenNode node({64, 32}, SPA_VIDEO_FORMAT_BGRx);
+    look(node.id());
+    ASSERT_TRUE(untilItShows(node));
+    node.resize({100, 80});
+    EXPECT_TRUE(waitUntil([&] {
+        node.send(2);
+        return last().size == (PixelSize{100, 80});
+    }));
 }
 
 } // namespace

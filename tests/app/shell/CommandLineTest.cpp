@@ -71,6 +71,17 @@ TEST(CommandLine, SaysWhatWasExpected) {
         {"sample a --seconds 0", "--seconds expects seconds from 0.5 to 3600, not “0”."},
         {"sample a --seed -1", "--seed expects a whole number from 0, not “-1”."},
         {"sample", "DIR is required."},
+        {"record --display a --window b", "--window does not go with --display"},
+        {"record --area 1,2,3,4 --window b", "--area does not go with --window"},
+        {"record --display 1 --area 1,2,3,4", "--area does not go with --display"},
+        {"record --area 1,2,3", "--area expects four numbers such as 100,80,1280,720, not “1,2,3”."},
+        {"record --area 1,2,3,4,5", "not “1,2,3,4,5”."},
+        {"record --area 1,2,3,x", "not “1,2,3,x”."},
+        {"record --seconds 0", "--seconds expects seconds from 0.1 to 86400, not “0”."},
+        {"record --fps 50", "--fps expects 30 or 60, not “50”."},
+        {"record --window=", "--window expects"},
+        {"record my-reel", "“my-reel” is one argument too many."},
+        {"sources --mic", "“--mic” is not an option of glintro sources."},
     };
     for (const Row& row : rows) {
         const auto command = parseCommandLine(words(row.line));
@@ -169,6 +180,28 @@ TEST(CommandLine, ReadsTheOtherCommands) {
     EXPECT_EQ(sample.options.camera, SampleCamera::off);
     EXPECT_EQ(sample.options.microphone, SampleMicrophone::off);
     EXPECT_EQ(parsed<SampleArguments>("sample a").options.camera, SampleCamera::on);
+}
+
+TEST(CommandLine, ReadsRecord) {
+    const auto none = parsed<RecordArguments>("record");
+    EXPECT_FALSE(none.display || none.window || none.area || none.seconds || none.output || none.hevc);
+    EXPECT_EQ(none.fps, 60);
+    EXPECT_EQ(none.microphone, DeviceWish());
+
+    const auto all = parsed<RecordArguments>(
+        "record --area -10.5,20,300,200 --seconds 2.5 --mic --camera /dev/video1 --fps 30 --hevc -o a "
+        "--json");
+    EXPECT_EQ(all.area, (Rect{-10.5, 20, 300, 200}));
+    EXPECT_EQ(all.seconds, 2.5);
+    EXPECT_EQ(all.microphone, (DeviceWish{true, std::nullopt}));
+    EXPECT_EQ(all.camera, (DeviceWish{true, "/dev/video1"}));
+    EXPECT_EQ(all.fps, 30);
+    EXPECT_TRUE(all.hevc);
+    EXPECT_EQ(all.output, "a");
+    EXPECT_EQ(all.report, Report::json);
+    EXPECT_EQ(parsed<RecordArguments>("record --window 0x1200003").window, "0x1200003");
+    EXPECT_EQ(parsed<RecordArguments>("record --mic USB --display 2").microphone, (DeviceWish{true, "USB"}));
+    EXPECT_EQ(parsed<SourcesArguments>("sources --json").report, Report::json);
 }
 
 } // namespace

@@ -70,6 +70,7 @@ struct CaptureEngine::Impl {
     CameraSystem& cameras;
     TakeJournal& journal;
     std::filesystem::path rawMovie() const { return folder / "raw.mov"; }
+    std::filesystem::path cameraMovie() const { return folder / "camera.mov"; }
 
     // From any thread.
     std::atomic<bool> isEnding = false;
@@ -138,7 +139,7 @@ void CaptureEngine::Impl::startMicrophone(const CaptureSettings& settings) {
 
 void CaptureEngine::Impl::startCamera(const CaptureSettings& settings) {
     camera = std::make_unique<CameraRecorder>(
-        folder / "camera.mov", queue, pauses,
+        cameraMovie(), queue, pauses,
         CameraRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
                                  [this](Seconds hostTime) { journal.cameraStarted(hostTime); }});
     camera->start(cameras, settings.cameraDevice);
@@ -289,6 +290,8 @@ Result<void> CaptureEngine::start(std::unique_ptr<ScreenStream> stream, const Ca
     if (settings.camera) impl_->startCamera(settings);
     if (auto started = impl_->startStream(settings); !started) {
         stop();
+        std::error_code ignored;
+        std::filesystem::remove(impl_->cameraMovie(), ignored);
         return started;
     }
     impl_->health = std::make_unique<TakeHealth>(

@@ -29,8 +29,8 @@ struct CaptureSettings {
 struct CaptureResult {
     bool hasFrames = false; // false: no movie was kept
     bool hasCamera = false;
-    bool hasAudio = false;
-    Seconds cameraOffset = 0;
+    bool hasAudio = false;    // there is a sound track, silent where no microphone was
+    Seconds cameraOffset = 0; // of the camera's first picture after the screen's, pauses cut out
     Seconds firstFrameHost = 0;
 };
 
@@ -65,11 +65,12 @@ class CaptureEngine {
     // called several times. Set before start.
     std::function<void(const std::string&)> onNotice;
 
-    // Blocks until capture runs; not for the main thread.
+    // Blocks until capture runs; not for the main thread. On failure nothing is left in the folder.
     [[nodiscard]] Result<void> start(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings);
     void pause(Seconds at);
     void resume(Seconds at);
-    // Blocks until the files are finished; not for the main thread, not from a callback. Once.
+    // Blocks until the files are finished; not for the main thread, not from a callback. Once. A destroyed
+    // engine does the same.
     CaptureResult stop();
 
     CaptureProgress progress() const; // from any thread

@@ -38,6 +38,7 @@ class ScreenCapture {
 
     // Fails when what the filter names does not exist, or lies outside of it. May ask the user, and then
     // takes as long as they do; a stop request takes the question back, and the failure is a cancelled one.
+    // So it is, with a sentence of its own, when the user refuses.
     // Not for the main thread.
     [[nodiscard]] virtual Result<std::unique_ptr<ScreenStream>> open(const ContentFilter& filter,
                                                                      std::stop_token cancel) = 0;

@@ -20,15 +20,13 @@ std::unexpected<Failure> malformed(const char* what) {
     return failure("The desktop portal gave an answer that makes no sense; update xdg-desktop-portal.", what);
 }
 
-constexpr int kRefused = -1; // as a failure's native code: the user has been asked and has said no
-
 // What a verdict other than "granted" means to the user.
 Result<void> granted(const PortalAnswer& answer, const char* question) {
     if (answer.verdict == PortalAnswer::Verdict::granted) return {};
     if (answer.verdict == PortalAnswer::Verdict::refused) {
-        return failure(
+        return std::unexpected(Failure{
             "Nothing was shared; to record, choose a screen or window in the desktop’s dialog and allow it.",
-            question, kRefused);
+            question, 0, Failure::Kind::cancelled});
     }
     return failure(
         "The desktop could not ask what to share; try again, or log in anew if that does not help.",
@@ -54,7 +52,7 @@ Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, const std::stop_
     const std::string token = remembered.load();
     auto cast = open(kind, token, cancel);
     // Portals fail on a token they do not know, or that names what is no longer there; without it they ask.
-    const bool hasFailed = !cast && !cast.error().isCancelled() && cast.error().nativeCode != kRefused;
+    const bool hasFailed = !cast && !cast.error().isCancelled();
     if (hasFailed && !token.empty()) cast = open(kind, {}, cancel);
     if (cast) remembered.save((*cast)->nextToken_);
     return cast;

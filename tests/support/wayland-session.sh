@@ -87,3 +87,6 @@ store SetPermission screencast true "$GLINTRO_TEST_TOKEN" "" '["yes"]'
 store SetValue screencast true "$GLINTRO_TEST_TOKEN" "<('GNOME', uint32 1, <(int64 $now, int64 $now, [$monitor])>)>"
 
 GLINTRO_TEST_SESSION=wayland "$@"
+status=$?
+[ $status = 0 ] || tail -n 10 "$HOME"/*.log >&2
+exit $status

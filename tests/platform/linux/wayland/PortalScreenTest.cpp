@@ -159,22 +159,26 @@ TEST(PortalScreen, RemembersTheChoice) {
     });
 }
 
-TEST(PortalScreen, AsksWhenNothingIsRememberedAndCanTakeTheQuestionBack) {
+// Each in a desktop of its own: GNOME's portal at times dies of a dialog that is taken back.
+class PortalScreenAsks : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(PortalScreenAsks, UntilTheQuestionIsTakenBack) {
     insideWaylandSession([] {
-        for (const std::string token : {"99999999-2222-4333-8444-555555555555", "", "no token"}) {
-            remember(token);
-            std::stop_source cancel;
-            auto opened = std::async(std::launch::async, [&] {
-                return createPortalScreenCapture()->open(DisplayFilter{1}, cancel.get_token());
-            });
-            EXPECT_EQ(opened.wait_for(std::chrono::seconds(2)), std::future_status::timeout) << token;
-            cancel.request_stop();
-            const auto result = opened.get();
-            ASSERT_FALSE(result) << token;
-            EXPECT_TRUE(result.error().isCancelled()) << result.error().message;
-        }
+        remember(GetParam());
+        std::stop_source cancel;
+        auto opened = std::async(std::launch::async, [&] {
+            return createPortalScreenCapture()->open(DisplayFilter{1}, cancel.get_token());
+        });
+        EXPECT_EQ(opened.wait_for(std::chrono::seconds(2)), std::future_status::timeout);
+        cancel.request_stop();
+        const auto result = opened.get();
+        ASSERT_FALSE(result);
+        EXPECT_TRUE(result.error().isCancelled()) << result.error().message;
     });
 }
+
+INSTANTIATE_TEST_SUITE_P(WithoutAGoodToken, PortalScreenAsks,
+                         ::testing::Values("", "no token", "99999999-2222-4333-8444-555555555555"));
 
 class PortalScreenEnds : public ::testing::TestWithParam<const char*> {};
 

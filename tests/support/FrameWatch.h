@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -74,6 +75,13 @@ class FrameWatch {
         const std::scoped_lock lock(mutex_);
         return stopped_;
     }
+    // Empty while it runs.
+    std::string whyStopped() const {
+        const std::scoped_lock lock(mutex_);
+        if (stopped_.empty()) return {};
+        return stopped_.front().message + " " + stopped_.front().detail + " "
+               + std::to_string(stopped_.front().nativeCode);
+    }
     // What was wrong with a frame by itself; empty when all were right.
     std::string wrong() const {
         const std::scoped_lock lock(mutex_);
@@ -108,7 +116,15 @@ class FrameWatch {
             }
         }
         if (forbidden_ && contains(*forbidden_)) wrong_ = "a frame shows what it must not";
-        if (isHeld_) held_.push_back(std::move(frame));
+        keep(std::move(frame));
+    }
+
+    // As an encoder does, now more and now fewer frames at a time: the stream has to take its buffers in
+    // turns.
+    void keep(ScreenFrame frame) {
+        held_.push_back(std::move(frame));
+        const std::size_t kept = isHeld_ ? held_.size() : static_cast<std::size_t>(frames_ % 4);
+        while (held_.size() > kept) held_.pop_front();
     }
 
     void apply(const ScreenFrame& frame) {
@@ -159,7 +175,7 @@ class FrameWatch {
     PixelSize size_;
     std::vector<std::uint8_t> copy_;
     std::vector<Failure> stopped_;
-    std::vector<ScreenFrame> held_;
+    std::deque<ScreenFrame> held_;
     std::optional<std::uint32_t> forbidden_;
     std::string wrong_;
     Seconds lastTime_ = 0;

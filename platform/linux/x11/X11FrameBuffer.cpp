@@ -1,10 +1,11 @@
 #include "platform/linux/x11/X11FrameBuffer.h"
 
 #include <cstring>
-#include <vector>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <unistd.h>
 #include <xcb/shm.h>
 
@@ -19,26 +20,48 @@ std::size_t byteCount(PixelSize size) {
     return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) * 4;
 }
 
-// The file behind a new segment of the server's, or -1. Its memory is claimed now, because touching memory
-// that a full /dev/shm cannot give would kill the process later.
-int createSegment(xcb_connection_t* connection, std::uint32_t segment, std::size_t bytes) {
-    if (!hasX11Extension(connection, xcb_shm_id)) return -1;
-    const auto cookie = xcb_shm_create_segment(connection, segment, static_cast<std::uint32_t>(bytes), 0);
-    const X11Reply<xcb_shm_create_segment_reply_t> reply(
-        xcb_shm_create_segment_reply(connection, cookie, nullptr));
-    if (!reply || reply->nfd != 1) return -1;
-    const int file = xcb_shm_create_segment_reply_fds(connection, reply.get())[0];
-    ::fcntl(file, F_SETFD, FD_CLOEXEC);
-    if (::posix_fallocate(file, 0, static_cast<off_t>(bytes)) == 0) return file;
-    ::close(file);
-    xcb_shm_detach(connection, segment);
+// Memory that can be handed to another process, or -1. It is claimed now, because touching memory that the
+// system cannot give would kill the process later.
+int createFile(std::size_t bytes) {
+    const int file = ::memfd_create("frame", MFD_CLOEXEC);
+    if (file >= 0 && ::posix_fallocate(file, 0, static_cast<off_t>(bytes)) == 0) return file;
+    if (file >= 0) ::close(file);
     return -1;
 }
 
 std::uint8_t* map(int file, std::size_t bytes) {
-    const int flags = file < 0 ? MAP_PRIVATE | MAP_ANONYMOUS : MAP_SHARED;
-    void* memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, flags, file, 0);
+    void* memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
     return memory == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(memory);
+}
+
+// A connection through the network cannot carry a file, and breaks when it shall.
+bool canPassFiles(xcb_connection_t* connection) {
+    sockaddr_storage peer{};
+    socklen_t length = sizeof peer;
+    const int descriptor = xcb_get_file_descriptor(connection);
+    return ::getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &length) == 0
+           && peer.ss_family == AF_UNIX;
+}
+
+bool takesFiles(xcb_connection_t* connection) {
+    if (!hasX11Extension(connection, xcb_shm_id) || !canPassFiles(connection)) return false;
+    const X11Reply<xcb_shm_query_version_reply_t> version(
+        xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
+    return version && std::pair<int, int>(version->major_version, version->minor_version) >= std::pair(1, 2);
+}
+
+// The server's name for the memory behind the file, which is given away; 0 when they cannot share it. Memory
+// that the server makes would come as a file along with a reply, and libxcb gives up the connection when such
+// a reply has more events before it than it reads at a time.
+std::uint32_t share(xcb_connection_t* connection, int file) {
+    if (!takesFiles(connection)) {
+        ::close(file);
+        return 0;
+    }
+    const std::uint32_t segment = xcb_generate_id(connection);
+    const auto cookie = xcb_shm_attach_fd_checked(connection, segment, file, 0);
+    const X11Reply<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
+    return error ? 0 : segment;
 }
 
 // The part of the drawable that a band of full width is.
@@ -50,13 +73,14 @@ xcb_rectangle_t partOf(const X11Source& band, int width) {
 } // namespace
 
 std::shared_ptr<X11FrameBuffer> X11FrameBuffer::create(xcb_connection_t* connection, PixelSize size) {
-    std::uint32_t segment = xcb_generate_id(connection);
-    const int file = createSegment(connection, segment, byteCount(size));
+    const int file = createFile(byteCount(size));
+    if (file < 0) return nullptr;
     std::uint8_t* pixels = map(file, byteCount(size));
-    if (file < 0) segment = 0;
-    if (file >= 0) ::close(file);
-    if (pixels == nullptr) return nullptr;
-    std::shared_ptr<X11FrameBuffer> buffer(new X11FrameBuffer(size, pixels, segment));
+    if (pixels == nullptr) {
+        ::close(file);
+        return nullptr;
+    }
+    std::shared_ptr<X11FrameBuffer> buffer(new X11FrameBuffer(size, pixels, share(connection, file)));
     buffer->stale.add(RowRange{0, size.height});
     return buffer;
 }

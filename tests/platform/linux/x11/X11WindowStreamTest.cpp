@@ -77,6 +77,7 @@ TEST_F(X11WindowStreamTest, ShowsTheWindowWithItsTitleBar) {
     EXPECT_TRUE(watch.shows(inner.x - visible.x, inner.y - visible.y, kGreen));
     EXPECT_TRUE(watch.shows(inner.right() - 1 - visible.x, inner.bottom() - 1 - visible.y, kGreen));
     EXPECT_NE(watch.pixel(visible.width / 2, (inner.y - visible.y) / 2), kGreen);
+    EXPECT_TRUE(waitUntil([&] { return watch.repeats() >= 2; })) << "a still window is left alone";
 }
 
 TEST_F(X11WindowStreamTest, FollowsAWindowThatIsCoveredAndMoved) {

@@ -13,7 +13,7 @@ set -u
 if [ "$(id -u)" = 0 ]; then
     isolate=()
     unshare --pid --fork --kill-child --mount-proc true 2>/dev/null &&
-        isolate=(unshare --pid --fork --kill-child --mount-proc)
+        isolate=(setpriv --pdeathsig KILL unshare --pid --fork --kill-child --mount-proc)
     dir=$(mktemp -d)
     mkdir -m 700 "$dir/run" "$dir/home" "$dir/portals"
     cp /usr/share/xdg-desktop-portal/portals/gnome.portal "$dir/portals/" # no other back end may start

@@ -138,28 +138,38 @@ Result<void> X11DisplaySubject::relocate() {
     return {};
 }
 
-std::vector<PixelRect> X11DisplaySubject::ownPlaces() const {
+// The parts of the picture that must not be shown as they are when windows of ours are there.
+std::vector<PixelRect> X11DisplaySubject::placesOf(const std::vector<PixelRect>& ownWindows) const {
     std::vector<PixelRect> places;
-    for (const PixelRect& rect : topLevels_.ownRects()) {
+    for (const PixelRect& rect : ownWindows) {
         const PixelRect place = intersected(grown(rect, margin_), area_);
         if (!isEmpty(place)) places.push_back(place);
     }
     return places;
 }
 
+// A compositing manager may show a window late in any place it has been, so all of those are covered.
 void X11DisplaySubject::followCover(Seconds now) {
-    if (cover_.isEmpty() && windowsHaveChanged_ && !topLevels_.ownRects().empty()) {
+    noteVisits(topLevels_.takeOwnPlacesSeen());
+    std::vector<PixelRect> places = topLevels_.ownRects();
+    if (cover_.isEmpty() && windowsHaveChanged_ && !(places.empty() && visits_.empty())) {
         const bool isComposed = isX11ScreenComposed(connection_);
         linger_ = isComposed ? kFading : 0;
         margin_ = isComposed ? kShadow : 0;
     }
-    for (const PixelRect& changed : cover_.follow(ownPlaces(), now, linger_)) addDirty(changed);
+    if (linger_ > 0) places.insert(places.end(), visits_.begin(), visits_.end());
+    visits_.clear();
+    for (const PixelRect& changed : cover_.follow(placesOf(places), now, linger_)) addDirty(changed);
     const bool windowsChanged = std::exchange(windowsHaveChanged_, false);
     if (cover_.isEmpty()) {
         composition_.reset();
     } else if (windowsChanged || !composition_) {
         prepareComposition(now);
     }
+}
+
+void X11DisplaySubject::noteVisits(const std::vector<PixelRect>& places) {
+    visits_.insert(visits_.end(), places.begin(), places.end());
 }
 
 void X11DisplaySubject::prepareComposition(Seconds now) {
@@ -221,9 +231,13 @@ RowSet X11DisplaySubject::coveredRows() const {
     return rows;
 }
 
-// A window of ours that came while the pixels were on their way may be among them.
+// A window of ours that came while the pixels were on their way may be among them, even when it has gone
+// again.
 bool X11DisplaySubject::isOutdated() {
-    return !std::ranges::all_of(ownPlaces(), [this](const PixelRect& place) { return cover_.holds(place); });
+    const std::vector<PixelRect> seen = topLevels_.takeOwnPlacesSeen();
+    noteVisits(seen);
+    const std::vector<PixelRect> places = placesOf(seen);
+    return !std::ranges::all_of(places, [this](const PixelRect& place) { return cover_.holds(place); });
 }
 
 Rect X11DisplaySubject::frame(PixelSize canvas) const {

@@ -41,8 +41,9 @@ class X11DisplaySubject final : public X11Subject {
     Result<PixelRect> place(const ShareableDisplay& display) const;
     Result<void> relocate();
     void moveTo(const PixelRect& area);
-    std::vector<PixelRect> ownPlaces() const;
+    std::vector<PixelRect> placesOf(const std::vector<PixelRect>& ownWindows) const;
     void followCover(Seconds now);
+    void noteVisits(const std::vector<PixelRect>& places);
     void prepareComposition(Seconds now);
     void redirect(Seconds now);
     void takeDamage(const xcb_damage_notify_event_t& damage);
@@ -64,6 +65,7 @@ class X11DisplaySubject final : public X11Subject {
     bool windowsHaveChanged_ = true;
 
     X11Cover cover_;
+    std::vector<PixelRect> visits_; // where windows of ours have been since the cover was made
     std::optional<X11Composition> composition_;
     Seconds linger_ = 0;            // how long a window's place stays covered after it has gone
     int margin_ = 0;                // how far a window's shadow may reach

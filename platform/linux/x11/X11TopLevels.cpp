@@ -53,9 +53,16 @@ void X11TopLevels::read(X11TopLevel& window) const {
     window.border = geometry->border_width;
     window.visual = attributes->visual;
     window.depth = geometry->depth;
-    if (!window.isMapped) return;
+    if (window.isMapped) readOwner(window);
+}
+
+void X11TopLevels::readOwner(X11TopLevel& window) const {
     window.owner = belongsToThisProcess(connection_, window.id) ? X11TopLevel::Owner::thisProcess
                                                                 : X11TopLevel::Owner::another;
+}
+
+void X11TopLevels::noteOwnPlace(const X11TopLevel& window) {
+    if (window.owner == X11TopLevel::Owner::thisProcess) ownPlacesSeen_.push_back(window.outer);
 }
 
 bool X11TopLevels::take(const xcb_generic_event_t& event) {
@@ -111,6 +118,8 @@ bool X11TopLevels::mapped(xcb_window_t window) {
     if (found == windows_.end()) return false;
     ++found->mapping;
     read(*found);
+    if (!found->isMapped) readOwner(*found); // it has gone already, but was there
+    noteOwnPlace(*found);
     return true;
 }
 
@@ -126,6 +135,7 @@ bool X11TopLevels::configured(const xcb_configure_notify_event_t& event) {
     if (found == windows_.end()) return false;
     found->outer = outerRect(event.x, event.y, event.width, event.height, event.border_width);
     found->border = event.border_width;
+    noteOwnPlace(*found);
     putAbove(found, event.above_sibling);
     return true;
 }

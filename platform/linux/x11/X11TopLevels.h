@@ -1,5 +1,6 @@
 #pragma once
 
+#include <utility>
 #include <vector>
 
 #include "core/base/Geometry.h"
@@ -37,6 +38,8 @@ class X11TopLevels {
     const std::vector<X11TopLevel>& bottomToTop() const { return windows_; }
     // What is seen of windows of this process, were nothing above them.
     std::vector<PixelRect> ownRects() const;
+    // Where windows of this process have come to since the last call, also those that have gone again.
+    std::vector<PixelRect> takeOwnPlacesSeen() { return std::exchange(ownPlacesSeen_, {}); }
 
   private:
     using Position = std::vector<X11TopLevel>::iterator;
@@ -44,6 +47,8 @@ class X11TopLevels {
     Position find(xcb_window_t window);
     void readAll();
     void read(X11TopLevel& window) const;
+    void readOwner(X11TopLevel& window) const;
+    void noteOwnPlace(const X11TopLevel& window);
     bool add(xcb_window_t window);
     bool remove(xcb_window_t window);
     bool mapped(xcb_window_t window);
@@ -54,6 +59,7 @@ class X11TopLevels {
 
     const X11Connection& connection_;
     std::vector<X11TopLevel> windows_;
+    std::vector<PixelRect> ownPlacesSeen_;
 };
 
 } // namespace glintro

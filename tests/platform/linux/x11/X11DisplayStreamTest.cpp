@@ -21,6 +21,8 @@ using test::XSession;
 
 constexpr std::uint32_t kForbidden = 0xFF00FF;
 constexpr std::uint32_t kWallpaper = 0x204060;
+// Many more frames than a take has, so that much happens while one is on its way.
+constexpr int kHurriedRate = 1000;
 
 // What the screen shows now, without a stream.
 std::vector<std::uint8_t> screenPixels(const std::string& display, const PixelRect& part) {
@@ -121,7 +123,7 @@ TEST_F(X11DisplayStreamTest, TellsEveryRowThatChangesAndNoPixelIsOld) {
         const auto stream = openFirstDisplay(row.part);
         EXPECT_EQ(stream->pixelSize(), (PixelSize{row.pixels.width, row.pixels.height}));
         EXPECT_EQ(stream->frame(), row.part.value_or(Rect{0, 0, 640, 480}));
-        FrameWatch watch(*stream);
+        FrameWatch watch(*stream, kHurriedRate);
         paintAtRandom(1500, {0, window}, {640, 480});
         EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), row.pixels)));
         EXPECT_EQ(watch.wrong(), "");
@@ -271,8 +273,7 @@ TEST_P(X11OwnWindowTest, IsInNoFrameWhileWhatItCoversIs) {
     using Kind = XPainter::Kind;
     const xcb_window_t below = painter_->show(Kind::unmanaged, {100, 100, 300, 200}, 0x00AA00);
     const auto stream = openFirstDisplay();
-    FrameWatch watch(*stream);
-    watch.forbid(kForbidden);
+    FrameWatch watch(*stream, kHurriedRate, 6, kForbidden);
     ASSERT_TRUE(watch.shows(150, 150, 0x00AA00));
 
     OwnWindow own(session_->display(), {50, 80, 200, 150});

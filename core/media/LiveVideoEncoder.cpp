@@ -1,6 +1,7 @@
 #include "core/media/LiveVideoEncoder.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace glintro {
 namespace {
@@ -17,12 +18,30 @@ bool isEncodable(const LiveVideoSettings& settings) {
 // A recorder that takes more than this of one core's time makes what it records stutter.
 constexpr double kHighestLoad = 1.0 / 3;
 
+// A trial needs no whole picture: the work grows with the pixels.
+constexpr PixelSize kTrialSize{960, 540};
+
+double pixelsOf(PixelSize size) {
+    return static_cast<double>(size.width) * size.height;
+}
+
+// What loadOf a rung is for pictures of the settings' size.
+std::optional<double> loadOf(const LiveEncoderRung& rung, const LiveVideoSettings& settings) {
+    LiveVideoSettings trial = settings;
+    trial.size = {std::min(settings.size.width, kTrialSize.width),
+                  std::min(settings.size.height, kTrialSize.height)};
+    const double part = pixelsOf(trial.size) / pixelsOf(settings.size);
+    trial.bitRate = std::max<std::int64_t>(1, std::llround(static_cast<double>(settings.bitRate) * part));
+    const auto encoder = openRung(rung, trial);
+    const auto load = encoder ? loadOf(**encoder, trial) : std::nullopt;
+    return load ? std::optional(*load / part) : std::nullopt;
+}
+
 // The rungs from the first one that is fast enough. The last one is what is left, and needs no trial.
 std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,
                                         const LiveVideoSettings& settings) {
     while (ladder.size() > 1) {
-        const auto encoder = openRung(ladder.front(), settings);
-        const auto load = encoder ? loadOf(**encoder, settings) : std::nullopt;
+        const auto load = loadOf(ladder.front(), settings);
         if (load && *load <= kHighestLoad) break;
         // No rung is three times as fast as another.
         const bool isHopeless = load && *load > 3 * kHighestLoad;

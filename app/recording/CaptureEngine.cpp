@@ -280,12 +280,12 @@ CaptureEngine::CaptureEngine(std::filesystem::path folder, SoundSystem& sound, C
     : impl_(std::make_unique<Impl>(*this, std::move(folder), sound, cameras, journal)) {}
 
 CaptureEngine::~CaptureEngine() {
-    if (impl_->stream && !impl_->isEnding) stop();
+    if (impl_->screen && !impl_->isEnding) stop();
 }
 
 Result<void> CaptureEngine::start(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings) {
-    if (auto opened = impl_->open(settings); !opened) return opened;
     impl_->stream = std::move(stream);
+    if (auto opened = impl_->open(settings); !opened) return opened;
     if (settings.mic) impl_->startMicrophone(settings);
     if (settings.camera) impl_->startCamera(settings);
     if (auto started = impl_->startStream(settings); !started) {

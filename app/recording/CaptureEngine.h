@@ -65,7 +65,8 @@ class CaptureEngine {
     // called several times. Set before start.
     std::function<void(const std::string&)> onNotice;
 
-    // Blocks until capture runs; not for the main thread. On failure nothing is left in the folder.
+    // Blocks until capture runs; not for the main thread. The stream lives as long as the engine, whatever
+    // the outcome: its pointer may be in use. On failure nothing is left in the folder.
     [[nodiscard]] Result<void> start(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings);
     void pause(Seconds at);
     void resume(Seconds at);

@@ -72,11 +72,11 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     if (pointerIsEmbedded) journal->pointerIsEmbedded();
     CaptureSettings settings = order.settings;
     settings.pixelSize = stream->pixelSize();
-    ScreenStream& running = *stream; // the engine's from now on, while it captures
+    // Before the first picture, so that it is known where the pointer was then.
+    follow(*stream, handlers);
     auto started = engine->start(std::move(stream), settings);
     if (!started) return started;
     isCapturing = true;
-    follow(running, handlers);
     return {};
 }
 

@@ -27,8 +27,9 @@ stop_all() {
 }
 trap stop_all EXIT
 
-# display SIZE: a server of our own; its process in $server.
+# A server of our own; its process in $server.
 start_display() {
+    rm -f "$work/display"
     Xvfb -displayfd 5 -screen 0 1920x1080x24 -nolisten tcp -noreset 5>"$work/display" >"$work/xvfb.log" 2>&1 &
     server=$!
     started+=("$server")

@@ -47,10 +47,12 @@ struct StreamHandlers {
 };
 
 // The pictures of one display, area or window while it lives. A frame comes at once after the start, then
-// whenever something has changed, at most `fps` a second, and after a second without change the same picture
-// again with a new time: silence for longer means that the stream is dead.
+// whenever something has changed, at most `fps` a second, and after kRepeatInterval without change the same
+// picture again with a new time: silence for longer means that the stream is dead.
 class ScreenStream {
   public:
+    static constexpr Seconds kRepeatInterval = 1;
+
     virtual ~ScreenStream() = default;
 
     // The size of the recording in pixels: that of the first frame, not yet made even.

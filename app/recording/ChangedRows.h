@@ -1,7 +1,6 @@
 #pragma once
 
-#include <vector>
-
+#include "platform/RowSet.h"
 #include "platform/ScreenStream.h"
 
 namespace glintro {
@@ -18,7 +17,7 @@ class ChangedRows {
 
   private:
     PixelSize size_;
-    std::vector<RowRange> owed_; // ascending, disjoint
+    RowSet owed_;
 };
 
 } // namespace glintro

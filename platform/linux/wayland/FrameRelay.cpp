@@ -8,7 +8,6 @@
 namespace glintro {
 namespace {
 
-constexpr Seconds kRepeatAfter = 1;
 // Compositors send a little early or late; a picture that is early by less than this share of a frame's time
 // takes its slot already.
 constexpr double kEarly = 0.25;
@@ -75,9 +74,9 @@ void FrameRelay::take(const CastPicture& picture) {
     }
     const bool sameSize = size == last_.size && (!waits_ || size == newest_.size);
     if (sameSize && picture.damage) {
-        newest_.changed = mergeRows(std::move(newest_.changed), *picture.damage);
+        newest_.changed.addAll(*picture.damage);
     } else {
-        newest_.changed = {{0, size.height}};
+        newest_.changed = RowSet({0, size.height});
     }
     newest_.size = size;
     newest_.hostTime = picture.hostTime;
@@ -107,12 +106,12 @@ std::optional<Seconds> FrameRelay::deliver(Seconds now) {
         if (now < due) return due;
         nextSlot_ = std::max(nextSlot_, now) + period_;
         if (handNewest()) lastHanded_ = now;
-    } else if (last_.pixels && now >= lastHanded_ + kRepeatAfter) {
+    } else if (last_.pixels && now >= lastHanded_ + ScreenStream::kRepeatInterval) {
         hand(last_, now, {});
         lastHanded_ = now;
     }
     if (waits_) return nextSlot_;
-    return lastHanded_ + kRepeatAfter;
+    return lastHanded_ + ScreenStream::kRepeatInterval;
 }
 
 // The buffer that is written goes out, so another must be there to be written next.
@@ -129,31 +128,16 @@ bool FrameRelay::handNewest() {
     return true;
 }
 
-void FrameRelay::hand(const Picture& picture, Seconds time, std::vector<RowRange> changed) {
+void FrameRelay::hand(const Picture& picture, Seconds time, const RowSet& changed) {
     lastTime_ = std::max(time, lastTime_);
     ScreenFrame frame;
     frame.size = picture.size;
     frame.bgra = picture.pixels->data();
     frame.stride = picture.size.width * 4;
     frame.hostTime = lastTime_;
-    frame.changed = std::move(changed);
+    frame.changed = changed.ranges();
     frame.storage = picture.pixels;
     handlers_.frame(std::move(frame));
-}
-
-std::vector<RowRange> mergeRows(std::vector<RowRange> rows, const std::vector<RowRange>& others) {
-    rows.insert(rows.end(), others.begin(), others.end());
-    std::ranges::sort(rows, {}, &RowRange::begin);
-    std::vector<RowRange> merged;
-    for (const RowRange& range : rows) {
-        if (range.begin >= range.end) continue;
-        if (merged.empty() || merged.back().end < range.begin) {
-            merged.push_back(range);
-        } else {
-            merged.back().end = std::max(merged.back().end, range.end);
-        }
-    }
-    return merged;
 }
 
 } // namespace glintro

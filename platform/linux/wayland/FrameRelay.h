@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/RowSet.h"
 #include "platform/ScreenStream.h"
 #include "platform/linux/wayland/CastPicture.h"
 
@@ -35,10 +36,10 @@ class FrameRelay {
         PixelSize size;
         std::shared_ptr<std::vector<std::uint8_t>> pixels;
         Seconds hostTime = 0;
-        std::vector<RowRange> changed; // against the last one handed on
+        RowSet changed; // against the last one handed on
     };
 
-    void hand(const Picture& picture, Seconds time, std::vector<RowRange> changed);
+    void hand(const Picture& picture, Seconds time, const RowSet& changed);
     bool handNewest();
 
     std::shared_ptr<Pool> pool_;
@@ -53,8 +54,5 @@ class FrameRelay {
     Seconds lastHanded_ = 0;
     Seconds lastTime_ = 0;
 };
-
-// The union of both, ascending and disjoint.
-std::vector<RowRange> mergeRows(std::vector<RowRange> rows, const std::vector<RowRange>& others);
 
 } // namespace glintro

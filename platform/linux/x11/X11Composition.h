@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "core/base/Geometry.h"
-#include "platform/linux/x11/RowSet.h"
+#include "platform/RowSet.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11Resource.h"
 #include "platform/linux/x11/X11TopLevels.h"

@@ -9,7 +9,7 @@
 #include <xcb/xcb.h>
 
 #include "core/base/Geometry.h"
-#include "platform/linux/x11/RowSet.h"
+#include "platform/RowSet.h"
 
 namespace glintro {
 

@@ -14,10 +14,8 @@
 namespace glintro {
 namespace {
 
-constexpr Seconds kRepeatAfter = 1;
-
 timespec timeUntil(Seconds moment) {
-    const Seconds left = std::clamp(moment - hostTime(), 0.0, kRepeatAfter);
+    const Seconds left = std::clamp(moment - hostTime(), 0.0, ScreenStream::kRepeatInterval);
     const auto nanoseconds = static_cast<long>(std::ceil(left * 1e9));
     return {nanoseconds / 1'000'000'000, nanoseconds % 1'000'000'000};
 }
@@ -118,7 +116,7 @@ void X11Stream::deliverFrom(X11FrameBuffer& buffer) {
 
 void X11Stream::repeatWhenDue() {
     const Seconds now = hostTime();
-    if (now < shownTime_ + kRepeatAfter) return;
+    if (now < shownTime_ + kRepeatInterval) return;
     shownTime_ = now;
     if (!pool_) return;
     if (std::optional<ScreenFrame> frame = pool_->repeat(now)) handlers_.frame(std::move(*frame));
@@ -127,7 +125,7 @@ void X11Stream::repeatWhenDue() {
 // Until the next tick when there is something to show, else until the server tells of something.
 void X11Stream::sleep() const {
     const bool awaitsTick = !subject_->dirty().isEmpty();
-    const Seconds repeat = shownTime_ + kRepeatAfter;
+    const Seconds repeat = shownTime_ + kRepeatInterval;
     const Seconds wake = awaitsTick ? dueTick_ : std::min(repeat, subject_->wakeTime().value_or(repeat));
     const timespec left = timeUntil(wake);
     xcb_flush(connection_->get());

@@ -16,8 +16,9 @@ class RowSet {
     bool isEmpty() const { return ranges_.empty(); }
     const std::vector<RowRange>& ranges() const { return ranges_; }
 
-    void add(RowRange range);
+    void add(RowRange range); // one without rows adds nothing
     void add(const RowSet& other);
+    void addAll(const std::vector<RowRange>& ranges); // in any order
     void clear() { ranges_.clear(); }
 
     // The rows that are in both.

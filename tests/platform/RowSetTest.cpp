@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-#include "platform/linux/x11/RowSet.h"
+#include "platform/RowSet.h"
 
 namespace glintro {
 namespace {

@@ -1,6 +1,7 @@
-#include "platform/linux/x11/RowSet.h"
+#include "platform/RowSet.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace glintro {
 
@@ -17,7 +18,11 @@ void RowSet::add(RowRange range) {
 }
 
 void RowSet::add(const RowSet& other) {
-    for (const RowRange& range : other.ranges_) add(range);
+    addAll(other.ranges_);
+}
+
+void RowSet::addAll(const std::vector<RowRange>& ranges) {
+    for (const RowRange& range : ranges) add(range);
 }
 
 RowSet RowSet::intersected(const RowSet& other) const {

@@ -14,21 +14,9 @@ constexpr std::chrono::milliseconds kTickInterval{100};
 
 } // namespace
 
-QString title(RecordingController::Mode mode) {
-    using enum RecordingController::Mode;
-    if (mode == display) return QStringLiteral("Screen");
-    return mode == window ? QStringLiteral("Window") : QStringLiteral("Area");
-}
-
 RecordingController::RecordingController(const Seams& seams, std::chrono::milliseconds countdownStep,
                                          QObject* parent)
-    : QObject(parent),
-      seams_(seams),
-      preferences_(seams.preferences),
-      countdownStep_(countdownStep),
-      micOn_(preferences_.recordMic()),
-      cameraOn_(preferences_.recordCamera()),
-      countdownOn_(preferences_.countdown()) {
+    : QObject(parent), seams_(seams), preferences_(seams.preferences), countdownStep_(countdownStep) {
     background_.setMaxThreadCount(1);
     countdownTimer_.setSingleShot(true);
     connect(&countdownTimer_, &QTimer::timeout, this, [this] { countDown(countdownNumber_ - 1); });
@@ -71,9 +59,82 @@ void RecordingController::closeBar() {
     setPhase(Phase::idle);
 }
 
+void RecordingController::loadSources() {
+    const int number = ++contentNumber_;
+    inBackground([this, number] {
+        return [this, number, content = seams_.platform.screen().content()] {
+            if (number == contentNumber_) takeContent(content);
+        };
+    });
+}
+
+void RecordingController::takeContent(const Result<ShareableContent>& content) {
+    choice_.offer(content.value_or(ShareableContent()));
+    emit sourcesChanged();
+    emit choiceChanged();
+    if (!content) seams_.views.notice(QString::fromStdString(content.error().message));
+}
+
+bool RecordingController::isChoosing() const {
+    return (phase_ == Phase::choosing || phase_ == Phase::idle) && !isStarting_;
+}
+
+void RecordingController::setMode(Mode mode) {
+    if (mode == Mode::area) return chooseArea();
+    if (!isChoosing()) return;
+    choice_.setMode(mode);
+    emit choiceChanged();
+}
+
+void RecordingController::chooseArea() {
+    if (phase_ != Phase::choosing || isStarting_) return;
+    seams_.views.hideBar();
+    seams_.views.pickArea(area(), [this](const std::optional<Rect>& area) {
+        if (phase_ != Phase::choosing) return;
+        if (area) setArea(*area);
+        seams_.views.showBar();
+    });
+}
+
+void RecordingController::select(const CaptureSource::Kind& kind) {
+    if (!isChoosing()) return;
+    choice_.select(kind);
+    emit choiceChanged();
+}
+
+void RecordingController::setArea(const Rect& area) {
+    if (!isChoosing()) return;
+    choice_.setArea(area);
+    emit choiceChanged();
+}
+
+void RecordingController::setDevices(std::optional<std::string> microphone,
+                                     std::optional<std::string> camera) {
+    microphone_ = std::move(microphone);
+    camera_ = std::move(camera);
+}
+
+void RecordingController::setMicOn(bool on) {
+    if (micOn() == on) return;
+    preferences_.setRecordMic(on);
+    emit switchesChanged();
+}
+
+void RecordingController::setCameraOn(bool on) {
+    if (cameraOn() == on) return;
+    preferences_.setRecordCamera(on);
+    emit switchesChanged();
+}
+
+void RecordingController::setCountdownOn(bool on) {
+    if (countdownOn() == on) return;
+    preferences_.setCountdown(on);
+    emit switchesChanged();
+}
+
 void RecordingController::start() {
     if (phase_ != Phase::choosing || !canStart()) return;
-    if (countdownOn_)
+    if (countdownOn())
         countDown(kCountdownFrom);
     else
         begin();
@@ -100,7 +161,7 @@ void RecordingController::cancelCountdown() {
 }
 
 void RecordingController::begin() {
-    const auto filter = chosenFilter();
+    const auto filter = choice_.filter();
     if (!filter) {
         failed(filter.error());
         emit ended();
@@ -128,8 +189,8 @@ TakeOrder RecordingController::order(const ContentFilter& filter) const {
             {.pixelSize = {}, // known once the stream is open
              .fps = preferences_.captureFPS(),
              .hevc = preferences_.useHEVC(),
-             .mic = micOn_,
-             .camera = cameraOn_,
+             .mic = micOn(),
+             .camera = cameraOn(),
              .micDevice = microphone_,
              .cameraDevice = camera_}};
 }
@@ -265,6 +326,14 @@ void RecordingController::failed(const Failure& failure) {
     seams_.views.hideBar();
     seams_.library.setScreenAccess(seams_.platform.screen().hasAccess());
     seams_.views.alert(QStringLiteral("Recording couldn’t start"), text);
+}
+
+QVariant RecordingController::selectionValue() const {
+    return selection() ? QVariant::fromValue(*selection()) : QVariant();
+}
+
+QVariant RecordingController::areaValue() const {
+    return area() ? QVariant(QRectF(area()->x, area()->y, area()->width, area()->height)) : QVariant();
 }
 
 void RecordingController::setPhase(Phase phase) {

@@ -11,8 +11,8 @@
 #include <optional>
 #include <stop_token>
 
-#include "app/recording/CaptureSource.h"
 #include "app/recording/LiveTake.h"
+#include "app/recording/RecordingChoice.h"
 #include "app/recording/RecordingPreferences.h"
 #include "app/recording/RecordingViews.h"
 #include "app/recording/TakeLibrary.h"
@@ -37,7 +37,7 @@ class RecordingController : public QObject {
     Q_PROPERTY(int countdownNumber READ countdownNumber NOTIFY phaseChanged FINAL)
     Q_PROPERTY(bool isStarting READ isStarting NOTIFY choiceChanged FINAL)
     Q_PROPERTY(bool canStart READ canStart NOTIFY choiceChanged FINAL)
-    Q_PROPERTY(Mode mode READ mode WRITE setMode NOTIFY choiceChanged FINAL)
+    Q_PROPERTY(RecordingChoice::Mode mode READ mode WRITE setMode NOTIFY choiceChanged FINAL)
     Q_PROPERTY(QList<CaptureSource> displays READ displays NOTIFY sourcesChanged FINAL)
     Q_PROPERTY(QList<CaptureSource> windows READ windows NOTIFY sourcesChanged FINAL)
     Q_PROPERTY(QVariant selection READ selectionValue NOTIFY choiceChanged FINAL)
@@ -54,8 +54,7 @@ class RecordingController : public QObject {
   public:
     enum class Phase { idle, choosing, countdown, recording, finishing };
     Q_ENUM(Phase)
-    enum class Mode { display, window, area };
-    Q_ENUM(Mode)
+    using Mode = RecordingChoice::Mode;
 
     // All of them outlive the controller.
     struct Seams {
@@ -90,17 +89,19 @@ class RecordingController : public QObject {
     Phase phase() const { return phase_; }
     int countdownNumber() const { return phase_ == Phase::countdown ? countdownNumber_ : 0; }
     bool isStarting() const { return isStarting_; }
-    bool canStart() const;
-    Mode mode() const { return mode_; }
-    const QList<CaptureSource>& displays() const { return displays_; }
-    const QList<CaptureSource>& windows() const { return windows_; }
-    const std::optional<CaptureSource::Kind>& selection() const { return selection_; }
-    const std::optional<Rect>& area() const { return area_; } // points of the desktop
-    Seconds elapsed() const { return elapsed_; }              // recorded, without pauses
+    bool canStart() const { return !isStarting_ && choice_.isComplete(); }
+    Mode mode() const { return choice_.mode(); }
+    const QList<CaptureSource>& displays() const { return choice_.displays(); }
+    const QList<CaptureSource>& windows() const { return choice_.windows(); }
+    const std::optional<CaptureSource::Kind>& selection() const { return choice_.selection(); }
+    const std::optional<Rect>& area() const { return choice_.area(); }
+    // The display to show the countdown on; nothing when it is not known.
+    std::optional<ShareableDisplay> targetScreen() const { return choice_.targetScreen(); }
+    Seconds elapsed() const { return elapsed_; } // recorded, without pauses
     bool isPaused() const { return isPaused_; }
-    bool micOn() const { return micOn_; }
-    bool cameraOn() const { return cameraOn_; }
-    bool countdownOn() const { return countdownOn_; }
+    bool micOn() const { return preferences_.recordMic(); }
+    bool cameraOn() const { return preferences_.recordCamera(); }
+    bool countdownOn() const { return preferences_.countdown(); }
     void setMicOn(bool on);
     void setCameraOn(bool on);
     void setCountdownOn(bool on);
@@ -110,9 +111,6 @@ class RecordingController : public QObject {
     Seconds secondsOnDisk() const { return progress_.secondsOnDisk; }
     qint64 bytesOnDisk() const { return progress_.bytesOnDisk; }
     qint64 droppedFrames() const { return progress_.droppedFrames; }
-
-    // The display to show the countdown on; nothing when it is not known.
-    std::optional<ShareableDisplay> targetScreen() const;
 
   signals:
     void phaseChanged();
@@ -133,12 +131,9 @@ class RecordingController : public QObject {
     QVariant selectionValue() const;
     QVariant areaValue() const;
     void takeContent(const Result<ShareableContent>& content);
-    void selectOffered();
-    void takePicked(const std::optional<Rect>& area);
     void setPhase(Phase phase);
     void setStarting(bool starting);
     void countDown(int number);
-    Result<ContentFilter> chosenFilter() const;
     TakeOrder order(const ContentFilter& filter) const;
     TakeHandlers handlers();
     void takeFailed(const Failure& failure);
@@ -159,16 +154,8 @@ class RecordingController : public QObject {
 
     Phase phase_ = Phase::idle;
     int countdownNumber_ = 0;
-    Mode mode_ = Mode::display;
-    ShareableContent content_;
-    int contentNumber_ = 0; // of the newest question for it
-    QList<CaptureSource> displays_;
-    QList<CaptureSource> windows_;
-    std::optional<CaptureSource::Kind> selection_;
-    std::optional<Rect> area_;
-    bool micOn_;
-    bool cameraOn_;
-    bool countdownOn_;
+    RecordingChoice choice_;
+    int contentNumber_ = 0; // of the newest question for what can be recorded
     std::optional<std::string> microphone_;
     std::optional<std::string> camera_;
 
@@ -184,8 +171,5 @@ class RecordingController : public QObject {
     CaptureProgress progress_;
     QThreadPool background_; // one thread; the last member, so that its work sees all others alive
 };
-
-// "Screen", "Window", "Area".
-QString title(RecordingController::Mode mode);
 
 } // namespace glintro

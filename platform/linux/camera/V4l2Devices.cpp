@@ -13,34 +13,30 @@
 #include <fcntl.h>
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
-#include <unistd.h>
+
+#include "platform/linux/FileDescriptor.h"
 
 namespace glintro {
 namespace {
 
-class Descriptor {
+class OpenDevice {
   public:
-    explicit Descriptor(const std::string& file)
-        : number_(::open(file.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
-    ~Descriptor() {
-        if (number_ >= 0) ::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    explicit OpenDevice(const std::string& file)
+        : file_(::open(file.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
 
-    bool isOpen() const { return number_ >= 0; }
+    bool isOpen() const { return static_cast<bool>(file_); }
 
     // False when the device says no; errno tells why.
     bool ask(unsigned long request, void* argument) const {
         int answer = -1;
         do {
-            answer = ::ioctl(number_, request, argument);
+            answer = ::ioctl(file_.value(), request, argument);
         } while (answer < 0 && errno == EINTR);
         return answer == 0;
     }
 
   private:
-    int number_;
+    FileDescriptor file_;
 };
 
 struct Format {
@@ -65,7 +61,7 @@ double rateOf(const v4l2_fract& interval) {
 }
 
 // A camera with any rate in a range gives 30 where that lies inside.
-void addRates(const Descriptor& camera, std::uint32_t code, CameraMode mode, std::vector<CameraMode>& modes) {
+void addRates(const OpenDevice& camera, std::uint32_t code, CameraMode mode, std::vector<CameraMode>& modes) {
     v4l2_frmivalenum interval{};
     interval.pixel_format = code;
     interval.width = static_cast<std::uint32_t>(mode.size.width);
@@ -87,7 +83,7 @@ int onGrid(int wanted, std::uint32_t least, std::uint32_t most, std::uint32_t st
     return static_cast<int>(least + (clamped - least) / std::max(step, 1U) * std::max(step, 1U));
 }
 
-void addSizes(const Descriptor& camera, const Format& format, std::vector<CameraMode>& modes) {
+void addSizes(const OpenDevice& camera, const Format& format, std::vector<CameraMode>& modes) {
     CameraMode mode{.format = format.name, .packing = format.packing, .size = {}};
     v4l2_frmsizeenum size{};
     size.pixel_format = format.code;
@@ -105,7 +101,7 @@ void addSizes(const Descriptor& camera, const Format& format, std::vector<Camera
     }
 }
 
-std::vector<CameraMode> readModes(const Descriptor& camera) {
+std::vector<CameraMode> readModes(const OpenDevice& camera) {
     std::vector<CameraMode> modes;
     v4l2_fmtdesc format{};
     format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
@@ -155,7 +151,7 @@ Failure cameraFailure(const std::string& name, int systemError) {
 }
 
 Result<V4l2Camera> readV4l2Camera(const std::string& file) {
-    const Descriptor camera(file);
+    const OpenDevice camera(file);
     v4l2_capability capability{};
     if (!camera.isOpen() || !camera.ask(VIDIOC_QUERYCAP, &capability)) {
         return std::unexpected(cameraFailure(file, errno));

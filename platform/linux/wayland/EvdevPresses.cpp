@@ -10,7 +10,6 @@
 #include <fcntl.h>
 #include <linux/input.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
 
@@ -61,8 +60,8 @@ bool EvdevPresses::canSee() const {
 Result<void> EvdevPresses::start(Handler pressed) {
     stop();
     changes_ = FileDescriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    wake_ = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    if (!changes_ || !wake_) {
+    wakeUp_ = WakeUp();
+    if (!changes_ || !wakeUp_.isUsable()) {
         return failure("Too many files are open; close some programs and try again.", "inotify_init1", errno);
     }
     // A device may be read only once udev has given it to its group, after it was made.
@@ -75,7 +74,7 @@ Result<void> EvdevPresses::start(Handler pressed) {
 void EvdevPresses::stop() {
     if (!thread_.joinable()) return;
     thread_.request_stop();
-    ::eventfd_write(wake_.value(), 1);
+    wakeUp_.ring();
     thread_.join();
     sources_.clear();
 }
@@ -83,7 +82,7 @@ void EvdevPresses::stop() {
 void EvdevPresses::run(const std::stop_token& stop) {
     openNewDevices();
     while (!stop.stop_requested()) {
-        std::vector<pollfd> waited = {{wake_.value(), POLLIN, 0}, {changes_.value(), POLLIN, 0}};
+        std::vector<pollfd> waited = {{wakeUp_.descriptor(), POLLIN, 0}, {changes_.value(), POLLIN, 0}};
         for (const auto& [name, source] : sources_) waited.push_back({source.descriptor.value(), POLLIN, 0});
         ::poll(waited.data(), waited.size(), -1);
         std::erase_if(sources_, [&](const auto& entry) { return !readEvents(entry.second); });

@@ -11,7 +11,8 @@
 #include "core/base/Failure.h"
 #include "core/base/Geometry.h"
 #include "platform/PointerSource.h"
-#include "platform/linux/wayland/FileDescriptor.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/WakeUp.h"
 
 struct input_event;
 
@@ -62,7 +63,7 @@ class EvdevPresses {
     Handler pressed_;
     std::map<std::string, Source> sources_; // by file name; used by the thread only
     FileDescriptor changes_;                // inotify on the folder
-    FileDescriptor wake_;
+    WakeUp wakeUp_;
     std::jthread thread_;
 };
 

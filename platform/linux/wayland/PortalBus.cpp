@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include <poll.h>
-#include <sys/eventfd.h>
 
 namespace glintro {
 namespace {
@@ -189,22 +188,22 @@ bool PortalBus::process() {
     return code == 0;
 }
 
-void PortalBus::sleepUntilSomethingHappens(int wakeDescriptor) {
+void PortalBus::sleepUntilSomethingHappens(const WakeUp& wakeUp) {
     pollfd waited[2] = {{descriptor(), static_cast<short>(sd_bus_get_events(bus_.get())), 0},
-                        {wakeDescriptor, POLLIN, 0}};
+                        {wakeUp.descriptor(), POLLIN, 0}};
     ::poll(waited, 2, -1);
 }
 
 Result<void> PortalBus::waitUntil(const std::function<bool()>& done, const std::stop_token& cancel) {
-    const FileDescriptor wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    const std::stop_callback waker(cancel, [&] { ::eventfd_write(wake.value(), 1); });
+    const WakeUp wakeUp;
+    const std::stop_callback ringer(cancel, [&] { wakeUp.ring(); });
     while (true) {
         if (!process()) return busFailure(-ENOTCONN);
         if (done()) return {};
         if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
         if (portalIsGone_)
             return failure("The desktop portal has ended; try again, or log in anew if that does not help.");
-        sleepUntilSomethingHappens(wake.value());
+        sleepUntilSomethingHappens(wakeUp);
     }
 }
 

@@ -10,7 +10,8 @@
 #include <systemd/sd-bus.h>
 
 #include "core/base/Failure.h"
-#include "platform/linux/wayland/FileDescriptor.h"
+#include "platform/linux/FileDescriptor.h"
+#include "platform/linux/WakeUp.h"
 
 namespace glintro {
 
@@ -76,7 +77,7 @@ class PortalBus {
     explicit PortalBus(BusHandle bus) : bus_(std::move(bus)) {}
     Result<void> watchPortal();
     Result<void> send(BusMessage message, std::function<void(sd_bus_message*)>& answered, BusSlot& slot);
-    void sleepUntilSomethingHappens(int wakeDescriptor);
+    void sleepUntilSomethingHappens(const WakeUp& wakeUp);
     std::string requestPath(const std::string& token);
 
     BusHandle bus_;

@@ -6,9 +6,9 @@
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
-#include <unistd.h>
 #include <xcb/shm.h>
 
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/x11/X11Connection.h"
 
 namespace glintro {
@@ -20,17 +20,16 @@ std::size_t byteCount(PixelSize size) {
     return static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) * 4;
 }
 
-// Memory that can be handed to another process, or -1. It is claimed now, because touching memory that the
-// system cannot give would kill the process later.
-int createFile(std::size_t bytes) {
-    const int file = ::memfd_create("frame", MFD_CLOEXEC);
-    if (file >= 0 && ::posix_fallocate(file, 0, static_cast<off_t>(bytes)) == 0) return file;
-    if (file >= 0) ::close(file);
-    return -1;
+// Memory that can be handed to another process, if there is enough. It is claimed now, because touching
+// memory that the system cannot give would kill the process later.
+FileDescriptor createFile(std::size_t bytes) {
+    FileDescriptor file(::memfd_create("frame", MFD_CLOEXEC));
+    if (file && ::posix_fallocate(file.value(), 0, static_cast<off_t>(bytes)) != 0) return {};
+    return file;
 }
 
-std::uint8_t* map(int file, std::size_t bytes) {
-    void* memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+std::uint8_t* map(const FileDescriptor& file, std::size_t bytes) {
+    void* memory = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file.value(), 0);
     return memory == MAP_FAILED ? nullptr : static_cast<std::uint8_t*>(memory);
 }
 
@@ -53,13 +52,10 @@ bool takesFiles(xcb_connection_t* connection) {
 // The server's name for the memory behind the file, which is given away; 0 when they cannot share it. Memory
 // that the server makes would come as a file along with a reply, and libxcb gives up the connection when such
 // a reply has more events before it than it reads at a time.
-std::uint32_t share(xcb_connection_t* connection, int file) {
-    if (!takesFiles(connection)) {
-        ::close(file);
-        return 0;
-    }
+std::uint32_t share(xcb_connection_t* connection, FileDescriptor file) {
+    if (!takesFiles(connection)) return 0;
     const std::uint32_t segment = xcb_generate_id(connection);
-    const auto cookie = xcb_shm_attach_fd_checked(connection, segment, file, 0);
+    const auto cookie = xcb_shm_attach_fd_checked(connection, segment, file.release(), 0);
     const X11Reply<xcb_generic_error_t> error(xcb_request_check(connection, cookie));
     return error ? 0 : segment;
 }
@@ -73,14 +69,12 @@ xcb_rectangle_t partOf(const X11Source& band, int width) {
 } // namespace
 
 std::shared_ptr<X11FrameBuffer> X11FrameBuffer::create(xcb_connection_t* connection, PixelSize size) {
-    const int file = createFile(byteCount(size));
-    if (file < 0) return nullptr;
+    FileDescriptor file = createFile(byteCount(size));
+    if (!file) return nullptr;
     std::uint8_t* pixels = map(file, byteCount(size));
-    if (pixels == nullptr) {
-        ::close(file);
-        return nullptr;
-    }
-    std::shared_ptr<X11FrameBuffer> buffer(new X11FrameBuffer(size, pixels, share(connection, file)));
+    if (pixels == nullptr) return nullptr;
+    std::shared_ptr<X11FrameBuffer> buffer(
+        new X11FrameBuffer(size, pixels, share(connection, std::move(file))));
     buffer->stale.add(RowRange{0, size.height});
     return buffer;
 }

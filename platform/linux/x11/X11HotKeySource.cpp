@@ -4,32 +4,13 @@
 #include <utility>
 
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
+#include "platform/linux/WakeUp.h"
 #include "platform/linux/x11/X11Desktop.h"
 #include "platform/linux/x11/X11KeyGrab.h"
 
 namespace glintro {
 namespace {
-
-// A descriptor that wakes a thread which waits for others.
-class WakeUp {
-  public:
-    WakeUp() : descriptor_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-    ~WakeUp() { ::close(descriptor_); }
-    WakeUp(const WakeUp&) = delete;
-    WakeUp& operator=(const WakeUp&) = delete;
-
-    int descriptor() const { return descriptor_; }
-    void ring() const {
-        const std::uint64_t one = 1;
-        (void)!::write(descriptor_, &one, sizeof one);
-    }
-
-  private:
-    int descriptor_;
-};
 
 // Listens on a thread and a connection of its own, from listen() to stop().
 class Listener {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "core/base/Geometry.h"
-#include "platform/linux/wayland/FileDescriptor.h"
+#include "platform/linux/FileDescriptor.h"
 
 namespace glintro::test {
 

@@ -22,7 +22,7 @@ class FileDescriptor {
 
     int value() const { return descriptor_; }
     explicit operator bool() const { return descriptor_ >= 0; }
-    int release() { return std::exchange(descriptor_, -1); }
+    [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
 
   private:
     int descriptor_ = -1;

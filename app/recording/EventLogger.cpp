@@ -70,9 +70,12 @@ void EventLogger::press(const PointerPress& press) {
     journal_->sample(*seen);
 }
 
+// The source goes first: its stop also ends the wait for a position that nobody answers.
 void EventLogger::end() {
+    sampling_.request_stop();
+    if (pointer_) pointer_->stop();
     sampling_ = {};
-    if (pointer_) std::exchange(pointer_, nullptr)->stop();
+    pointer_ = nullptr;
 }
 
 RecordingEvents EventLogger::finish(Seconds origin, Seconds duration, const PauseClock& pauses) {

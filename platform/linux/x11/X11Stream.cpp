@@ -1,11 +1,13 @@
 #include "platform/linux/x11/X11Stream.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "platform/HostClock.h"
@@ -13,6 +15,8 @@
 
 namespace glintro {
 namespace {
+
+constexpr std::chrono::seconds kAnswerPatience{1};
 
 timespec timeUntil(Seconds moment) {
     const Seconds left = std::clamp(moment - hostTime(), 0.0, ScreenStream::kRepeatInterval);
@@ -40,19 +44,34 @@ Result<void> X11Stream::start(const StreamConfiguration& configuration, StreamHa
     handlers_ = std::move(handlers);
     if (const Result<void> begun = subject_->begin(); !begun) return begun;
     begin_ = dueTick_ = shownTime_ = hostTime();
-    thread_ = std::jthread([this](const std::stop_token& stop) { run(stop); });
+    isRunning_ = true;
+    thread_ = std::jthread([this](const std::stop_token& stop) {
+        run(stop);
+        const std::scoped_lock lock(mutex_);
+        isRunning_ = false;
+        ended_.notify_all();
+    });
     return {};
 }
 
 void X11Stream::stop() {
+    if (!thread_.joinable()) return;
     thread_.request_stop();
-    if (thread_.joinable()) thread_.join();
+    {
+        std::unique_lock lock(mutex_);
+        // A server that hangs, or that another program keeps to itself, answers nobody: then without it.
+        if (!ended_.wait_for(lock, kAnswerPatience, [this] { return !isRunning_; }))
+            ::shutdown(xcb_get_file_descriptor(connection_->get()), SHUT_RDWR);
+    }
+    thread_.join();
 }
 
 void X11Stream::run(const std::stop_token& stop) {
     const std::stop_callback wake(stop, [this] { ::eventfd_write(wakeFile_, 1); });
     while (!stop.stop_requested()) {
-        if (const Result<void> going = step(); !going) return handlers_.stopped(going.error());
+        const Result<void> going = step();
+        if (stop.stop_requested()) return;
+        if (!going) return handlers_.stopped(going.error());
         if (!takeQueuedEvents()) sleep();
     }
 }

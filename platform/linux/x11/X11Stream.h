@@ -1,6 +1,8 @@
 #pragma once
 
+#include <condition_variable>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <stop_token>
 #include <thread>
@@ -54,6 +56,9 @@ class X11Stream final : public ScreenStream {
     Seconds shownTime_ = 0; // of the latest frame
 
     int wakeFile_ = -1; // an eventfd that ends the thread's sleep
+    std::mutex mutex_;
+    std::condition_variable ended_;
+    bool isRunning_ = false; // the thread, under the mutex
     std::jthread thread_;
 };
 

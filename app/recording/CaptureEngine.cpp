@@ -1,5 +1,6 @@
 #include "app/recording/CaptureEngine.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <mutex>
@@ -272,7 +273,9 @@ void CaptureEngine::Impl::notice(std::string sentence) {
 }
 
 TakeVitals CaptureEngine::Impl::vitals() const {
-    return {framesSeen, framesDue, screen->video().writtenFrames(), isPaused, writer->progress()};
+    std::error_code unknown;
+    const bool isInPlace = std::filesystem::exists(rawMovie(), unknown) || unknown;
+    return {framesSeen, framesDue, screen->video().writtenFrames(), isPaused, writer->progress(), isInPlace};
 }
 
 CaptureEngine::CaptureEngine(std::filesystem::path folder, SoundSystem& sound, CameraSystem& cameras,

@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -48,6 +49,7 @@ struct LiveTake::Impl {
                        const TakeHandlers& handlers);
     Result<void> saveEvents(const CaptureResult& captured, const PauseClock& pauses);
     std::optional<Project> registerReel(const CaptureResult& captured);
+    Failure incomplete() const;
 };
 
 // A take without its pointer is still worth having.
@@ -99,11 +101,28 @@ std::optional<Project> LiveTake::Impl::registerReel(const CaptureResult& capture
     return project;
 }
 
+// Why there is no reel yet, and how there can be one.
+Failure LiveTake::Impl::incomplete() const {
+    std::error_code unknown;
+    if (!fs::exists(folder / "raw.mov", unknown) && !unknown)
+        return {
+            fmt::format("The recording is no longer in “{}”. If you moved it, “glintro recover” completes "
+                        "it where it is now.",
+                        folder.string())};
+    return {
+        fmt::format("The recording is kept in “{}”, but its project file can’t be written. It will be "
+                    "completed when the library is next opened, or by “glintro recover”.",
+                    folder.string())};
+}
+
 Result<std::unique_ptr<LiveTake>> LiveTake::begin(const TakeOrder& order, Platform& platform,
                                                   TakeLibrary& library, const TakeHandlers& handlers,
                                                   const std::stop_token& cancel) {
     auto stream = platform.screen().open(order.filter, cancel);
     if (!stream) return std::unexpected(stream.error());
+    const PixelSize size = (*stream)->pixelSize();
+    if (std::min(size.width, size.height) < 2)
+        return failure("That is too small to be recorded: at least 2 × 2 pixels are needed.");
     auto folder = library.newProjectFolder(today());
     if (!folder) return std::unexpected(folder.error());
     std::unique_ptr<LiveTake> take(new LiveTake(std::make_unique<Impl>(Impl{library, *folder})));
@@ -143,11 +162,7 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     // Without events the reel is one wide shot until the journal has given them back: better than no reel.
     const auto saved = impl_->saveEvents(captured, pauses);
     auto project = impl_->registerReel(captured);
-    if (!project)
-        return failure(
-            fmt::format("The recording is kept in “{}”, but its project file can’t be written. "
-                        "It will be completed when the library is next opened.",
-                        impl_->folder.string()));
+    if (!project) return std::unexpected(impl_->incomplete());
     if (saved) impl_->journal->remove();
     return project;
 }

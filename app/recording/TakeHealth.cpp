@@ -1,5 +1,6 @@
 #include "app/recording/TakeHealth.h"
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
 #include <utility>
@@ -10,9 +11,13 @@ namespace glintro {
 namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(500);
+// Between two looks of a process that runs as it should.
+constexpr Seconds kLongestInterval = 1;
 
 constexpr const char* kDiskNearlyFull =
     "The disk is nearly full, so the recording was stopped. Everything up to here is kept.";
+constexpr const char* kFolderGone =
+    "The recording’s folder was moved or deleted, so the recording was stopped.";
 constexpr const char* kStreamSilent =
     "The screen sends no pictures any more, so the recording was stopped. Everything up to here is kept.";
 constexpr const char* kEncoderStuck =
@@ -37,10 +42,13 @@ Seconds Standstill::duration(std::int64_t due, std::int64_t done, bool suspended
 
 std::optional<Failure> TakeDiagnosis::examine(const TakeVitals& vitals, std::optional<std::int64_t> freeSpace,
                                               Seconds hostTime) {
-    const auto& [seen, due, encoded, isPaused, onDisk] = vitals;
-    const bool streamIsSilent = isStreamSilent(vitals, hostTime);
-    const bool encoderIsStuck = encoder_.duration(due, encoded, isPaused, hostTime) >= kPatience;
-    const bool diskIsStuck = disk_.duration(due, onDisk.bytes, isPaused, hostTime) >= kPatience;
+    watched_ += std::min(hostTime - lastLook_, kLongestInterval);
+    lastLook_ = hostTime;
+    const auto& [seen, due, encoded, isPaused, onDisk, isInPlace] = vitals;
+    const bool streamIsSilent = isStreamSilent(vitals, watched_);
+    const bool encoderIsStuck = encoder_.duration(due, encoded, isPaused, watched_) >= kPatience;
+    const bool diskIsStuck = disk_.duration(due, onDisk.bytes, isPaused, watched_) >= kPatience;
+    if (!isInPlace) return Failure{kFolderGone};
     if (freeSpace && *freeSpace < kLeastFreeSpace) return Failure{kDiskNearlyFull};
     if (encoderIsStuck) return Failure{kEncoderStuck};
     if (diskIsStuck) return Failure{kDiskStuck};
@@ -48,10 +56,10 @@ std::optional<Failure> TakeDiagnosis::examine(const TakeVitals& vitals, std::opt
     return std::nullopt;
 }
 
-bool TakeDiagnosis::isStreamSilent(const TakeVitals& vitals, Seconds hostTime) {
-    if (vitals.isPaused || vitals.framesSeen != framesSeen_) streamSince_ = hostTime;
+bool TakeDiagnosis::isStreamSilent(const TakeVitals& vitals, Seconds watched) {
+    if (vitals.isPaused || vitals.framesSeen != framesSeen_) streamSince_ = watched;
     framesSeen_ = vitals.framesSeen;
-    return hostTime - streamSince_ >= kPatience;
+    return watched - streamSince_ >= kPatience;
 }
 
 Failure diskNearlyFullAtStart() {

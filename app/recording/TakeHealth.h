@@ -19,6 +19,7 @@ struct TakeVitals {
     std::int64_t framesEncoded = 0;
     bool isPaused = false;
     LiveMovieProgress onDisk;
+    bool isInPlace = true; // its files are where they were made
 };
 
 // Whether work that is due is being done.
@@ -40,17 +41,21 @@ class TakeDiagnosis {
     static constexpr std::int64_t kLeastFreeSpace = 200'000'000; // bytes
     static constexpr Seconds kPatience = 3;
 
-    explicit TakeDiagnosis(Seconds hostTime) : streamSince_(hostTime) {}
+    explicit TakeDiagnosis(Seconds hostTime) : lastLook_(hostTime) {}
 
     // `freeSpace` in bytes; absent when it is not known. A failure when the take must end.
     std::optional<Failure> examine(const TakeVitals& vitals, std::optional<std::int64_t> freeSpace,
                                    Seconds hostTime);
 
   private:
-    bool isStreamSilent(const TakeVitals& vitals, Seconds hostTime);
+    bool isStreamSilent(const TakeVitals& vitals, Seconds watched);
 
+    Seconds lastLook_; // host time
+    // For how long the take was watched: whoever does not look for a while, because the process was stopped,
+    // cannot tell of anybody else that they did nothing.
+    Seconds watched_ = 0;
     std::int64_t framesSeen_ = 0;
-    Seconds streamSince_; // the stream's last sign of life, or the end of a pause
+    Seconds streamSince_ = 0; // the stream's last sign of life, or the end of a pause, as watched_
     Standstill encoder_;
     Standstill disk_;
 };

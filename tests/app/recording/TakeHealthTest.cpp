@@ -100,6 +100,18 @@ TEST(TakeDiagnosis, TellsWhatATakeDiesOfAndLeavesAHealthyOneAlone) {
     }
 }
 
+// A process that was stopped for a minute has seen nothing of that minute.
+TEST(TakeDiagnosis, CountsOnlyTheTimeInWhichItLooked) {
+    TakeDiagnosis diagnosis(0);
+    const TakeVitals before{60, 60, 60, false, {1, 60'000}};
+    const TakeVitals after{120, 120, 60, false, {1, 60'000}};
+    EXPECT_FALSE(diagnosis.examine(before, {}, 1));
+    EXPECT_FALSE(diagnosis.examine(after, {}, 61));
+    EXPECT_FALSE(diagnosis.examine(after, {}, 62));
+    EXPECT_TRUE(diagnosis.examine(after, {}, 122) || diagnosis.examine(after, {}, 123)
+                || diagnosis.examine(after, {}, 124));
+}
+
 TEST(TakeHealth, SaysOnceThatTheDiskIsNearlyFull) {
     std::atomic<std::int64_t> space = 500'000'000;
     std::atomic<int> asked = 0;

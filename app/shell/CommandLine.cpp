@@ -43,9 +43,9 @@ void addReels(CLI::App& command, std::vector<std::filesystem::path>& reels) {
 }
 
 void addFile(CLI::App& command, const std::string& names, std::optional<std::filesystem::path>& file,
-             const std::string& description) {
+             const std::string& description, const std::string& kind = "FILE") {
     const auto take = [&file](const std::string& text) { file = text; };
-    addText(command, names, take, description)->type_name("FILE");
+    addText(command, names, take, description)->type_name(kind);
 }
 
 void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output) {
@@ -221,7 +221,7 @@ void Grammar::describeRecord() {
                          "Ctrl-C ends the recording; what was recorded is kept.");
     RecordArguments& to = recordArguments_;
     addName(*record_, "--display", to.display, "The display, by its number or name\n(default: the main one)");
-    addName(*record_, "--window", to.window, "A window alone, by its title or id");
+    addName(*record_, "--window", to.window, "A window alone, by its title, its application or id");
     addArea(*record_, to.area);
     addSeconds(*record_, "--seconds", kTakeSeconds, to.seconds, "End by itself after so long");
     addDevice(*record_, "--mic", to.microphone, "Record the microphone, the default one\nor the one named");
@@ -230,7 +230,7 @@ void Grammar::describeRecord() {
     record_->add_flag_callback(
         "--hevc", [&to] { to.hevc = true; }, "Record HEVC: smaller files");
     addFile(*record_, "-o,--output", to.output,
-            "The reel's folder, which must be new or empty;\nwithout it a new one in the library");
+            "The reel's folder, which must be new or empty;\nwithout it a new one in the library", "DIR");
     addReport(*record_, to.report);
 }
 

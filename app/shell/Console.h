@@ -4,6 +4,8 @@
 
 #include <fmt/ostream.h>
 
+#include "app/shell/TerminalText.h"
+
 namespace glintro {
 
 // Where a command writes: what was asked for goes to `out`, all else (what went wrong, warnings) to `error`.
@@ -11,7 +13,7 @@ struct Console {
     std::ostream& out;
     std::ostream& error;
 
-    void warn(std::string_view sentence) const { fmt::print(error, "glintro: {}\n", sentence); }
+    void warn(std::string_view sentence) const { fmt::print(error, "glintro: {}\n", printable(sentence)); }
 };
 
 } // namespace glintro

@@ -49,11 +49,13 @@ class ConsoleViews final : public RecordingViews {
     }
 
     const std::optional<Project>& reel() const { return reel_; }
-    const std::optional<Failure>& failure() const { return failure_; } // the first one
+    const std::optional<Failure>& failure() const { return failure_; } // the last one
 
   private:
+    // Those before the last one have been said already.
     void keep(const std::string& sentence) {
-        if (!failure_) failure_ = Failure{sentence};
+        if (failure_) notice(QString::fromStdString(failure_->message));
+        failure_ = Failure{sentence};
     }
 
     const Console& console_;

@@ -16,7 +16,9 @@ namespace glintro {
 namespace {
 
 // A sentence with more names than this is read by nobody.
-constexpr std::size_t kMostNamed = 12;
+constexpr std::size_t kMostNamed = 6;
+// Nor one with longer ones.
+constexpr int kLongestName = 40;
 
 std::optional<std::uint32_t> identifier(std::string_view text) {
     const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
@@ -30,6 +32,11 @@ std::optional<std::uint32_t> identifier(std::string_view text) {
 
 QString caseless(const std::string& text) {
     return QString::fromStdString(text).toCaseFolded();
+}
+
+std::string shortened(const std::string& name) {
+    const QString whole = QString::fromStdString(printable(name));
+    return (whole.size() <= kLongestName ? whole : whole.left(kLongestName - 1) + u'…').toStdString();
 }
 
 std::string listed(const std::vector<std::string>& names) {
@@ -53,7 +60,7 @@ std::string choices(const std::vector<ShareableWindow>& windows) {
     std::vector<std::string> names;
     for (const ShareableWindow& window : windows)
         names.push_back(fmt::format(
-            "“{}” (id {})", printable(window.title.empty() ? window.application : window.title), window.id));
+            "“{}” (id {})", shortened(window.title.empty() ? window.application : window.title), window.id));
     return listed(names);
 }
 
@@ -66,15 +73,17 @@ std::vector<ShareableWindow> windowsWhere(const std::vector<ShareableWindow>& wi
     return found;
 }
 
-// The whole title, else a part of one.
+// The whole title, else a part of one, else the application.
 std::vector<ShareableWindow> windowsCalled(const std::string& name, const ShareableContent& content) {
+    const QString wanted = caseless(name);
+    const IsMeant ways[] = {
+        [&](const ShareableWindow& window) { return window.title == name; },
+        [&](const ShareableWindow& window) { return caseless(window.title).contains(wanted); },
+        [&](const ShareableWindow& window) { return caseless(window.application) == wanted; }};
     const auto windows = nameableWindows(content);
-    const auto exact =
-        windowsWhere(windows, [&](const ShareableWindow& window) { return window.title == name; });
-    if (!exact.empty()) return exact;
-    return windowsWhere(windows, [wanted = caseless(name)](const ShareableWindow& window) {
-        return caseless(window.title).contains(wanted);
-    });
+    for (const IsMeant& isMeant : ways)
+        if (auto found = windowsWhere(windows, isMeant); !found.empty()) return found;
+    return {};
 }
 
 } // namespace

@@ -14,7 +14,8 @@ namespace glintro {
 // By its number, counted from 1, or its name.
 [[nodiscard]] Result<CaptureSource::Kind> displayNamed(const std::string& name,
                                                        const ShareableContent& content);
-// By its id (decimal, or hexadecimal with 0x), its title or, when that names one window only, a part of it.
+// By its id (decimal, or hexadecimal with 0x), its title or, when that names one window only, a part of it or
+// its application.
 [[nodiscard]] Result<CaptureSource::Kind> windowNamed(const std::string& name,
                                                       const ShareableContent& content);
 // The one taken when none is named.

@@ -153,6 +153,31 @@ TEST_F(RecordProgram, KeepsWhatItHasWhenTheWindowGoes) {
     EXPECT_TRUE(Project::load(work_ / "reel"));
 }
 
+TEST_F(RecordProgram, KeepsATakeAlsoWhenTheServerAnswersNobody) {
+    Program program(call({"record", "-o", "reel"}));
+    ASSERT_TRUE(isRecording(work_ / "reel"));
+    const auto selfish = test::connectTo(session_->display());
+    xcb_grab_server(selfish.get());
+    test::synchronise(selfish.get());
+    program.send(SIGINT);
+    const ProgramResult result = program.wait();
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_TRUE(Project::load(work_ / "reel"));
+}
+
+// Nobody is told for long that something is recorded that is not.
+TEST_F(RecordProgram, EndsATakeWhoseFolderIsGone) {
+    Program program(call({"record", "-o", "reel"}));
+    ASSERT_TRUE(isRecording(work_ / "reel"));
+    fs::rename(work_ / "reel", work_ / "moved");
+    const ProgramResult result = program.wait();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.error.find("was moved or deleted"), std::string::npos) << result.error;
+    EXPECT_NE(result.error.find("is no longer in"), std::string::npos) << result.error;
+    EXPECT_EQ(run({"recover", "moved"}).status, 0);
+    EXPECT_TRUE(Project::load(work_ / "moved"));
+}
+
 TEST_F(RecordProgram, LeavesNothingBehindWhenItCannotRecord) {
     struct Row {
         std::vector<std::string> arguments;
@@ -163,6 +188,7 @@ TEST_F(RecordProgram, LeavesNothingBehindWhenItCannotRecord) {
         {{"--display", "9"}, 1, "There is no display “9”."},
         {{"--window", "nowhere"}, 1, "There is no window “nowhere”"},
         {{"--area", "0,0,0,100"}, 1, "is empty"},
+        {{"--area", "0,0,1,100"}, 1, "too small"},
         {{"--area", "900,0,100,100"}, 1, "outside of every display"},
         {{"--area", "700,0,200,100"}, 1, "over the edge"},
         {{"--area", "1,2"}, 2, "--area expects four numbers"},

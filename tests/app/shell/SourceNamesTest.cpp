@@ -47,11 +47,16 @@ TEST(SourceNames, FindsDisplaysByNumberAndName) {
 }
 
 TEST(SourceNames, FindsWindowsByIdAndTitle) {
-    const ShareableContent content{
-        .displays = {},
-        .windows = {window(16, "Notes"), window(17, "Terminal 1"), window(18, "Terminal 2"),
-                    window(19, "Terminal"), window(20, "Twins"), window(21, "Twins"), window(22, "Dock", 1),
-                    window(23, "17")}};
+    const ShareableContent content{.displays = {},
+                                   .windows = {window(16, "Notes"),
+                                               window(17, "Terminal 1"),
+                                               window(18, "Terminal 2"),
+                                               window(19, "Terminal"),
+                                               window(20, "Twins"),
+                                               window(21, "Twins"),
+                                               window(22, "Dock", 1),
+                                               window(23, "17"),
+                                               {24, "", "Calculator", 0, 0, {}}}};
     const Row rows[] = {
         {"16", Kind::window(16)},
         {"0x10", Kind::window(16)},
@@ -62,7 +67,9 @@ TEST(SourceNames, FindsWindowsByIdAndTitle) {
         {"minal", {}, {"names 3 windows", "“Terminal 1” (id 17)", "(id 18)", "(id 19)"}},
         {"Twins", {}, {"names 2 windows", "(id 20)", "(id 21)"}},
         {"Dock", {}, {"no window “Dock”", "“Notes” (id 16)"}},
-        {"99", {}, {"no window “99”"}},
+        {"99", {}, {"no window “99”", "“Twins” (id 21) and 2 more."}},
+        {"xterm", {}, {"names 7 windows"}}, // an application goes behind the titles
+        {"CALCULATOR", Kind::window(24)},
     };
     for (const Row& row : rows) expect(row, windowNamed(row.name, content));
     EXPECT_EQ(windowNamed("x", {}).error().message, "There is no window “x”, nor any other.");

@@ -83,6 +83,7 @@ class ReelRecovery {
     Result<bool> completeEvents(Seconds duration) const;
     std::optional<Project> registerReel(const SealedMovie& movie, bool hasCamera, Timestamp created) const;
     Result<RecoveredReel> complete(Project project, Outcome outcome) const;
+    Failure unreadable(const Failure& why) const;
     std::string path() const { return reel_.folder().string(); }
 
     RecoveryOptions options_;
@@ -110,7 +111,7 @@ Result<RecoveredReel> ReelRecovery::run() {
 Result<RecoveredReel> ReelRecovery::rebuild() {
     const Timestamp created = creationOf(reel_.rawURL());
     const auto movie = finishScreenMovie();
-    if (!movie) return std::unexpected(movie.error());
+    if (!movie) return std::unexpected(unreadable(movie.error()));
     if (!movie->hasFrames && take_) return discard();
     if (!movie->hasFrames) return failure(fmt::format("The raw.mov in “{}” holds no picture.", path()));
     const bool hasCamera = finishCameraMovie();
@@ -122,6 +123,10 @@ Result<RecoveredReel> ReelRecovery::rebuild() {
                         "folder can’t be written.",
                         path()));
     return complete(*project, Outcome::recovered);
+}
+
+Failure ReelRecovery::unreadable(const Failure& why) const {
+    return {fmt::format("“{}” can’t be recovered. {}", path(), why.message), why.detail, why.nativeCode};
 }
 
 // A movie that did not come from a take, for example an imported one, is as good as its reader finds it.
@@ -204,6 +209,10 @@ bool needsRecovery(const fs::path& folder) {
 
 Result<RecoveredReel> recoverReel(const fs::path& folder, const RecoveryOptions& options) {
     if (!isThere(folder)) return failure(fmt::format("There is no folder “{}”.", folder.string()));
+    std::error_code unreadable;
+    if (!fs::exists(Project(folder, {}).rawURL(), unreadable) && unreadable)
+        return failure(
+            fmt::format("The folder “{}” can’t be read: {}.", folder.string(), unreadable.message()));
     const FolderLock lock(folder);
     if (lock.isOthers())
         return failure(fmt::format("“{}” is being recovered by another Glintro right now.", folder.string()));

@@ -260,19 +260,20 @@ TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {
         std::function<void(const fs::path&)> prepare;
         const char* said;
     };
-    const Row rows[] = {{"an empty folder", [](const fs::path&) {}, "is not a reel"},
-                        {"a folder of other things",
-                         [](const fs::path& reel) { putFile(reel / "notes.txt", "mine"); }, "is not a reel"},
-                        {"a movie that is none",
-                         [](const fs::path& reel) { putFile(reel / "raw.mov", "what is this?"); }, ""},
-                        {"an empty movie of nobody's",
-                         [](const fs::path& reel) { putFile(reel / "raw.mov", ""); }, "holds no picture"},
-                        {"a foreign movie in a take",
-                         [](const fs::path& reel) {
-                             putFile(reel / "raw.mov", std::string(5000, 'x'));
-                             putJournal(reel);
-                         },
-                         ""}};
+    const Row rows[] = {
+        {"an empty folder", [](const fs::path&) {}, "is not a reel"},
+        {"a folder of other things", [](const fs::path& reel) { putFile(reel / "notes.txt", "mine"); },
+         "is not a reel"},
+        {"a movie that is none", [](const fs::path& reel) { putFile(reel / "raw.mov", "what is this?"); },
+         "a movie that is none” can’t be recovered. The movie"},
+        {"an empty movie of nobody's", [](const fs::path& reel) { putFile(reel / "raw.mov", ""); },
+         "holds no picture"},
+        {"a foreign movie in a take",
+         [](const fs::path& reel) {
+             putFile(reel / "raw.mov", std::string(5000, 'x'));
+             putJournal(reel);
+         },
+         ""}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         const fs::path reel = folder(row.what);

@@ -132,6 +132,9 @@ FramePtr interleaved(const Picture& picture) {
 }
 
 constexpr int kTrialPictures = 6;
+// An encoder to which the first picture is so much work, or which gets so little of the processor, need not
+// be tried on: somebody waits for the recording to begin.
+constexpr Seconds kHopelessPicture = 0.5;
 constexpr int kTrialStep = 4; // rows
 
 // Something like a page of text: letters of random strokes. Seen through a window that moves down, it
@@ -240,6 +243,7 @@ std::optional<double> loadOf(AVCodecContext& encoder, const LiveVideoSettings& s
         const std::int64_t time = static_cast<std::int64_t>(i) * kLiveTimeBase.den / settings.fps;
         const auto taken = timeToEncode(encoder, scrolled(page, settings.size, i * kTrialStep), time);
         if (!taken) return std::nullopt;
+        if (*taken > kHopelessPicture) return *taken * settings.fps;
         // The first is a key frame, of which there are few.
         if (i > 0) loads.push_back(*taken * settings.fps);
         if (loads.size() == 2 && std::ranges::min(loads) > 1) break;

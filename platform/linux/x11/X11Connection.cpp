@@ -34,10 +34,9 @@ Result<X11Connection> connectToX11() {
     X11Connection connection;
     connection.handle.reset(xcb_connect(display, &number));
     if (const int error = xcb_connection_has_error(connection.get()); error != 0) {
-        return failure(
-            "The X server " + std::string(display)
-                + " does not let Glintro in: check that DISPLAY is right and that this user may use it.",
-            "xcb_connect", error);
+        return failure("The X server “" + std::string(display)
+                           + "” does not answer: check that DISPLAY is right and that this user may use it.",
+                       "xcb_connect", error);
     }
     connection.screen = screenOf(connection.get(), number);
     return connection;

@@ -226,3 +226,5 @@ kernels
 table | tee out/bench.md
 echo | tee -a out/bench.md
 bench/gif.sh "$build" | tee -a out/bench.md
+echo | tee -a out/bench.md
+bench/record.sh "$build" | tee -a out/bench.md

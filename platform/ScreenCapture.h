@@ -42,6 +42,10 @@ class ScreenCapture {
     // Not for the main thread.
     [[nodiscard]] virtual Result<std::unique_ptr<ScreenStream>> open(const ContentFilter& filter,
                                                                      std::stop_token cancel) = 0;
+
+    // Where the system's dialog is passed over in favour of what the user chose the last time, the next
+    // open() shows it again. From any thread.
+    virtual void forgetChoice() {}
 };
 
 } // namespace glintro

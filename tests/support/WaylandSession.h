@@ -22,9 +22,10 @@ inline std::string environmentOf(const char* name) {
 // Runs the body of the current test inside a headless Wayland desktop of its own with a real ScreenCast
 // portal. Mutter and the portal serve no root user and trust no foreign one, so the test program runs itself
 // again there, for this one test; the outer run takes over its verdict. Skips, and says why, where no such
-// desktop can be had.
+// desktop can be had. A program that the body runs is to be named as its companion: it is found there under
+// the path in GLINTRO_TEST_COMPANION.
 template <class Body>
-void insideWaylandSession(Body body) {
+void insideWaylandSession(Body body, const std::string& companion = {}) {
     if (environmentOf("GLINTRO_TEST_SESSION") == "wayland") return body();
     if (::geteuid() != 0) GTEST_SKIP() << "Only root can start a desktop as another user.";
     for (const char* program :
@@ -38,7 +39,7 @@ void insideWaylandSession(Body body) {
     const std::string log = folder / "log";
     ChildProcess session({GLINTRO_TEST_SUPPORT "/wayland-session.sh",
                           "/proc/" + std::to_string(::getpid()) + "/exe", "--gtest_filter=" + name},
-                         log);
+                         log, {"COMPANION=" + companion});
     const int status = session.wait();
     std::stringstream said;
     said << std::ifstream(log).rdbuf();

@@ -6,6 +6,7 @@
 #
 # Mutter and the portals are no programs for root: they and the command run as user nobody, in a process
 # namespace of their own where the system grants one, so that nothing can outlive the session.
+# With COMPANION the caller names another program that is copied, and found as GLINTRO_TEST_COMPANION.
 # The command finds: GLINTRO_TEST_SESSION=wayland, GLINTRO_TEST_TOKEN (a restore token for the one monitor),
 # GLINTRO_TEST_<PROGRAM> (the process of mutter, pipewire, portal), and SIZE, which the caller may choose.
 set -u
@@ -19,13 +20,14 @@ if [ "$(id -u)" = 0 ]; then
     cp /usr/share/xdg-desktop-portal/portals/gnome.portal "$dir/portals/" # no other back end may start
     cp "$(realpath "$0")" "$dir/session.sh"
     cp "$(realpath "$1")" "$dir/program"
+    [ -z "${COMPANION:-}" ] || cp "$(realpath "$COMPANION")" "$dir/companion"
     shift
     chown -R nobody:nogroup "$dir"
     chmod 711 "$dir"
     "${isolate[@]}" setpriv --pdeathsig KILL --reuid=nobody --regid=nogroup --clear-groups \
         env -i PATH="$PATH" LANG=C.UTF-8 SIZE="${SIZE:-1280x720}" XDG_RUNTIME_DIR="$dir/run" HOME="$dir/home" \
         XDG_DESKTOP_PORTAL_DIR="$dir/portals" XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland \
-        LIBGL_ALWAYS_SOFTWARE=1 dbus-run-session -- "$dir/session.sh" "$dir/program" "$@" &
+        GLINTRO_TEST_COMPANION="$dir/companion" LIBGL_ALWAYS_SOFTWARE=1 dbus-run-session -- "$dir/session.sh" "$dir/program" "$@" &
     trap 'kill $!; wait $!; rm -rf "$dir"; exit 143' TERM
     wait $!
     status=$?

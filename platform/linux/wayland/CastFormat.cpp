@@ -54,8 +54,10 @@ std::vector<const spa_pod*> wantedBuffers(spa_pod_builder& builder) {
         SPA_POD_CHOICE_RANGE_Int(4, 2, 8), SPA_PARAM_BUFFERS_dataType,
         SPA_POD_CHOICE_FLAGS_Int((1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr))));
     const int region = sizeof(spa_meta_region);
-    return {buffers, meta<spa_meta_header>(builder, SPA_META_Header),
+    return {buffers,
+            meta<spa_meta_header>(builder, SPA_META_Header),
             meta<spa_meta_region>(builder, SPA_META_VideoCrop),
+            meta<spa_meta_videotransform>(builder, SPA_META_VideoTransform),
             meta(builder, SPA_META_VideoDamage, kDamageRegions * region, region, kDamageRegions * region),
             meta(builder, SPA_META_Cursor, pointerBytes(kUsualPointer), pointerBytes(1),
                  pointerBytes(kLargestPointer))};

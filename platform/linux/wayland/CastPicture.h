@@ -21,6 +21,8 @@ struct CastPicture {
     Seconds hostTime = 0;
     // The rows that differ from the picture before; nothing when the compositor does not tell.
     std::optional<std::vector<RowRange>> damage = {};
+    std::ptrdiff_t step =
+        4; // from a pixel to the one at its right; as the stride, of a turned screen another
 };
 
 } // namespace glintro

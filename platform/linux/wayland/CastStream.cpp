@@ -60,6 +60,32 @@ std::optional<std::vector<RowRange>> damageOf(const spa_buffer& buffer, const Pi
     return rows;
 }
 
+CastPicture turnedClockwise(CastPicture picture) {
+    picture.pixels += (picture.size.height - 1) * picture.stride;
+    picture.step = std::exchange(picture.stride, picture.step);
+    picture.step = -picture.step;
+    std::swap(picture.size.width, picture.size.height);
+    return picture;
+}
+
+CastPicture mirrored(CastPicture picture) {
+    picture.pixels += (picture.size.width - 1) * picture.step;
+    picture.step = -picture.step;
+    return picture;
+}
+
+// Compositors hand over a screen that stands on its side as it lies in its memory, and tell how it was
+// turned: mirrored, perhaps, and then turned anticlockwise. The way back only changes where reading begins.
+CastPicture upright(CastPicture picture, const spa_buffer& buffer) {
+    const auto* turn = metadata<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
+    if (!turn || turn->transform == SPA_META_TRANSFORMATION_None) return picture;
+    const auto quarters = turn->transform % 4;
+    for (std::uint32_t i = 0; i < quarters; ++i) picture = turnedClockwise(std::move(picture));
+    if (turn->transform >= SPA_META_TRANSFORMATION_Flipped) picture = mirrored(std::move(picture));
+    picture.damage.reset(); // tells of the buffer's rows
+    return picture;
+}
+
 CastPicture::Order orderOf(spa_video_format format) {
     const bool redFirst = format == SPA_VIDEO_FORMAT_RGBx || format == SPA_VIDEO_FORMAT_RGBA;
     return redFirst ? CastPicture::Order::rgbx : CastPicture::Order::bgrx;
@@ -168,12 +194,13 @@ void CastStream::readBuffer(const spa_buffer& buffer) {
     if (!hasPicture || stride < whole.width * 4 || needed > data.maxsize) return;
     const auto* first = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset;
     hasPicture_ = true;
-    handlers_.picture({{crop.width, crop.height},
-                       first + crop.y * stride + crop.x * 4,
-                       static_cast<std::ptrdiff_t>(stride),
-                       orderOf(format_->format),
-                       stampOf(buffer),
-                       damageOf(buffer, crop)});
+    handlers_.picture(upright({{crop.width, crop.height},
+                               first + crop.y * stride + crop.x * 4,
+                               static_cast<std::ptrdiff_t>(stride),
+                               orderOf(format_->format),
+                               stampOf(buffer),
+                               damageOf(buffer, crop)},
+                              buffer));
 }
 
 void CastStream::readPointer(const spa_buffer& buffer, Point origin) {

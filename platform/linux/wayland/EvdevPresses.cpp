@@ -52,7 +52,8 @@ EvdevPresses::~EvdevPresses() {
 
 bool EvdevPresses::canSee() const {
     for (const fs::path& file : deviceFiles(folder_)) {
-        if (openToRead(file)) return true;
+        // Some devices, game pads for example, may be read by everyone.
+        if (const FileDescriptor opened = openToRead(file); opened && probe_(opened.value())) return true;
     }
     return false;
 }

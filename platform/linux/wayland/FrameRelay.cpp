@@ -12,15 +12,18 @@ namespace {
 // takes its slot already.
 constexpr double kEarly = 0.25;
 
-void copyRow(std::uint8_t* to, const std::uint8_t* from, int width, CastPicture::Order order) {
-    if (order == CastPicture::Order::bgrx) {
-        std::memcpy(to, from, static_cast<std::size_t>(width) * 4);
+void copyRow(std::uint8_t* to, const CastPicture& picture, int row) {
+    const std::uint8_t* from = picture.pixels + row * picture.stride;
+    const bool redFirst = picture.order == CastPicture::Order::rgbx;
+    if (!redFirst && picture.step == 4) {
+        std::memcpy(to, from, static_cast<std::size_t>(picture.size.width) * 4);
         return;
     }
-    for (int x = 0; x < width; ++x, to += 4, from += 4) {
-        to[0] = from[2];
+    const int blue = redFirst ? 2 : 0, red = 2 - blue;
+    for (int x = 0; x < picture.size.width; ++x, to += 4, from += picture.step) {
+        to[0] = from[blue];
         to[1] = from[1];
-        to[2] = from[0];
+        to[2] = from[red];
         to[3] = from[3];
     }
 }
@@ -69,8 +72,7 @@ void FrameRelay::take(const CastPicture& picture) {
     const std::size_t rowBytes = static_cast<std::size_t>(size.width) * 4;
     newest_.pixels->resize(rowBytes * static_cast<std::size_t>(size.height));
     for (int y = 0; y < size.height; ++y) {
-        copyRow(newest_.pixels->data() + static_cast<std::size_t>(y) * rowBytes,
-                picture.pixels + y * picture.stride, size.width, picture.order);
+        copyRow(newest_.pixels->data() + static_cast<std::size_t>(y) * rowBytes, picture, y);
     }
     const bool sameSize = size == last_.size && (!waits_ || size == newest_.size);
     if (sameSize && picture.damage) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -68,6 +69,14 @@ class PortalBus {
 
     // A name that no other object of this connection has.
     std::string freshToken();
+
+    // How long number() waits at most for the portal, which may have to be started first.
+    void setPatience(std::chrono::microseconds limit) {
+        sd_bus_set_method_call_timeout(bus_.get(), static_cast<std::uint64_t>(limit.count()));
+    }
+
+    // Whether it has ended since the last call, as far as process() has seen.
+    bool portalIsGone() const { return portalIsGone_; }
 
     int descriptor() const { return sd_bus_get_fd(bus_.get()); }
     // Works off all that has arrived, without waiting; false when the connection is lost.

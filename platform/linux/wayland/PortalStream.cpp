@@ -37,7 +37,7 @@ std::vector<RowRange> rowsWithin(const std::vector<RowRange>& rows, const PixelR
 CastPicture cropped(const CastPicture& picture, const PixelRect& crop) {
     CastPicture part = picture;
     part.size = {crop.width, crop.height};
-    part.pixels += crop.y * picture.stride + crop.x * 4;
+    part.pixels += crop.y * picture.stride + crop.x * picture.step;
     if (picture.damage) part.damage = rowsWithin(*picture.damage, crop);
     return part;
 }

@@ -47,19 +47,20 @@ std::uint32_t cursorMode(ScreenCast::PointerMode mode) {
 
 } // namespace
 
-Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, const std::stop_token& cancel) {
+Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, Choice choice,
+                                                     const std::stop_token& cancel) {
     const RestoreToken remembered(kind == Kind::window ? "window" : "screen");
-    const std::string token = remembered.load();
-    auto cast = open(kind, token, cancel);
+    const std::string token = choice == Choice::asTheLastTime ? remembered.load() : std::string();
+    auto cast = openWith(token, kind, cancel);
     // Portals fail on a token they do not know, or that names what is no longer there; without it they ask.
     const bool hasFailed = !cast && !cast.error().isCancelled();
-    if (hasFailed && !token.empty()) cast = open(kind, {}, cancel);
+    if (hasFailed && !token.empty()) cast = openWith({}, kind, cancel);
     if (cast) remembered.save((*cast)->nextToken_);
     return cast;
 }
 
-Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, const std::string& token,
-                                                     const std::stop_token& cancel) {
+Result<std::unique_ptr<ScreenCast>> ScreenCast::openWith(const std::string& token, Kind kind,
+                                                         const std::stop_token& cancel) {
     auto bus = PortalBus::connect();
     if (!bus) return std::unexpected(bus.error());
     std::unique_ptr<ScreenCast> cast(new ScreenCast(std::move(*bus)));

@@ -18,11 +18,13 @@ namespace glintro {
 class ScreenCast {
   public:
     enum class Kind { screen, window };
+    enum class Choice { asTheLastTime, anew };
     enum class PointerMode { metadata, hidden, embedded };
 
-    // Asks the user, unless the portal remembers what they chose the last time. Takes as long as they do; see
-    // ScreenCapture::open.
-    [[nodiscard]] static Result<std::unique_ptr<ScreenCast>> open(Kind kind, const std::stop_token& cancel);
+    // Asks the user, unless they are to get what they chose the last time and the portal remembers it. Takes
+    // as long as they do; see ScreenCapture::open.
+    [[nodiscard]] static Result<std::unique_ptr<ScreenCast>> open(Kind kind, Choice choice,
+                                                                  const std::stop_token& cancel);
     ~ScreenCast();
 
     PointerMode pointerMode() const { return pointerMode_; }
@@ -34,14 +36,15 @@ class ScreenCast {
     Point position() const { return position_; }
     std::optional<Size> size() const { return size_; }
 
-    // Readable when there may be something to process(); false when the desktop has ended the session.
+    // Readable when there may be something to process(); false when the desktop has ended the session, or the
+    // portal is gone, which alone would tell.
     int descriptor() const { return bus_->descriptor(); }
-    bool process() { return bus_->process() && !isClosed_; }
+    bool process() { return bus_->process() && !isClosed_ && !bus_->portalIsGone(); }
 
   private:
     explicit ScreenCast(std::unique_ptr<PortalBus> bus) : bus_(std::move(bus)) {}
-    static Result<std::unique_ptr<ScreenCast>> open(Kind kind, const std::string& token,
-                                                    const std::stop_token& cancel);
+    static Result<std::unique_ptr<ScreenCast>> openWith(const std::string& token, Kind kind,
+                                                        const std::stop_token& cancel);
     Result<void> createSession(const std::stop_token& cancel);
     Result<void> choosePointerMode();
     Result<void> selectSources(Kind kind, const std::string& token, const std::stop_token& cancel);

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -135,6 +137,16 @@ class NodeCast : public ::testing::Test {
         pictures_.push_back(picture);
         pictures_.back().pixels = nullptr; // not for longer than the call
         values_.push_back(picture.pixels[0]);
+        shown_ = shownBy(picture);
+    }
+    static std::vector<std::string> shownBy(const CastPicture& picture) {
+        std::vector<std::string> rows;
+        for (int y = 0; y < picture.size.height; ++y) {
+            rows.emplace_back();
+            for (int x = 0; x < picture.size.width; ++x)
+                rows.back() += static_cast<char>(picture.pixels[y * picture.stride + x * picture.step]);
+        }
+        return rows;
     }
     // What a condition reads must be read under the connection's lock.
     bool until(const std::function<bool()>& condition) {
@@ -168,6 +180,7 @@ class NodeCast : public ::testing::Test {
     std::unique_ptr<CastStream> stream_;
     std::vector<CastPicture> pictures_;
     std::vector<int> values_;
+    std::vector<std::string> shown_; // of the last picture, a letter for each pixel
     std::vector<std::optional<Point>> pointers_;
 };
 
@@ -201,6 +214,32 @@ TEST_F(NodeCast, ReadsWhatComesBesideThePictures) {
     ASSERT_TRUE(untilValue(3));
     EXPECT_GE(last().hostTime, before) << "a time of the wall clock is none of ours";
     EXPECT_LE(last().hostTime, hostTime());
+}
+
+// Four pixels by two, each with a number of its own; what a user sees of it, row by row.
+TEST_F(NodeCast, TurnsAScreenThatStandsOnItsSide) {
+    const std::pair<std::uint32_t, std::vector<std::string>> rows[] = {
+        {SPA_META_TRANSFORMATION_None, {"0123", "4567"}},
+        {SPA_META_TRANSFORMATION_90, {"40", "51", "62", "73"}},
+        {SPA_META_TRANSFORMATION_180, {"7654", "3210"}},
+        {SPA_META_TRANSFORMATION_270, {"37", "26", "15", "04"}},
+        {SPA_META_TRANSFORMATION_Flipped, {"3210", "7654"}},
+        {SPA_META_TRANSFORMATION_Flipped90, {"04", "15", "26", "37"}},
+        {SPA_META_TRANSFORMATION_Flipped180, {"4567", "0123"}},
+        {SPA_META_TRANSFORMATION_Flipped270, {"73", "62", "51", "40"}}};
+    ScreenNode node({4, 2}, SPA_VIDEO_FORMAT_BGRx);
+    look(node.id());
+    ASSERT_TRUE(untilItShows(node));
+    for (const auto& [turn, seen] : rows) {
+        node.send(0, [&](const ScreenNode::Sheet& sheet) {
+            sheet.turn->transform = turn;
+            sheet.damage[0] = {{0, 0}, {4, 1}};
+            auto* pixels = static_cast<std::uint8_t*>(sheet.data->data);
+            for (int i = 0; i < 8; ++i) std::memset(pixels + 4 * i, '0' + i, 4);
+        });
+        EXPECT_TRUE(until([&] { return shown_ == seen; })) << turn;
+        EXPECT_EQ(last().damage.has_value(), turn == SPA_META_TRANSFORMATION_None);
+    }
 }
 
 TEST_F(NodeCast, BuffersWithoutAPictureMoveThePointerOnly) {

@@ -105,10 +105,12 @@ TEST(EvdevPresses, ReadsDevicesThatAreThereAndThatComeLater) {
     EXPECT_EQ(count(), 2U);
 }
 
-TEST(EvdevPresses, SeesNothingWithoutDevices) {
+TEST(EvdevPresses, SeesNothingWithoutPointingDevices) {
     const TemporaryFolder folder;
     EXPECT_FALSE(EvdevPresses(folder.path()).canSee());
     EXPECT_FALSE(EvdevPresses(folder / "missing").canSee());
+    const FakeDevice gamePad(folder / "event0");
+    EXPECT_FALSE(EvdevPresses(folder.path(), [](int) -> std::optional<Device> { return {}; }).canSee());
 }
 
 } // namespace

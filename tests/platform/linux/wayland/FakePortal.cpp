@@ -94,6 +94,7 @@ void FakePortal::run(const std::stop_token& stop) {
 }
 
 int FakePortal::handle(sd_bus_message* message) {
+    if (behaviour_.isHung) return 1;
     const std::string method = sd_bus_message_get_member(message);
     if (method == "Get") return answerProperty(message);
     const Call call = read(message);

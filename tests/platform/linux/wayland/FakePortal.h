@@ -34,6 +34,7 @@ class FakePortal {
     struct Behaviour {
         std::map<std::string, std::uint32_t> properties; // of all interfaces; an unknown one is an error
         std::map<std::string, std::uint32_t> verdicts;   // by method; granted where absent
+        bool isHung = false;                             // and answers nothing
     };
     struct Call {
         std::string method;

@@ -20,6 +20,8 @@ using test::PrivateBus;
 using test::ScopedEnvironment;
 using test::waitUntil;
 
+using Choice = ScreenCast::Choice;
+
 const std::map<std::string, std::uint32_t> kScreenCast = {{"version", 4}, {"AvailableCursorModes", 7}};
 
 // What cannot be had from a real desktop without a user at it: refusals, and portals that lack something.
@@ -88,13 +90,35 @@ TEST_F(PortalAnswers, ATokenThatFailsIsTriedOnceWithoutButARefusalStands) {
     }
 }
 
+TEST_F(PortalAnswers, AreAskedForAnewUntilTheUserHasChosen) {
+    remember("old");
+    const auto capture = createPortalScreenCapture();
+    capture->forgetChoice();
+    // Whoever gives up has not agreed to the old choice. A PipeWire that is missing comes after the choice.
+    const ScopedEnvironment noPipeWire("PIPEWIRE_REMOTE", "none");
+    const std::pair<std::uint32_t, bool> rows[] = {{1, false}, {0, false}, {0, true}};
+    for (const auto& [verdict, usesToken] : rows) {
+        FakePortal portal({kScreenCast, {{"Start", verdict}}});
+        EXPECT_FALSE(capture->open(DisplayFilter{1}, {}));
+        const auto calls = portal.calls("SelectSources");
+        ASSERT_EQ(calls.size(), 1U);
+        EXPECT_EQ(calls.front().options.contains("restore_token"), usesToken);
+        EXPECT_EQ(remembered(), verdict == 0 ? "next" : "old");
+    }
+}
+
+TEST_F(PortalAnswers, ThatAreLongInComingDoNotHoldUpAWindow) {
+    FakePortal portal({.properties = {}, .verdicts = {}, .isHung = true});
+    EXPECT_TRUE(createPortalScreenCapture()->hasAccess()) << "nobody has said that it cannot be done";
+}
+
 TEST_F(PortalAnswers, AskForTheBestPointerThatIsOffered) {
     using Mode = ScreenCast::PointerMode;
     const std::tuple<std::uint32_t, const char*, Mode> rows[] = {
         {7, "4", Mode::metadata}, {3, "1", Mode::hidden}, {2, "2", Mode::embedded}};
     for (const auto& [offered, asked, mode] : rows) {
         FakePortal portal({{{"version", 4}, {"AvailableCursorModes", offered}}, {}});
-        const auto cast = ScreenCast::open(ScreenCast::Kind::window, {});
+        const auto cast = ScreenCast::open(ScreenCast::Kind::window, Choice::asTheLastTime, {});
         ASSERT_TRUE(cast) << cast.error().message;
         EXPECT_EQ((*cast)->pointerMode(), mode);
         const auto options = portal.calls("SelectSources").at(0).options;
@@ -107,7 +131,7 @@ TEST_F(PortalAnswers, AskForTheBestPointerThatIsOffered) {
 TEST_F(PortalAnswers, TellWhereTheScreenIsAndWhenTheDesktopEndsTheSession) {
     FakePortal portal({kScreenCast, {}});
     {
-        auto cast = ScreenCast::open(ScreenCast::Kind::screen, {});
+        auto cast = ScreenCast::open(ScreenCast::Kind::screen, Choice::asTheLastTime, {});
         ASSERT_TRUE(cast) << cast.error().message;
         EXPECT_EQ((*cast)->node(), 42U);
         EXPECT_EQ((*cast)->position(), (Point{1920, 30}));
@@ -117,7 +141,7 @@ TEST_F(PortalAnswers, TellWhereTheScreenIsAndWhenTheDesktopEndsTheSession) {
         portal.closeSession();
         EXPECT_TRUE(waitUntil([&] { return !(*cast)->process(); }));
     }
-    ASSERT_TRUE(ScreenCast::open(ScreenCast::Kind::screen, {}));
+    ASSERT_TRUE(ScreenCast::open(ScreenCast::Kind::screen, Choice::asTheLastTime, {}));
     // A session that the desktop has ended is not there to be closed; the other one is.
     EXPECT_TRUE(waitUntil([&] { return portal.calls("Close").size() == 1; }));
 }

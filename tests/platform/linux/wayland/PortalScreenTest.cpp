@@ -200,7 +200,7 @@ TEST_P(PortalScreenEnds, WithOneSentence) {
 
 INSTANTIATE_TEST_SUITE_P(When, PortalScreenEnds,
                          ::testing::Values("GLINTRO_TEST_MUTTER", "GLINTRO_TEST_PIPEWIRE",
-                                           "GLINTRO_TEST_GNOME"),
+                                           "GLINTRO_TEST_GNOME", "GLINTRO_TEST_PORTAL"),
                          [](const auto& row) { return std::string(row.param).substr(13) + "Dies"; });
 
 } // namespace

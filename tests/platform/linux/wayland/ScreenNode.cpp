@@ -100,9 +100,10 @@ void ScreenNode::describeBuffers() {
             SPA_POD_Int(size_.width * 4))),
         metaOf(builder, SPA_META_Header, sizeof(spa_meta_header)),
         metaOf(builder, SPA_META_VideoCrop, sizeof(spa_meta_region)),
+        metaOf(builder, SPA_META_VideoTransform, sizeof(spa_meta_videotransform)),
         metaOf(builder, SPA_META_VideoDamage, kRegions * sizeof(spa_meta_region)),
         metaOf(builder, SPA_META_Cursor, sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + 64 * 64 * 4)};
-    pw_stream_update_params(stream_.get(), parameters, 5);
+    pw_stream_update_params(stream_.get(), parameters, 6);
 }
 
 void ScreenNode::send(std::uint8_t value, const std::function<void(const Sheet&)>& write) {
@@ -129,7 +130,8 @@ void ScreenNode::fill(spa_buffer& buffer, std::uint8_t value,
     if (!write) return;
     write({&buffer.datas[0], metaIn<spa_meta_header>(buffer, SPA_META_Header),
            metaIn<spa_meta_cursor>(buffer, SPA_META_Cursor), metaIn<spa_region>(buffer, SPA_META_VideoCrop),
-           metaIn<spa_region>(buffer, SPA_META_VideoDamage)});
+           metaIn<spa_region>(buffer, SPA_META_VideoDamage),
+           metaIn<spa_meta_videotransform>(buffer, SPA_META_VideoTransform)});
 }
 
 } // namespace glintro::test

@@ -21,6 +21,7 @@ class ScreenNode {
         spa_meta_cursor* pointer = nullptr;
         spa_region* crop = nullptr;
         spa_region* damage = nullptr; // 16 of them
+        spa_meta_videotransform* turn = nullptr;
     };
 
     // In the daemon that the environment names.

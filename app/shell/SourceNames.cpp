@@ -34,11 +34,6 @@ QString caseless(const std::string& text) {
     return QString::fromStdString(text).toCaseFolded();
 }
 
-std::string shortened(const std::string& name) {
-    const QString whole = QString::fromStdString(printable(name));
-    return (whole.size() <= kLongestName ? whole : whole.left(kLongestName - 1) + u'…').toStdString();
-}
-
 std::string listed(const std::vector<std::string>& names) {
     std::string list;
     for (std::size_t i = 0; i < std::min(names.size(), kMostNamed); ++i)
@@ -60,7 +55,8 @@ std::string choices(const std::vector<ShareableWindow>& windows) {
     std::vector<std::string> names;
     for (const ShareableWindow& window : windows)
         names.push_back(fmt::format(
-            "“{}” (id {})", shortened(window.title.empty() ? window.application : window.title), window.id));
+            "“{}” (id {})", shortened(window.title.empty() ? window.application : window.title, kLongestName),
+            window.id));
     return listed(names);
 }
 

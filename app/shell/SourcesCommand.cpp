@@ -15,6 +15,8 @@ namespace {
 using Align = TextTable::Align;
 using nlohmann::json;
 
+constexpr int kLongestName = 60; // columns
+
 struct Sources {
     Result<ShareableContent> screen;
     Result<std::vector<SoundDevice>> microphones;
@@ -38,8 +40,8 @@ std::string displayTable(const std::vector<ShareableDisplay>& displays) {
 std::string windowTable(const std::vector<ShareableWindow>& windows) {
     TextTable table({{"Id", Align::right}, {"Title"}, {"Application"}, {"Size"}});
     for (const ShareableWindow& window : windows)
-        table.add({std::to_string(window.id), printable(window.title), printable(window.application),
-                   sizeText(window.frame)});
+        table.add({std::to_string(window.id), shortened(window.title, kLongestName),
+                   shortened(window.application, kLongestName), sizeText(window.frame)});
     return table.text();
 }
 

@@ -17,6 +17,10 @@ bool startsHighControl(std::string_view text) {
     return text.size() >= 2 && text[0] == '\xC2' && static_cast<unsigned char>(text[1]) < 0xA0;
 }
 
+bool startsCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+}
+
 std::string padded(const std::string& cell, int width, TextTable::Align align) {
     const auto missing = static_cast<std::size_t>(std::max(width - columnsOf(cell), 0));
     const std::string blank(missing, ' ');
@@ -26,8 +30,7 @@ std::string padded(const std::string& cell, int width, TextTable::Align align) {
 } // namespace
 
 int columnsOf(std::string_view text) {
-    return static_cast<int>(
-        std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
+    return static_cast<int>(std::ranges::count_if(text, startsCharacter));
 }
 
 std::string printable(std::string_view text) {
@@ -38,6 +41,14 @@ std::string printable(std::string_view text) {
         text.remove_prefix(high ? 2 : 1);
     }
     return result;
+}
+
+std::string shortened(std::string_view text, int columns) {
+    std::string result = printable(text);
+    if (columnsOf(result) <= columns) return result;
+    std::size_t end = 0;
+    for (int column = 0; !startsCharacter(result[end]) || ++column < columns;) ++end;
+    return result.substr(0, end) + "…";
 }
 
 std::string bytesText(std::uintmax_t bytes) {

@@ -14,6 +14,9 @@ int columnsOf(std::string_view text);
 // The text with control characters replaced, so that what a file holds cannot steer the terminal.
 std::string printable(std::string_view text);
 
+// The same in at most so many columns, of at least one; the end of a longer text gives way to an ellipsis.
+std::string shortened(std::string_view text, int columns);
+
 std::string bytesText(std::uintmax_t bytes); // "824 kB", "12.3 MB", "1.05 GB"
 
 // Rows of cells under a heading, columns aligned and two spaces apart.

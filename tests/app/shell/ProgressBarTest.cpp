@@ -45,6 +45,13 @@ TEST(TerminalText, AlignsCellsByColumnsNotBytes) {
               "  long name  0.25×\n");
 }
 
+TEST(TerminalText, CutsLongTextsBetweenCharacters) {
+    EXPECT_EQ(shortened("Käse", 4), "Käse");
+    EXPECT_EQ(shortened("Käse", 3), "Kä…");
+    EXPECT_EQ(shortened("Käse", 2), "K…");
+    EXPECT_EQ(shortened(std::string(70'000, 'x') + "ä", 40), std::string(39, 'x') + "…");
+}
+
 TEST(TerminalText, ShowsNoControlCharacters) {
     EXPECT_EQ(printable("a\x1b[2Jb\nc\xC2\x9B"
                         "31m é"),

@@ -251,7 +251,7 @@ bool CaptureEngine::Impl::finishScreen() {
     if (microphoneSound) microphoneSound->flush();
     if (screen->video().writtenFrames() > 0) {
         const auto finished = writer->finish(endPts - firstPts);
-        if (!finished) notice(finished.error().message);
+        if (!finished && !hasFailed) notice(finished.error().message);
         if (finished || writer->progress().seconds > 0) return true;
     }
     std::error_code ignored;

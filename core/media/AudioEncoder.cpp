@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/media/MovieSentences.h"
+
 namespace glintro {
 namespace {
 
@@ -21,7 +23,7 @@ Result<std::unique_ptr<AudioEncoder>> AudioEncoder::create(const AudioTrackSetti
     av_channel_layout_default(&context->ch_layout, settings.channels);
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     const int code = avcodec_open2(context.get(), codec, nullptr);
-    if (code < 0) return ffmpegFailure("Couldn’t start writing.", code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     return std::unique_ptr<AudioEncoder>(new AudioEncoder(std::move(context)));
 }
 

@@ -9,13 +9,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core/media/MovieSentences.h"
 #include "core/media/OutputFailure.h"
 
 namespace glintro {
 namespace {
 
 std::unexpected<Failure> writeFailure(int error) {
-    return outputFailure("movie", error, "Couldn’t write the movie.");
+    return outputFailure("movie", error, kCannotWriteMovie);
 }
 
 // 0, or the error that kept some of the bytes from being written.
@@ -52,7 +53,7 @@ std::unexpected<Failure> busyFailure() {
 
 Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
     const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0) return outputFailure("movie", errno, "Couldn’t start writing.");
+    if (descriptor < 0) return outputFailure("movie", errno, kCannotStartMovie);
     FragmentFile created(descriptor, 0);
     if (isWrittenElsewhere(descriptor)) return busyFailure();
     if (auto emptied = created.truncate(0); !emptied) return std::unexpected(emptied.error());
@@ -72,7 +73,7 @@ Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Acces
     FragmentFile opened(descriptor, 0);
     struct stat status {};
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
-        return failure("The movie can’t be opened: it is damaged or not a movie.", "no regular file");
+        return failure(kCannotOpenMovie, "no regular file");
     }
     if (access == Access::readWrite && isWrittenElsewhere(descriptor)) return busyFailure();
     opened.size_ = static_cast<std::uint64_t>(status.st_size);
@@ -119,7 +120,7 @@ Result<Bytes> FragmentFile::read(std::uint64_t position, std::size_t count) cons
         const ssize_t got = ::pread(descriptor_, bytes.data() + filled, count - filled,
                                     static_cast<off_t>(position + filled));
         if (got < 0 && errno == EINTR) continue;
-        if (got < 0) return failure("Couldn’t read the recording.", std::strerror(errno), errno);
+        if (got < 0) return failure(kCannotReadMovie, std::strerror(errno), errno);
         if (got == 0) break;
         filled += static_cast<std::size_t>(got);
     }

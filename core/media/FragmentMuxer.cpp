@@ -1,6 +1,7 @@
 #include "core/media/FragmentMuxer.h"
 
 #include "core/media/FragmentSealing.h"
+#include "core/media/MovieSentences.h"
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -9,14 +10,11 @@ extern "C" {
 namespace glintro {
 namespace {
 
-constexpr const char* kCannotStart = "Couldn’t start writing.";
-constexpr const char* kCannotWrite = "Couldn’t write the movie.";
-
 Result<void> addStream(AVFormatContext& output, const AVCodecContext& encoder) {
     AVStream* stream = avformat_new_stream(&output, nullptr);
-    if (stream == nullptr) return failure(kCannotStart, "out of memory");
+    if (stream == nullptr) return failure(kCannotStartMovie, "out of memory");
     const int code = avcodec_parameters_from_context(stream->codecpar, &encoder);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     stream->time_base = encoder.time_base;
     stream->avg_frame_rate = encoder.framerate;
     // The only one of HEVC's two tags that every player knows.
@@ -37,10 +35,10 @@ void FragmentMuxer::Close::operator()(AVFormatContext* context) const {
 Result<FragmentMuxer> FragmentMuxer::create(const AVCodecContext& pictures, const AVCodecContext* sound) {
     AVFormatContext* context = nullptr;
     int code = avformat_alloc_output_context2(&context, nullptr, "mov", nullptr);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     FragmentMuxer muxer{OutputInMemory(context)};
     code = avio_open_dyn_buf(&context->pb);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     if (auto added = addStream(*context, pictures); !added) return std::unexpected(added.error());
     muxer.pictureTimeBase_ = pictures.time_base;
     if (sound != nullptr) {
@@ -60,11 +58,11 @@ Result<void> FragmentMuxer::writeBeginning() {
     av_dict_set(&options, "use_editlist", "0", 0);
     const int code = avformat_write_header(output_.get(), &options);
     av_dict_free(&options);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     auto header = takeOutput();
     if (!header) return std::unexpected(header.error());
     const auto type = BoxReader(*header).box();
-    if (!type || type->type != BoxType("ftyp")) return failure(kCannotStart, "no file type");
+    if (!type || type->type != BoxType("ftyp")) return failure(kCannotStartMovie, "no file type");
     beginning_ = std::move(*header);
     const Bytes box = placeholder(static_cast<std::uint32_t>(priming_));
     beginning_.insert(beginning_.begin() + static_cast<std::ptrdiff_t>(type->whole.size()), box.begin(),
@@ -86,7 +84,7 @@ Result<void> FragmentMuxer::write(AVPacket& packet, int stream, AVRational timeB
     packet.stream_index = stream;
     av_packet_rescale_ts(&packet, timeBase, output_->streams[stream]->time_base);
     const int code = av_write_frame(output_.get(), &packet);
-    if (code < 0) return ffmpegFailure(kCannotWrite, code);
+    if (code < 0) return ffmpegFailure(kCannotWriteMovie, code);
     return {};
 }
 
@@ -94,7 +92,7 @@ Result<Bytes> FragmentMuxer::cut() {
     int code = av_write_frame(output_.get(), nullptr);
     // Else the next fragment would begin where the last packet's guessed length ends.
     if (code >= 0) code = av_opt_set(output_->priv_data, "movflags", "+frag_discont", 0);
-    if (code < 0) return ffmpegFailure(kCannotWrite, code);
+    if (code < 0) return ffmpegFailure(kCannotWriteMovie, code);
     return takeOutput();
 }
 
@@ -105,7 +103,7 @@ Result<Bytes> FragmentMuxer::takeOutput() {
     Bytes bytes(data, data + size);
     av_free(data);
     const int code = avio_open_dyn_buf(&output_->pb);
-    if (code < 0) return ffmpegFailure(kCannotWrite, code);
+    if (code < 0) return ffmpegFailure(kCannotWriteMovie, code);
     return bytes;
 }
 

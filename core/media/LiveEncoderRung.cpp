@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "core/media/LiveVideoEncoder.h"
+#include "core/media/MovieSentences.h"
 
 extern "C" {
 #include <libavutil/hwcontext.h>
@@ -22,9 +23,6 @@ namespace glintro {
 namespace {
 
 using BufferRef = std::unique_ptr<AVBufferRef, FreeByAddress<av_buffer_unref>>;
-
-constexpr const char* kCannotStart = "Couldn’t start writing.";
-constexpr const char* kCannotEncode = "Couldn’t encode the movie.";
 
 // What one thread of x264 at its least effort does on a slow machine; more pixels than these get more
 // threads.
@@ -83,9 +81,9 @@ Result<void> attachDevice(AVCodecContext& context, const LiveEncoderRung& rung) 
     AVBufferRef* device = nullptr;
     int code = av_hwdevice_ctx_create(&device, type, nullptr, nullptr, 0);
     const BufferRef deviceOwner(device);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     BufferRef pool(av_hwframe_ctx_alloc(device));
-    if (!pool) return failure(kCannotStart, "out of memory");
+    if (!pool) return failure(kCannotStartMovie, "out of memory");
     auto& frames = *reinterpret_cast<AVHWFramesContext*>(pool->data);
     frames.format = context.codec->pix_fmts[0];
     frames.sw_format = AV_PIX_FMT_NV12;
@@ -93,7 +91,7 @@ Result<void> attachDevice(AVCodecContext& context, const LiveEncoderRung& rung) 
     frames.height = context.height;
     frames.initial_pool_size = 8;
     code = av_hwframe_ctx_init(pool.get());
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     context.pix_fmt = frames.format;
     context.hw_frames_ctx = pool.release();
     return {};
@@ -210,7 +208,7 @@ std::vector<LiveEncoderRung> liveLadder(const LiveVideoSettings& settings) {
 
 Result<CodecPtr> openRung(const LiveEncoderRung& rung, const LiveVideoSettings& settings) {
     const AVCodec* codec = avcodec_find_encoder_by_name(rung.codec.c_str());
-    if (codec == nullptr) return failure(kCannotStart, "FFmpeg has no " + rung.codec);
+    if (codec == nullptr) return failure(kCannotStartMovie, "FFmpeg has no " + rung.codec);
     CodecPtr context(avcodec_alloc_context3(codec));
     applySettings(*context, settings);
     context->pix_fmt = reads(*codec, AV_PIX_FMT_YUV420P) ? AV_PIX_FMT_YUV420P : AV_PIX_FMT_NV12;
@@ -219,20 +217,21 @@ Result<CodecPtr> openRung(const LiveEncoderRung& rung, const LiveVideoSettings& 
         if (auto attached = attachDevice(*context, rung); !attached) return std::unexpected(attached.error());
     }
     const int code = avcodec_open2(context.get(), codec, nullptr);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
-    if (context->extradata_size == 0) return failure(kCannotStart, rung.codec + " gives no parameter sets");
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
+    if (context->extradata_size == 0)
+        return failure(kCannotStartMovie, rung.codec + " gives no parameter sets");
     return context;
 }
 
 Result<FramePtr> frameFor(const AVCodecContext& encoder, const Picture& picture) {
     FramePtr frame = encoder.pix_fmt == AV_PIX_FMT_YUV420P ? frameOver(picture) : interleaved(picture);
-    if (!frame) return failure(kCannotEncode, "out of memory");
+    if (!frame) return failure(kCannotEncodeMovie, "out of memory");
     frame->color_range = encoder.color_range;
     if (encoder.hw_frames_ctx == nullptr) return frame;
     FramePtr carried = newFrame();
     int code = av_hwframe_get_buffer(encoder.hw_frames_ctx, carried.get(), 0);
     if (code >= 0) code = av_hwframe_transfer_data(carried.get(), frame.get(), 0);
-    if (code < 0) return ffmpegFailure(kCannotEncode, code);
+    if (code < 0) return ffmpegFailure(kCannotEncodeMovie, code);
     return carried;
 }
 

@@ -13,6 +13,7 @@
 #include "core/media/FragmentMuxer.h"
 #include "core/media/FragmentSealing.h"
 #include "core/media/LiveVideoEncoder.h"
+#include "core/media/MovieSentences.h"
 
 namespace glintro {
 namespace {
@@ -122,8 +123,7 @@ PacketSink LiveMovieWriter::Impl::soundSink() {
 Result<void> LiveMovieWriter::Impl::writeFrame(const Picture& picture, Seconds time) {
     const std::int64_t ticks = std::llround(time * kLiveTimeBase.den);
     const bool isInOrder = lastPicture ? ticks > *lastPicture : ticks == 0;
-    if (!std::isfinite(time) || !isInOrder)
-        return failure("Couldn’t write the movie.", "picture out of order");
+    if (!std::isfinite(time) || !isInOrder) return failure(kCannotWriteMovie, "picture out of order");
     lastPicture = ticks;
     return note(video->encode(picture, ticks, pictureSink()));
 }
@@ -238,7 +238,7 @@ Result<void> LiveMovieWriter::writeFrame(const Picture& picture, Seconds time) {
 }
 
 Result<void> LiveMovieWriter::writeAudio(std::span<const float> samples) {
-    if (!impl_->audio) return failure("Couldn’t write the movie.", "the movie has no audio track");
+    if (!impl_->audio) return failure(kCannotWriteMovie, "the movie has no audio track");
     return impl_->note(impl_->audio->encode(samples, impl_->soundSink()));
 }
 

@@ -3,11 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/media/MovieSentences.h"
+
 namespace glintro {
 namespace {
-
-constexpr const char* kCannotStart = "Couldn’t start writing.";
-constexpr const char* kCannotEncode = "Couldn’t encode the movie.";
 
 bool isEncodable(const LiveVideoSettings& settings) {
     const auto [width, height] = settings.size;
@@ -53,14 +52,15 @@ std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,
 } // namespace
 
 Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings) {
-    if (!isEncodable(settings)) return failure(kCannotStart, "video settings out of range");
+    if (!isEncodable(settings)) return failure(kCannotStartMovie, "video settings out of range");
     prepareFFmpeg();
     return create(settings, fastEnough(liveLadder(settings), settings));
 }
 
 Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings,
                                                                    std::vector<LiveEncoderRung> ladder) {
-    if (!isEncodable(settings) || ladder.empty()) return failure(kCannotStart, "video settings out of range");
+    if (!isEncodable(settings) || ladder.empty())
+        return failure(kCannotStartMovie, "video settings out of range");
     std::unique_ptr<LiveVideoEncoder> encoder(new LiveVideoEncoder(settings, std::move(ladder)));
     if (auto described = encoder->describe(); !described) return std::unexpected(described.error());
     return encoder;
@@ -105,7 +105,7 @@ Result<void> LiveVideoEncoder::describe() {
     description_->chroma_sample_location = encoder_->chroma_sample_location;
     description_->extradata =
         static_cast<std::uint8_t*>(av_mallocz(parameterSets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-    if (description_->extradata == nullptr) return failure(kCannotStart, "out of memory");
+    if (description_->extradata == nullptr) return failure(kCannotStartMovie, "out of memory");
     std::ranges::copy(parameterSets, description_->extradata);
     description_->extradata_size = static_cast<int>(parameterSets.size());
     return {};
@@ -153,13 +153,13 @@ Result<void> LiveVideoEncoder::encodeOnce(const Picture& picture, std::int64_t t
         return sink(packet);
     };
     if (auto pumped = pumpEncoder(*encoder_, frame->get(), passOn); !pumped) return pumped;
-    return given ? Result<void>{} : failure(kCannotEncode, "the encoder holds pictures back");
+    return given ? Result<void>{} : failure(kCannotEncodeMovie, "the encoder holds pictures back");
 }
 
 Result<void> LiveVideoEncoder::encode(const Picture& picture, std::int64_t time, const PacketSink& sink) {
     const bool fits = picture.layout == PixelLayout::yuv420 && picture.size == settings_.size;
     if (!fits || (lastTime_ && time <= *lastTime_))
-        return failure(kCannotEncode, "picture or time out of order");
+        return failure(kCannotEncodeMovie, "picture or time out of order");
     lastTime_ = time;
     bool written = false;
     Result<void> sunk;

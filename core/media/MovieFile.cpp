@@ -5,11 +5,11 @@
 #include <cmath>
 #include <utility>
 
+#include "core/media/MovieSentences.h"
+
 namespace glintro {
 namespace {
 
-constexpr const char* kCannotOpen = "The movie can’t be opened: it is damaged or not a movie.";
-constexpr const char* kCannotRead = "Couldn’t read the recording.";
 constexpr const char* kCutOff =
     "The movie is incomplete: its file was cut off. Copy it again from where it came.";
 constexpr const char* kNoVideo = "The recording has no video track.";
@@ -29,7 +29,7 @@ std::unexpected<Failure> openFailure(int code) {
         case EISDIR:
             return ffmpegFailure("The movie can’t be opened: it is a folder.", code);
         default:
-            return ffmpegFailure(kCannotOpen, code);
+            return ffmpegFailure(kCannotOpenMovie, code);
     }
 }
 
@@ -143,7 +143,7 @@ Result<bool> MovieFile::read(AVPacket& packet) {
         }
         if (code == AVERROR_EOF || avio_feof(input_->pb) != 0) return false;
         if (code != AVERROR_INVALIDDATA || ++damagedReads_ > kMostDamagedReads) {
-            return ffmpegFailure(kCannotRead, code);
+            return ffmpegFailure(kCannotReadMovie, code);
         }
     }
 }
@@ -152,7 +152,7 @@ Result<void> MovieFile::seek(const AVStream& stream, std::int64_t time) {
     int code = avformat_seek_file(input_.get(), stream.index, INT64_MIN, time, time, 0);
     if (code < 0) code = avformat_seek_file(input_.get(), stream.index, INT64_MIN, time, INT64_MAX, 0);
     if (code < 0) code = av_seek_frame(input_.get(), -1, 0, AVSEEK_FLAG_BYTE);
-    if (code < 0) return ffmpegFailure(kCannotRead, code);
+    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
     damagedReads_ = 0;
     return {};
 }

@@ -5,13 +5,13 @@
 
 #include "core/media/FFmpegHandles.h"
 #include "core/media/MovieFile.h"
+#include "core/media/MovieSentences.h"
 #include "core/media/PictureConverter.h"
 #include "core/media/VideoDecoder.h"
 
 namespace glintro {
 namespace {
 
-constexpr const char* kCannotRead = "Couldn’t read the recording.";
 constexpr Seconds kTimeSlack = 0.0005;
 // Frames this long before the wanted one are decoded whole: any of them may be the one on screen.
 constexpr Seconds kDecodedWhole = 0.5;
@@ -169,8 +169,8 @@ const MovieProperties& MovieReader::properties() const {
 Result<MovieFrame> MovieReader::frameAt(Seconds time) {
     Impl& reader = *impl_;
     if (auto found = reader.find(reader.streamTime(time)); !found) return std::unexpected(found.error());
-    if (!reader.current) return failure(kCannotRead, "no frame could be decoded");
-    if (reader.isPastMissingData(time)) return failure(kCannotRead, "the file ends early");
+    if (!reader.current) return failure(kCannotReadMovie, "no frame could be decoded");
+    if (reader.isPastMissingData(time)) return failure(kCannotReadMovie, "the file ends early");
     if (!reader.current.picture) {
         auto picture = reader.converter.convert(*reader.current.frame);
         if (!picture) return std::unexpected(picture.error());

@@ -4,14 +4,12 @@
 
 #include "core/media/AudioEncoder.h"
 #include "core/media/FFmpegHandles.h"
+#include "core/media/MovieSentences.h"
 #include "core/media/OutputFailure.h"
 #include "core/media/VideoEncoder.h"
 
 namespace glintro {
 namespace {
-
-constexpr const char* kCannotStart = "Couldn’t start writing.";
-constexpr const char* kCannotWrite = "Couldn’t write the movie.";
 
 std::unexpected<Failure> writeFailure(int code, const char* fallback) {
     return outputFailure("movie", AVUNERROR(code), fallback);
@@ -22,18 +20,18 @@ Result<OutputPtr> openOutput(const std::filesystem::path& file) {
     const char* format = file.extension() == ".mov" ? "mov" : "mp4";
     const std::string url = fileUrl(file);
     int code = avformat_alloc_output_context2(&context, nullptr, format, url.c_str());
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     OutputPtr output(context);
     code = avio_open(&output->pb, url.c_str(), AVIO_FLAG_WRITE);
-    if (code < 0) return writeFailure(code, kCannotStart);
+    if (code < 0) return writeFailure(code, kCannotStartMovie);
     return output;
 }
 
 Result<AVStream*> addStream(AVFormatContext& output, const AVCodecContext& encoder) {
     AVStream* stream = avformat_new_stream(&output, nullptr);
-    if (stream == nullptr) return failure(kCannotStart);
+    if (stream == nullptr) return failure(kCannotStartMovie);
     const int code = avcodec_parameters_from_context(stream->codecpar, &encoder);
-    if (code < 0) return ffmpegFailure(kCannotStart, code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     stream->time_base = encoder.time_base;
     stream->avg_frame_rate = encoder.framerate;
     return stream;
@@ -88,7 +86,7 @@ Result<void> MovieWriter::Impl::start(const std::filesystem::path& file,
     av_dict_set(&options, "movflags", "+faststart", 0);
     const int code = avformat_write_header(output.get(), &options);
     av_dict_free(&options);
-    if (code < 0) return writeFailure(code, kCannotStart);
+    if (code < 0) return writeFailure(code, kCannotStartMovie);
     return {};
 }
 
@@ -96,7 +94,7 @@ Result<void> MovieWriter::Impl::mux(AVPacket& packet, const AVCodecContext& enco
     packet.stream_index = stream.index;
     av_packet_rescale_ts(&packet, encoder.time_base, stream.time_base);
     const int code = av_interleaved_write_frame(output.get(), &packet);
-    if (code < 0) return writeFailure(code, kCannotWrite);
+    if (code < 0) return writeFailure(code, kCannotWriteMovie);
     return {};
 }
 
@@ -118,7 +116,7 @@ Result<void> MovieWriter::writeFrame(const Picture& picture, std::int64_t index)
 }
 
 Result<void> MovieWriter::writeAudio(std::span<const float> samples) {
-    if (!impl_->audio) return failure(kCannotWrite, "the movie has no audio track");
+    if (!impl_->audio) return failure(kCannotWriteMovie, "the movie has no audio track");
     return impl_->audio->encode(samples, impl_->audioSink());
 }
 
@@ -133,7 +131,7 @@ Result<void> MovieWriter::finish() {
     const int buffered = impl_->output->pb->error;
     const int closed = avio_closep(&impl_->output->pb);
     for (const int code : {written, buffered, closed}) {
-        if (code < 0) return writeFailure(code, kCannotWrite);
+        if (code < 0) return writeFailure(code, kCannotWriteMovie);
     }
     return {};
 }

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "core/media/MovieSentences.h"
+
 extern "C" {
 #include <libavutil/opt.h>
 }
@@ -11,7 +13,6 @@ extern "C" {
 namespace glintro {
 namespace {
 
-constexpr const char* kCannotRead = "Couldn’t read the recording.";
 constexpr double kRate = SoundTrack::kSampleRate;
 // Decoders need some packets before the wanted one until what they give is right.
 constexpr std::int64_t kPreroll = SoundTrack::kSampleRate / 4;
@@ -31,7 +32,7 @@ Result<CodecPtr> openDecoder(const AVStream& stream) {
     context->pkt_timebase = stream.time_base;
     context->thread_count = 1;
     if (code >= 0) code = avcodec_open2(context.get(), codec, nullptr);
-    if (code < 0) return ffmpegFailure(kCannotRead, code);
+    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
     return context;
 }
 
@@ -178,7 +179,7 @@ Result<void> SoundTrack::prepareResampler(const AVFrame& frame) {
     constexpr double kSame[2] = {1, 1};
     if (code >= 0 && frame.ch_layout.nb_channels == 1) code = swr_set_matrix(context, kSame, 1);
     if (code >= 0) code = swr_init(context);
-    if (code < 0) return ffmpegFailure(kCannotRead, code);
+    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
     resampledFrom_.reset(av_frame_clone(&frame));
     return {};
 }

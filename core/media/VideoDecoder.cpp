@@ -2,10 +2,11 @@
 
 #include <utility>
 
+#include "core/media/MovieSentences.h"
+
 namespace glintro {
 namespace {
 
-constexpr const char* kCannotRead = "Couldn’t read the recording.";
 constexpr int kMostErrors = 1000; // without a frame in between
 
 int threadCount(MovieReader::Access access) {
@@ -25,14 +26,14 @@ Result<VideoDecoder> VideoDecoder::create(const AVStream& stream, MovieReader::A
     }
     CodecPtr context(avcodec_alloc_context3(codec));
     int code = avcodec_parameters_to_context(context.get(), stream.codecpar);
-    if (code < 0) return ffmpegFailure(kCannotRead, code);
+    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
     context->pkt_timebase = stream.time_base;
     context->thread_count = threadCount(access);
     context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     // Cropped to the pixel, even where a plane then starts at an odd address.
     context->flags |= AV_CODEC_FLAG_UNALIGNED;
     code = avcodec_open2(context.get(), codec, nullptr);
-    if (code < 0) return ffmpegFailure(kCannotRead, code);
+    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
     return VideoDecoder(std::move(context));
 }
 
@@ -42,14 +43,14 @@ Result<FramePtr> VideoDecoder::next(MovieFile& file) {
         const int code = avcodec_receive_frame(context_.get(), frame.get());
         if (code == 0 && frame->best_effort_timestamp != AV_NOPTS_VALUE) return frame;
         if (code == AVERROR_EOF) return FramePtr();
-        if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotRead, code);
+        if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotReadMovie, code);
         if (code != AVERROR(EAGAIN)) {
             ++errors;
         } else if (auto fed = feed(file); !fed) {
             return std::unexpected(fed.error());
         }
     }
-    return failure(kCannotRead, "too many damaged frames");
+    return failure(kCannotReadMovie, "too many damaged frames");
 }
 
 Result<void> VideoDecoder::feed(MovieFile& file) {
@@ -64,7 +65,7 @@ Result<void> VideoDecoder::feed(MovieFile& file) {
     context_->skip_frame = isEarly ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
     // A damaged packet costs its own frame only, as in any player.
     const int code = avcodec_send_packet(context_.get(), packet_.get());
-    if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotRead, code);
+    if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotReadMovie, code);
     return {};
 }
 

@@ -2,14 +2,14 @@
 
 #include <utility>
 
+#include "core/media/MovieSentences.h"
+
 extern "C" {
 #include <libavutil/opt.h>
 }
 
 namespace glintro {
 namespace {
-
-constexpr const char* kCannotEncode = "Couldn’t encode the movie.";
 
 const AVCodec* findEncoder() {
     const AVCodec* x264 = avcodec_find_encoder_by_name("libx264");
@@ -61,24 +61,24 @@ FramePtr copy(const Picture& picture) {
 } // namespace
 
 Result<std::unique_ptr<VideoEncoder>> VideoEncoder::create(const VideoTrackSettings& settings) {
-    if (!isEncodable(settings)) return failure("Couldn’t start writing.", "video settings out of range");
+    if (!isEncodable(settings)) return failure(kCannotStartMovie, "video settings out of range");
     const AVCodec* codec = findEncoder();
     if (codec == nullptr)
         return failure("Movies can’t be written: FFmpeg was built without an H.264 encoder.");
     CodecPtr context(avcodec_alloc_context3(codec));
     applySettings(*context, settings);
     const int code = avcodec_open2(context.get(), codec, nullptr);
-    if (code < 0) return ffmpegFailure("Couldn’t start writing.", code);
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     return std::unique_ptr<VideoEncoder>(new VideoEncoder(std::move(context)));
 }
 
 Result<void> VideoEncoder::encode(const Picture& picture, std::int64_t index, const PacketSink& sink) {
     const bool fits =
         picture.layout == PixelLayout::yuv420 && picture.size == PixelSize{context_->width, context_->height};
-    if (!fits || index <= lastIndex_) return failure(kCannotEncode, "picture or index out of order");
+    if (!fits || index <= lastIndex_) return failure(kCannotEncodeMovie, "picture or index out of order");
     lastIndex_ = index;
     FramePtr frame = picture.storage ? frameOver(picture) : copy(picture);
-    if (!frame) return failure(kCannotEncode, "out of memory");
+    if (!frame) return failure(kCannotEncodeMovie, "out of memory");
     frame->pts = index;
     frame->color_range = context_->color_range;
     return pumpEncoder(*context_, frame.get(), sink);
@@ -113,7 +113,7 @@ Result<void> pumpEncoder(AVCodecContext& encoder, const AVFrame* frame, const Pa
         if (auto muxed = sink(*packet); !muxed) return muxed;
     }
     if (code == AVERROR(EAGAIN) || code == AVERROR_EOF) return {};
-    return ffmpegFailure(kCannotEncode, code);
+    return ffmpegFailure(kCannotEncodeMovie, code);
 }
 
 } // namespace glintro

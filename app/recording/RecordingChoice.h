@@ -35,6 +35,8 @@ class RecordingChoice {
     const std::optional<CaptureSource::Kind>& selection() const { return selection_; }
     const std::optional<Rect>& area() const { return area_; }
 
+    // Whether the user chooses in a dialog of the system's when the take begins.
+    bool isMadeInDialog() const { return content_.chosenInDialog; }
     // Whether there is something to record in this mode.
     bool isComplete() const;
     // What to record; only of a complete choice. Fails for an area that cannot be recorded.

@@ -102,6 +102,10 @@ void RecordingController::select(const CaptureSource::Kind& kind) {
     emit choiceChanged();
 }
 
+void RecordingController::chooseAgain() {
+    if (isChoosing()) seams_.platform.screen().forgetChoice();
+}
+
 void RecordingController::setArea(const Rect& area) {
     if (!isChoosing()) return;
     choice_.setArea(area);

@@ -38,6 +38,7 @@ class RecordingController : public QObject {
     Q_PROPERTY(bool isStarting READ isStarting NOTIFY choiceChanged FINAL)
     Q_PROPERTY(bool canStart READ canStart NOTIFY choiceChanged FINAL)
     Q_PROPERTY(RecordingChoice::Mode mode READ mode WRITE setMode NOTIFY choiceChanged FINAL)
+    Q_PROPERTY(bool isChosenInDialog READ isChosenInDialog NOTIFY sourcesChanged FINAL)
     Q_PROPERTY(QList<CaptureSource> displays READ displays NOTIFY sourcesChanged FINAL)
     Q_PROPERTY(QList<CaptureSource> windows READ windows NOTIFY sourcesChanged FINAL)
     Q_PROPERTY(QVariant selection READ selectionValue NOTIFY choiceChanged FINAL)
@@ -79,6 +80,9 @@ class RecordingController : public QObject {
     // By id or name, for takes to come; the default ones when absent.
     void setDevices(std::optional<std::string> microphone, std::optional<std::string> camera);
 
+    // The next take asks in the system's dialog, also where that would repeat the last choice.
+    Q_INVOKABLE void chooseAgain();
+
     Q_INVOKABLE void start();
     Q_INVOKABLE void cancelCountdown();
     Q_INVOKABLE void togglePause();
@@ -90,6 +94,7 @@ class RecordingController : public QObject {
     int countdownNumber() const { return phase_ == Phase::countdown ? countdownNumber_ : 0; }
     bool isStarting() const { return isStarting_; }
     bool canStart() const { return !isStarting_ && choice_.isComplete(); }
+    bool isChosenInDialog() const { return choice_.isMadeInDialog(); }
     Mode mode() const { return choice_.mode(); }
     const QList<CaptureSource>& displays() const { return choice_.displays(); }
     const QList<CaptureSource>& windows() const { return choice_.windows(); }

@@ -223,6 +223,9 @@ void Grammar::describeRecord() {
     addName(*record_, "--display", to.display, "The display, by its number or name\n(default: the main one)");
     addName(*record_, "--window", to.window, "A window alone, by its title, its application or id");
     addArea(*record_, to.area);
+    record_->add_flag_callback(
+        "--choose", [&to] { to.choose = true; },
+        "Choose again, where the desktop asks\nonly once what to record");
     addSeconds(*record_, "--seconds", kTakeSeconds, to.seconds, "End by itself after so long");
     addDevice(*record_, "--mic", to.microphone, "Record the microphone, the default one\nor the one named");
     addDevice(*record_, "--camera", to.camera, "Record the camera, the default one\nor the one named");

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -44,8 +45,24 @@ class ConsoleViews final : public RecordingViews {
     }
     void alert(const QString&, const QString& text) override { keep(text.toStdString()); }
     void notice(const QString& sentence) override {
-        line_.wipe();
-        console_.warn(sentence.toStdString());
+        notices_.push_back(sentence.toStdString());
+        if (isRunning_) tell();
+    }
+
+    // Notices wait for this, for the last one may be why there is no take.
+    void takeRuns() {
+        isRunning_ = true;
+        tell();
+    }
+    // Why no take came of it, after all that was noticed before.
+    Failure whyNothing() {
+        Failure why = failure_.value_or(Failure{"Nothing was recorded."});
+        if (!failure_ && !notices_.empty()) {
+            why = {notices_.back()};
+            notices_.pop_back();
+        }
+        tell();
+        return why;
     }
 
     const std::optional<Project>& reel() const { return reel_; }
@@ -58,8 +75,15 @@ class ConsoleViews final : public RecordingViews {
         failure_ = Failure{sentence};
     }
 
+    void tell() {
+        line_.wipe();
+        for (const std::string& sentence : std::exchange(notices_, {})) console_.warn(sentence);
+    }
+
     const Console& console_;
     TerminalLine& line_;
+    bool isRunning_ = false;
+    std::vector<std::string> notices_; // still to be told
     std::optional<Project> reel_;
     std::optional<Failure> failure_;
 };
@@ -136,12 +160,12 @@ Recording::Recording(const RecordArguments& arguments, Platform& platform, const
 Result<Project> Recording::run(const Target& target) {
     QObject::connect(&controller_, &RecordingController::sourcesChanged, &loop_, [&] { begin(target); });
     controller_.openBar();
+    if (arguments_.choose) controller_.chooseAgain();
     if (controller_.phase() == Phase::choosing) loop_.exec();
     line_.wipe();
     if (views_.reel()) return *views_.reel();
-    if (views_.failure()) return std::unexpected(*views_.failure());
-    if (cancel_->isCancelled()) return std::unexpected(Failure::cancelled());
-    return glintro::failure("Nothing was recorded.");
+    if (cancel_->isCancelled() && !views_.failure()) return std::unexpected(Failure::cancelled());
+    return std::unexpected(views_.whyNothing());
 }
 
 void Recording::begin(const Target& target) {
@@ -154,6 +178,7 @@ void Recording::begin(const Target& target) {
 }
 
 void Recording::phaseChanged() {
+    if (controller_.phase() == Phase::recording) views_.takeRuns();
     if (controller_.phase() != Phase::recording || !arguments_.seconds || timeIsUp_.isActive()) return;
     timeIsUp_.start(std::chrono::milliseconds(std::lround(*arguments_.seconds * 1000)));
 }
@@ -209,6 +234,10 @@ Result<void> runRecord(const RecordArguments& arguments, Platform& platform, con
     if (!content) return std::unexpected(content.error());
     const auto target = chosenTarget(arguments, *content);
     if (!target) return std::unexpected(target.error());
+    if (arguments.choose && !content->chosenInDialog)
+        console.warn(
+            "This desktop asks nothing, so --choose has no effect; name what to record with --display, "
+            "--window or --area.");
 
     char name[] = "glintro";
     char* words[] = {name, nullptr};

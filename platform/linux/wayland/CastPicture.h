@@ -21,8 +21,9 @@ struct CastPicture {
     Seconds hostTime = 0;
     // The rows that differ from the picture before; nothing when the compositor does not tell.
     std::optional<std::vector<RowRange>> damage = {};
-    std::ptrdiff_t step =
-        4; // from a pixel to the one at its right; as the stride, of a turned screen another
+    // Bytes from a pixel to the one at its right: of a turned screen others than 4, and maybe, as the
+    // stride's, negative.
+    std::ptrdiff_t step = 4;
 };
 
 } // namespace glintro

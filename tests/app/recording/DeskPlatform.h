@@ -104,6 +104,9 @@ class DeskScreen final : public ScreenCapture {
         return std::make_unique<DeskStream>(trouble);
     }
 
+    void forgetChoice() override { isForgotten = true; }
+
+    bool isForgotten = false;
     DeskTrouble trouble;
     ShareableContent shared{
         .displays = {{1, "HDMI-1", {0, 0, 1920, 1080}, 1}, {2, "", {1920, 0, 1280, 720}, 1}},

@@ -166,6 +166,8 @@ TEST_F(RecordingControllerTest, DoesNothingInAPhaseThatAVerbIsNotFor) {
     controller->closeBar();
     controller->select(Kind::window(7));
     controller->cancelCountdown();
+    controller->chooseAgain();
+    EXPECT_FALSE(platform.screen().isForgotten);
     EXPECT_EQ(controller->phase(), Phase::recording);
     EXPECT_EQ(controller->mode(), Mode::display);
     EXPECT_EQ(platform.screen().openings, 1);
@@ -315,6 +317,8 @@ TEST_F(RecordingControllerTest, ComesBackToChoosingWhenTheUserRefuses) {
     EXPECT_EQ(views.notices, QStringList("Nothing was shared."));
     EXPECT_TRUE(views.alerts.isEmpty());
     trouble = {};
+    controller->chooseAgain();
+    EXPECT_TRUE(platform.screen().isForgotten);
     controller->start();
     EXPECT_TRUE(reaches(Phase::recording));
 }

@@ -184,19 +184,21 @@ TEST(CommandLine, ReadsTheOtherCommands) {
 
 TEST(CommandLine, ReadsRecord) {
     const auto none = parsed<RecordArguments>("record");
-    EXPECT_FALSE(none.display || none.window || none.area || none.seconds || none.output || none.hevc);
+    EXPECT_FALSE(none.display || none.window || none.area || none.seconds || none.output || none.hevc
+                 || none.choose);
     EXPECT_EQ(none.fps, 60);
     EXPECT_EQ(none.microphone, DeviceWish());
 
     const auto all = parsed<RecordArguments>(
-        "record --area -10.5,20,300,200 --seconds 2.5 --mic --camera /dev/video1 --fps 30 --hevc -o a "
+        "record --area -10.5,20,300,200 --seconds 2.5 --mic --camera /dev/video1 --fps 30 --choose --hevc -o "
+        "a "
         "--json");
     EXPECT_EQ(all.area, (Rect{-10.5, 20, 300, 200}));
     EXPECT_EQ(all.seconds, 2.5);
     EXPECT_EQ(all.microphone, (DeviceWish{true, std::nullopt}));
     EXPECT_EQ(all.camera, (DeviceWish{true, "/dev/video1"}));
     EXPECT_EQ(all.fps, 30);
-    EXPECT_TRUE(all.hevc);
+    EXPECT_TRUE(all.choose && all.hevc);
     EXPECT_EQ(all.output, "a");
     EXPECT_EQ(all.report, Report::json);
     EXPECT_EQ(parsed<RecordArguments>("record --window 0x1200003").window, "0x1200003");

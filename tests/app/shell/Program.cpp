@@ -15,6 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const std::string kBuilt = GLINTRO_PROGRAM;
+
 std::string contentOf(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
@@ -29,11 +31,12 @@ void redirect(const fs::path& file, int descriptor) {
     redirect(out, STDOUT_FILENO);
     redirect(error, STDERR_FILENO);
     for (const auto& [name, value] : call.environment) ::setenv(name.c_str(), value.c_str(), 1);
-    std::vector<char*> arguments{const_cast<char*>(GLINTRO_PROGRAM)};
+    const std::string& program = call.program.empty() ? kBuilt : call.program;
+    std::vector<char*> arguments{const_cast<char*>(program.c_str())};
     for (const std::string& argument : call.arguments)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
-    if (::chdir(call.folder.c_str()) == 0) ::execv(GLINTRO_PROGRAM, arguments.data());
+    if (::chdir(call.folder.c_str()) == 0) ::execv(arguments[0], arguments.data());
     ::_exit(127);
 }
 

@@ -16,6 +16,7 @@ struct ProgramCall {
     std::map<std::string, std::string> environment = {}; // besides what there is
     std::filesystem::path folder = "/";                  // the current folder
     std::filesystem::path output = {};                   // where standard output goes instead of being kept
+    std::string program = {};                            // another copy of it
 };
 
 struct ProgramResult {

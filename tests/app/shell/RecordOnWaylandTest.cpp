@@ -1,0 +1,224 @@
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "core/media/MovieReader.h"
+#include "core/reel/Project.h"
+#include "core/reel/TakeJournal.h"
+#include "tests/app/shell/Program.h"
+#include "tests/platform/linux/wayland/FakePortal.h"
+#include "tests/platform/linux/wayland/MutterRemote.h"
+#include "tests/platform/linux/wayland/WaylandWindow.h"
+#include "tests/support/WaitUntil.h"
+#include "tests/support/WaylandSession.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using test::environmentOf;
+using test::insideWaylandSession;
+using test::MutterRemote;
+using test::waitUntil;
+using test::WaylandWindow;
+
+constexpr PixelRect kLamp{200, 100, 300, 200}; // of the 1280 × 720 screen
+constexpr const char* kNoClicks =
+    "glintro: Clicks cannot be seen on this desktop; to have them recorded, add your user to the group "
+    "“input” and log in again.\n";
+
+// A dark screen with a lamp that goes on and off ten times a second.
+class Lamp {
+  public:
+    Lamp() : window_({}) {
+        window_.show({{{0, 0, 1280, 720}, 0x202020}});
+        blinking_ = std::jthread([this](const std::stop_token& stop) {
+            for (std::uint32_t colour = 0; !stop.stop_requested(); colour ^= 0xFFFFFF) {
+                window_.show({{kLamp, colour}});
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+        });
+    }
+
+  private:
+    WaylandWindow window_;
+    std::jthread blinking_;
+};
+
+// The program on a desktop whose portal was once told to share the one screen.
+class Desk {
+  public:
+    Desk() {
+        const fs::path state = fs::path(environmentOf("HOME")) / ".local/state/glintro";
+        fs::create_directories(state);
+        std::ofstream(state / "screen.token") << environmentOf("GLINTRO_TEST_TOKEN");
+    }
+
+    ProgramCall call(std::vector<std::string> arguments) const {
+        return {.arguments = std::move(arguments),
+                .environment = {{"PULSE_SERVER", "unix:/nowhere"}},
+                .folder = work_.path(),
+                .program = environmentOf("GLINTRO_TEST_COMPANION")};
+    }
+    ProgramResult run(std::vector<std::string> arguments) const {
+        return runProgram(call(std::move(arguments)));
+    }
+    // Waits until pictures of the take are on the disk.
+    bool isRecording(const std::string& reel) const {
+        return waitUntil([&] {
+            const auto record = TakeJournal::read(work_ / reel);
+            return record && record->firstFrameHost > 0;
+        });
+    }
+    fs::path operator/(const std::string& name) const { return work_ / name; }
+
+  private:
+    TemporaryFolder work_;
+};
+
+// The darkest and the lightest that a spot of a movie is.
+std::pair<int, int> rangeAt(const fs::path& reel, int x, int y) {
+    const auto movie = MovieReader::open(reel / "raw.mov");
+    std::pair<int, int> range{255, 0};
+    for (double time = 0.5; movie && time < 2; time += 0.05) {
+        const auto frame = (*movie)->frameAt(time);
+        if (!frame) return {};
+        const int luma = frame->picture->planes[0].row(y)[x];
+        range = {std::min(range.first, luma), std::max(range.second, luma)};
+    }
+    return range;
+}
+
+void expectTheWholeScreen(const Desk& desk) {
+    const Lamp lamp;
+    MutterRemote pointer;
+    Program program(desk.call({"record", "--seconds", "3", "--fps", "30", "-o", "screen", "--json"}));
+    ASSERT_TRUE(desk.isRecording("screen"));
+    pointer.movePointerTo(320, 180);
+    pointer.movePointerTo(960, 540);
+    const ProgramResult result = program.wait();
+    ASSERT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.error, kNoClicks);
+    const auto report = json::parse(result.out);
+    EXPECT_EQ(report["width"], 1280);
+    EXPECT_EQ(report["height"], 720);
+    EXPECT_NEAR(report["duration"].get<double>(), 3, 0.5);
+    EXPECT_GT(report["frames"], 15);
+    EXPECT_FALSE(report["pointerInPicture"].get<bool>());
+
+    const auto [dark, light] = rangeAt(desk / "screen", 210, 110);
+    EXPECT_LT(dark, 30);
+    EXPECT_GT(light, 220);
+    const auto [darkest, lightest] = rangeAt(desk / "screen", 190, 90);
+    EXPECT_LT(lightest - darkest, 10);
+    const auto cursor = Project::load(desk / "screen")->loadEvents().cursor;
+    ASSERT_FALSE(cursor.empty());
+    EXPECT_EQ(cursor.back().position(), (Point{0.75, 0.75}));
+}
+
+void expectAnArea(const Desk& desk) {
+    const Lamp lamp;
+    const ProgramResult inside =
+        desk.run({"record", "--seconds", "1.5", "--area", "200,100,300,200", "-o", "area", "--json"});
+    ASSERT_EQ(inside.status, 0) << inside.error;
+    EXPECT_EQ(json::parse(inside.out)["width"], 300);
+    const auto [dark, light] = rangeAt(desk / "area", 0, 0);
+    EXPECT_LT(dark, 30);
+    EXPECT_GT(light, 220);
+
+    const ProgramResult outside = desk.run({"record", "--area", "1100,100,300,200", "-o", "outside"});
+    EXPECT_EQ(outside.status, 1);
+    EXPECT_EQ(outside.error,
+              "glintro: The area lies outside of the screen that is shared; choose it again.\n");
+    EXPECT_FALSE(fs::exists(desk / "outside"));
+}
+
+void expectAStillScreenToKeepTime(const Desk& desk) {
+    const ProgramResult result = desk.run({"record", "--seconds", "3", "-o", "still", "--json"});
+    ASSERT_EQ(result.status, 0) << result.error;
+    EXPECT_NEAR(json::parse(result.out)["duration"].get<double>(), 3, 0.5);
+    EXPECT_LT(json::parse(result.out)["frames"], 10);
+}
+
+void expectCtrlCToKeepTheTake(const Desk& desk) {
+    std::signal(SIGINT, SIG_DFL); // shells start what runs in the background deaf to it
+    Program program(desk.call({"record", "-o", "told"}));
+    ASSERT_TRUE(desk.isRecording("told"));
+    program.send(SIGINT);
+    const ProgramResult result = program.wait();
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_TRUE(Project::load(desk / "told"));
+}
+
+// Nobody answers the dialog here: that it is shown can be told from the take that does not begin.
+void expectToBeAskedAgain(const Desk& desk) {
+    Program program(desk.call({"record", "--choose", "--seconds", "0.1", "-o", "chosen"}));
+    EXPECT_FALSE(waitUntil([&] { return !program.isRunning(); }, std::chrono::seconds(2)));
+    program.send(SIGINT);
+    const ProgramResult result = program.wait();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "glintro: Cancelled.\n");
+    EXPECT_FALSE(fs::exists(desk / "chosen"));
+}
+
+TEST(RecordOnWayland, RecordsWhatThePortalShares) {
+    insideWaylandSession(
+        [] {
+            const Desk desk;
+            const auto sources = json::parse(desk.run({"sources", "--json"}).out);
+            EXPECT_TRUE(sources["chosenInDialog"].get<bool>());
+            EXPECT_FALSE(sources["unknown"].contains("displays"));
+            expectTheWholeScreen(desk);
+            expectAnArea(desk);
+            expectAStillScreenToKeepTime(desk);
+            expectCtrlCToKeepTheTake(desk);
+            expectToBeAskedAgain(desk);
+        },
+        GLINTRO_PROGRAM);
+}
+
+TEST(RecordOnWayland, SaysOnceThatTheUserRefused) {
+    const TemporaryFolder folder;
+    const test::PrivateBus bus;
+    const test::FakePortal portal({{{"version", 4}, {"AvailableCursorModes", 7}}, {{"Start", 1}}});
+    const ProgramResult result =
+        runProgram({.arguments = {"record", "-o", "reel"},
+                    .environment = {{"WAYLAND_DISPLAY", "any"}, {"XDG_STATE_HOME", folder.path().string()}},
+                    .folder = folder.path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "glintro: Nothing was shared; to record, choose a screen or window in the "
+              "desktop’s dialog and allow it.\n");
+    EXPECT_FALSE(fs::exists(folder / "reel"));
+}
+
+class RecordOnWaylandEnds : public testing::TestWithParam<const char*> {};
+
+TEST_P(RecordOnWaylandEnds, WithAReelAndASentence) {
+    insideWaylandSession(
+        [] {
+            const Desk desk;
+            Program program(desk.call({"record", "-o", "reel"}));
+            ASSERT_TRUE(desk.isRecording("reel"));
+            ::kill(std::stoi(environmentOf(GetParam())), SIGKILL);
+            ASSERT_TRUE(waitUntil([&] { return !program.isRunning(); }));
+            const ProgramResult result = program.wait();
+            EXPECT_EQ(result.status, 1);
+            EXPECT_TRUE(result.error.starts_with(std::string(kNoClicks) + "glintro: The desktop"));
+            EXPECT_EQ(std::ranges::count(result.error, '\n'), 2) << result.error;
+            EXPECT_TRUE(result.out.starts_with((desk / "reel").string())) << result.out;
+            EXPECT_TRUE(Project::load(desk / "reel"));
+        },
+        GLINTRO_PROGRAM);
+}
+
+INSTANTIATE_TEST_SUITE_P(When, RecordOnWaylandEnds,
+                         testing::Values("GLINTRO_TEST_MUTTER", "GLINTRO_TEST_PORTAL"),
+                         [](const auto& row) { return std::string(row.param).substr(13) + "Dies"; });
+
+} // namespace
+} // namespace glintro

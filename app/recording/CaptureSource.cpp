@@ -120,7 +120,8 @@ ContentFilter filterFor(const CaptureSource::Kind& kind) {
 }
 
 Result<ContentFilter> filterFor(const Rect& area, const ShareableContent& content) {
-    if (!(area.width > 0 && area.height > 0))
+    const bool hasSize = area.width > 0 && area.height > 0;
+    if (!hasSize)
         return failure(
             fmt::format("The area {} is empty. Choose one with a width and a height.", areaText(area)));
     if (content.chosenInDialog && !content.displays.empty())

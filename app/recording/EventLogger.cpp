@@ -14,7 +14,8 @@ constexpr std::chrono::nanoseconds kSampleEvery{1'000'000'000 / 60};
 
 // A position as stored; nothing when there is no rectangle to take fractions of.
 std::optional<EventSample> observation(Seconds hostTime, Point position, const Rect& recorded) {
-    if (!(recorded.width > 0 && recorded.height > 0)) return std::nullopt;
+    const bool hasSize = recorded.width > 0 && recorded.height > 0;
+    if (!hasSize) return std::nullopt;
     return EventSample{
         {hostTime, (position.x - recorded.x) / recorded.width, (position.y - recorded.y) / recorded.height}};
 }

@@ -50,7 +50,7 @@ Result<void> CommandLibrary::checkFolder() const {
 Result<fs::path> CommandLibrary::newProjectFolder(Timestamp date) {
     if (!named_) return LibraryFolder::ofUser(processEnvironment).newProjectFolder(date);
     if (auto checked = checkFolder(); !checked) return std::unexpected(checked.error());
-    const fs::path folder = normalized(*named_);
+    fs::path folder = normalized(*named_);
     made_ = missingFolders(folder);
     std::error_code error;
     fs::create_directories(folder, error);

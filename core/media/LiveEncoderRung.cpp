@@ -118,9 +118,9 @@ FramePtr interleaved(const Picture& picture) {
     if (av_frame_get_buffer(frame.get(), 0) < 0) return nullptr;
     for (int y = 0; y < picture.planes[0].height; ++y)
         std::copy_n(picture.planes[0].row(y), picture.planes[0].width,
-                    frame->data[0] + y * frame->linesize[0]);
+                    frame->data[0] + std::ptrdiff_t{y} * frame->linesize[0]);
     for (int y = 0; y < picture.planes[1].height; ++y) {
-        std::uint8_t* row = frame->data[1] + y * frame->linesize[1];
+        std::uint8_t* row = frame->data[1] + std::ptrdiff_t{y} * frame->linesize[1];
         for (int x = 0; x < picture.planes[1].width; ++x) {
             row[2 * x] = picture.planes[1].row(y)[x];
             row[2 * x + 1] = picture.planes[2].row(y)[x];

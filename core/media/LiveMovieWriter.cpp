@@ -73,8 +73,8 @@ struct LiveMovieWriter::Impl {
   private:
     using Write = Result<void> (FragmentMuxer::*)(AVPacket&);
     Result<void> store(AVPacket& packet, PacketTimes times, Write write);
-    void cut();                   // under the mutex
-    Result<void> writeFragment(); // under the mutex
+    void cut();                              // under the mutex
+    Result<void> writeFragment(Seconds end); // under the mutex
     void keepSafe(const std::stop_token& stop);
     void cutWhatWaits();
     void syncFile();
@@ -147,15 +147,16 @@ Result<void> LiveMovieWriter::Impl::store(AVPacket& packet, PacketTimes times, W
 
 void LiveMovieWriter::Impl::cut() {
     if (failed || !pending) return;
-    if (auto written = writeFragment(); !written) failed = written.error();
+    const Seconds end = pending->end;
     pending.reset();
+    if (auto written = writeFragment(end); !written) failed = written.error();
 }
 
-Result<void> LiveMovieWriter::Impl::writeFragment() {
+Result<void> LiveMovieWriter::Impl::writeFragment(Seconds end) {
     const auto fragment = muxer.cut();
     if (!fragment) return std::unexpected(fragment.error());
     if (auto written = file.append(*fragment); !written) return written;
-    stored = {std::max(stored.seconds, pending->end), static_cast<std::int64_t>(file.size())};
+    stored = {std::max(stored.seconds, end), static_cast<std::int64_t>(file.size())};
     return {};
 }
 

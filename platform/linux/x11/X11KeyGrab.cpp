@@ -51,9 +51,8 @@ class ModifierMap {
         const xcb_keycode_t* begin = xcb_get_modifier_mapping_keycodes(map_.get());
         const xcb_keycode_t* end = begin + xcb_get_modifier_mapping_keycodes_length(map_.get());
         const auto found = std::find(begin, end, key);
-        return found == end
-                   ? 0
-                   : static_cast<std::uint16_t>(1 << ((found - begin) / map_->keycodes_per_modifier));
+        if (found == end) return 0;
+        return static_cast<std::uint16_t>(1 << ((found - begin) / map_->keycodes_per_modifier));
     }
 
     xcb_key_symbols_t* symbols_;

@@ -83,6 +83,7 @@ class ReelRecovery {
     Result<bool> completeEvents(Seconds duration) const;
     std::optional<Project> registerReel(const SealedMovie& movie, bool hasCamera, Timestamp created) const;
     Result<RecoveredReel> complete(Project project, Outcome outcome) const;
+    bool lacksItsMovie() const;
     Failure unreadable(const Failure& why) const;
     std::string path() const { return reel_.folder().string(); }
 
@@ -93,6 +94,9 @@ class ReelRecovery {
 
 Result<RecoveredReel> ReelRecovery::run() {
     const auto loaded = Project::inspect(reel_.folder());
+    if (loaded.status == Status::none && lacksItsMovie())
+        return failure(fmt::format(
+            "The raw.mov of “{}” has been taken away: put it back, or delete the folder.", path()));
     if (loaded.status == Status::none && take_) return discard();
     if (loaded.status == Status::none)
         return failure(fmt::format("“{}” is not a reel: it holds no raw.mov.", path()));
@@ -123,6 +127,11 @@ Result<RecoveredReel> ReelRecovery::rebuild() {
                         "folder can’t be written.",
                         path()));
     return complete(*project, Outcome::recovered);
+}
+
+// A take that had begun, of which somebody took the screen's movie away: what is left is not to be lost.
+bool ReelRecovery::lacksItsMovie() const {
+    return take_ && take_->firstFrameHost > 0 && isThere(reel_.cameraURL());
 }
 
 Failure ReelRecovery::unreadable(const Failure& why) const {
@@ -186,11 +195,12 @@ Result<RecoveredReel> ReelRecovery::complete(Project project, Outcome outcome) c
     return RecoveredReel{outcome, std::move(project)};
 }
 
-// The folder goes, too, when nobody put anything else there.
+// The folder goes, too, when nobody put anything else there. The camera's movie goes before the screen's, so
+// that an interrupted removal does not look like lacksItsMovie().
 Result<RecoveredReel> ReelRecovery::discard() const {
     std::error_code error;
     for (const fs::path& file :
-         {reel_.rawURL(), reel_.cameraURL(), reel_.eventsURL(), TakeJournal::fileIn(reel_.folder())}) {
+         {reel_.cameraURL(), reel_.eventsURL(), reel_.rawURL(), TakeJournal::fileIn(reel_.folder())}) {
         fs::remove(file, error);
         if (error)
             return failure(fmt::format("Nothing was recorded in “{}”, but its files can’t be removed: {}.",

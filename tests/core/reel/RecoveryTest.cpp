@@ -268,6 +268,12 @@ TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {
          "a movie that is none” can’t be recovered. The movie"},
         {"an empty movie of nobody's", [](const fs::path& reel) { putFile(reel / "raw.mov", ""); },
          "holds no picture"},
+        {"a take without its movie",
+         [](const fs::path& reel) {
+             putInterruptedMovie(reel / "camera.mov");
+             putJournal(reel);
+         },
+         "has been taken away"},
         {"a foreign movie in a take",
          [](const fs::path& reel) {
              putFile(reel / "raw.mov", std::string(5000, 'x'));

@@ -115,7 +115,7 @@ Result<void> CaptureEngine::Impl::open(const CaptureSettings& settings) {
     auto created = LiveMovieWriter::create(rawMovie(), video, audio);
     if (!created) return std::unexpected(created.error());
 
-    const std::lock_guard guard(making);
+    const std::scoped_lock lock(making);
     writer = std::move(*created);
     const auto failed = [this](const Failure& failure) { fail(failure); };
     screen = std::make_unique<ScreenTrack>(*writer, video.size, video.fps, failed);
@@ -324,7 +324,7 @@ CaptureResult CaptureEngine::stop() {
 }
 
 CaptureProgress CaptureEngine::progress() const {
-    const std::lock_guard guard(impl_->making);
+    const std::scoped_lock lock(impl_->making);
     if (!impl_->writer) return {};
     const auto [seconds, bytes] = impl_->writer->progress();
     return {seconds, bytes, impl_->framesTaken, impl_->framesDropped, impl_->screen->video().encoderName()};

@@ -43,18 +43,18 @@ Result<void> EventLogger::start(std::function<Rect()> frame, PointerSource& poin
 // By absolute times, so that the rate does not drift; times that were slept through are left out.
 void EventLogger::keepSampling(const std::stop_token& stop) {
     std::mutex waiting;
-    std::unique_lock guard(waiting);
+    std::unique_lock lock(waiting);
     for (auto next = Clock::now(); !stop.stop_requested();) {
         if (const auto position = pointer_->position()) sample(*position, hostTime());
         while (next <= Clock::now()) next += kSampleEvery;
-        wake_.wait_until(guard, stop, next, [&stop] { return stop.stop_requested(); });
+        wake_.wait_until(lock, stop, next, [&stop] { return stop.stop_requested(); });
     }
 }
 
 void EventLogger::sample(Point position, Seconds hostTime) {
     const auto seen = observation(hostTime, position, frame_());
     if (!seen) return;
-    const std::scoped_lock guard(mutex_);
+    const std::scoped_lock lock(mutex_);
     samples_.push_back(*seen);
     journal_->sample(*seen);
 }
@@ -62,7 +62,7 @@ void EventLogger::sample(Point position, Seconds hostTime) {
 void EventLogger::press(const PointerPress& press) {
     const auto seen = observation(press.hostTime, press.position, frame_());
     if (!seen) return;
-    const std::scoped_lock guard(mutex_);
+    const std::scoped_lock lock(mutex_);
     if (isInside(seen->position())) {
         clicks_.push_back(*seen);
         journal_->click(*seen);

@@ -8,13 +8,13 @@ namespace glintro {
 SerialQueue::SerialQueue(std::size_t sampleLimit) : sampleLimit_(sampleLimit), thread_([this] { work(); }) {}
 
 SerialQueue::~SerialQueue() {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     closed_ = true;
     changed_.notify_one();
 }
 
 bool SerialQueue::offer(Task task) {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     if (waiting_.size() >= sampleLimit_) return false;
     waiting_.push_back(std::move(task));
     changed_.notify_one();
@@ -22,7 +22,7 @@ bool SerialQueue::offer(Task task) {
 }
 
 void SerialQueue::post(Task task) {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     waiting_.push_back(std::move(task));
     changed_.notify_one();
 }
@@ -37,16 +37,16 @@ void SerialQueue::run(Task task) {
 }
 
 void SerialQueue::work() {
-    std::unique_lock guard(lock_);
+    std::unique_lock lock(mutex_);
     while (true) {
-        changed_.wait(guard, [this] { return closed_ || !waiting_.empty(); });
+        changed_.wait(lock, [this] { return closed_ || !waiting_.empty(); });
         if (waiting_.empty()) return;
         Task task = std::move(waiting_.front());
         waiting_.pop_front();
-        guard.unlock();
+        lock.unlock();
         task();
         task = nullptr; // what it holds goes before the lock is taken again
-        guard.lock();
+        lock.lock();
     }
 }
 

@@ -29,10 +29,10 @@ class SerialQueue {
     void work();
 
     const std::size_t sampleLimit_;
-    std::mutex lock_;
+    std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<Task> waiting_; // guarded by lock_
-    bool closed_ = false;      // guarded by lock_
+    std::deque<Task> waiting_; // guarded by mutex_
+    bool closed_ = false;      // guarded by mutex_
     std::jthread thread_;      // last: it uses all of the above
 };
 

@@ -84,8 +84,8 @@ TakeHealth::TakeHealth(FreeSpace freeSpace, std::function<TakeVitals()> vitals,
 
 void TakeHealth::watch(const std::stop_token& stop) {
     TakeDiagnosis diagnosis(hostTime());
-    std::unique_lock guard(lock_);
-    while (!tick_.wait_for(guard, stop, kInterval, [&stop] { return stop.stop_requested(); })) {
+    std::unique_lock lock(mutex_);
+    while (!tick_.wait_for(lock, stop, kInterval, [&stop] { return stop.stop_requested(); })) {
         if (const auto failure = diagnosis.examine(vitals_(), freeSpace_(), hostTime())) {
             failed_(*failure);
             return;

@@ -80,7 +80,7 @@ class TakeHealth {
     FreeSpace freeSpace_;
     std::function<TakeVitals()> vitals_;
     std::function<void(const Failure&)> failed_;
-    std::mutex lock_;
+    std::mutex mutex_;
     std::condition_variable_any tick_;
     std::jthread thread_; // last: it uses all of the above
 };

@@ -27,7 +27,7 @@ VideoTrack::VideoTrack(LiveMovieWriter& writer, int fps, FailureHandler failed, 
       thread_([this] { work(); }) {}
 
 bool VideoTrack::offer(Source source, Seconds time) {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     if (closed_ || waiting_.size() >= limit_) return false;
     waiting_.push_back({std::move(source), time});
     changed_.notify_one();
@@ -36,7 +36,7 @@ bool VideoTrack::offer(Source source, Seconds time) {
 
 void VideoTrack::close() {
     {
-        const std::lock_guard guard(lock_);
+        const std::scoped_lock lock(mutex_);
         closed_ = true;
         changed_.notify_one();
     }
@@ -44,31 +44,31 @@ void VideoTrack::close() {
 }
 
 std::int64_t VideoTrack::writtenFrames() const {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     return written_;
 }
 
 std::string VideoTrack::encoderName() const {
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     return encoderName_;
 }
 
 void VideoTrack::work() {
-    std::unique_lock guard(lock_);
+    std::unique_lock lock(mutex_);
     while (true) {
-        changed_.wait(guard, [this] { return closed_ || !waiting_.empty(); });
+        changed_.wait(lock, [this] { return closed_ || !waiting_.empty(); });
         if (waiting_.empty()) return;
         Entry entry = std::move(waiting_.front());
         waiting_.pop_front();
-        guard.unlock();
+        lock.unlock();
         const Seconds begin = hostTime();
         encode(std::move(entry));
         const Seconds busy = hostTime() - begin;
-        guard.lock();
+        lock.lock();
         const std::size_t left = waiting_.size();
-        guard.unlock();
+        lock.unlock();
         keepPace(busy, left);
-        guard.lock();
+        lock.lock();
     }
 }
 
@@ -84,7 +84,7 @@ void VideoTrack::encode(Entry entry) {
         return;
     }
     lastTime_ = time;
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     ++written_;
 }
 
@@ -95,7 +95,7 @@ void VideoTrack::keepPace(Seconds busy, std::size_t waiting) {
     if (++framesAtThisPace_ < kFramesToJudge || 2 * waiting < limit_) return;
     if (meanBusy_ < kComfortableLoad * interval_ || !writer_.stepDown()) return;
     framesAtThisPace_ = 0;
-    const std::lock_guard guard(lock_);
+    const std::scoped_lock lock(mutex_);
     encoderName_ = writer_.encoderName();
 }
 

@@ -60,9 +60,9 @@ class VideoTrack {
     int framesAtThisPace_ = 0;
     bool hasFailed_ = false;
 
-    mutable std::mutex lock_;
+    mutable std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<Entry> waiting_; // guarded by lock_, as all that follow
+    std::deque<Entry> waiting_; // guarded by mutex_, as all that follow
     bool closed_ = false;
     std::int64_t written_ = 0;
     std::string encoderName_;

@@ -80,7 +80,7 @@ struct TakeJournal::Impl {
 };
 
 void TakeJournal::Impl::add(std::string_view word, std::initializer_list<double> numbers) {
-    const std::scoped_lock guard(mutex);
+    const std::scoped_lock lock(mutex);
     pending += word;
     for (const double number : numbers) {
         pending += ' ';
@@ -94,8 +94,8 @@ void TakeJournal::Impl::repeat(const std::stop_token& stop, milliseconds interva
                                const std::function<void()>& work) {
     while (!stop.stop_requested()) {
         work();
-        std::unique_lock guard(mutex);
-        wake.wait_for(guard, stop, interval, [&stop] { return stop.stop_requested(); });
+        std::unique_lock lock(mutex);
+        wake.wait_for(lock, stop, interval, [&stop] { return stop.stop_requested(); });
     }
     work();
 }
@@ -104,7 +104,7 @@ void TakeJournal::Impl::repeat(const std::stop_token& stop, milliseconds interva
 // however often a write is cut short.
 void TakeJournal::Impl::appendPending() {
     {
-        const std::scoped_lock guard(mutex);
+        const std::scoped_lock lock(mutex);
         unwritten += pending;
         pending.clear();
     }

@@ -96,8 +96,10 @@ class RecordBuilder {
 // Hands all whole lines of `text` over and leaves the begun one. False when no more shall be read.
 bool takeLines(std::string& text, RecordBuilder& to) {
     std::size_t start = 0;
-    for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1)
+    for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
         if (!to.take(std::string_view(text).substr(start, end - start))) return false;
+        start = end + 1;
+    }
     text.erase(0, start);
     return text.size() <= kLongestLine;
 }

@@ -11,7 +11,7 @@ namespace {
 constexpr PixelSize kLargest{1920, 1080};
 constexpr double kFps = 30;
 constexpr double kFluent = 24;
-constexpr std::int64_t kLargestRaw = 640 * 480;
+constexpr std::int64_t kLargestRaw = std::int64_t{640} * 480;
 
 std::int64_t area(const CameraMode& mode) {
     return std::int64_t{mode.size.width} * mode.size.height;

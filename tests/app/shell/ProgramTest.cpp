@@ -271,6 +271,16 @@ TEST_F(ProgramTest, SaysWhenItsOutputIsLost) {
     EXPECT_EQ(result.error, "glintro: The output can’t be written: No space left on device.\n");
 }
 
+TEST_F(ProgramTest, IsNotKilledByTheLimitOfAFile) {
+    const ProgramResult result =
+        runProgram({.arguments = {"-c", "ulimit -f 100; exec \"$0\" sample big --seconds 2", GLINTRO_PROGRAM},
+                    .folder = work_,
+                    .program = "/bin/sh"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.error.starts_with("glintro: ")) << result.error;
+    EXPECT_EQ(madeFiles(), std::vector<std::string>());
+}
+
 TEST_F(ProgramTest, LeavesNothingWhenInterrupted) {
     change(*Project::load(reel()), [](ProjectInfo& info) { info.settings.zooms = {{.start = 0, .end = 2}}; });
     const std::vector<std::string> render{"render", reel(), "--short-side", "2160", "--fps", "240"};

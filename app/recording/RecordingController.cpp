@@ -17,7 +17,6 @@ constexpr std::chrono::milliseconds kTickInterval{100};
 RecordingController::RecordingController(const Seams& seams, std::chrono::milliseconds countdownStep,
                                          QObject* parent)
     : QObject(parent), seams_(seams), preferences_(seams.preferences), countdownStep_(countdownStep) {
-    background_.setMaxThreadCount(1);
     countdownTimer_.setSingleShot(true);
     connect(&countdownTimer_, &QTimer::timeout, this, [this] { countDown(countdownNumber_ - 1); });
     tick_.setInterval(kTickInterval);
@@ -28,13 +27,12 @@ RecordingController::~RecordingController() {
     blockSignals(true); // those who listened may have gone already
     starting_.request_stop();
     if (phase_ == Phase::recording) stop();
-    background_.waitForDone();
 }
 
 // The work hands back what to do about it on the main thread, which is left undone when the controller has
 // gone by then.
 void RecordingController::inBackground(std::function<std::function<void()>()> work) {
-    background_.start(
+    background_.post(
         [this, work = std::move(work)] { QMetaObject::invokeMethod(this, work(), Qt::QueuedConnection); });
 }
 

@@ -2,7 +2,6 @@
 
 #include <QList>
 #include <QObject>
-#include <QThreadPool>
 #include <QTimer>
 #include <QVariant>
 #include <chrono>
@@ -15,6 +14,7 @@
 #include "app/recording/RecordingChoice.h"
 #include "app/recording/RecordingPreferences.h"
 #include "app/recording/RecordingViews.h"
+#include "app/recording/SerialQueue.h"
 #include "app/recording/TakeLibrary.h"
 #include "core/timeline/PauseClock.h"
 #include "platform/Platform.h"
@@ -174,7 +174,7 @@ class RecordingController : public QObject {
     bool isPaused_ = false;
     Seconds elapsed_ = 0;
     CaptureProgress progress_;
-    QThreadPool background_; // one thread; the last member, so that its work sees all others alive
+    SerialQueue background_{0}; // the last member, so that its work sees all others alive
 };
 
 } // namespace glintro

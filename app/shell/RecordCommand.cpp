@@ -14,6 +14,7 @@
 
 #include "app/recording/RecordingController.h"
 #include "app/shell/CommandLibrary.h"
+#include "app/shell/JsonOutput.h"
 #include "app/shell/RecordingLine.h"
 #include "app/shell/SignalCancel.h"
 #include "app/shell/SourceNames.h"
@@ -247,9 +248,7 @@ Result<void> runRecord(const RecordArguments& arguments, Platform& platform, con
     const auto reel = recording.run(*target);
     if (!reel) return std::unexpected(reel.error());
     if (arguments.report == Report::json)
-        console.out << toJson(*reel, recording.progress(), arguments)
-                           .dump(2, ' ', false, nlohmann::json::error_handler_t::replace)
-                    << '\n';
+        printJson(toJson(*reel, recording.progress(), arguments), console);
     else
         print(*reel, recording.progress(), console);
     if (recording.failure()) return std::unexpected(*recording.failure());

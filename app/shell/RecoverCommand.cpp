@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "app/shell/JsonOutput.h"
 #include "app/shell/TerminalText.h"
 #include "core/model/TimeFormat.h"
 #include "core/reel/Recovery.h"
@@ -61,10 +62,6 @@ void printLine(const RecoveredReel& reel, const fs::path& folder, const Console&
     console.out.flush();
 }
 
-void print(const nlohmann::json& json, const Console& console) {
-    console.out << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-}
-
 } // namespace
 
 Result<void> runRecover(const RecoverArguments& arguments, const Console& console) {
@@ -79,7 +76,7 @@ Result<void> runRecover(const RecoverArguments& arguments, const Console& consol
         all.push_back(toJson(recovered, folder));
     }
     if (!failures.empty() && count == 1) return std::unexpected(failures.front());
-    if (arguments.report == Report::json) print(count == 1 ? all.front() : all, console);
+    if (arguments.report == Report::json) printJson(count == 1 ? all.front() : all, console);
     if (failures.empty()) return {};
     return failure(fmt::format("{} of {} reels could not be recovered.", failures.size(), count));
 }

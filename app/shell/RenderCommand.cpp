@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "app/shell/JsonOutput.h"
 #include "app/shell/OutputName.h"
 #include "app/shell/ProgressBar.h"
 #include "app/shell/ReelFolder.h"
@@ -118,10 +119,6 @@ nlohmann::json toJson(const Rendering& rendering) {
             {"seconds", rendering.elapsed}};
 }
 
-void print(const nlohmann::json& json, const Console& console) {
-    console.out << json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
-}
-
 void print(const Rendering& rendering, const Console& console) {
     fmt::print(console.out, "{}\n  {} × {}, {} fps, {}, {}\n  Rendered in {}, {:.0f} frames a second\n",
                rendering.file.string(), rendering.size.width, rendering.size.height, rendering.fps,
@@ -134,7 +131,7 @@ Result<void> renderOne(const Renderer& renderer, const RenderArguments& argument
     const auto rendering = renderer.render(arguments.reels.front());
     if (!rendering) return std::unexpected(rendering.error());
     if (arguments.report == Report::json)
-        print(toJson(*rendering), console);
+        printJson(toJson(*rendering), console);
     else
         print(*rendering, console);
     return {};
@@ -162,7 +159,7 @@ Result<void> renderMany(const Renderer& renderer, const RenderArguments& argumen
     }
     const std::size_t count = arguments.reels.size();
     if (arguments.report == Report::json)
-        print(all, console);
+        printJson(all, console);
     else
         fmt::print(console.out, "{} of {} reels rendered in {}\n", count - failures, count,
                    shortDuration(elapsed));

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "app/shell/JsonOutput.h"
 #include "app/shell/SourceNames.h"
 #include "app/shell/TerminalText.h"
 
@@ -138,7 +139,7 @@ Result<void> runSources(const SourcesArguments& arguments, Platform& platform, c
     const Sources sources{platform.screen().content(), platform.sound().microphones(),
                           platform.cameras().cameras()};
     if (arguments.report == Report::json)
-        console.out << toJson(sources).dump(2, ' ', false, json::error_handler_t::replace) << '\n';
+        printJson(toJson(sources), console);
     else
         print(sources, console);
     return {};

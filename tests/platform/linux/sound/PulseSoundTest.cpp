@@ -19,6 +19,7 @@
 #include "platform/linux/sound/PulseSound.h"
 #include "tests/platform/linux/sound/ClickPlayer.h"
 #include "tests/platform/linux/sound/SoundTools.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/SoundSession.h"
 
 namespace glintro {
@@ -340,11 +341,9 @@ TEST(PulseSoundWithoutServerTest, FailsInASentence) {
     ASSERT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(::listen(listener, 4), 0);
 
-    const char* before = std::getenv("PULSE_SERVER");
-    const std::string restored = before == nullptr ? "" : before;
     for (const std::string& socket : {silent, std::string(folder / "none.sock")}) {
         SCOPED_TRACE(socket);
-        ::setenv("PULSE_SERVER", ("unix:" + socket).c_str(), 1);
+        const test::ScopedEnvironment server("PULSE_SERVER", "unix:" + socket);
         const auto sound = createPulseSound();
         const auto devices = sound->microphones();
         ASSERT_FALSE(devices);
@@ -353,7 +352,6 @@ TEST(PulseSoundWithoutServerTest, FailsInASentence) {
             "No sound server answers, so there is no sound; start PulseAudio or PipeWire and try again.");
         EXPECT_FALSE(sound->openMicrophone(std::nullopt));
     }
-    before == nullptr ? ::unsetenv("PULSE_SERVER") : ::setenv("PULSE_SERVER", restored.c_str(), 1);
     ::close(listener);
 }
 

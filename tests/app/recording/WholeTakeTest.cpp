@@ -109,8 +109,9 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     std::vector<std::string> complaints;
     const TakeHandlers handlers{[&](const Failure& failure) { complaints.push_back(failure.message); },
                                 [&](const std::string& sentence) { complaints.push_back(sentence); }};
-    auto take = LiveTake::begin({DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}}, *platform,
-                                library, handlers, {});
+    auto take =
+        LiveTake::begin({DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
+                        *platform, library, handlers, {});
     ASSERT_TRUE(take) << take.error().message;
 
     const auto log = folder / "instants";

@@ -38,6 +38,7 @@ struct FreeScaler {
 
 using FramePtr = std::unique_ptr<AVFrame, FreeByAddress<av_frame_free>>;
 using PacketPtr = std::unique_ptr<AVPacket, FreeByAddress<av_packet_free>>;
+using ParametersPtr = std::unique_ptr<AVCodecParameters, FreeByAddress<avcodec_parameters_free>>;
 using CodecPtr = std::unique_ptr<AVCodecContext, FreeByAddress<avcodec_free_context>>;
 using InputPtr = std::unique_ptr<AVFormatContext, FreeByAddress<avformat_close_input>>;
 using OutputPtr = std::unique_ptr<AVFormatContext, CloseOutput>;

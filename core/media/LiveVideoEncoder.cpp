@@ -86,23 +86,20 @@ Result<void> LiveVideoEncoder::describe() {
     if (open.empty()) return std::unexpected(last);
     ladder_ = std::move(open);
 
+    return copyDescription(parameterSets);
+}
+
+// The open encoder's, but for the parameter sets and for what only it needs to know of hardware.
+Result<void> LiveVideoEncoder::copyDescription(std::span<const std::uint8_t> parameterSets) {
+    const ParametersPtr parameters(avcodec_parameters_alloc());
     description_.reset(avcodec_alloc_context3(encoder_->codec));
-    description_->codec_type = AVMEDIA_TYPE_VIDEO;
-    description_->codec_id = encoder_->codec_id;
+    int code = avcodec_parameters_from_context(parameters.get(), encoder_.get());
+    if (code >= 0) code = avcodec_parameters_to_context(description_.get(), parameters.get());
+    if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     description_->pix_fmt = AV_PIX_FMT_YUV420P;
-    description_->profile = encoder_->profile;
-    description_->level = encoder_->level;
-    description_->width = encoder_->width;
-    description_->height = encoder_->height;
-    description_->sample_aspect_ratio = encoder_->sample_aspect_ratio;
     description_->time_base = kLiveTimeBase;
     description_->framerate = encoder_->framerate;
-    description_->bit_rate = encoder_->bit_rate;
-    description_->color_range = encoder_->color_range;
-    description_->color_primaries = encoder_->color_primaries;
-    description_->color_trc = encoder_->color_trc;
-    description_->colorspace = encoder_->colorspace;
-    description_->chroma_sample_location = encoder_->chroma_sample_location;
+    av_freep(&description_->extradata);
     description_->extradata =
         static_cast<std::uint8_t*>(av_mallocz(parameterSets.size() + AV_INPUT_BUFFER_PADDING_SIZE));
     if (description_->extradata == nullptr) return failure(kCannotStartMovie, "out of memory");

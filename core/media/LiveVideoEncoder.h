@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,6 +46,7 @@ class LiveVideoEncoder {
     LiveVideoEncoder(const LiveVideoSettings& settings, std::vector<LiveEncoderRung> ladder)
         : settings_(settings), ladder_(std::move(ladder)) {}
     Result<void> describe();
+    Result<void> copyDescription(std::span<const std::uint8_t> parameterSets);
     Result<void> openWantedRung();
     Result<void> encodeOnce(const Picture& picture, std::int64_t time, const PacketSink& sink);
     bool needsKeyFrame(std::int64_t time) const;

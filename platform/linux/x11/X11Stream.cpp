@@ -6,9 +6,7 @@
 #include <utility>
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include "platform/HostClock.h"
 #include "platform/linux/x11/X11PointerSource.h"
@@ -31,12 +29,10 @@ X11Stream::X11Stream(std::unique_ptr<X11Connection> connection, std::unique_ptr<
     : connection_(std::move(connection)),
       subject_(std::move(subject)),
       pixelSize_(subject_->size()),
-      pointer_(createX11PointerSource(scale)),
-      wakeFile_(::eventfd(0, EFD_CLOEXEC)) {}
+      pointer_(createX11PointerSource(scale)) {}
 
 X11Stream::~X11Stream() {
     stop();
-    if (wakeFile_ >= 0) ::close(wakeFile_);
 }
 
 Result<void> X11Stream::start(const StreamConfiguration& configuration, StreamHandlers handlers) {
@@ -67,7 +63,7 @@ void X11Stream::stop() {
 }
 
 void X11Stream::run(const std::stop_token& stop) {
-    const std::stop_callback wake(stop, [this] { ::eventfd_write(wakeFile_, 1); });
+    const std::stop_callback wake(stop, [this] { wakeUp_.ring(); });
     while (!stop.stop_requested()) {
         const Result<void> going = step();
         if (stop.stop_requested()) return;
@@ -148,7 +144,8 @@ void X11Stream::sleep() const {
     const Seconds wake = awaitsTick ? dueTick_ : std::min(repeat, subject_->wakeTime().value_or(repeat));
     const timespec left = timeUntil(wake);
     xcb_flush(connection_->get());
-    pollfd files[] = {{wakeFile_, POLLIN, 0}, {xcb_get_file_descriptor(connection_->get()), POLLIN, 0}};
+    pollfd files[] = {{wakeUp_.descriptor(), POLLIN, 0},
+                      {xcb_get_file_descriptor(connection_->get()), POLLIN, 0}};
     ::ppoll(files, awaitsTick ? 1 : 2, &left, nullptr);
 }
 

@@ -9,6 +9,7 @@
 
 #include "platform/PointerSource.h"
 #include "platform/ScreenStream.h"
+#include "platform/linux/WakeUp.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11FramePool.h"
 #include "platform/linux/x11/X11Subject.h"
@@ -55,7 +56,7 @@ class X11Stream final : public ScreenStream {
     Seconds dueTick_ = 0;   // no frame before
     Seconds shownTime_ = 0; // of the latest frame
 
-    int wakeFile_ = -1; // an eventfd that ends the thread's sleep
+    WakeUp wakeUp_; // of the thread, when it is to end
     std::mutex mutex_;
     std::condition_variable ended_;
     bool isRunning_ = false; // the thread, under the mutex

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -106,9 +107,13 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     ASSERT_TRUE(content) << content.error().message;
     ASSERT_FALSE(content->displays.empty());
     FolderLibrary library(folder / "reel");
+    std::mutex complaining; // a take does so on its own threads
     std::vector<std::string> complaints;
-    const TakeHandlers handlers{[&](const Failure& failure) { complaints.push_back(failure.message); },
-                                [&](const std::string& sentence) { complaints.push_back(sentence); }};
+    const auto complain = [&](const std::string& sentence) {
+        const std::scoped_lock lock(complaining);
+        complaints.push_back(sentence);
+    };
+    const TakeHandlers handlers{[&](const Failure& failure) { complain(failure.message); }, complain};
     auto take =
         LiveTake::begin({DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
                         *platform, library, handlers, {});
@@ -141,10 +146,10 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     ASSERT_GE(events.clicks.size(), recorded.size());
     // The clock of the recording begins at its first frame, which only the recording knows.
     const Seconds origin = recorded.front() - events.clicks.front().sourceTime();
+    std::vector<Seconds> clicks;
+    for (const EventSample& click : events.clicks) clicks.push_back(click.sourceTime());
     for (const Seconds instant : recorded) {
         const Seconds time = instant - origin;
-        std::vector<Seconds> clicks;
-        for (const EventSample& click : events.clicks) clicks.push_back(click.sourceTime());
         const auto click = nearest(clicks, time);
         const auto flash = nearest(flashes, time);
         const auto heard = nearest(sounds, time);

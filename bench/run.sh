@@ -23,7 +23,7 @@ else
 fi
 
 # The encoder settings of our own exports at 1080p60.
-preset=$(sed -n 's/.*std::string preset = "\(.*\)";.*/\1/p' core/media/MovieWriter.h)
+preset=$(sed -n 's/.*std::string preset = "\(.*\)";.*/\1/p' core/media/encode/MovieWriter.h)
 encode=(-c:v libx264 -profile:v high -preset "$preset" -b:v 13685760 -g 120
     -color_primaries bt709 -color_trc bt709 -colorspace bt709 -c:a aac -b:a 160k)
 

@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include "core/media/MovieWriter.h"
+#include "core/media/encode/MovieWriter.h"
 #include "core/raster/Convert.h"
 #include "sample/CameraPainter.h"
 #include "sample/SampleFolder.h"

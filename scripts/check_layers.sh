@@ -10,24 +10,28 @@ cd "$root"
 # include from. A folder that is not named here is judged as its nearest parent that is. Tests and benchmarks
 # may use everything and are not looked at.
 layers='
-core/base      :                                                                       :
-core/model     :                                                                       : json
-core/timeline  : core/model                                                            :
-core/raster    :                                                                       : highway
-core/media     : core/raster                                                           : ffmpeg
-core/reel      : core/model core/timeline core/media                                   : json
-core/render    : core/model core/timeline core/raster core/media core/reel             : cairo
-core/export    : core/model core/timeline core/raster core/media core/reel core/render : imagequant cgif
-sample         : core                                                                  : json cairo
-platform       :                                                                       :
-platform/linux : platform                                                              : x11 pipewire pulse portal
-platform/linux/camera : platform platform/linux                                        : ffmpeg camera pipewire
-app/recording  : core platform                                                         : qt
-app/library    : core                                                                  : qt
-app/editor     : core platform                                                         : qt
-kit            : core/model core/media                                                 : qt sodium archive
-app/shell      : core platform sample kit app                                          : qt json cli
-app/views      : core app/recording app/library app/editor kit                         : qt
+core/base            :                                            :
+core/model           :                                            : json
+core/timeline        : core/model                                 :
+core/raster          :                                            : highway
+core/media           : core/raster                                : ffmpeg
+core/media/decode    : core/media core/raster                     : ffmpeg
+core/media/fragments : core/media core/media/decode               : ffmpeg
+core/media/encode    : core/media core/media/fragments core/raster : ffmpeg
+core/reel            : core/model core/timeline core/media        : json
+core/plan            : core/model core/timeline                   :
+core/render          : core/model core/timeline core/raster core/media core/reel core/plan : cairo
+core/export          : core/model core/timeline core/raster core/media core/reel core/plan core/render : imagequant cgif
+sample               : core                                       : json cairo
+platform             :                                            :
+platform/linux       : platform                                   : x11 pipewire pulse portal
+platform/linux/camera : platform platform/linux                   : ffmpeg camera pipewire
+app/recording        : core platform                              : qt
+app/library          : core                                       : qt
+app/editor           : core platform                              : qt
+kit                  : core/model core/media                      : qt sodium archive
+app/shell            : core platform sample kit app               : qt json cli
+app/views            : core app/recording app/library app/editor kit : qt
 '
 
 # Libraries that only the layers naming them above may include, by what their headers are called. A library

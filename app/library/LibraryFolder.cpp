@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
 
 namespace glintro {
 namespace {

@@ -9,7 +9,7 @@
 #include <fmt/format.h>
 
 #include "app/recording/EventLogger.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/reel/TakeJournal.h"
 
 namespace glintro {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/media/LiveMovieWriter.h"
+#include "core/media/encode/LiveMovieWriter.h"
 
 namespace glintro {
 

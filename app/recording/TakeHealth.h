@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "core/base/Failure.h"
-#include "core/media/LiveMovieWriter.h"
+#include "core/media/encode/LiveMovieWriter.h"
 
 namespace glintro {
 

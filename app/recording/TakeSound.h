@@ -4,7 +4,7 @@
 
 #include "app/recording/SerialQueue.h"
 #include "app/recording/SoundAligner.h"
-#include "core/media/LiveMovieWriter.h"
+#include "core/media/encode/LiveMovieWriter.h"
 
 namespace glintro {
 

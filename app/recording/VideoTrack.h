@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "core/media/LiveMovieWriter.h"
+#include "core/media/encode/LiveMovieWriter.h"
 
 namespace glintro {
 

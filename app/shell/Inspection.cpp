@@ -1,6 +1,6 @@
 #include "app/shell/Inspection.h"
 
-#include "core/render/FrameGeometry.h"
+#include "core/plan/FrameGeometry.h"
 #include "core/timeline/Storyboard.h"
 
 namespace glintro {

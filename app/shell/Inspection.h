@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "core/model/Look.h"
+#include "core/plan/ZoomCamera.h"
 #include "core/reel/Project.h"
-#include "core/render/ZoomCamera.h"
 #include "core/timeline/Shot.h"
 #include "core/timeline/TimeMap.h"
 

@@ -4,8 +4,8 @@
 
 #include <fmt/format.h>
 
-#include "core/media/MovieReader.h"
-#include "core/media/StillImage.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/decode/StillImage.h"
 
 namespace glintro {
 namespace {

@@ -8,7 +8,7 @@
 #include "app/shell/OutputName.h"
 #include "app/shell/ReelFolder.h"
 #include "app/shell/SignalCancel.h"
-#include "core/media/StillImage.h"
+#include "core/media/decode/StillImage.h"
 #include "core/render/Still.h"
 
 namespace glintro {

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "core/render/FrameGeometry.h"
+#include "core/plan/FrameGeometry.h"
 
 namespace glintro {
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "core/export/FrameReporting.h"
-#include "core/media/AudioMix.h"
-#include "core/media/MovieWriter.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/encode/MovieWriter.h"
 
 namespace glintro {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/model/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 #include "core/model/JsonNumbers.h"
 #include "core/model/RecordingEvents.h"
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <cmath>
 
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
 
 namespace glintro {
 namespace {

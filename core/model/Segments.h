@@ -3,7 +3,7 @@
 #include <concepts>
 
 #include "core/base/Geometry.h"
-#include "core/model/Uuid.h"
+#include "core/base/Uuid.h"
 
 namespace glintro {
 

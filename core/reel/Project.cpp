@@ -4,7 +4,7 @@
 #include <array>
 #include <system_error>
 
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
 
 namespace glintro {
 namespace {

@@ -1,7 +1,7 @@
 #include <cmath>
 #include <system_error>
 
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/reel/Project.h"
 #include "core/timeline/AutoZoom.h"
 

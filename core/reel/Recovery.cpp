@@ -10,10 +10,10 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include "core/media/MovieReader.h"
-#include "core/media/MovieSealing.h"
-#include "core/model/FileDescriptor.h"
-#include "core/model/FileIO.h"
+#include "core/base/FileDescriptor.h"
+#include "core/base/FileIO.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/fragments/MovieSealing.h"
 #include "core/reel/TakeJournal.h"
 #include "core/timeline/AutoZoom.h"
 

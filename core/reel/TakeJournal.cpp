@@ -17,8 +17,8 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "core/model/FileDescriptor.h"
-#include "core/model/FileIO.h"
+#include "core/base/FileDescriptor.h"
+#include "core/base/FileIO.h"
 #include "core/reel/TakeJournalLines.h"
 
 namespace glintro {

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/model/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 #include "core/reel/TakeJournal.h"
 #include "core/reel/TakeJournalLines.h"
 

@@ -8,10 +8,10 @@
 
 #include "core/model/Colour.h"
 #include "core/model/Presets.h"
+#include "core/plan/FrameGeometry.h"
 #include "core/raster/Blur.h"
 #include "core/raster/Convert.h"
 #include "core/raster/Resample.h"
-#include "core/render/FrameGeometry.h"
 #include "core/render/Mask.h"
 
 namespace glintro {

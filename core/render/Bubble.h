@@ -1,7 +1,7 @@
 #pragma once
 
+#include "core/plan/FramePlan.h"
 #include "core/raster/Resample.h"
-#include "core/render/FramePlan.h"
 #include "core/render/Mask.h"
 
 namespace glintro {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <mutex>
 
-#include "core/render/FramePlan.h"
+#include "core/plan/FramePlan.h"
 #include "core/render/Mask.h"
 #include "core/render/Sprite.h"
 

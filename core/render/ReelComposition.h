@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "core/base/Failure.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/reel/Project.h"
 #include "core/timeline/TimeMap.h"
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <future>
 
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 
 namespace glintro {
 namespace {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "core/base/Geometry.h"
-#include "core/model/Uuid.h"
+#include "core/base/Uuid.h"
 
 namespace glintro {
 

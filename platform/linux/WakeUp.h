@@ -2,7 +2,7 @@
 
 #include <sys/eventfd.h>
 
-#include "platform/linux/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 
 namespace glintro {
 
@@ -11,7 +11,7 @@ class WakeUp {
   public:
     WakeUp() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-    bool isUsable() const { return static_cast<bool>(event_); } // else the process has too many files open
+    bool isUsable() const { return event_.isOpen(); } // else the process has too many files open
     int descriptor() const { return event_.value(); }           // readable once it was rung
     void ring() const { ::eventfd_write(event_.value(), 1); }   // from any thread
 

@@ -8,9 +8,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "core/media/AudioMix.h"
-#include "core/media/MovieReader.h"
-#include "core/media/StillImage.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/decode/StillImage.h"
 
 namespace {
 

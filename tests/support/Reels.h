@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/MovieWriter.h"
+#include "core/media/encode/MovieWriter.h"
 #include "core/reel/Project.h"
 #include "tests/support/Pictures.h"
 

@@ -5,8 +5,8 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include "core/media/LiveMovieWriter.h"
-#include "core/media/MovieSealing.h"
+#include "core/media/encode/LiveMovieWriter.h"
+#include "core/media/fragments/MovieSealing.h"
 
 namespace glintro {
 namespace {

@@ -8,9 +8,9 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include "core/media/AudioMix.h"
-#include "core/media/MovieReader.h"
-#include "core/media/MovieWriter.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/encode/MovieWriter.h"
 
 namespace glintro {
 namespace {

@@ -14,7 +14,7 @@
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
 
-#include "platform/linux/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 
 namespace glintro {
 namespace {
@@ -24,7 +24,7 @@ class OpenDevice {
     explicit OpenDevice(const std::string& file)
         : file_(::open(file.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC)) {}
 
-    bool isOpen() const { return static_cast<bool>(file_); }
+    bool isOpen() const { return file_.isOpen(); }
 
     // False when the device says no; errno tells why.
     bool ask(unsigned long request, void* argument) const {

@@ -53,7 +53,7 @@ EvdevPresses::~EvdevPresses() {
 bool EvdevPresses::canSee() const {
     for (const fs::path& file : deviceFiles(folder_)) {
         // Some devices, game pads for example, may be read by everyone.
-        if (const FileDescriptor opened = openToRead(file); opened && probe_(opened.value())) return true;
+        if (const FileDescriptor opened = openToRead(file); opened.isOpen() && probe_(opened.value())) return true;
     }
     return false;
 }
@@ -62,7 +62,7 @@ Result<void> EvdevPresses::start(Handler pressed) {
     stop();
     changes_ = FileDescriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     wakeUp_ = WakeUp();
-    if (!changes_ || !wakeUp_.isUsable()) {
+    if (!changes_.isOpen() || !wakeUp_.isUsable()) {
         return failure("Too many files are open; close some programs and try again.", "inotify_init1", errno);
     }
     // A device may be read only once udev has given it to its group, after it was made.
@@ -99,7 +99,7 @@ void EvdevPresses::openNewDevices() {
         const std::string name = file.filename().string();
         if (sources_.contains(name)) continue;
         FileDescriptor opened = openToRead(file);
-        const auto device = opened ? probe_(opened.value()) : std::nullopt;
+        const auto device = opened.isOpen() ? probe_(opened.value()) : std::nullopt;
         if (device) sources_.emplace(name, Source{std::move(opened), *device});
     }
 }

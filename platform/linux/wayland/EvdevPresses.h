@@ -11,7 +11,7 @@
 #include "core/base/Failure.h"
 #include "core/base/Geometry.h"
 #include "platform/PointerSource.h"
-#include "platform/linux/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 #include "platform/linux/WakeUp.h"
 
 struct input_event;

@@ -11,7 +11,7 @@
 #include <systemd/sd-bus.h>
 
 #include "core/base/Failure.h"
-#include "platform/linux/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 #include "platform/linux/WakeUp.h"
 
 namespace glintro {

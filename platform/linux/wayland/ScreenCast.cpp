@@ -194,7 +194,7 @@ Result<void> ScreenCast::openRemote(const std::stop_token& cancel) {
     int borrowed = -1; // the message closes it
     if (sd_bus_message_read(reply->get(), "h", &borrowed) < 0) return malformed("OpenPipeWireRemote");
     remote_ = FileDescriptor(::fcntl(borrowed, F_DUPFD_CLOEXEC, 3));
-    if (!remote_)
+    if (!remote_.isOpen())
         return failure("Too many files are open; close some programs and try again.", "fcntl", errno);
     return {};
 }

@@ -8,7 +8,7 @@
 #include <sys/socket.h>
 #include <xcb/shm.h>
 
-#include "platform/linux/FileDescriptor.h"
+#include "core/base/FileDescriptor.h"
 #include "platform/linux/x11/X11Connection.h"
 
 namespace glintro {
@@ -24,7 +24,7 @@ std::size_t byteCount(PixelSize size) {
 // memory that the system cannot give would kill the process later.
 FileDescriptor createFile(std::size_t bytes) {
     FileDescriptor file(::memfd_create("frame", MFD_CLOEXEC));
-    if (file && ::posix_fallocate(file.value(), 0, static_cast<off_t>(bytes)) != 0) return {};
+    if (file.isOpen() && ::posix_fallocate(file.value(), 0, static_cast<off_t>(bytes)) != 0) return FileDescriptor();
     return file;
 }
 
@@ -70,7 +70,7 @@ xcb_rectangle_t partOf(const X11Source& band, int width) {
 
 std::shared_ptr<X11FrameBuffer> X11FrameBuffer::create(xcb_connection_t* connection, PixelSize size) {
     FileDescriptor file = createFile(byteCount(size));
-    if (!file) return nullptr;
+    if (!file.isOpen()) return nullptr;
     std::uint8_t* pixels = map(file, byteCount(size));
     if (pixels == nullptr) return nullptr;
     std::shared_ptr<X11FrameBuffer> buffer(

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "app/library/LibraryFolder.h"
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
 #include "tests/support/Reels.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"

@@ -8,8 +8,8 @@
 #include <unistd.h>
 
 #include "app/recording/CaptureEngine.h"
-#include "core/media/MovieReader.h"
-#include "core/media/SoundTrack.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/decode/SoundTrack.h"
 #include "tests/app/recording/TakeFixture.h"
 
 namespace glintro::test {

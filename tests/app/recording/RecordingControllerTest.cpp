@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "app/recording/RecordingController.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
 #include "tests/support/TemporaryFolder.h"

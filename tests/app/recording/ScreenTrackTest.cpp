@@ -6,7 +6,7 @@
 
 #include "app/recording/RecordingFormat.h"
 #include "app/recording/ScreenTrack.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/raster/Convert.h"
 #include "tests/app/recording/FakeSources.h"
 #include "tests/support/TemporaryFolder.h"

@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "app/recording/LiveTake.h"
-#include "core/media/AudioMix.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieReader.h"
 #include "platform/HostClock.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "tests/support/SoundSession.h"

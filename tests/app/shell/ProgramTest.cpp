@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "core/media/MovieReader.h"
-#include "core/media/StillImage.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/decode/StillImage.h"
 #include "tests/app/shell/Program.h"
 #include "tests/app/shell/ReelFixtures.h"
 

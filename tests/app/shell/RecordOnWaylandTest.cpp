@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/reel/Project.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/shell/Program.h"

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "tests/app/shell/Program.h"
 #include "tests/app/shell/ReelFixtures.h"
 #include "tests/core/reel/Takes.h"

@@ -9,8 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include "core/export/Exporter.h"
-#include "core/media/AudioMix.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/timeline/TimeMap.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"

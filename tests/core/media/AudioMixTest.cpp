@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/AudioMix.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieReader.h"
 #include "tests/core/media/MediaTools.h"
 #include "tests/support/TemporaryFolder.h"
 

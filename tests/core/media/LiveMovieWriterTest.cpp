@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "core/media/MovieSealing.h"
+#include "core/media/fragments/MovieSealing.h"
 #include "tests/core/media/FileSizeLimit.h"
 #include "tests/core/media/LiveTakes.h"
 #include "tests/support/TemporaryFolder.h"

@@ -12,10 +12,10 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/AudioMix.h"
-#include "core/media/LiveMovieWriter.h"
-#include "core/media/MovieFile.h"
-#include "core/media/MovieReader.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieFile.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/encode/LiveMovieWriter.h"
 #include "tests/core/media/MediaTools.h"
 
 // Takes whose pictures and clicks can be told apart when the movie is read back.

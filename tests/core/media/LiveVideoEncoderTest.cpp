@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/LiveVideoEncoder.h"
+#include "core/media/encode/LiveVideoEncoder.h"
 #include "tests/support/Pictures.h"
 
 namespace glintro {

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 
 // Movies of every kind made with the ffmpeg program, and other programs' view of what we wrote.
 namespace glintro::test {

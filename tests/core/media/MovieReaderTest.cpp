@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "core/media/MovieReader.h"
+#include "core/media/decode/MovieReader.h"
 #include "core/raster/Convert.h"
 #include "tests/core/media/MediaTools.h"
 #include "tests/support/Pictures.h"

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/MovieSealing.h"
+#include "core/media/fragments/MovieSealing.h"
 #include "tests/core/media/LiveTakes.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/AudioMix.h"
-#include "core/media/MovieReader.h"
-#include "core/media/MovieWriter.h"
+#include "core/media/decode/AudioMix.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/encode/MovieWriter.h"
 #include "tests/core/media/FileSizeLimit.h"
 #include "tests/core/media/MediaTools.h"
 #include "tests/support/TemporaryFolder.h"

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/media/StillImage.h"
+#include "core/media/decode/StillImage.h"
 #include "tests/core/media/MediaTools.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/TemporaryFolder.h"

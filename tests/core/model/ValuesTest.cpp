@@ -6,13 +6,13 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include "core/base/Uuid.h"
 #include "core/model/Colour.h"
 #include "core/model/Enumerations.h"
 #include "core/model/Look.h"
 #include "core/model/Presets.h"
 #include "core/model/TimeFormat.h"
 #include "core/model/Timestamp.h"
-#include "core/model/Uuid.h"
 
 namespace glintro {
 namespace {

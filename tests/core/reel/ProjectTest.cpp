@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "core/media/MovieWriter.h"
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
+#include "core/media/encode/MovieWriter.h"
 #include "core/reel/Project.h"
 #include "tests/core/model/Generators.h"
 #include "tests/support/TemporaryFolder.h"

@@ -14,9 +14,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "core/media/MovieReader.h"
-#include "core/media/MovieSealing.h"
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
+#include "core/media/decode/MovieReader.h"
+#include "core/media/fragments/MovieSealing.h"
 #include "core/reel/Recovery.h"
 #include "core/reel/TakeJournal.h"
 #include "platform/HostClock.h"

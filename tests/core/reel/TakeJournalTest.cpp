@@ -6,7 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "core/model/FileIO.h"
+#include "core/base/FileIO.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "core/media/LiveMovieWriter.h"
+#include "core/media/encode/LiveMovieWriter.h"
 #include "core/reel/TakeJournal.h"
 
 // Takes as a process that died leaves them.

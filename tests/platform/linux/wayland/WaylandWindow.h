@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "core/base/FileDescriptor.h"
 #include "core/base/Geometry.h"
-#include "platform/linux/FileDescriptor.h"
 
 namespace glintro::test {
 

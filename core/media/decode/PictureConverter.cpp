@@ -1,0 +1,192 @@
+#include "core/media/decode/PictureConverter.h"
+
+#include <cmath>
+#include <utility>
+
+#include <fmt/format.h>
+
+extern "C" {
+#include <libavfilter/buffersink.h>
+#include <libavfilter/buffersrc.h>
+#include <libavutil/pixdesc.h>
+}
+
+namespace glintro {
+namespace {
+
+constexpr const char* kCannotConvert = "Couldn’t convert the recording’s pictures.";
+constexpr int kLargestSide = 16384;
+
+// Without a tag, players take small pictures for television's BT.601 and large ones for BT.709.
+AVColorSpace matrixOf(const AVFrame& frame, const AVPixFmtDescriptor& format) {
+    constexpr int kFirstHdHeight = 720;
+    if ((format.flags & AV_PIX_FMT_FLAG_RGB) != 0) return AVCOL_SPC_RGB;
+    switch (frame.colorspace) {
+        case AVCOL_SPC_BT709:
+        case AVCOL_SPC_FCC:
+        case AVCOL_SPC_BT470BG:
+        case AVCOL_SPC_SMPTE170M:
+        case AVCOL_SPC_SMPTE240M:
+        case AVCOL_SPC_YCGCO:
+        case AVCOL_SPC_BT2020_NCL:
+            return frame.colorspace;
+        default:
+            return frame.height < kFirstHdHeight ? AVCOL_SPC_SMPTE170M : AVCOL_SPC_BT709;
+    }
+}
+
+// The formats whose name alone says "full range" lie in memory as their plain namesakes do.
+AVPixelFormat plainFormat(int format) {
+    switch (format) {
+        case AV_PIX_FMT_YUVJ420P:
+            return AV_PIX_FMT_YUV420P;
+        case AV_PIX_FMT_YUVJ422P:
+            return AV_PIX_FMT_YUV422P;
+        case AV_PIX_FMT_YUVJ444P:
+            return AV_PIX_FMT_YUV444P;
+        case AV_PIX_FMT_YUVJ440P:
+            return AV_PIX_FMT_YUV440P;
+        default:
+            return static_cast<AVPixelFormat>(format);
+    }
+}
+
+// A second reference to the frame with everything about its colours said outright. Primaries and transfer are
+// left as they are, so they are called the same on both sides.
+FramePtr describe(const AVFrame& frame) {
+    FramePtr described(av_frame_clone(&frame));
+    if (!described) return nullptr;
+    const bool saysFull = plainFormat(frame.format) != frame.format;
+    described->format = plainFormat(frame.format);
+    const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(plainFormat(frame.format));
+    if (format == nullptr) return nullptr;
+    described->colorspace = matrixOf(frame, *format);
+    const bool isFull =
+        saysFull || frame.color_range == AVCOL_RANGE_JPEG || described->colorspace == AVCOL_SPC_RGB;
+    described->color_range = isFull ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+    described->color_primaries = AVCOL_PRI_BT709;
+    described->color_trc = AVCOL_TRC_BT709;
+    if (frame.chroma_location == AVCHROMA_LOC_UNSPECIFIED) described->chroma_location = AVCHROMA_LOC_LEFT;
+    described->sample_aspect_ratio = {1, 1};
+    return described;
+}
+
+PicturePtr wrap(FramePtr frame, PixelSize size) {
+    auto picture = std::make_shared<Picture>();
+    picture->layout = PixelLayout::yuv420;
+    picture->size = size;
+    for (int i = 0; i < 3; ++i) {
+        const PixelSize extent = planeSize(picture->layout, i, size);
+        picture->planes[static_cast<std::size_t>(i)] = {frame->data[i], frame->linesize[i], extent.width,
+                                                        extent.height};
+    }
+    picture->storage = std::shared_ptr<const AVFrame>(std::move(frame));
+    return picture;
+}
+
+// 4:2:0 is filtered in whole chroma samples: an odd edge is repeated once, and the repetition left out of the
+// finished picture again.
+std::string evenOut(PixelSize size) {
+    const int right = size.width % 2;
+    const int bottom = size.height % 2;
+    if (right == 0 && bottom == 0) return {};
+    return fmt::format("pad={}:{},fillborders=right={}:bottom={}:mode=smear,", size.width + right,
+                       size.height + bottom, right, bottom);
+}
+
+} // namespace
+
+Orientation orientationOf(const AVStream& stream) {
+    std::size_t bytes = 0;
+    const std::uint8_t* data = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &bytes);
+    if (data == nullptr || bytes < 9 * sizeof(std::int32_t)) return {};
+    // x' = a x + c y, y' = b x + d y, stored a b u c d v x y w.
+    const auto* matrix = reinterpret_cast<const std::int32_t*>(data);
+    const double a = matrix[0];
+    const double b = matrix[1];
+    const double c = matrix[3];
+    const double d = matrix[4];
+    const bool transposed = std::abs(b) + std::abs(c) > std::abs(a) + std::abs(d);
+    return {transposed, (transposed ? c : a) < 0, (transposed ? b : d) < 0};
+}
+
+PixelSize naturalSizeOf(PixelSize stored, AVRational pixelAspect, Orientation orientation) {
+    PixelSize size = stored;
+    if (pixelAspect.num > 0 && pixelAspect.den > 0) {
+        const double width = std::round(stored.width * av_q2d(pixelAspect));
+        if (width >= 1 && width <= kLargestSide) size.width = static_cast<int>(width);
+    }
+    if (orientation.transposed) std::swap(size.width, size.height);
+    return size;
+}
+
+bool PictureConverter::isCommon(const AVFrame& frame) const {
+    return frame.format == AV_PIX_FMT_YUV420P && frame.color_range == AVCOL_RANGE_MPEG
+           && frame.colorspace == AVCOL_SPC_BT709 && frame.chroma_location == AVCHROMA_LOC_LEFT
+           && orientation_ == Orientation{} && size_ == PixelSize{frame.width, frame.height};
+}
+
+Result<PicturePtr> PictureConverter::convert(const AVFrame& frame) {
+    FramePtr described = describe(frame);
+    if (!described) return failure(kCannotConvert);
+    if (isCommon(*described)) return wrap(std::move(described), size_);
+    if (auto prepared = prepareGraph(*described); !prepared) return std::unexpected(prepared.error());
+
+    FramePtr converted = newFrame();
+    int code = av_buffersrc_add_frame(source_, described.get());
+    if (code >= 0) code = av_buffersink_get_frame(sink_, converted.get());
+    if (code < 0) {
+        description_.clear(); // a graph that failed once is not used again
+        return ffmpegFailure(kCannotConvert, code);
+    }
+    return wrap(std::move(converted), size_);
+}
+
+// One conversion of colours, range, depth and siting where the shape stays; with turning or scaling it is
+// split at 4:4:4, where every sample has a place of its own that survives being turned.
+std::string PictureConverter::graphFor(const AVFrame& frame) const {
+    const PixelSize stored{frame.width, frame.height};
+    const auto* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+    const bool isPackedRgb =
+        (format->flags & AV_PIX_FMT_FLAG_RGB) != 0 && (format->flags & AV_PIX_FMT_FLAG_PLANAR) == 0;
+    constexpr const char* kColours = "zscale=matrix=709:range=limited:chromal=left:filter=bicubic";
+
+    std::string graph = fmt::format("buffer=video_size={}x{}:pix_fmt={}:time_base=1/1:pixel_aspect=1/1,",
+                                    stored.width, stored.height, frame.format);
+    if (isPackedRgb) graph += "format=gbrp,";
+    graph += evenOut(stored) + kColours;
+    if (orientation_ != Orientation{} || size_ != stored) {
+        graph += fmt::format(",format=yuv444p,crop={}:{}:0:0:exact=1", stored.width, stored.height);
+        if (orientation_.transposed) graph += ",transpose=cclock_flip";
+        if (orientation_.flippedHorizontally) graph += ",hflip";
+        if (orientation_.flippedVertically) graph += ",vflip";
+        graph += fmt::format(",zscale={}:{}:filter=bicubic,format=yuv444p,", size_.width, size_.height);
+        graph += evenOut(size_) + kColours;
+    }
+    return graph + ",format=yuv420p,buffersink";
+}
+
+Result<void> PictureConverter::prepareGraph(const AVFrame& frame) {
+    const std::string description = graphFor(frame);
+    if (graph_ && description == description_) return {};
+    graph_.reset(avfilter_graph_alloc());
+    if (!graph_) return failure(kCannotConvert);
+    AVFilterInOut* inputs = nullptr;
+    AVFilterInOut* outputs = nullptr;
+    int code = avfilter_graph_parse2(graph_.get(), description.c_str(), &inputs, &outputs);
+    avfilter_inout_free(&inputs);
+    avfilter_inout_free(&outputs);
+    if (code >= 0) code = avfilter_graph_config(graph_.get(), nullptr);
+    if (code < 0) {
+        graph_.reset();
+        return ffmpegFailure(kCannotConvert, code);
+    }
+    source_ = graph_->filters[0];
+    for (unsigned i = 0; i < graph_->nb_filters; ++i) {
+        if (std::string_view(graph_->filters[i]->filter->name) == "buffersink") sink_ = graph_->filters[i];
+    }
+    description_ = description;
+    return {};
+}
+
+} // namespace glintro

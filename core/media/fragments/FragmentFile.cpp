@@ -1,0 +1,131 @@
+#include "core/media/fragments/FragmentFile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/media/MovieSentences.h"
+#include "core/media/OutputFailure.h"
+
+namespace glintro {
+namespace {
+
+std::unexpected<Failure> writeFailure(int error) {
+    return outputFailure("movie", error, kCannotWriteMovie);
+}
+
+// 0, or the error that kept some of the bytes from being written.
+int writeAll(int descriptor, ByteView bytes, std::uint64_t position) {
+    while (!bytes.empty()) {
+        const ssize_t count = ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(position));
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) return count < 0 ? errno : ENOSPC;
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+        position += static_cast<std::uint64_t>(count);
+    }
+    return 0;
+}
+
+// Without this a power cut may lose the name of a new file whose content is safe. Not every file system can.
+void syncFolder(const std::filesystem::path& file) {
+    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    ::fsync(descriptor);
+    ::close(descriptor);
+}
+
+// Some file systems know no locks: then nobody is kept out.
+bool isWrittenElsewhere(int descriptor) {
+    return ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
+std::unexpected<Failure> busyFailure() {
+    return failure("The movie is still being written.", "locked", EWOULDBLOCK);
+}
+
+} // namespace
+
+Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) return outputFailure("movie", errno, kCannotStartMovie);
+    FragmentFile created(descriptor, 0);
+    if (isWrittenElsewhere(descriptor)) return busyFailure();
+    if (auto emptied = created.truncate(0); !emptied) return std::unexpected(emptied.error());
+    syncFolder(file);
+    return created;
+}
+
+Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Access access) {
+    const int mode = access == Access::read ? O_RDONLY : O_RDWR;
+    // Opening a pipe would wait for its other end.
+    const int descriptor = ::open(file.c_str(), mode | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) {
+        const int error = errno;
+        if (error == ENOENT) return failure("There is no such movie file.", file.string(), error);
+        return outputFailure("movie", error, "The movie can’t be opened.");
+    }
+    FragmentFile opened(descriptor, 0);
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return failure(kCannotOpenMovie, "no regular file");
+    }
+    if (access == Access::readWrite && isWrittenElsewhere(descriptor)) return busyFailure();
+    opened.size_ = static_cast<std::uint64_t>(status.st_size);
+    return opened;
+}
+
+FragmentFile::FragmentFile(FragmentFile&& other) noexcept
+    : descriptor_(std::exchange(other.descriptor_, -1)), size_(other.size_) {}
+
+FragmentFile::~FragmentFile() {
+    if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+Result<void> FragmentFile::append(ByteView bytes) {
+    if (const int error = writeAll(descriptor_, bytes, size_); error != 0) {
+        // Half a fragment is of no use, and takes room on a disk that has none left.
+        [[maybe_unused]] const int ignored = ::ftruncate(descriptor_, static_cast<off_t>(size_));
+        return writeFailure(error);
+    }
+    size_ += bytes.size();
+    return {};
+}
+
+Result<void> FragmentFile::truncate(std::uint64_t size) {
+    if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) return writeFailure(errno);
+    size_ = size;
+    return {};
+}
+
+Result<void> FragmentFile::overwrite(std::uint64_t position, ByteView bytes) {
+    if (const int error = writeAll(descriptor_, bytes, position); error != 0) return writeFailure(error);
+    return {};
+}
+
+Result<void> FragmentFile::sync() {
+    if (::fdatasync(descriptor_) != 0) return writeFailure(errno);
+    return {};
+}
+
+Result<Bytes> FragmentFile::read(std::uint64_t position, std::size_t count) const {
+    Bytes bytes(count);
+    std::size_t filled = 0;
+    while (filled < count) {
+        const ssize_t got = ::pread(descriptor_, bytes.data() + filled, count - filled,
+                                    static_cast<off_t>(position + filled));
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) return failure(kCannotReadMovie, std::strerror(errno), errno);
+        if (got == 0) break;
+        filled += static_cast<std::size_t>(got);
+    }
+    bytes.resize(filled);
+    return bytes;
+}
+
+} // namespace glintro

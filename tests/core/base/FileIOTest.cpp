@@ -1,0 +1,139 @@
+#include <chrono>
+#include <cstdlib>
+#include <random>
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "core/base/FileIO.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t noLimit = 1U << 30;
+
+std::string contentOf(const fs::path& file) {
+    return readFile(file, noLimit).value_or("unreadable");
+}
+
+std::ptrdiff_t entriesIn(const fs::path& folder) {
+    return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+}
+
+mode_t permissionsOf(const fs::path& file) {
+    struct stat status {};
+    return ::stat(file.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+// Runs `work` in a child process that may write no more than `longest` bytes to a file, as on a full disk.
+template <class Work>
+bool succeedsWithFileLimit(rlim_t longest, Work work) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{longest, longest};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        ::_exit(work() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    return WEXITSTATUS(status) == 0;
+}
+
+TEST(WriteFileAtomically, CreatesAndReplaces) {
+    const TemporaryFolder folder;
+    const auto file = folder / "project.json";
+    EXPECT_TRUE(writeFileAtomically(file, "first"));
+    EXPECT_EQ(contentOf(file), "first");
+    ::chmod(file.c_str(), 0640);
+    EXPECT_TRUE(writeFileAtomically(file, ""));
+    EXPECT_EQ(contentOf(file), "");
+    EXPECT_EQ(permissionsOf(file), 0640U);
+    EXPECT_EQ(entriesIn(folder.path()), 1);
+}
+
+TEST(WriteFileAtomically, KeepsALinkAndReplacesWhatItPointsTo) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "elsewhere");
+    fs::create_symlink("elsewhere/target.json", folder / "link");
+    fs::create_symlink("link", folder / "project.json");
+    for (const std::string bytes : {"created through the links", "replaced through the links"}) {
+        EXPECT_TRUE(writeFileAtomically(folder / "project.json", bytes));
+        EXPECT_EQ(contentOf(folder / "elsewhere/target.json"), bytes);
+    }
+    EXPECT_TRUE(fs::is_symlink(folder / "project.json"));
+    EXPECT_TRUE(fs::is_symlink(folder / "link"));
+    fs::create_symlink("loop", folder / "loop");
+    EXPECT_FALSE(writeFileAtomically(folder / "loop", "never"));
+}
+
+TEST(WriteFileAtomically, AFailureLeavesEverythingAsItWas) {
+    const TemporaryFolder folder;
+    const auto file = folder / "project.json";
+    ASSERT_TRUE(writeFileAtomically(file, "the old bytes"));
+    const std::string tooLong(100'000, 'x');
+    EXPECT_FALSE(succeedsWithFileLimit(4096, [&] { return writeFileAtomically(file, tooLong).has_value(); }));
+    EXPECT_TRUE(
+        succeedsWithFileLimit(200'000, [&] { return writeFileAtomically(file, "short").has_value(); }));
+    EXPECT_FALSE(succeedsWithFileLimit(0, [&] { return writeFileAtomically(file, tooLong).has_value(); }));
+    EXPECT_EQ(contentOf(file), "short");
+
+    fs::create_directory(folder / "folder");
+    const auto intoFolder = writeFileAtomically(folder / "folder", "bytes");
+    ASSERT_FALSE(intoFolder);
+    EXPECT_EQ(intoFolder.error().message, "Couldn’t write “folder”.");
+    EXPECT_FALSE(writeFileAtomically(folder / "missing" / "project.json", "bytes"));
+    EXPECT_EQ(entriesIn(folder.path()), 2) << "no temporary file is left";
+}
+
+// Each process writes whole files of one letter until it is killed; whatever the moment, the file left behind
+// must be one of them.
+TEST(WriteFileAtomically, AKillLeavesTheOldFileOrTheNew) {
+    const TemporaryFolder folder;
+    const auto file = folder / "project.json";
+    const auto letters = [](char letter) { return std::string(50'000, letter); };
+    ASSERT_TRUE(writeFileAtomically(file, letters('a')));
+    const char* soak = std::getenv("GLINTRO_SOAK");
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(soak ? std::atoi(soak) : 1);
+    std::minstd_rand random(7);
+    int kills = 0;
+    do {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            for (char letter = 'a';; letter = letter == 'z' ? 'a' : static_cast<char>(letter + 1)) {
+                if (!writeFileAtomically(file, letters(letter))) ::_exit(1);
+            }
+        }
+        ::usleep(static_cast<useconds_t>(random() % 5000));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status));
+        const std::string left = contentOf(file);
+        ASSERT_FALSE(left.empty());
+        ASSERT_EQ(left, letters(left.front())) << "after " << kills << " kills";
+        ++kills;
+    } while (std::chrono::steady_clock::now() < end);
+    RecordProperty("kills", kills);
+}
+
+TEST(ReadFile, RefusesWhatIsTooLongOrNoFile) {
+    const TemporaryFolder folder;
+    const auto file = folder / "file";
+    ASSERT_TRUE(writeFile(file, "12345678"));
+    EXPECT_EQ(readFile(file, 8).value_or(""), "12345678");
+    EXPECT_FALSE(readFile(file, 7));
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    for (const char* name : {"missing", "", "pipe"}) EXPECT_FALSE(readFile(folder / name, 8)) << name;
+}
+
+} // namespace
+} // namespace glintro

@@ -61,8 +61,8 @@ class SoundSystem {
     // The microphones, without the monitors of outputs. Fails when no sound server answers.
     [[nodiscard]] virtual Result<std::vector<SoundDevice>> microphones() = 0;
     // By id or by name; the default one when absent.
-    [[nodiscard]] virtual Result<std::unique_ptr<Microphone>>
-    openMicrophone(std::optional<std::string> device) = 0;
+    [[nodiscard]] virtual Result<std::unique_ptr<Microphone>> openMicrophone(
+        std::optional<std::string> device) = 0;
     [[nodiscard]] virtual Result<std::unique_ptr<SoundOutput>> openOutput(int channels) = 0;
 };
 

@@ -10,7 +10,7 @@ command -v $formatter >/dev/null || {
     exit 1
 }
 
-sources() { find core app sample tests bench -name '*.h' -print0 -o -name '*.cpp' -print0; }
+sources() { find core platform app sample tests bench -name '*.h' -print0 -o -name '*.cpp' -print0; }
 
 if [[ ${1:-} == --fix ]]; then
     sources | xargs -0 $formatter -i

@@ -17,8 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t newFileMode = 0666; // less the user's umask
-constexpr int longestLinkChain = 40; // as the kernel has it
+constexpr mode_t kNewFileMode = 0666; // less the user's umask
+constexpr int kLongestLinkChain = 40; // as the kernel has it
 
 std::unexpected<Failure> systemFailure(const char* verb, const fs::path& file, int code) {
     return failure(fmt::format("Couldn’t {} “{}”.", verb, file.filename().string()),
@@ -46,7 +46,7 @@ int writeAll(int descriptor, std::string_view bytes) {
 // Where a chain of symbolic links ends, whether or not a file is there.
 Result<fs::path> followLinks(fs::path file) {
     std::error_code error;
-    for (int i = 0; i < longestLinkChain; ++i) {
+    for (int i = 0; i < kLongestLinkChain; ++i) {
         if (!fs::is_symlink(fs::symlink_status(file, error))) return file;
         const fs::path target = fs::read_symlink(file, error);
         if (error) return writeFailure(file, error.value());
@@ -71,7 +71,7 @@ class Replacement {
     // Each 0 or the error number.
     int create(std::string_view bytes) {
         FileDescriptor descriptor(
-            ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, newFileMode));
+            ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode));
         if (!descriptor.isOpen()) return errno;
         created_ = true;
         if (const int error = keepPermissions(descriptor.value())) return error;
@@ -127,7 +127,7 @@ Result<void> writeFileAtomically(const fs::path& file, std::string_view bytes) {
 }
 
 Result<void> writeFile(const fs::path& file, std::string_view bytes) {
-    FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, newFileMode));
+    FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
     if (!descriptor.isOpen()) return writeFailure(file, errno);
     if (const int error = writeAll(descriptor.value(), bytes)) return writeFailure(file, error);
     if (const int error = descriptor.close()) return writeFailure(file, error);

@@ -7,8 +7,8 @@
 namespace glintro {
 namespace {
 
-constexpr std::string_view upperHexDigits = "0123456789ABCDEF";
-constexpr std::size_t textLength = 36;
+constexpr std::string_view kUpperHexDigits = "0123456789ABCDEF";
+constexpr std::size_t kTextLength = 36;
 
 bool hyphenStandsAt(std::size_t index) {
     return index == 8 || index == 13 || index == 18 || index == 23;
@@ -36,7 +36,7 @@ Uuid Uuid::random() {
 }
 
 std::optional<Uuid> Uuid::parse(std::string_view text) {
-    if (text.size() != textLength) return std::nullopt;
+    if (text.size() != kTextLength) return std::nullopt;
     Uuid uuid;
     std::size_t digits = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -54,11 +54,11 @@ std::optional<Uuid> Uuid::parse(std::string_view text) {
 
 std::string Uuid::text() const {
     std::string text;
-    text.reserve(textLength);
+    text.reserve(kTextLength);
     for (const std::uint8_t byte : bytes) {
         if (hyphenStandsAt(text.size())) text += '-';
-        text += upperHexDigits[byte >> 4];
-        text += upperHexDigits[byte & 0x0F];
+        text += kUpperHexDigits[byte >> 4];
+        text += kUpperHexDigits[byte & 0x0F];
     }
     return text;
 }

@@ -5,7 +5,7 @@
 namespace glintro {
 namespace {
 
-constexpr Colour defaultColour{0x16 / 255.0F, 0x16 / 255.0F, 0x1C / 255.0F};
+constexpr Colour kDefaultColour{0x16 / 255.0F, 0x16 / 255.0F, 0x1C / 255.0F};
 
 std::optional<float> parseChannel(std::string_view digits) {
     unsigned value = 0;
@@ -26,7 +26,7 @@ std::optional<Colour> parseHexColour(std::string_view text) {
 }
 
 Colour hexColourOrDefault(std::string_view text) {
-    return parseHexColour(text).value_or(defaultColour);
+    return parseHexColour(text).value_or(kDefaultColour);
 }
 
 } // namespace glintro

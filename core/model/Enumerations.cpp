@@ -14,45 +14,45 @@ struct Labelled {
     std::string_view label;
 };
 
-constexpr std::array<Labelled, 3> backgroundKinds{
+constexpr std::array<Labelled, 3> kBackgroundKinds{
     {{"gradient", "Gradient"}, {"solid", "Colour"}, {"wallpaper", "Desktop"}}};
 
-constexpr std::array<Labelled, 5> aspectRatios{{{"16:9", "rectangle"},
+constexpr std::array<Labelled, 5> kAspectRatios{{{"16:9", "rectangle"},
                                                 {"9:16", "rectangle.portrait"},
                                                 {"1:1", "square"},
                                                 {"4:3", "rectangle.ratio.4.to.3"},
                                                 {"Source", "rectangle.dashed"}}};
 
-constexpr std::array<Labelled, 4> camCorners{{{"topLeft", "Top left"},
+constexpr std::array<Labelled, 4> kCamCorners{{{"topLeft", "Top left"},
                                               {"topRight", "Top right"},
                                               {"bottomLeft", "Bottom left"},
                                               {"bottomRight", "Bottom right"}}};
 
-constexpr std::array<std::string_view, 2> camShapes{"circle", "rounded"};
+constexpr std::array<std::string_view, 2> kCamShapes{"circle", "rounded"};
 
 } // namespace
 
 std::string_view storedText(BackgroundKind kind) {
-    return rowOf(kind, backgroundKinds).stored;
+    return rowOf(kind, kBackgroundKinds).stored;
 }
 std::string_view storedText(AspectRatio aspect) {
-    return rowOf(aspect, aspectRatios).stored;
+    return rowOf(aspect, kAspectRatios).stored;
 }
 std::string_view storedText(CamCorner corner) {
-    return rowOf(corner, camCorners).stored;
+    return rowOf(corner, kCamCorners).stored;
 }
 std::string_view storedText(CamShape shape) {
-    return rowOf(shape, camShapes);
+    return rowOf(shape, kCamShapes);
 }
 
 std::string_view title(BackgroundKind kind) {
-    return rowOf(kind, backgroundKinds).label;
+    return rowOf(kind, kBackgroundKinds).label;
 }
 std::string_view symbol(AspectRatio aspect) {
-    return rowOf(aspect, aspectRatios).label;
+    return rowOf(aspect, kAspectRatios).label;
 }
 std::string_view shortLabel(CamCorner corner) {
-    return rowOf(corner, camCorners).label;
+    return rowOf(corner, kCamCorners).label;
 }
 
 double ratio(AspectRatio aspect, Size source) {

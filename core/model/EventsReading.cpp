@@ -11,9 +11,9 @@
 namespace glintro {
 namespace {
 
-constexpr std::size_t deepestNesting = 512;
+constexpr std::size_t kDeepestNesting = 512;
 // Some 19 hours of pointer samples. A hostile file of empty lists would otherwise become ten times its size.
-constexpr std::size_t mostSamples = 8U << 20;
+constexpr std::size_t kMostSamples = 8U << 20;
 
 // Takes the parser's events straight into the lists: a document tree of an hour's samples would be far larger
 // than the samples. Every function returns false to stop the parser, which makes the file undecodable.
@@ -56,7 +56,7 @@ class EventsHandler {
     bool isList() const { return value_ == Value::cursor || value_ == Value::clicks; }
     std::vector<EventSample>& list() { return value_ == Value::cursor ? events_.cursor : events_.clicks; }
 
-    bool descend() { return ++depth_ <= deepestNesting; }
+    bool descend() { return ++depth_ <= kDeepestNesting; }
     bool ascend() {
         --depth_;
         return true;
@@ -70,7 +70,7 @@ class EventsHandler {
             (value_ == Value::cursor ? hasCursor_ : hasClicks_) = true;
             return true;
         }
-        if (depth_ != 2 || events_.cursor.size() + events_.clicks.size() >= mostSamples) return false;
+        if (depth_ != 2 || events_.cursor.size() + events_.clicks.size() >= kMostSamples) return false;
         list().emplace_back().count = 0;
         return true;
     }

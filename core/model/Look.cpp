@@ -7,10 +7,10 @@
 namespace glintro {
 namespace {
 
-constexpr double tolerance = 0.0005;
+constexpr double kTolerance = 0.0005;
 
 bool near(double a, double b) {
-    return std::abs(a - b) < tolerance;
+    return std::abs(a - b) < kTolerance;
 }
 
 // Colour texts are ASCII; the C library's tolower would depend on the locale.

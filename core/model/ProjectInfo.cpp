@@ -13,14 +13,14 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t deepestNesting = 512;
-constexpr std::size_t mostValues = 1'000'000;
+constexpr std::size_t kDeepestNesting = 512;
+constexpr std::size_t kMostValues = 1'000'000;
 constexpr const char* damagedMessage = "The project file is damaged.";
 
 // A document tree takes many times the memory of its text, so the text is measured before a tree is built.
 // The library takes a zero byte for the end of the text; here it is garbage.
 bool isWithinLimits(std::string_view text) {
-    if (text.size() > longestProjectText) return false;
+    if (text.size() > kLongestProjectText) return false;
     std::size_t depth = 0;
     std::size_t values = 0;
     bool inString = false;
@@ -35,7 +35,7 @@ bool isWithinLimits(std::string_view text) {
         if (byte == '[' || byte == '{') ++depth;
         if ((byte == ']' || byte == '}') && depth > 0) --depth;
         if (byte == '[' || byte == '{' || byte == ',') ++values;
-        if (depth > deepestNesting || values > mostValues) return false;
+        if (depth > kDeepestNesting || values > kMostValues) return false;
     }
     return true;
 }

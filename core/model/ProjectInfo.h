@@ -26,7 +26,7 @@ struct ProjectInfo {
 
 // A longer text is not decoded, nor is one with more than a million values or 512 levels: thousands of
 // segments take about a megabyte, and a hostile file must not take the memory of the machine.
-inline constexpr std::size_t longestProjectText = 64U << 20; // bytes
+inline constexpr std::size_t kLongestProjectText = 64U << 20; // bytes
 
 // Strict for the record: every one of the nine values must be there and of its type, else the failure says
 // what is wrong. Lenient for the settings: a value that is missing or malformed takes its default, a list

@@ -10,10 +10,10 @@ namespace glintro {
 namespace {
 
 // Beyond 2^53 a double has no fraction left to show, and far beyond it does not fit an integer.
-constexpr Seconds longestShown = 9007199254740992.0;
+constexpr Seconds kLongestShown = 9007199254740992.0;
 
 Seconds sanitised(Seconds seconds) {
-    return std::isfinite(seconds) && seconds > 0 ? std::min(seconds, longestShown) : 0;
+    return std::isfinite(seconds) && seconds > 0 ? std::min(seconds, kLongestShown) : 0;
 }
 
 std::int64_t wholeSeconds(Seconds seconds) {

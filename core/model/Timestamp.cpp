@@ -10,14 +10,14 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr Timestamp firstShown = sys_days(year(0) / January / 1);
-constexpr Timestamp afterLastShown = sys_days(year(10000) / January / 1);
+constexpr Timestamp kFirstShown = sys_days(year(0) / January / 1);
+constexpr Timestamp kAfterLastShown = sys_days(year(10000) / January / 1);
 
 bool isShown(Timestamp time) {
-    return time >= firstShown && time < afterLastShown;
+    return time >= kFirstShown && time < kAfterLastShown;
 }
 
-constexpr std::string_view pattern = "0000-00-00T00:00:00";
+constexpr std::string_view kPattern = "0000-00-00T00:00:00";
 
 bool fits(std::string_view text, std::string_view form) {
     return std::ranges::equal(text, form, [](char letter, char expected) {
@@ -48,13 +48,13 @@ std::optional<minutes> parseZone(std::string_view text) {
 } // namespace
 
 std::optional<Timestamp> parseTimestamp(std::string_view text) {
-    if (text.size() < pattern.size() || !fits(text.substr(0, pattern.size()), pattern)) return std::nullopt;
+    if (text.size() < kPattern.size() || !fits(text.substr(0, kPattern.size()), kPattern)) return std::nullopt;
     const year_month_day date(year(number(text, 0, 4)), month(static_cast<unsigned>(number(text, 5, 2))),
                               day(static_cast<unsigned>(number(text, 8, 2))));
     const int hourCount = number(text, 11, 2);
     const int minuteCount = number(text, 14, 2);
     const int secondCount = number(text, 17, 2);
-    const auto zone = parseZone(text.substr(pattern.size()));
+    const auto zone = parseZone(text.substr(kPattern.size()));
     if (!date.ok() || hourCount > 23 || minuteCount > 59 || secondCount > 59 || !zone) return std::nullopt;
     const Timestamp time =
         sys_days(date) + hours(hourCount) + minutes(minuteCount) + seconds(secondCount) - *zone;

@@ -20,7 +20,7 @@ Project::LoadResult Project::inspect(const std::filesystem::path& folder) {
     using enum LoadResult::Status;
     Project project(folder, {});
     if (!fileExists(project.rawURL())) return {none, std::nullopt};
-    const auto text = readFile(project.infoURL(), longestProjectText);
+    const auto text = readFile(project.infoURL(), kLongestProjectText);
     if (!text) return {damaged, std::nullopt};
     auto info = decodeProjectInfo(*text);
     if (!info) return {damaged, std::nullopt};

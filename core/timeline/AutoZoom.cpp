@@ -6,15 +6,15 @@
 namespace glintro {
 namespace {
 
-constexpr Seconds groupingGap = 2.6;
-constexpr Seconds leadIn = 1.0;
-constexpr Seconds leadOut = 1.8;
-constexpr Seconds minimumLength = 2.4;
-constexpr Seconds mergeSlack = 0.25;
-constexpr int busyGroupSize = 4;
-constexpr double busyReduction = 0.2;
-constexpr double busyFloor = 1.5;
-constexpr Seconds shortestRecording = 1.0;
+constexpr Seconds kGroupingGap = 2.6;
+constexpr Seconds kLeadIn = 1.0;
+constexpr Seconds kLeadOut = 1.8;
+constexpr Seconds kMinimumLength = 2.4;
+constexpr Seconds kMergeSlack = 0.25;
+constexpr int kBusyGroupSize = 4;
+constexpr double kBusyReduction = 0.2;
+constexpr double kBusyFloor = 1.5;
+constexpr Seconds kShortestRecording = 1.0;
 
 struct ClickGroup {
     Seconds first = 0;
@@ -35,7 +35,7 @@ std::vector<Seconds> sortedTimes(const std::vector<EventSample>& clicks) {
 std::vector<ClickGroup> grouped(const std::vector<Seconds>& times) {
     std::vector<ClickGroup> groups;
     for (const Seconds time : times) {
-        if (groups.empty() || !(time - groups.back().last < groupingGap)) {
+        if (groups.empty() || !(time - groups.back().last < kGroupingGap)) {
             groups.push_back({time, time, 1});
         } else {
             groups.back().last = time;
@@ -46,14 +46,14 @@ std::vector<ClickGroup> grouped(const std::vector<Seconds>& times) {
 }
 
 ZoomSegment zoomAround(const ClickGroup& group, Seconds duration, double level) {
-    Seconds start = std::max(group.first - leadIn, 0.0);
-    Seconds end = std::min(group.last + leadOut, duration);
-    if (end - start < minimumLength) {
+    Seconds start = std::max(group.first - kLeadIn, 0.0);
+    Seconds end = std::min(group.last + kLeadOut, duration);
+    if (end - start < kMinimumLength) {
         // Grows forward, and at the recording's end back again.
-        end = std::min(start + minimumLength, duration);
-        start = std::max(end - minimumLength, 0.0);
+        end = std::min(start + kMinimumLength, duration);
+        start = std::max(end - kMinimumLength, 0.0);
     }
-    const double scale = group.count < busyGroupSize ? level : std::max(level - busyReduction, busyFloor);
+    const double scale = group.count < kBusyGroupSize ? level : std::max(level - kBusyReduction, kBusyFloor);
     return {.start = start, .end = end, .scale = scale};
 }
 
@@ -62,10 +62,10 @@ ZoomSegment zoomAround(const ClickGroup& group, Seconds duration, double level) 
 std::vector<ZoomSegment> AutoZoom::segments(const std::vector<EventSample>& clicks, Seconds duration,
                                             double level) {
     std::vector<ZoomSegment> zooms;
-    if (!(duration > shortestRecording)) return zooms;
+    if (!(duration > kShortestRecording)) return zooms;
     for (const ClickGroup& group : grouped(sortedTimes(clicks))) {
         const ZoomSegment zoom = zoomAround(group, duration, level);
-        if (!zooms.empty() && zoom.start <= zooms.back().end + mergeSlack) {
+        if (!zooms.empty() && zoom.start <= zooms.back().end + kMergeSlack) {
             zooms.back().end = zoom.end;
             zooms.back().scale = std::min(zooms.back().scale, zoom.scale);
         } else {

@@ -7,8 +7,8 @@
 namespace glintro {
 namespace {
 
-constexpr int subSteps = 4;
-constexpr double subStepsPerSecond = CursorTrack::rate * subSteps;
+constexpr int kSubSteps = 4;
+constexpr double kSubStepsPerSecond = CursorTrack::kRate * kSubSteps;
 
 std::vector<EventSample> usableSamples(const std::vector<EventSample>& raw) {
     std::vector<EventSample> samples;
@@ -70,8 +70,8 @@ class Spring {
   private:
     void step(double& position, double& velocity, double target) const {
         const double acceleration = omega_ * omega_ * (target - position) - 2 * omega_ * velocity;
-        velocity = velocity + acceleration * (1 / subStepsPerSecond);
-        position = position + velocity * (1 / subStepsPerSecond);
+        velocity = velocity + acceleration * (1 / kSubStepsPerSecond);
+        position = position + velocity * (1 / kSubStepsPerSecond);
     }
 
     double omega_;
@@ -88,26 +88,26 @@ std::optional<CursorTrack> CursorTrack::create(const std::vector<EventSample>& r
     if (!(duration > 0)) return std::nullopt;
     const std::vector<EventSample> samples = usableSamples(raw);
     if (samples.empty()) return std::nullopt;
-    return CursorTrack(samples, std::min(duration, longest), omega);
+    return CursorTrack(samples, std::min(duration, kLongest), omega);
 }
 
 CursorTrack::CursorTrack(const std::vector<EventSample>& samples, Seconds duration, double omega) {
-    const auto count = static_cast<std::size_t>(duration * rate) + 2;
+    const auto count = static_cast<std::size_t>(duration * kRate) + 2;
     xs_.reserve(count);
     ys_.reserve(count);
     RecordedPath recorded(samples);
     Spring spring(samples.front().position(), omega);
     for (std::size_t i = 0; i < count; ++i) {
-        const Seconds time = static_cast<double>(i) / rate;
-        for (int subStep = 0; subStep < subSteps; ++subStep)
-            spring.stepTowards(recorded.position(time + subStep / subStepsPerSecond));
+        const Seconds time = static_cast<double>(i) / kRate;
+        for (int subStep = 0; subStep < kSubSteps; ++subStep)
+            spring.stepTowards(recorded.position(time + subStep / kSubStepsPerSecond));
         xs_.push_back(spring.position().x);
         ys_.push_back(spring.position().y);
     }
 }
 
 Point CursorTrack::position(Seconds at) const {
-    const double index = (at > 0 ? at : 0) * rate;
+    const double index = (at > 0 ? at : 0) * kRate;
     const std::size_t last = xs_.size() - 1;
     if (index >= static_cast<double>(last)) return {xs_[last], ys_[last]};
     const auto i = static_cast<std::size_t>(index);

@@ -13,13 +13,13 @@ namespace glintro {
 // own units (fractions of the recorded rectangle).
 class CursorTrack {
   public:
-    static constexpr double rate = 120;              // stored points per second
-    static constexpr Seconds longest = 24 * 60 * 60; // where a track ends at the latest
+    static constexpr double kRate = 120;              // stored points per second
+    static constexpr Seconds kLongest = 24 * 60 * 60; // where a track ends at the latest
 
     // `omega` is the spring's angular frequency per second: the larger, the closer the track follows; 0 or
     // less turns smoothing off. Samples may come in any order; those that lack a number or hold one that is
     // not finite are passed over. Nothing when no sample is left or `duration` is not above 0. The track
-    // covers 0..duration, but at most `longest`, so that a bad duration cannot take all memory. Time and
+    // covers 0..duration, but at most `kLongest`, so that a bad duration cannot take all memory. Time and
     // memory grow linearly with the duration (and the samples, when they come in order).
     static std::optional<CursorTrack> create(const std::vector<EventSample>& raw, Seconds duration,
                                              double omega);

@@ -14,7 +14,7 @@ SplitIndex::SplitIndex(const std::vector<Seconds>& splits) : sorted_(splits) {
 
 bool SplitIndex::contains(Seconds time) const {
     // No split is nearer than the neighbours of the time, also after rounding.
-    const auto isNear = [time](Seconds split) { return std::abs(split - time) < Storyboard::sameMoment; };
+    const auto isNear = [time](Seconds split) { return std::abs(split - time) < Storyboard::kSameMoment; };
     const auto after = std::ranges::lower_bound(sorted_, time);
     return (after != sorted_.end() && isNear(*after)) || (after != sorted_.begin() && isNear(*(after - 1)));
 }

@@ -10,10 +10,10 @@
 namespace glintro {
 namespace {
 
-constexpr Seconds shortestKept = 0.01; // what is kept must be longer
-constexpr double lowestRate = 0.25;
-constexpr Seconds locating = 1e-6;
-constexpr Seconds atTheEnd = 0.001;
+constexpr Seconds kShortestKept = 0.01; // what is kept must be longer
+constexpr double kLowestRate = 0.25;
+constexpr Seconds kLocating = 1e-6;
+constexpr Seconds kAtTheEnd = 0.001;
 
 // The larger scale wins, and of equal ones the first in the list.
 struct LargerScale {
@@ -43,14 +43,14 @@ std::vector<Seconds> candidateBoundaries(const ProjectSettings& settings, KeptRa
     appendEdges(edges, settings.cuts);
     appendEdges(edges, settings.speeds);
     std::erase_if(edges, [kept](Seconds edge) {
-        return !(std::isfinite(edge) && kept.start + Storyboard::sameMoment < edge
-                 && edge < kept.end - Storyboard::sameMoment);
+        return !(std::isfinite(edge) && kept.start + Storyboard::kSameMoment < edge
+                 && edge < kept.end - Storyboard::kSameMoment);
     });
     std::ranges::sort(edges);
 
     std::vector<Seconds> boundaries{kept.start};
     for (const Seconds edge : edges) {
-        if (edge - boundaries.back() >= Storyboard::sameMoment) boundaries.push_back(edge);
+        if (edge - boundaries.back() >= Storyboard::kSameMoment) boundaries.push_back(edge);
     }
     boundaries.push_back(kept.end);
     return boundaries;
@@ -71,7 +71,7 @@ Shot shotOver(Seconds start, Seconds end, const ZoomSegment* zoom, const CutSegm
     }
     if (speed) {
         shot.speedID = speed->id;
-        shot.rate = std::max(lowestRate, speed->rate);
+        shot.rate = std::max(kLowestRate, speed->rate);
     }
     return shot;
 }
@@ -84,7 +84,7 @@ bool looksTheSame(const Shot& a, const Shot& b) {
 
 std::vector<Shot> Storyboard::shots(const ProjectSettings& settings, Seconds duration) {
     const KeptRange kept = keptRange(settings, duration);
-    if (!(kept.length() > shortestKept)) return {};
+    if (!(kept.length() > kShortestKept)) return {};
     const std::vector<Seconds> boundaries = candidateBoundaries(settings, kept);
     const SplitIndex splits(settings.splits);
     CoverageSweep zooms(settings.zooms, Edges::uncovered, LargerScale{settings.zooms});
@@ -118,14 +118,14 @@ std::vector<Seconds> Storyboard::boundaries(const std::vector<Shot>& shots) {
 
 const Shot* Storyboard::shot(Seconds at, const std::vector<Shot>& in) {
     const auto found = std::ranges::find_if(
-        in, [at](const Shot& shot) { return shot.start - locating <= at && at < shot.end - locating; });
+        in, [at](const Shot& shot) { return shot.start - kLocating <= at && at < shot.end - kLocating; });
     if (found != in.end()) return &*found;
-    return !in.empty() && std::abs(at - in.back().end) < atTheEnd ? &in.back() : nullptr;
+    return !in.empty() && std::abs(at - in.back().end) < kAtTheEnd ? &in.back() : nullptr;
 }
 
 bool Storyboard::isSplit(Seconds at, const ProjectSettings& settings) {
     return std::ranges::any_of(settings.splits,
-                               [at](Seconds split) { return std::abs(split - at) < sameMoment; });
+                               [at](Seconds split) { return std::abs(split - at) < kSameMoment; });
 }
 
 } // namespace glintro

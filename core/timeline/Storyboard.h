@@ -13,8 +13,8 @@ namespace glintro {
 // gives the wanted row. All times are source seconds, and nothing ever fails. In the diagrams a shot is
 // w(ide), z(oomed) or c(ut).
 struct Storyboard {
-    static constexpr Seconds sameMoment = 0.05;  // edges and splits closer than this are one
-    static constexpr Seconds shortestShot = 0.3; // that a split or a dragged edge may leave
+    static constexpr Seconds kSameMoment = 0.05;  // edges and splits closer than this are one
+    static constexpr Seconds kShortestShot = 0.3; // that a split or a dragged edge may leave
 
     // The shots tile what the trims keep, numbered from 1; a shot ends wherever a zoom, cut, speed-up or
     // split begins or ends. Empty when no more than 0.01 s is kept. O(n log n).
@@ -95,7 +95,7 @@ std::vector<Segment> Storyboard::splitSegments(const std::vector<Segment>& segme
     parts.reserve(segments.size() + 1);
     for (const Segment& segment : segments) {
         parts.push_back(segment);
-        if (!(segment.start + sameMoment < at && segment.end - sameMoment > at)) continue;
+        if (!(segment.start + kSameMoment < at && segment.end - kSameMoment > at)) continue;
         parts.back().end = at;
         parts.push_back(segment);
         parts.back().id = Uuid::random();
@@ -109,9 +109,9 @@ std::vector<Segment> Storyboard::subtract(const std::vector<Segment>& segments, 
     std::vector<Segment> rest;
     rest.reserve(segments.size() + 1);
     for (const Segment& segment : segments) {
-        const bool apart = segment.end <= start + sameMoment || segment.start >= end - sameMoment;
-        const bool leavesLeft = !apart && segment.start < start - sameMoment;
-        const bool leavesRight = !apart && segment.end > end + sameMoment;
+        const bool apart = segment.end <= start + kSameMoment || segment.start >= end - kSameMoment;
+        const bool leavesLeft = !apart && segment.start < start - kSameMoment;
+        const bool leavesRight = !apart && segment.end > end + kSameMoment;
         if (apart || leavesLeft) rest.push_back(segment);
         if (leavesLeft) rest.back().end = start;
         if (!leavesRight) continue;

@@ -9,24 +9,24 @@
 namespace glintro {
 namespace {
 
-constexpr double largestWideScale = 1.01;
-constexpr double sameFactor = 0.001; // scales and rates closer than this are equal
-constexpr Seconds untrimmed = 0.01;  // an end trim closer than this to the recording's end is none
+constexpr double kLargestWideScale = 1.01;
+constexpr double kSameFactor = 0.001; // scales and rates closer than this are equal
+constexpr Seconds kUntrimmed = 0.01;  // an end trim closer than this to the recording's end is none
 
 bool isSameMoment(Seconds a, Seconds b) {
-    return std::abs(a - b) < Storyboard::sameMoment;
+    return std::abs(a - b) < Storyboard::kSameMoment;
 }
 
 bool isSpeedUp(double rate) {
-    return std::abs(rate - 1) > sameFactor;
+    return std::abs(rate - 1) > kSameFactor;
 }
 
 bool isAlike(const ZoomSegment& a, const ZoomSegment& b) {
-    return std::abs(a.scale - b.scale) < sameFactor;
+    return std::abs(a.scale - b.scale) < kSameFactor;
 }
 
 bool isAlike(const SpeedSegment& a, const SpeedSegment& b) {
-    return std::abs(a.rate - b.rate) < sameFactor;
+    return std::abs(a.rate - b.rate) < kSameFactor;
 }
 
 bool isAlike(const CutSegment&, const CutSegment&) {
@@ -41,7 +41,7 @@ void sortByStart(std::vector<Segment>& segments) {
 template <TimeSegment Segment>
 void dropShort(std::vector<Segment>& segments) {
     std::erase_if(segments, [](const Segment& segment) {
-        return !(segment.end - segment.start >= Storyboard::sameMoment);
+        return !(segment.end - segment.start >= Storyboard::kSameMoment);
     });
 }
 
@@ -90,7 +90,7 @@ void treatAlike(ProjectSettings& settings, const Shot& range) {
     clear(settings.zooms, range);
     clear(settings.speeds, range);
     clear(settings.cuts, range);
-    if (range.scale > largestWideScale)
+    if (range.scale > kLargestWideScale)
         settings.zooms.push_back({.start = range.start, .end = range.end, .scale = range.scale});
     if (isSpeedUp(range.rate))
         settings.speeds.push_back({.start = range.start, .end = range.end, .rate = range.rate});
@@ -112,7 +112,7 @@ void moveEdges(std::vector<Segment>& segments, Seconds from, Seconds to) {
 bool Storyboard::split(ProjectSettings& settings, Seconds at, Seconds duration) {
     const std::vector<Shot> row = shots(settings, duration);
     const Shot* divided = shot(at, row);
-    if (!divided || at - divided->start < shortestShot || divided->end - at < shortestShot) return false;
+    if (!divided || at - divided->start < kShortestShot || divided->end - at < kShortestShot) return false;
     settings.zooms = splitSegments(settings.zooms, at);
     settings.speeds = splitSegments(settings.speeds, at);
     settings.cuts = splitSegments(settings.cuts, at);
@@ -133,7 +133,7 @@ void Storyboard::restore(ProjectSettings& settings, const Shot& shot) {
 }
 
 void Storyboard::setZoom(ProjectSettings& settings, const Shot& shot, double scale) {
-    const bool zoomed = scale > largestWideScale;
+    const bool zoomed = scale > kLargestWideScale;
     if (ZoomSegment* zoom = zoomed ? zoomExactlyOver(settings, shot) : nullptr) {
         zoom->scale = scale;
         return;
@@ -171,8 +171,8 @@ Seconds Storyboard::moveBoundary(ProjectSettings& settings, Seconds from, Second
     if (edge == edges.end()) return from;
     const bool isFirst = edge == edges.begin();
     const bool isLast = edge + 1 == edges.end();
-    const Seconds lower = isFirst ? 0 : *(edge - 1) + shortestShot;
-    const Seconds upper = isLast ? duration : *(edge + 1) - shortestShot;
+    const Seconds lower = isFirst ? 0 : *(edge - 1) + kShortestShot;
+    const Seconds upper = isLast ? duration : *(edge + 1) - kShortestShot;
     if (lower > upper) return from;
 
     const Seconds moved = std::min(std::max(lower, to), upper);
@@ -183,7 +183,7 @@ Seconds Storyboard::moveBoundary(ProjectSettings& settings, Seconds from, Second
         if (isSameMoment(split, *edge)) split = moved;
     }
     if (isFirst) settings.trimStart = moved;
-    if (isLast) settings.trimEnd = moved >= duration - untrimmed ? std::nullopt : std::optional(moved);
+    if (isLast) settings.trimEnd = moved >= duration - kUntrimmed ? std::nullopt : std::optional(moved);
     return moved;
 }
 

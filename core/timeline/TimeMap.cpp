@@ -9,10 +9,10 @@
 namespace glintro {
 namespace {
 
-constexpr Seconds shortestRange = 0.02; // a range must be longer
-constexpr Seconds shortestPiece = 0.01; // so must a piece
-constexpr double lowestRate = 0.25;
-constexpr std::size_t mostRepeats = 1'000'000;
+constexpr Seconds kShortestRange = 0.02; // a range must be longer
+constexpr Seconds kShortestPiece = 0.01; // so must a piece
+constexpr double kLowestRate = 0.25;
+constexpr std::size_t kMostRepeats = 1'000'000;
 
 // What the cuts leave of the range. Since they are taken by ascending start, whatever ends at a cut's start
 // is out of reach of all later ones: only the last range is still open to them.
@@ -46,11 +46,11 @@ std::vector<Seconds> sortedEdges(const std::vector<SpeedSegment>& speeds) {
 std::vector<TimeMap::Piece> divided(const std::vector<KeptRange>& ranges, const std::vector<Seconds>& edges) {
     std::vector<TimeMap::Piece> pieces;
     const auto add = [&](Seconds start, Seconds end) {
-        if (end - start > shortestPiece) pieces.push_back({.src0 = start, .src1 = end});
+        if (end - start > kShortestPiece) pieces.push_back({.src0 = start, .src1 = end});
     };
-    std::size_t left = edges.size() + mostRepeats;
+    std::size_t left = edges.size() + kMostRepeats;
     for (const KeptRange& range : ranges) {
-        if (!(range.length() > shortestRange)) continue;
+        if (!(range.length() > kShortestRange)) continue;
         Seconds start = range.start;
         auto edge = std::ranges::upper_bound(edges, start, ascending);
         for (; edge != edges.end() && *edge < range.end; ++edge) {
@@ -79,7 +79,7 @@ void setRates(std::vector<TimeMap::Piece>& pieces, const std::vector<SpeedSegmen
     for (const Middle& middle : middles) {
         const SpeedSegment* speed = sweep.covering(middle.time);
         const double rate = speed ? speed->rate : 1.0;
-        pieces[middle.piece].rate = rate > lowestRate ? rate : lowestRate;
+        pieces[middle.piece].rate = rate > kLowestRate ? rate : kLowestRate;
     }
 }
 

@@ -11,9 +11,9 @@ class WakeUp {
   public:
     WakeUp() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-    bool isUsable() const { return event_.isOpen(); } // else the process has too many files open
-    int descriptor() const { return event_.value(); }           // readable once it was rung
-    void ring() const { ::eventfd_write(event_.value(), 1); }   // from any thread
+    bool isUsable() const { return event_.isOpen(); }         // else the process has too many files open
+    int descriptor() const { return event_.value(); }         // readable once it was rung
+    void ring() const { ::eventfd_write(event_.value(), 1); } // from any thread
 
   private:
     FileDescriptor event_;

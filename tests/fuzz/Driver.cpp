@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using Input = std::vector<std::uint8_t>;
 
-constexpr std::size_t longestInput = 1U << 20;
-constexpr std::string_view tokens[] = {"[",       "]",    "{",       "}",     ",",
+constexpr std::size_t kLongestInput = 1U << 20;
+constexpr std::string_view kTokens[] = {"[",       "]",    "{",       "}",     ",",
                                        ":",       "\"",   "\\u0000", "-0",    "1e309",
                                        "null",    "true", "5e-324",  "1e999", "\xEF\xBB\xBF",
                                        "\\ud800", "\xff", "Infinity"};
@@ -37,7 +37,7 @@ class Mutator {
     Input next() {
         Input input = corpus_[below(corpus_.size())];
         for (std::size_t changes = 1 + below(6); changes > 0; --changes) change(input);
-        if (input.size() > longestInput) input.resize(longestInput);
+        if (input.size() > kLongestInput) input.resize(kLongestInput);
         return input;
     }
 
@@ -75,7 +75,7 @@ class Mutator {
     void insert(Input& input, const Input& piece) { input.insert(at(input), piece.begin(), piece.end()); }
 
     Input token() {
-        const auto text = tokens[below(std::size(tokens))];
+        const auto text = kTokens[below(std::size(kTokens))];
         Input repeated;
         for (std::size_t times = below(8) == 0 ? 2000 : 1; times > 0; --times) {
             repeated.insert(repeated.end(), text.begin(), text.end());

@@ -53,7 +53,8 @@ EvdevPresses::~EvdevPresses() {
 bool EvdevPresses::canSee() const {
     for (const fs::path& file : deviceFiles(folder_)) {
         // Some devices, game pads for example, may be read by everyone.
-        if (const FileDescriptor opened = openToRead(file); opened.isOpen() && probe_(opened.value())) return true;
+        if (const FileDescriptor opened = openToRead(file); opened.isOpen() && probe_(opened.value()))
+            return true;
     }
     return false;
 }

@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "core/base/Failure.h"
+#include "core/base/FileDescriptor.h"
 #include "core/base/Geometry.h"
 #include "platform/PointerSource.h"
-#include "core/base/FileDescriptor.h"
 #include "platform/linux/WakeUp.h"
 
 struct input_event;

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "core/base/Failure.h"
-#include "core/base/Geometry.h"
 #include "core/base/FileDescriptor.h"
+#include "core/base/Geometry.h"
 #include "platform/linux/wayland/PortalBus.h"
 
 namespace glintro {

@@ -24,7 +24,8 @@ std::size_t byteCount(PixelSize size) {
 // memory that the system cannot give would kill the process later.
 FileDescriptor createFile(std::size_t bytes) {
     FileDescriptor file(::memfd_create("frame", MFD_CLOEXEC));
-    if (file.isOpen() && ::posix_fallocate(file.value(), 0, static_cast<off_t>(bytes)) != 0) return FileDescriptor();
+    if (file.isOpen() && ::posix_fallocate(file.value(), 0, static_cast<off_t>(bytes)) != 0)
+        return FileDescriptor();
     return file;
 }
 

@@ -7,8 +7,8 @@
 
 #include "core/base/Failure.h"
 #include "core/base/Geometry.h"
-#include "platform/ScreenStream.h"
 #include "platform/RowSet.h"
+#include "platform/ScreenStream.h"
 #include "platform/linux/x11/X11FrameBuffer.h"
 
 namespace glintro {

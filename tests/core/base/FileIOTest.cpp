@@ -17,10 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t noLimit = 1U << 30;
+constexpr std::size_t kNoLimit = 1U << 30;
 
 std::string contentOf(const fs::path& file) {
-    return readFile(file, noLimit).value_or("unreadable");
+    return readFile(file, kNoLimit).value_or("unreadable");
 }
 
 std::ptrdiff_t entriesIn(const fs::path& folder) {

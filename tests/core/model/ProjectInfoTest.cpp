@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::string_view firstId = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
+constexpr std::string_view kFirstId = "6F9619FF-8B86-D011-B42D-00C04FC964FF";
 
 json validRecord() {
     return {{"name", "Demo"},
@@ -105,14 +105,14 @@ TEST(ProjectInfoJson, EveryTruncationIsDamaged) {
 
 TEST(ProjectInfoJson, OversizedTextsAreRefusedBeforeTheyAreBuilt) {
     json record = validRecord();
-    record["settings"]["unknown"] = std::string(longestProjectText, 'x');
+    record["settings"]["unknown"] = std::string(kLongestProjectText, 'x');
     EXPECT_FALSE(decodeProjectInfo(record.dump()));
     const std::string manyValues = R"({"unknown":[)" + std::string(3'000'000, ',') + "]}";
     EXPECT_FALSE(decodeProjectInfo(manyValues));
 }
 
 TEST(SettingsJson, EachMalformedValueTakesItsDefault) {
-    const json zoom{{"id", firstId}, {"start", 1}, {"end", 2.5}, {"scale", 3}};
+    const json zoom{{"id", kFirstId}, {"start", 1}, {"end", 2.5}, {"scale", 3}};
     const auto without = [&](const char* key) {
         json segment = zoom;
         segment.erase(key);
@@ -157,7 +157,7 @@ TEST(SettingsJson, EachMalformedValueTakesItsDefault) {
 }
 
 TEST(SettingsJson, ReadsEachValueByItself) {
-    const auto id = Uuid::parse(firstId).value_or(Uuid());
+    const auto id = Uuid::parse(kFirstId).value_or(Uuid());
     const json range{{"id", "6f9619ff-8b86-d011-b42d-00c04fc964ff"}, {"start", 1}, {"end", 2.5}, {"rate", 4}};
     const ProjectSettings settings = decodedSettings({{"speeds", {range}},
                                                       {"cuts", {range}},
@@ -186,7 +186,7 @@ TEST(SettingsJson, SettingsMustBeAnObject) {
 TEST(ProjectInfoJson, WritesSortedIndentedKeysAndUpperCaseIds) {
     ProjectInfo info;
     info.name = "Demo";
-    info.settings.zooms = {{Uuid::parse(firstId).value_or(Uuid()), 1, 2, 3}};
+    info.settings.zooms = {{Uuid::parse(kFirstId).value_or(Uuid()), 1, 2, 3}};
     const std::string text = encodeProjectInfo(info).value_or("");
     EXPECT_TRUE(text.starts_with("{\n  \"cameraOffset\": 0.0,\n  \"created\": \"1970-01-01T00:00:00Z\",\n"))
         << text;

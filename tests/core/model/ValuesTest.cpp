@@ -17,8 +17,8 @@
 namespace glintro {
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNotANumber = std::numeric_limits<double>::quiet_NaN();
 
 TEST(Uuid, ReadsItsOneForm) {
     struct Row {
@@ -112,7 +112,7 @@ TEST(Enumerations, AspectRatios) {
         {"Source", {300, 600}, 0.5},
         {"Source", {1920, 0}, 16.0 / 9},
         {"Source", {1920, -5}, 16.0 / 9},
-        {"Source", {5, notANumber}, 16.0 / 9},
+        {"Source", {5, kNotANumber}, 16.0 / 9},
     };
     for (const auto& [stored, source, expected] : rows) {
         const auto aspect = fromStoredText<AspectRatio>(stored);
@@ -151,7 +151,7 @@ TEST(Look, IsRecognisedBySettings) {
     EXPECT_EQ(currentName(paper), "Paper");
     EXPECT_EQ(currentName(nearlyPaper), "");
     EXPECT_EQ(currentName(ProjectSettings{.gradientIndex = 3}), "");
-    EXPECT_EQ(currentName(ProjectSettings{.padding = notANumber}), "");
+    EXPECT_EQ(currentName(ProjectSettings{.padding = kNotANumber}), "");
 }
 
 TEST(Look, AppliedToAnyLookIsTheCurrentOne) {
@@ -185,7 +185,7 @@ TEST(TimeFormat, Tables) {
     };
     const Row rows[] = {
         {0, "0:00", "0:00.0", "00:00.00", "0.0s"},           {-3, "0:00", "0:00.0", "00:00.00", "0.0s"},
-        {notANumber, "0:00", "0:00.0", "00:00.00", "0.0s"},  {infinity, "0:00", "0:00.0", "00:00.00", "0.0s"},
+        {kNotANumber, "0:00", "0:00.0", "00:00.00", "0.0s"},  {kInfinity, "0:00", "0:00.0", "00:00.00", "0.0s"},
         {4.24, "0:04", "0:04.2", "00:04.24", "4.2s"},        {5.25, "0:05", "0:05.2", "00:05.25", "5.2s"},
         {9.96, "0:09", "0:09.9", "00:09.96", "10.0s"},       {10, "0:10", "0:10.0", "00:10.00", "10s"},
         {42.4, "0:42", "0:42.3", "00:42.39", "42s"},         {42.5, "0:42", "0:42.5", "00:42.50", "43s"},

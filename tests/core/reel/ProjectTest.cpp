@@ -21,7 +21,7 @@ void putFile(const fs::path& file, std::string_view bytes) {
 }
 
 std::string contentOf(const fs::path& file) {
-    return readFile(file, longestProjectText).value_or("unreadable");
+    return readFile(file, kLongestProjectText).value_or("unreadable");
 }
 
 // Two seconds of a grey picture.
@@ -35,7 +35,7 @@ void putMovie(const fs::path& file) {
     ASSERT_TRUE((*writer)->finish());
 }
 
-const Project::Registration registration{
+const Project::Registration kRegistration{
     .name = "Take", .hasCamera = true, .cameraOffset = 0.5, .hasAudio = true};
 
 TEST(Project, AFolderIsWhatItsMovieAndProjectFileSay) {
@@ -107,7 +107,7 @@ TEST(Registration, BuildsTheRecordFromMovieAndEvents) {
     const TemporaryFolder folder;
     putMovie(folder / "raw.mov");
     ASSERT_TRUE(writeEvents({1, 2, {}, {{{1, 0.5, 0.5}}}}, folder / "events.json"));
-    auto details = registration;
+    auto details = kRegistration;
     details.zoomLevel = 1.75;
     details.aspect = AspectRatio::square;
     details.created = Timestamp(std::chrono::seconds(86400));
@@ -128,7 +128,7 @@ TEST(Registration, ARebuildKeepsTheDamagedFileOnce) {
     putMovie(folder / "raw.mov");
     for (const std::string damaged : {"first damage", "second damage"}) {
         putFile(folder / "project.json", damaged);
-        const auto project = Project::registerReel(folder.path(), registration);
+        const auto project = Project::registerReel(folder.path(), kRegistration);
         ASSERT_TRUE(project);
         EXPECT_EQ(project->info.settings, ProjectSettings()) << "without events no zooms, 16:9";
         EXPECT_EQ(contentOf(folder / "project-damaged.json"), damaged);
@@ -139,10 +139,10 @@ TEST(Registration, ARebuildKeepsTheDamagedFileOnce) {
 
 TEST(Registration, AMovieThatCannotBeReadChangesNothing) {
     const TemporaryFolder folder;
-    EXPECT_FALSE(Project::registerReel(folder.path(), registration));
+    EXPECT_FALSE(Project::registerReel(folder.path(), kRegistration));
     putFile(folder / "raw.mov", "not a movie");
     putFile(folder / "project.json", "old");
-    EXPECT_FALSE(Project::registerReel(folder.path(), registration));
+    EXPECT_FALSE(Project::registerReel(folder.path(), kRegistration));
     EXPECT_EQ(contentOf(folder / "project.json"), "old");
     EXPECT_FALSE(fs::exists(folder / "project-damaged.json"));
 }

@@ -15,8 +15,8 @@ namespace {
 
 using Samples = std::vector<EventSample>;
 
-constexpr double none = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinite = std::numeric_limits<double>::infinity();
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinite = std::numeric_limits<double>::infinity();
 
 EventSample shortSample(std::uint8_t count) {
     EventSample sample;
@@ -33,12 +33,12 @@ TEST(CursorTrack, NeedsASampleAndADuration) {
     } rows[] = {
         {"no samples", {}, 1, false},
         {"only short samples", {shortSample(0), shortSample(2)}, 1, false},
-        {"only samples without numbers", {sample(none, 0, 0), sample(0, infinite, 0)}, 1, false},
+        {"only samples without numbers", {sample(kNone, 0, 0), sample(0, kInfinite, 0)}, 1, false},
         {"no duration", {sample(0, 1, 2)}, 0, false},
         {"negative duration", {sample(0, 1, 2)}, -1, false},
-        {"duration that is no number", {sample(0, 1, 2)}, none, false},
+        {"duration that is no number", {sample(0, 1, 2)}, kNone, false},
         {"one sample", {sample(0.5, 1, 2)}, 0.001, true},
-        {"one good sample among bad ones", {shortSample(1), sample(0, 1, 2), sample(none, 9, 9)}, 1, true},
+        {"one good sample among bad ones", {shortSample(1), sample(0, 1, 2), sample(kNone, 9, 9)}, 1, true},
     };
     for (const auto& row : rows) {
         const auto track = CursorTrack::create(row.samples, row.duration, 8);
@@ -103,8 +103,8 @@ TEST(CursorTrack, PositionsBetweenAndBeyondTheStoredPoints) {
     const Point end{track->xs()[last], track->ys()[last]};
     EXPECT_EQ(track->position(0.5), (Point{track->xs()[60], track->ys()[60]}));
     EXPECT_NEAR(track->position(60.5 / 120).x, (track->xs()[60] + track->xs()[61]) / 2, 1e-12);
-    for (const Seconds time : {1.5, 1e300, infinite}) EXPECT_EQ(track->position(time), end) << time;
-    for (const Seconds time : {-5.0, -infinite, none})
+    for (const Seconds time : {1.5, 1e300, kInfinite}) EXPECT_EQ(track->position(time), end) << time;
+    for (const Seconds time : {-5.0, -kInfinite, kNone})
         EXPECT_EQ(track->position(time), (Point{track->xs()[0], track->ys()[0]})) << time;
 }
 

@@ -20,9 +20,9 @@ struct Stretch {
     double rate = 1;
 };
 
-constexpr auto wideShot = Shot::Kind::wide;
-constexpr auto zoomShot = Shot::Kind::zoom;
-constexpr auto cutShot = Shot::Kind::cut;
+constexpr auto kWideShot = Shot::Kind::wide;
+constexpr auto kZoomShot = Shot::Kind::zoom;
+constexpr auto kCutShot = Shot::Kind::cut;
 
 TEST(Shots, OfARecordingOfTwentySeconds) {
     const struct {
@@ -30,25 +30,25 @@ TEST(Shots, OfARecordingOfTwentySeconds) {
         Edits edits;
         std::vector<Stretch> shots;
     } rows[] = {
-        {"untouched", {}, {{wideShot, 0, 20}}},
+        {"untouched", {}, {{kWideShot, 0, 20}}},
         {"trimmed to nothing", {.trimStart = 5, .trimEnd = 5.01}, {}},
-        {"trimmed", {.trimStart = 5, .trimEnd = 15}, {{wideShot, 5, 15}}},
-        {"zoom", {.zooms = {zoom(4, 8)}}, {{wideShot, 0, 4}, {zoomShot, 4, 8, 2}, {wideShot, 8, 20}}},
-        {"edge next to the start", {.zooms = {zoom(0.04, 8)}}, {{zoomShot, 0, 8, 2}, {wideShot, 8, 20}}},
+        {"trimmed", {.trimStart = 5, .trimEnd = 15}, {{kWideShot, 5, 15}}},
+        {"zoom", {.zooms = {zoom(4, 8)}}, {{kWideShot, 0, 4}, {kZoomShot, 4, 8, 2}, {kWideShot, 8, 20}}},
+        {"edge next to the start", {.zooms = {zoom(0.04, 8)}}, {{kZoomShot, 0, 8, 2}, {kWideShot, 8, 20}}},
         {"edges of one moment",
          {.zooms = {zoom(4, 8)}, .cuts = {cut(8.04, 9)}},
-         {{wideShot, 0, 4}, {zoomShot, 4, 8, 2}, {cutShot, 8, 9}, {wideShot, 9, 20}}},
+         {{kWideShot, 0, 4}, {kZoomShot, 4, 8, 2}, {kCutShot, 8, 9}, {kWideShot, 9, 20}}},
         {"the larger of two zooms",
          {.zooms = {zoom(0, 20), zoom(5, 10, 2.5)}},
-         {{zoomShot, 0, 5, 2}, {zoomShot, 5, 10, 2.5}, {zoomShot, 10, 20, 2}}},
+         {{kZoomShot, 0, 5, 2}, {kZoomShot, 5, 10, 2.5}, {kZoomShot, 10, 20, 2}}},
         {"cut inside a zoom",
          {.zooms = {zoom(0, 20)}, .cuts = {cut(5, 10)}},
-         {{zoomShot, 0, 5, 2}, {cutShot, 5, 10, 2}, {zoomShot, 10, 20, 2}}},
-        {"split", {.splits = {7}}, {{wideShot, 0, 7}, {wideShot, 7, 20}}},
+         {{kZoomShot, 0, 5, 2}, {kCutShot, 5, 10, 2}, {kZoomShot, 10, 20, 2}}},
+        {"split", {.splits = {7}}, {{kWideShot, 0, 7}, {kWideShot, 7, 20}}},
         {"speed below the lowest rate",
          {.speeds = {speed(0, 5, 0.1)}},
-         {{wideShot, 0, 5, 1, 0.25}, {wideShot, 5, 20}}},
-        {"reversed and outside", {.zooms = {zoom(8, 4), zoom(30, 40)}}, {{wideShot, 0, 20}}},
+         {{kWideShot, 0, 5, 1, 0.25}, {kWideShot, 5, 20}}},
+        {"reversed and outside", {.zooms = {zoom(8, 4), zoom(30, 40)}}, {{kWideShot, 0, 20}}},
     };
     for (const auto& row : rows) {
         const auto shots = Storyboard::shots(row.edits, 20);
@@ -121,9 +121,9 @@ TEST(Shots, CaptionsTellKindAndLength) {
         std::string caption;
         Seconds outputDuration;
     } rows[] = {
-        {wideShot, 30, 1, 1, "Wide · 30s", 30},     {zoomShot, 8, 2, 2, "2.0× · 4.0s", 4},
-        {zoomShot, 95, 1.75, 1, "1.8× · 1:35", 95}, {cutShot, 4.25, 2, 2, "Cut · 4.2s", 0},
-        {wideShot, 1, 1, 0.1, "Wide · 4.0s", 4},
+        {kWideShot, 30, 1, 1, "Wide · 30s", 30},     {kZoomShot, 8, 2, 2, "2.0× · 4.0s", 4},
+        {kZoomShot, 95, 1.75, 1, "1.8× · 1:35", 95}, {kCutShot, 4.25, 2, 2, "Cut · 4.2s", 0},
+        {kWideShot, 1, 1, 0.1, "Wide · 4.0s", 4},
     };
     for (const auto& row : rows) {
         Shot shot{.kind = row.kind, .scale = row.scale, .rate = row.rate};

@@ -15,12 +15,12 @@
 namespace glintro::testing {
 namespace {
 
-constexpr Seconds duration = 20;
+constexpr Seconds kDuration = 20;
 
 // "w0-4 z4-8x2 c8-9 w9-20@2": kinds, times, scales and rates.
 std::string rowOf(const ProjectSettings& settings) {
     std::string row;
-    for (const Shot& shot : Storyboard::shots(settings, duration)) {
+    for (const Shot& shot : Storyboard::shots(settings, kDuration)) {
         row +=
             fmt::format("{}{}{}-{}", row.empty() ? "" : " ", storedText(shot.kind)[0], shot.start, shot.end);
         if (shot.scale != 1) row += fmt::format("x{}", shot.scale);
@@ -30,7 +30,7 @@ std::string rowOf(const ProjectSettings& settings) {
 }
 
 Shot shotAt(const ProjectSettings& settings, Seconds time) {
-    return *Storyboard::shot(time, Storyboard::shots(settings, duration));
+    return *Storyboard::shot(time, Storyboard::shots(settings, kDuration));
 }
 
 using Action = std::function<void(ProjectSettings&)>;
@@ -53,18 +53,18 @@ Action speedAt(Seconds time, double rate) {
 
 Action splitAt(Seconds time, bool expected = true) {
     return
-        [=](ProjectSettings& settings) { EXPECT_EQ(Storyboard::split(settings, time, duration), expected); };
+        [=](ProjectSettings& settings) { EXPECT_EQ(Storyboard::split(settings, time, kDuration), expected); };
 }
 
 Action joinAt(Seconds time, bool expected = true) {
     return [=](ProjectSettings& settings) {
-        EXPECT_EQ(Storyboard::joinWithNext(settings, shotAt(settings, time), duration), expected);
+        EXPECT_EQ(Storyboard::joinWithNext(settings, shotAt(settings, time), kDuration), expected);
     };
 }
 
 Action move(Seconds from, Seconds to, Seconds expected) {
     return [=](ProjectSettings& settings) {
-        EXPECT_EQ(Storyboard::moveBoundary(settings, from, to, duration), expected);
+        EXPECT_EQ(Storyboard::moveBoundary(settings, from, to, kDuration), expected);
     };
 }
 
@@ -139,7 +139,7 @@ TEST(Storyboard, AnEndTrimNearTheEndIsNone) {
     } rows[] = {{19.98, 19.98}, {19.995, {}}, {25, {}}};
     for (const auto& row : rows) {
         ProjectSettings settings = Edits{.trimEnd = 15};
-        Storyboard::moveBoundary(settings, 15, row.to, duration);
+        Storyboard::moveBoundary(settings, 15, row.to, kDuration);
         EXPECT_EQ(settings.trimEnd, row.trimEnd) << row.to;
     }
 }
@@ -221,10 +221,10 @@ void expectConsistent(const ProjectSettings& settings) {
     expectLasting(settings.zooms);
     expectLasting(settings.cuts);
     expectLasting(settings.speeds);
-    const KeptRange kept = keptRange(settings, duration);
+    const KeptRange kept = keptRange(settings, kDuration);
     Seconds reached = kept.start;
     int number = 0;
-    for (const Shot& shot : Storyboard::shots(settings, duration)) {
+    for (const Shot& shot : Storyboard::shots(settings, kDuration)) {
         RC_ASSERT(shot.number == ++number);
         RC_ASSERT(shot.start == reached);
         RC_ASSERT(shot.start < shot.end);
@@ -237,17 +237,17 @@ void editAtRandom(ProjectSettings& settings) {
     const Seconds at = *time(Temper::wild);
     const Seconds to = *time(Temper::wild);
     const double by = *factor(Temper::wild);
-    const std::vector<Shot> shots = Storyboard::shots(settings, duration);
+    const std::vector<Shot> shots = Storyboard::shots(settings, kDuration);
     const Shot* shot = Storyboard::shot(at, shots);
     const int choice = *rc::gen::element(0, 1, 2, 3, 4, 5, 6);
-    if (choice == 0) Storyboard::split(settings, at, duration);
-    if (choice == 1) Storyboard::moveBoundary(settings, at, to, duration);
+    if (choice == 0) Storyboard::split(settings, at, kDuration);
+    if (choice == 1) Storyboard::moveBoundary(settings, at, to, kDuration);
     if (!shot) return;
     if (choice == 2) Storyboard::cut(settings, *shot);
     if (choice == 3) Storyboard::restore(settings, *shot);
     if (choice == 4) Storyboard::setZoom(settings, *shot, by);
     if (choice == 5) Storyboard::setSpeed(settings, *shot, by);
-    if (choice == 6) Storyboard::joinWithNext(settings, *shot, duration);
+    if (choice == 6) Storyboard::joinWithNext(settings, *shot, kDuration);
 }
 
 RC_GTEST_PROP(Storyboard, AnySequenceOfEditsLeavesLastingSegmentsAndATiledRow, ()) {
@@ -276,12 +276,12 @@ TEST(Storyboard, NumbersThatAreNoneDoNoHarm) {
     for (const double bad :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
         ProjectSettings settings = Edits{.zooms = {zoom(bad, 5), zoom(4, 8)}, .splits = {bad, 10}};
-        EXPECT_FALSE(Storyboard::split(settings, bad, duration));
-        Storyboard::moveBoundary(settings, bad, 3, duration);
-        Storyboard::moveBoundary(settings, 4, bad, duration);
+        EXPECT_FALSE(Storyboard::split(settings, bad, kDuration));
+        Storyboard::moveBoundary(settings, bad, 3, kDuration);
+        Storyboard::moveBoundary(settings, 4, bad, kDuration);
         Storyboard::normalize(settings);
         EXPECT_FALSE(settings.zooms.empty());
-        EXPECT_FALSE(Storyboard::shots(settings, duration).empty());
+        EXPECT_FALSE(Storyboard::shots(settings, kDuration).empty());
     }
 }
 

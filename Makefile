@@ -6,7 +6,7 @@ RELEASE := build/release
 GLINTRO := $(RELEASE)/bin/glintro
 
 .DEFAULT_GOAL := help
-.PHONY: help setup build demo test bench lint lint-quick format asan tsan soak clean
+.PHONY: help setup program build demo test bench lint lint-quick format asan tsan soak clean
 
 help:
 	@echo "make demo        install what is missing, build, make a sample reel and render it"
@@ -28,16 +28,23 @@ ifeq ($(SETUP),yes)
 endif
 	@mkdir -p build && touch $@
 
-setup: build/setup-build.done
+setup: build/setup-build.done build/setup-test.done
 
-# CMake is asked once for each folder; afterwards ninja asks it again whenever its files change.
-build/%/build.ninja: build/setup-build.done CMakePresets.json
-	@cmake --preset $* --log-level=WARNING
+# CMake runs once for each folder; afterwards ninja runs it again whenever its files change.
+build/%/tests.configured: build/setup-build.done build/setup-test.done CMakePresets.json
+	@cmake --preset $* --log-level=WARNING -DGLINTRO_TESTS=ON -DGLINTRO_BENCH=ON
+	@touch $@
 
-build: $(RELEASE)/build.ninja
+build: $(RELEASE)/tests.configured
 	@cmake --build $(RELEASE) -j $(JOBS)
 
-demo: build
+# The program alone: what only tests and benchmarks need is neither installed nor built for it.
+program: build/setup-build.done
+	@[ -e $(RELEASE)/build.ninja ] || \
+	    cmake --preset release --log-level=WARNING -DGLINTRO_TESTS=OFF -DGLINTRO_BENCH=OFF
+	@cmake --build $(RELEASE) -j $(JOBS) --target glintro
+
+demo: program
 	@scripts/demo.sh $(GLINTRO) demo
 
 test: build
@@ -46,7 +53,7 @@ test: build
 bench: build
 	@bench/run.sh $(RELEASE)
 
-lint: lint-quick $(RELEASE)/build.ninja build/setup-lint.done
+lint: lint-quick $(RELEASE)/tests.configured build/setup-lint.done
 	@scripts/clang_tidy.sh $(RELEASE) $(JOBS)
 
 lint-quick: build/setup-format.done
@@ -61,13 +68,13 @@ asan: export ASAN_OPTIONS = strict_string_checks=1:detect_stack_use_after_return
 asan: export LSAN_OPTIONS = suppressions=$(CURDIR)/tests/support/lsan.supp:print_suppressions=0
 asan: export UBSAN_OPTIONS = print_stacktrace=1:halt_on_error=1
 tsan: export TSAN_OPTIONS = suppressions=$(CURDIR)/tests/support/tsan.supp:halt_on_error=1:second_deadlock_stack=1
-asan tsan: %: build/%/build.ninja
+asan tsan: %: build/%/tests.configured
 	@cmake --build build/$@ -j $(JOBS)
 	@ctest --test-dir build/$@ -LE soak -j $(JOBS) --output-on-failure --no-tests=error
 
 SOAK_SECONDS ?= 120
 soak: export LSAN_OPTIONS = suppressions=$(CURDIR)/tests/support/lsan.supp:print_suppressions=0
-soak: build/asan/build.ninja
+soak: build/asan/tests.configured
 	@cmake -S . -B build/asan -DGLINTRO_SOAK_SECONDS=$(SOAK_SECONDS) --log-level=WARNING
 	@cmake --build build/asan --target soak -j $(JOBS)
 	@ctest --test-dir build/asan -L soak -j $(JOBS) --output-on-failure --no-tests=error

@@ -4,35 +4,9 @@
 #   scripts/check_layers.sh [ROOT]    ROOT: the folder that holds core/, app/, ...; this project's when absent
 set -euo pipefail
 root=${1:-$(dirname "$0")/..}
-cd "$root"
 
-# A folder, the folders of ours it may include from besides itself and core/base, and the libraries it may
-# include from. A folder that is not named here is judged as its nearest parent that is. Tests and benchmarks
-# may use everything and are not looked at.
-layers='
-core/base            :                                            :
-core/model           :                                            : json
-core/timeline        : core/model                                 :
-core/raster          :                                            : highway
-core/media           : core/raster                                : ffmpeg
-core/media/decode    : core/media core/raster                     : ffmpeg
-core/media/fragments : core/media core/media/decode               : ffmpeg
-core/media/encode    : core/media core/media/fragments core/raster : ffmpeg
-core/reel            : core/model core/timeline core/media        : json
-core/plan            : core/model core/timeline                   :
-core/render          : core/model core/timeline core/raster core/media core/reel core/plan : cairo
-core/export          : core/model core/timeline core/raster core/media core/reel core/plan core/render : imagequant cgif
-sample               : core                                       : json cairo
-platform             :                                            :
-platform/linux       : platform                                   : x11 pipewire pulse portal
-platform/linux/camera : platform platform/linux                   : ffmpeg camera pipewire
-app/recording        : core platform                              : qt
-app/library          : core                                       : qt
-app/editor           : core platform                              : qt
-kit                  : core/model core/media                      : qt sodium archive
-app/shell            : core platform sample kit app               : qt json cli
-app/views            : core app/recording app/library app/editor kit : qt
-'
+# The table; what stands behind a # is for its reader.
+layers=$(sed 's/#.*//' "$(dirname "$0")/layers.txt")
 
 # Libraries that only the layers naming them above may include, by what their headers are called. A library
 # that is not named here (fmt, the standard library) is for everybody.
@@ -54,6 +28,7 @@ archive    : ^archive
 cli        : ^CLI/
 '
 
+cd "$root"
 for folder in core sample platform kit app; do
     [[ ! -d $folder ]] || find "$folder" -name '*.h' -o -name '*.cpp'
 done | sort |
@@ -69,10 +44,12 @@ done | sort |
         return best
     }
 
-    function may_use(layer, header,    names, count, i) {
-        if (inside(header, layer) || inside(header, "core/base")) return 1
+    function may_use(layer, header,    used, names, count, i) {
+        used = layer_of(header)
+        if (used == layer || used == "core/base") return 1
         count = split(uses[layer], names, / +/)
-        for (i = 1; i <= count; i++) if (names[i] != "" && inside(header, names[i])) return 1
+        for (i = 1; i <= count; i++)
+            if (names[i] == used || (!(names[i] in uses) && names[i] != "" && inside(used, names[i]))) return 1
         return 0
     }
 

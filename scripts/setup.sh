@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what building Glintro needs and this machine does not have yet.
 #
-#   scripts/setup.sh          what `make demo`, `make test` and `make bench` need
+#   scripts/setup.sh          what building and running the program needs: `make demo`
+#   scripts/setup.sh test     what `make test` and `make bench` need besides
 #   scripts/setup.sh format   what `make lint-quick` needs besides
 #   scripts/setup.sh lint     what `make lint` needs besides that
 #
@@ -15,16 +16,11 @@ build)
     debian=(
         g++ cmake ninja-build ccache make pkg-config
         nlohmann-json3-dev libfmt-dev libcli11-dev libhwy-dev
-        libavcodec-dev libavfilter-dev libavformat-dev libavutil-dev libswresample-dev libswscale-dev
+        libavcodec-dev libavdevice-dev libavfilter-dev libavformat-dev libavutil-dev libswresample-dev libswscale-dev
         libcairo2-dev libpango1.0-dev libimagequant-dev libcgif-dev fonts-inter
         qt6-base-dev
-        libavdevice-dev libpipewire-0.3-dev libpulse-dev libsystemd-dev
+        libpipewire-0.3-dev libpulse-dev libsystemd-dev
         libxcb1-dev libxcb-{shm0,damage0,composite0,xfixes0,randr0,xtest0,ewmh,icccm4,render0,keysyms1,res0,record0}-dev
-        libgtest-dev librapidcheck-dev libbenchmark-dev ffmpeg
-        xvfb openbox xterm xdotool x11-utils x11-xserver-utils picom xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
-        mutter pipewire wireplumber pipewire-pulse pulseaudio pulseaudio-utils dbus
-        xdg-desktop-portal xdg-desktop-portal-gnome libgl1-mesa-dri libglib2.0-bin gsettings-desktop-schemas
-        gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-pipewire
     )
     fedora=(
         gcc-c++ cmake ninja-build ccache make pkgconf-pkg-config
@@ -33,6 +29,22 @@ build)
         cairo-devel pango-devel libimagequant-devel libcgif-devel rsms-inter-fonts qt6-qtbase-devel
         pipewire-devel pulseaudio-libs-devel systemd-devel
         libxcb-devel xcb-util-wm-devel xcb-util-keysyms-devel
+    )
+    arch=(
+        gcc cmake ninja ccache make pkgconf
+        nlohmann-json fmt cli11 highway ffmpeg cairo pango libimagequant cgif inter-font qt6-base
+        pipewire libpulse systemd-libs libxcb xcb-util-wm xcb-util-keysyms
+    )
+    ;;
+test)
+    debian=(
+        libgtest-dev librapidcheck-dev libbenchmark-dev ffmpeg
+        xvfb openbox xterm xdotool x11-utils x11-xserver-utils picom xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
+        mutter pipewire wireplumber pipewire-pulse pulseaudio pulseaudio-utils dbus
+        xdg-desktop-portal xdg-desktop-portal-gnome libgl1-mesa-dri libglib2.0-bin gsettings-desktop-schemas
+        gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-pipewire
+    )
+    fedora=(
         gtest-devel rapidcheck-devel google-benchmark-devel ffmpeg
         xorg-x11-server-Xvfb openbox xterm xdotool xorg-x11-utils xorg-x11-server-utils picom
         xorg-x11-server-Xephyr xorg-x11-server-Xorg xorg-x11-drv-dummy mutter pipewire wireplumber pipewire-pulseaudio pulseaudio
@@ -40,9 +52,6 @@ build)
         gstreamer1 gstreamer1-plugins-base pipewire-gstreamer
     )
     arch=(
-        gcc cmake ninja ccache make pkgconf
-        nlohmann-json fmt cli11 highway ffmpeg cairo pango libimagequant cgif inter-font qt6-base
-        pipewire libpulse systemd-libs libxcb xcb-util-wm xcb-util-keysyms
         gtest rapidcheck benchmark
         xorg-server-xvfb openbox xterm xdotool xorg-xprop xorg-xrandr picom xorg-server-xephyr xorg-server xf86-video-dummy mutter
         wireplumber pipewire-pulse pulseaudio dbus xdg-desktop-portal xdg-desktop-portal-gnome mesa glib2
@@ -60,7 +69,7 @@ lint)
     arch=(clang)
     ;;
 *)
-    echo "usage: scripts/setup.sh [build|format|lint]" >&2
+    echo "usage: scripts/setup.sh [build|test|format|lint]" >&2
     exit 2
     ;;
 esac

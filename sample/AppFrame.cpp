@@ -62,27 +62,6 @@ void placeCards(AppFrame& frame, const AppState& state, Seconds time, Point poin
     }
 }
 
-AppFrame::Charts charts(const AppState& state, Seconds time, Point pointer) {
-    const Series& next = periods()[static_cast<std::size_t>(state.period)];
-    const double p = state.chartGrows.at(time);
-    const Series empty{};
-    const Series& before =
-        state.previousPeriod < 0 ? empty : periods()[static_cast<std::size_t>(state.previousPeriod)];
-    const auto mix = [p](const auto& a, const auto& b, auto& result) {
-        for (std::size_t i = 0; i < a.size(); ++i) result[i] = a[i] + (b[i] - a[i]) * p;
-    };
-    AppFrame::Charts result;
-    result.period = state.period;
-    mix(before.visits, next.visits, result.visits);
-    mix(before.totals, next.totals, result.totals);
-    mix(before.sources, next.sources, result.sources);
-    const Rect& plot = state.layout().plot;
-    if (p > 0.98 && contains(plot, pointer)) {
-        result.point = static_cast<int>(std::lround((pointer.x - plot.x) / plot.width * 11));
-    }
-    return result;
-}
-
 double toastOpacity(const AppState& state, Seconds time) {
     const Seconds age = time - state.toastTime;
     return std::clamp(std::min(age, kToastMoves + kToastStays - age) / kToastMoves, 0.0, 1.0);
@@ -108,54 +87,22 @@ void addCardDamage(const AppFrame& before, const AppFrame& after, const AppLayou
     addMissing(after, before);
 }
 
-void addContentDamage(const AppFrame& before, const AppFrame& after, const AppLayout& layout,
-                      std::vector<Rect>& areas) {
-    if (before.viewOpacity != after.viewOpacity || before.heading.view != after.heading.view) {
-        areas.push_back(layout.content);
-        return;
-    }
-    if (after.heading.view == View::board) addCardDamage(before, after, layout, areas);
-    if (after.heading.view == View::inbox) {
-        if (before.scroll != after.scroll || before.detail.message != after.detail.message)
-            areas.push_back(layout.list);
-        if (before.detail != after.detail) areas.push_back(layout.detail);
-    }
-    if (after.heading.view == View::insights && before.charts != after.charts) {
-        AppFrame::Charts samePoint = before.charts;
-        samePoint.point = after.charts.point;
-        areas.push_back(samePoint == after.charts ? layout.chart : layout.content);
-    }
-}
-
 } // namespace
 
 AppFrame AppFrame::evaluate(const AppState& state, Seconds time, Point pointer) {
     const bool caret =
         state.focus != Part::none && std::fmod(std::max(0.0, time - state.lastKey), 1.06) < 0.53;
     AppFrame frame;
-    frame.heading = {state.view, state.searchText,           state.filter, state.period, Part::none,
-                     false,      static_cast<int>(time / 60)};
+    frame.heading = {state.searchText, state.filter, Part::none, false, static_cast<int>(time / 60)};
     if (state.focus == Part::search) {
         frame.heading.focus = state.focus;
         frame.heading.caret = caret;
     }
-    frame.viewOpacity = state.viewAppears.at(time);
     frame.pressed = state.pressed;
     frame.pressedArea = state.area(state.pressed, time);
     if (!state.drag) frame.hover = state.targetAt(pointer, time);
     frame.hoverArea = state.area(frame.hover, time);
-    if (state.view == View::board) placeCards(frame, state, time, pointer);
-    if (state.view == View::inbox) {
-        frame.scroll = std::round(state.scroll.at(time) * state.layout().scale) / state.layout().scale;
-        const auto sent = state.sent.find(state.message);
-        frame.detail = {state.message,
-                        state.messageAppears.at(time),
-                        state.draft,
-                        sent == state.sent.end() ? "" : sent->second,
-                        state.focus == Part::reply ? Part::reply : Part::none,
-                        state.focus == Part::reply && caret};
-    }
-    if (state.view == View::insights) frame.charts = sample::charts(state, time, pointer);
+    placeCards(frame, state, time, pointer);
     frame.menuShows = state.menuShows.at(time);
     frame.dialogShows = state.dialogShows.at(time);
     const bool typing = state.focus == Part::titleField;
@@ -173,14 +120,13 @@ std::vector<Rect> damage(const AppFrame& before, const AppFrame& after, const Ap
         areas.push_back(layout.header);
         areas.push_back(layout.subheader);
     }
-    if (before.heading.view != after.heading.view) areas.push_back(layout.sidebar);
     if (before.hover != after.hover || before.pressed != after.pressed
         || before.hoverArea != after.hoverArea) {
         for (const Rect& area : {before.hoverArea, after.hoverArea, before.pressedArea, after.pressedArea}) {
             if (area.width > 0) areas.push_back(grown(area, 16));
         }
     }
-    addContentDamage(before, after, layout, areas);
+    addCardDamage(before, after, layout, areas);
     if (before.menuShows != after.menuShows) areas.push_back(grown(layout.filterMenu, 40));
     if (before.dialogShows != after.dialogShows) areas.push_back(layout.window);
     if (before.dialog != after.dialog) areas.push_back(grown(layout.dialog, 2));

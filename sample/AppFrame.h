@@ -20,31 +20,12 @@ struct AppFrame {
         bool operator==(const Card&) const = default;
     };
     struct Heading { // sidebar and both headers
-        View view = View::board;
         std::string search;
         int filter = 0;
-        int period = 0;
         Part focus = Part::none;
         bool caret = false;
         int minute = 0;
         bool operator==(const Heading&) const = default;
-    };
-    struct Detail { // the message beside the list
-        int message = 0;
-        double opacity = 1;
-        std::string draft;
-        std::string sent;
-        Part focus = Part::none;
-        bool caret = false;
-        bool operator==(const Detail&) const = default;
-    };
-    struct Charts {
-        std::array<double, 12> visits{};
-        std::array<double, 4> totals{};
-        std::array<double, 5> sources{};
-        int period = 0;
-        int point = -1; // the one under the pointer
-        bool operator==(const Charts&) const = default;
     };
     struct Dialog {
         std::string title;
@@ -56,7 +37,6 @@ struct AppFrame {
     };
 
     Heading heading;
-    double viewOpacity = 1;
     Target hover;
     Rect hoverArea;
     Target pressed;
@@ -64,9 +44,6 @@ struct AppFrame {
     std::vector<Card> cards; // the lifted one last
     std::array<int, kColumnCount> counts{};
     int dropColumn = -1; // under the lifted card
-    double scroll = 0;   // whole pixels, in points
-    Detail detail;
-    Charts charts;
     double menuShows = 0;
     double dialogShows = 0;
     Dialog dialog;

@@ -10,7 +10,6 @@ namespace {
 constexpr double kLeastWidth = 1180;
 constexpr double kLeastHeight = 800;
 constexpr double kTopBarHeight = 30;
-constexpr double kRowHeight = 76;
 constexpr double kCardHeight = 116;
 constexpr double kCardGap = 10;
 constexpr double kMenuItemHeight = 34;
@@ -45,16 +44,6 @@ AppLayout::AppLayout(PixelSize pixels)
     create = {dialog.x + dialog.width - 28 - 116, dialog.y + dialog.height - 58, 116, 34};
     cancel = {create.x - 10 - 88, create.y, 88, 34};
 
-    list = {left, content.y, std::max(330.0, content.width * 0.4), content.height};
-    detail = {list.x + list.width, content.y, content.width - list.width, content.height};
-    send = {detail.x + detail.width - 28 - 80, detail.y + detail.height - 66, 80, 40};
-    reply = {detail.x + 28, send.y, send.x - 10 - detail.x - 28, 40};
-
-    const double chartTop = content.y + 8 + 92 + 16;
-    const double chartBottom = content.y + content.height - 24;
-    sources = {right - 24 - 250, chartTop, 250, chartBottom - chartTop};
-    chart = {left + 24, chartTop, sources.x - 16 - left - 24, sources.height};
-    plot = {chart.x + 54, chart.y + 66, chart.width - 54 - 28, chart.height - 66 - 46};
     toast = {subheader.x + subheader.width / 2 - 150, subheader.y - 4, 300, 44};
 }
 
@@ -79,23 +68,6 @@ Rect AppLayout::cardSlot(int columnIndex, int row) const {
 Rect AppLayout::menuItem(int index) const {
     return {filterMenu.x + 6, filterMenu.y + 6 + kMenuItemHeight * index, filterMenu.width - 12,
             kMenuItemHeight};
-}
-
-Rect AppLayout::listRow(int index, double scroll) const {
-    return {list.x, list.y + kRowHeight * index - scroll, list.width, kRowHeight};
-}
-
-double AppLayout::longestScroll(int rows) const {
-    return std::max(0.0, kRowHeight * rows - list.height);
-}
-
-Rect AppLayout::period(int index) const {
-    return {subheader.x + 24 + 74.0 * index, subheader.y + 4, 74, 30};
-}
-
-Rect AppLayout::total(int index) const {
-    const double width = (content.width - 48 - 16 * 3) / 4;
-    return {content.x + 24 + (width + 16) * index, content.y + 8, width, 92};
 }
 
 Rect AppLayout::priorityChoice(int index) const {

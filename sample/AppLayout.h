@@ -4,23 +4,15 @@
 
 namespace glintro::sample {
 
-enum class View { board, inbox, insights };
-
 // What the pointer can be over. `index` tells items of one kind apart.
 enum class Part {
     none,
-    nav,
     search,
     searchClear,
     filterButton,
     newButton,
     menuItem,
     card,
-    listRow,
-    reply,
-    send,
-    period,
-    chart,
     titleField,
     priorityChoice,
     personChoice,
@@ -57,13 +49,6 @@ struct AppLayout {
     Rect titleField;
     Rect cancel;
     Rect create;
-    Rect list;   // of messages
-    Rect detail; // beside it
-    Rect reply;
-    Rect send;
-    Rect chart; // the frame around the plot
-    Rect plot;
-    Rect sources;
     Rect toast;
 
     Rect nav(int index) const;
@@ -71,10 +56,6 @@ struct AppLayout {
     Rect column(int index) const;
     Rect cardSlot(int column, int row) const;
     Rect menuItem(int index) const;
-    Rect listRow(int index, double scroll) const;
-    double longestScroll(int rows) const;
-    Rect period(int index) const;
-    Rect total(int index) const;
     Rect priorityChoice(int index) const;
     Rect personChoice(int index) const;
 };

@@ -69,12 +69,7 @@ void AppPainter::paintArea(const Rect& area, const AppState& state, const AppFra
         canvas_.save();
         canvas_.clip(layout_->content);
         canvas_.fill(layout_->content, theme::pane);
-        const bool fading = frame.viewOpacity < 1;
-        if (fading) canvas_.beginLayer();
-        if (frame.heading.view == View::board) paintBoard(canvas_, scene);
-        if (frame.heading.view == View::inbox) paintInbox(canvas_, scene);
-        if (frame.heading.view == View::insights) paintInsights(canvas_, scene);
-        if (fading) canvas_.endLayer(frame.viewOpacity);
+        paintBoard(canvas_, scene);
         canvas_.restore();
     }
     paintLiftedCard(canvas_, scene);

@@ -9,23 +9,18 @@ namespace {
 // The order in which overlapping targets are asked: what lies on top comes first.
 constexpr std::array kDialogParts{Part::titleField, Part::priorityChoice, Part::personChoice, Part::cancel,
                                   Part::create};
-constexpr std::array kWindowParts{Part::menuItem,     Part::nav,       Part::searchClear, Part::search,
-                                  Part::filterButton, Part::newButton, Part::card,        Part::reply,
-                                  Part::send,         Part::listRow,   Part::period,      Part::chart};
+constexpr std::array kWindowParts{Part::menuItem,     Part::searchClear, Part::search,
+                                  Part::filterButton, Part::newButton,   Part::card};
 constexpr std::size_t kMostInColumn = 6;
 
 int count(Part part, const AppState& state) {
     switch (part) {
-        case Part::nav:
-        case Part::period:
         case Part::priorityChoice:
             return 3;
         case Part::menuItem:
             return static_cast<int>(filterNames().size());
         case Part::card:
             return static_cast<int>(state.tasks.size());
-        case Part::listRow:
-            return static_cast<int>(messages().size());
         case Part::personChoice:
             return 5;
         default:
@@ -69,11 +64,6 @@ void AppState::receive(const InputEvent& event) {
         case InputEvent::Kind::key:
             type(event.text, event.time);
             break;
-        case InputEvent::Kind::wheel: {
-            const double longest = layout_->longestScroll(static_cast<int>(messages().size()));
-            scroll.glide(std::clamp(scroll.goal() + event.wheel, 0.0, longest), event.time, 0.32);
-            break;
-        }
     }
 }
 
@@ -83,30 +73,12 @@ bool AppState::shows(Target target) const {
             return menuOpen;
         case Part::searchClear:
             return !searchText.empty();
-        case Part::card: {
-            if (view != View::board) return false;
+        case Part::card:
             return std::ranges::any_of(
                 columns, [&](const auto& ids) { return std::ranges::count(ids, target.index) > 0; });
-        }
-        case Part::listRow:
-        case Part::reply:
-        case Part::send:
-            return view == View::inbox;
-        case Part::period:
-        case Part::chart:
-            return view == View::insights;
         default:
             return true;
     }
-}
-
-Rect AppState::visibleArea(Target target, Seconds time) const {
-    Rect whole = area(target, time);
-    if (target.part != Part::listRow) return whole;
-    const Rect& list = layout_->list; // cuts off the rows that are scrolled out
-    const double top = std::max(whole.y, list.y);
-    const double bottom = std::min(whole.y + whole.height, list.y + list.height);
-    return {whole.x, top, whole.width, std::max(0.0, bottom - top)};
 }
 
 bool AppState::onBoard(std::string_view wanted) const {
@@ -121,8 +93,6 @@ Rect AppState::area(Target target, Seconds time) const {
     switch (target.part) {
         case Part::none:
             break;
-        case Part::nav:
-            return l.nav(target.index);
         case Part::search:
             return l.search;
         case Part::searchClear:
@@ -138,16 +108,6 @@ Rect AppState::area(Target target, Seconds time) const {
             const Rect slot = l.cardSlot(0, 0);
             return {placed.x.at(time), placed.y.at(time), slot.width, slot.height};
         }
-        case Part::listRow:
-            return l.listRow(target.index, scroll.at(time));
-        case Part::reply:
-            return l.reply;
-        case Part::send:
-            return l.send;
-        case Part::period:
-            return l.period(target.index);
-        case Part::chart:
-            return l.plot;
         case Part::titleField:
             return l.titleField;
         case Part::priorityChoice:
@@ -166,8 +126,7 @@ Target AppState::targetAt(Point pointer, Seconds time) const {
     const auto find = [&](auto parts) -> Target {
         for (const Part part : parts) {
             for (int i = 0; i < count(part, *this); ++i) {
-                if (const Target target{part, i};
-                    shows(target) && contains(visibleArea(target, time), pointer))
+                if (const Target target{part, i}; shows(target) && contains(area(target, time), pointer))
                     return target;
             }
         }
@@ -181,8 +140,7 @@ Target AppState::targetAt(Point pointer, Seconds time) const {
 
 void AppState::press(Point at, Seconds time) {
     pressed = targetAt(at, time);
-    const bool editable =
-        pressed.part == Part::search || pressed.part == Part::reply || pressed.part == Part::titleField;
+    const bool editable = pressed.part == Part::search || pressed.part == Part::titleField;
     focus = editable ? pressed.part : Part::none;
     lastKey = time;
     if (pressed.part != Part::card) return;
@@ -203,9 +161,6 @@ void AppState::release(Point at, Seconds time) {
 
 void AppState::activate(Target target, Seconds time) {
     switch (target.part) {
-        case Part::nav:
-            show(static_cast<View>(target.index), time);
-            break;
         case Part::searchClear:
             searchText.clear();
             break;
@@ -224,24 +179,6 @@ void AppState::activate(Target target, Seconds time) {
             person = 0;
             dialogOpen = true;
             dialogShows.glide(1, time, 0.22);
-            break;
-        case Part::listRow:
-            if (message != target.index) {
-                messageAppears.jump(0);
-                messageAppears.glide(1, time, 0.2);
-            }
-            message = target.index;
-            draft.clear();
-            break;
-        case Part::send:
-            if (draft.empty()) break;
-            sent[message] = std::exchange(draft, {});
-            announce("Reply sent", time);
-            break;
-        case Part::period:
-            previousPeriod = std::exchange(period, target.index);
-            chartGrows.jump(0);
-            chartGrows.glide(1, time, 0.8);
             break;
         default:
             activateInDialog(target, time);
@@ -273,20 +210,7 @@ void AppState::activateInDialog(Target target, Seconds time) {
 void AppState::type(const std::string& text, Seconds time) {
     lastKey = time;
     if (focus == Part::search) searchText += text;
-    if (focus == Part::reply) draft += text;
     if (focus == Part::titleField) title += text;
-}
-
-void AppState::show(View next, Seconds time) {
-    if (view == next) return;
-    view = next;
-    viewAppears.jump(0);
-    viewAppears.glide(1, time, 0.25);
-    selectedTask = -1;
-    if (next != View::insights) return;
-    previousPeriod = -1;
-    chartGrows.jump(0);
-    chartGrows.glide(1, time + 0.05, 1.1);
 }
 
 void AppState::closeDialog(Seconds time) {

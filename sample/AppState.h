@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,11 +29,10 @@ class Transition {
 
 // What the person does, as the application receives it.
 struct InputEvent {
-    enum class Kind { press, release, wheel, key };
+    enum class Kind { press, release, key };
     Seconds time = 0;
     Kind kind = Kind::press;
     Point at;              // points
-    double wheel = 0;      // points to scroll down
     std::string text = {}; // one typed character
 };
 
@@ -56,8 +54,6 @@ class AppState {
     bool onBoard(std::string_view title) const;
     const AppLayout& layout() const { return *layout_; }
 
-    View view = View::board;
-    Transition viewAppears{1};
     Target pressed;
     Part focus = Part::none;
     Seconds lastKey = 0; // the caret is solid for a moment after it
@@ -83,16 +79,6 @@ class AppState {
     Priority priority = Priority::medium;
     int person = 0;
 
-    Transition scroll{0};
-    int message = 0;
-    Transition messageAppears{1};
-    std::string draft;
-    std::map<int, std::string> sent; // replies by message
-
-    int period = 0;
-    int previousPeriod = 0;
-    Transition chartGrows{1}; // from the previous values to the present ones
-
     std::string toast;
     Seconds toastTime = -100;
 
@@ -102,14 +88,12 @@ class AppState {
     void type(const std::string& text, Seconds time);
     void activate(Target target, Seconds time);
     void activateInDialog(Target target, Seconds time);
-    void show(View next, Seconds time);
     void closeDialog(Seconds time);
     void createTask(Seconds time);
     void dropCard(const Drag& dropped, Point at, Seconds time);
     void settleCards(Seconds time);
     void announce(std::string text, Seconds time);
     bool shows(Target target) const;
-    Rect visibleArea(Target target, Seconds time) const;
 
     const AppLayout* layout_;
 };

@@ -41,8 +41,6 @@ const char* strokes(Icon icon) {
             return "O 12 12 8.5 M 12 7 L 12 12 L 15.5 14";
         case Icon::comment:
             return "M 4 5.5 L 20 5.5 L 20 16.5 L 12 16.5 L 8 20 L 8 16.5 L 4 16.5 Z";
-        case Icon::send:
-            return "M 4 12 L 20 4.5 L 15 20 L 11.5 13.5 Z M 11.5 13.5 L 20 4.5";
         case Icon::network:
             return "M 3 9.5 C 8 4.5 16 4.5 21 9.5 M 6.5 13.2 C 9.5 10.2 14.5 10.2 17.5 13.2 D 12 17.5 1.6";
         case Icon::battery:
@@ -51,8 +49,6 @@ const char* strokes(Icon icon) {
             return "M 4 9.5 L 8 9.5 L 13 5 L 13 19 L 8 14.5 L 4 14.5 Z M 16.5 9 C 18.5 11 18.5 13 16.5 15";
         case Icon::flag:
             return "M 6 21 L 6 4 L 18 4 L 15.5 8.5 L 18 13 L 6 13";
-        case Icon::arrowUp:
-            return "M 12 19 L 12 5 M 6 11 L 12 5 L 18 11";
         case Icon::more:
             return "D 6 12 1.5 D 12 12 1.5 D 18 12 1.5";
     }

@@ -19,12 +19,10 @@ enum class Icon {
     maximise,
     clock,
     comment,
-    send,
     network,
     battery,
     sound,
     flag,
-    arrowUp,
     more,
 };
 

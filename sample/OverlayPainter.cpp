@@ -64,17 +64,6 @@ void paintDialogBody(Canvas& canvas, const Scene& scene) {
     paintButton(canvas, scene, {Part::create, 0}, l.create, "Create task", ButtonKind::primary);
 }
 
-Icon buttonIcon(Part part) {
-    switch (part) {
-        case Part::filterButton:
-            return Icon::filter;
-        case Part::newButton:
-            return Icon::plus;
-        default:
-            return Icon::send;
-    }
-}
-
 } // namespace
 
 void paintMenu(Canvas& canvas, const Scene& scene) {
@@ -147,7 +136,8 @@ void paintButton(Canvas& canvas, const Scene& scene, Target target, const Rect& 
     canvas.text(label, {middle.x + (hasIcon ? 10 : 0), middle.y}, style);
     if (!hasIcon) return;
     const double left = middle.x + 10 - canvas.textWidth(label, style) / 2;
-    drawIcon(canvas, buttonIcon(target.part), {left - 14, middle.y}, 15, ink, 1.8);
+    drawIcon(canvas, target.part == Part::newButton ? Icon::plus : Icon::filter, {left - 14, middle.y}, 15,
+             ink, 1.8);
 }
 
 void paintField(Canvas& canvas, const Rect& area, const FieldContent& content) {

@@ -22,8 +22,6 @@ void paintSidebar(Canvas& canvas, const Scene& scene);
 void paintHeaders(Canvas& canvas, const Scene& scene);
 void paintBoard(Canvas& canvas, const Scene& scene);
 void paintLiftedCard(Canvas& canvas, const Scene& scene); // over everything in the window
-void paintInbox(Canvas& canvas, const Scene& scene);
-void paintInsights(Canvas& canvas, const Scene& scene);
 void paintMenu(Canvas& canvas, const Scene& scene);
 void paintDialog(Canvas& canvas, const Scene& scene);
 void paintToast(Canvas& canvas, const Scene& scene);

@@ -12,12 +12,6 @@ const char* oneOf(std::span<const char* const> texts, Random& random) {
     return texts[static_cast<std::size_t>(random.index(static_cast<int>(texts.size())))];
 }
 
-void goTo(ScriptWriter& writer, View view) {
-    if (writer.state().view == view) return;
-    writer.click({Part::nav, static_cast<int>(view)});
-    writer.rest(0.4, 0.6);
-}
-
 // One that is not on the board yet, as far as there are such.
 const char* newTitle(ScriptWriter& writer) {
     const auto titles = newTaskTitles();
@@ -32,7 +26,6 @@ const char* newTitle(ScriptWriter& writer) {
 enum class Assignee { user, another };
 
 void fillDialog(ScriptWriter& writer, Assignee assignee) {
-    goTo(writer, View::board);
     writer.click({Part::newButton, 0});
     writer.rest(0.3, 0.4);
     writer.click({Part::titleField, 0});
@@ -58,7 +51,6 @@ void addOwnTask(ScriptWriter& writer) {
 }
 
 void moveCard(ScriptWriter& writer) {
-    goTo(writer, View::board);
     const auto& columns = writer.state().columns;
     int from = writer.random().index(kColumnCount - 1);
     if (columns[static_cast<std::size_t>(from)].empty()) from = columns[0].empty() ? 1 : 0;
@@ -72,7 +64,6 @@ void moveCard(ScriptWriter& writer) {
 }
 
 void filterBoard(ScriptWriter& writer) {
-    goTo(writer, View::board);
     const int chosen = writer.state().filter == 0 ? 1 + writer.random().index(3) : 0;
     writer.click({Part::filterButton, 0});
     writer.rest(0.3, 0.5);
@@ -82,43 +73,7 @@ void filterBoard(ScriptWriter& writer) {
     writer.rest(1.0, 1.6);
 }
 
-void readChart(ScriptWriter& writer) {
-    goTo(writer, View::insights);
-    writer.rest(0.5, 0.7);
-    const Rect& plot = writer.state().layout().plot;
-    writer.hover({Part::chart, 0});
-    writer.trace({plot.x + plot.width * writer.random().between(0.8, 0.95), plot.y + plot.height * 0.35},
-                 1.3);
-    writer.rest(0.2, 0.4);
-    writer.doubleTake({Part::period, (writer.state().period + 1 + writer.random().index(2)) % 3});
-    writer.rest(1.0, 1.3);
-}
-
-int firstVisibleRow(const ScriptWriter& writer) {
-    const AppLayout& layout = writer.state().layout();
-    return static_cast<int>(writer.state().scroll.goal() / layout.listRow(0, 0).height) + 1;
-}
-
-void answerMessage(ScriptWriter& writer) {
-    goTo(writer, View::inbox);
-    writer.hover({Part::listRow, firstVisibleRow(writer) + 2});
-    writer.rest(0.2, 0.4);
-    const bool down = writer.state().scroll.goal() < 400;
-    writer.scroll(down ? writer.random().between(420, 820) : -writer.state().scroll.goal(), 9);
-    writer.rest(0.5, 0.9);
-    const int first = firstVisibleRow(writer);
-    writer.doubleTake({Part::listRow, first + 1 + writer.random().index(4)});
-    writer.rest(0.8, 1.3);
-    writer.click({Part::reply, 0});
-    writer.rest(0.2, 0.4);
-    writer.type(oneOf(replies(), writer.random()));
-    writer.rest(0.3, 0.5);
-    writer.click({Part::send, 0});
-    writer.rest(0.8, 1.2);
-}
-
 void searchBoard(ScriptWriter& writer) {
-    goTo(writer, View::board);
     writer.click({Part::search, 0});
     writer.rest(0.2, 0.4);
     writer.type(oneOf(searches(), writer.random()));
@@ -128,7 +83,6 @@ void searchBoard(ScriptWriter& writer) {
 }
 
 void pickCard(ScriptWriter& writer) {
-    goTo(writer, View::board);
     const auto& ids = writer.state().columns[static_cast<std::size_t>(writer.random().index(kColumnCount))];
     if (ids.empty()) return;
     writer.click(
@@ -147,9 +101,8 @@ void pause(ScriptWriter& writer) {
 }
 
 using Scene = void (*)(ScriptWriter&);
-constexpr std::array<Scene, 4> kOpening{addOwnTask, pause, moveCard, readChart};
-constexpr std::array<Scene, 8> kScenes{addTask,   moveCard,      filterBoard, talk,
-                                       readChart, answerMessage, searchBoard, pickCard};
+constexpr std::array<Scene, 4> kOpening{addOwnTask, pause, moveCard, filterBoard};
+constexpr std::array<Scene, 6> kScenes{addTask, moveCard, filterBoard, talk, searchBoard, pickCard};
 
 // The scenes of one round in an order of its own, each once.
 std::vector<Scene> shuffled(Random& random) {

@@ -15,8 +15,7 @@ void ScriptWriter::rest(Seconds shortest, Seconds longest) {
 
 Point ScriptWriter::spotIn(Target target) {
     const Rect area = state_.area(target, now_);
-    const bool field =
-        target.part == Part::search || target.part == Part::reply || target.part == Part::titleField;
+    const bool field = target.part == Part::search || target.part == Part::titleField;
     const double across = field ? 0.3 : 0.5;
     const auto off = [&] { return std::clamp(random_.normal() * 0.1, -0.28, 0.28); };
     return {area.x + area.width * (across + off() * (field ? 0.5 : 1)), area.y + area.height * (0.5 + off())};
@@ -44,24 +43,10 @@ void ScriptWriter::click(Target target) {
     pressHere();
 }
 
-void ScriptWriter::doubleTake(Target target) {
-    hover(target);
-    rest(0.35, 0.7);
-    pressHere();
-}
-
 void ScriptWriter::type(std::string_view text) {
     for (const char letter : text) {
         now_ += letter == ' ' ? random_.between(0.06, 0.13) : random_.between(0.035, 0.095);
-        inputs_.push_back({now_, InputEvent::Kind::key, path_.end(), 0, std::string(1, letter)});
-        state_.receive(inputs_.back());
-    }
-}
-
-void ScriptWriter::scroll(double points, int turns) {
-    for (int i = 0; i < turns; ++i) {
-        now_ += random_.between(0.09, 0.2);
-        inputs_.push_back({now_, InputEvent::Kind::wheel, path_.end(), points / turns});
+        inputs_.push_back({now_, InputEvent::Kind::key, path_.end(), std::string(1, letter)});
         state_.receive(inputs_.back());
     }
 }
@@ -79,10 +64,6 @@ void ScriptWriter::dragCard(int task, int column, int row) {
                        random_.between(0.75, 1.1), random_);
     rest(0.15, 0.3);
     send(InputEvent::Kind::release, path_.end());
-}
-
-void ScriptWriter::trace(Point to, Seconds duration) {
-    now_ = path_.glide(to, now_, duration, random_);
 }
 
 } // namespace glintro::sample

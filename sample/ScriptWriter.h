@@ -19,11 +19,8 @@ class ScriptWriter {
     void rest(Seconds shortest, Seconds longest);
     void hover(Target target);
     void click(Target target);
-    void doubleTake(Target target); // hovers, hesitates, then clicks
     void type(std::string_view text);
-    void scroll(double points, int turns);
     void dragCard(int task, int column, int row);
-    void trace(Point to, Seconds duration); // a slow run, reading along
 
     Seconds now() const { return now_; }
     const AppState& state() const { return state_; }

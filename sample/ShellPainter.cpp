@@ -31,20 +31,13 @@ void paintHill(Canvas& canvas, const AppLayout& layout, double height, double sw
 
 void paintNavItem(Canvas& canvas, const Scene& scene, int index, Icon icon, const char* label) {
     const Rect area = scene.layout.nav(index);
-    const bool current = index == static_cast<int>(scene.frame.heading.view);
-    const Target target{Part::nav, index};
+    const bool current = index == 0; // the board
     if (current) canvas.fillRounded(area, 8, theme::white);
     if (current) canvas.strokeRounded(area, 8, theme::line);
-    if (!current && scene.hovers(target)) canvas.fillRounded(area, 8, rgb(0xE5EAED));
     const double middle = area.y + area.height / 2;
     drawIcon(canvas, icon, {area.x + 20, middle}, 18, current ? theme::accent : theme::muted);
     canvas.text(label, {area.x + 40, middle},
                 {.size = 13.5, .weight = current ? 600 : 500, .colour = current ? theme::ink : theme::muted});
-    if (index != 1) return;
-    const Rect badge{area.x + area.width - 36, middle - 9, 26, 18};
-    canvas.fillRounded(badge, 9, theme::accent);
-    canvas.text("8", {badge.x + 13, middle},
-                {.size = 11, .weight = 600, .colour = theme::white, .align = Align::centre});
 }
 
 void paintProjects(Canvas& canvas, const Scene& scene) {
@@ -59,12 +52,6 @@ void paintProjects(Canvas& canvas, const Scene& scene) {
         canvas.text(projectNames()[static_cast<std::size_t>(i)], {area.x + 40, middle},
                     {.size = 13, .weight = i == 0 ? 600 : 450, .colour = i == 0 ? theme::ink : theme::muted});
     }
-}
-
-void paintStaticEntry(Canvas& canvas, const Rect& area, Icon icon, const char* label) {
-    const double middle = area.y + area.height / 2;
-    drawIcon(canvas, icon, {area.x + 20, middle}, 18, theme::muted);
-    canvas.text(label, {area.x + 40, middle}, {.size = 13.5, .weight = 500, .colour = theme::muted});
 }
 
 void paintLogo(Canvas& canvas, Point corner) {
@@ -101,38 +88,6 @@ void paintBoardSubheader(Canvas& canvas, const Scene& scene) {
     const Rect track{right - 84 - 150, middle - 3, 140, 6};
     canvas.fillRounded(track, 3, theme::line);
     canvas.fillRounded({track.x, track.y, track.width * done / std::max(all, 1), 6}, 3, theme::accent);
-}
-
-void paintPeriods(Canvas& canvas, const Scene& scene) {
-    const Rect first = scene.layout.period(0);
-    canvas.fillRounded({first.x, first.y, first.width * 3, first.height}, 8, rgb(0xE9EDF0));
-    for (int i = 0; i < 3; ++i) {
-        const Rect area = scene.layout.period(i);
-        const bool current = i == scene.frame.heading.period;
-        if (current) canvas.dropShadow(inset(area, 2), 6, 2, 1, 0.18);
-        if (current) canvas.fillRounded(inset(area, 2), 6, theme::white);
-        const bool lit = current || scene.hovers({Part::period, i});
-        canvas.text(periods()[static_cast<std::size_t>(i)].name, centre(area),
-                    {.size = 12.5,
-                     .weight = current ? 600 : 500,
-                     .colour = lit ? theme::ink : theme::muted,
-                     .align = Align::centre});
-    }
-    const Rect& sub = scene.layout.subheader;
-    canvas.text("Compared with the period before", {sub.x + sub.width - 24, first.y + 15},
-                {.size = 12.5, .colour = theme::faint, .align = Align::right});
-}
-
-const char* heading(View view) {
-    switch (view) {
-        case View::board:
-            return "Riverside opening";
-        case View::inbox:
-            return "Inbox";
-        case View::insights:
-            return "Insights";
-    }
-    return "";
 }
 
 void paintSearch(Canvas& canvas, const Scene& scene) {
@@ -197,8 +152,8 @@ void paintSidebar(Canvas& canvas, const Scene& scene) {
     paintNavItem(canvas, scene, 0, Icon::board, "Board");
     paintNavItem(canvas, scene, 1, Icon::inbox, "Inbox");
     paintNavItem(canvas, scene, 2, Icon::insights, "Insights");
-    paintStaticEntry(canvas, scene.layout.nav(3), Icon::calendar, "Calendar");
-    paintStaticEntry(canvas, scene.layout.nav(4), Icon::files, "Files");
+    paintNavItem(canvas, scene, 3, Icon::calendar, "Calendar");
+    paintNavItem(canvas, scene, 4, Icon::files, "Files");
     paintProjects(canvas, scene);
     const double bottom = area.y + area.height;
     canvas.fill({area.x + 16, bottom - 68, area.width - 32, 1}, theme::line);
@@ -211,8 +166,7 @@ void paintHeaders(Canvas& canvas, const Scene& scene) {
     const AppLayout& l = scene.layout;
     if (canvas.visible(l.header)) {
         canvas.fill(l.header, theme::pane);
-        canvas.text(heading(scene.frame.heading.view), {l.header.x + 24, l.header.y + 33},
-                    {.size = 20, .weight = 700});
+        canvas.text("Riverside opening", {l.header.x + 24, l.header.y + 33}, {.size = 20, .weight = 700});
         paintSearch(canvas, scene);
         paintButton(canvas, scene, {Part::filterButton, 0}, l.filterButton, "Filter", ButtonKind::plain);
         paintButton(canvas, scene, {Part::newButton, 0}, l.newButton, "New task", ButtonKind::primary);
@@ -229,18 +183,7 @@ void paintHeaders(Canvas& canvas, const Scene& scene) {
     }
     if (!canvas.visible(l.subheader)) return;
     canvas.fill(l.subheader, theme::pane);
-    switch (scene.frame.heading.view) {
-        case View::board:
-            paintBoardSubheader(canvas, scene);
-            break;
-        case View::insights:
-            paintPeriods(canvas, scene);
-            break;
-        case View::inbox:
-            canvas.text("8 unread, 24 in all", {l.subheader.x + 24, l.subheader.y + 16},
-                        {.size = 13, .colour = theme::muted});
-            break;
-    }
+    paintBoardSubheader(canvas, scene);
 }
 
 } // namespace glintro::sample

@@ -47,7 +47,7 @@ TEST(SampleScriptTest, EveryPressHitsSomethingAndLiesOnThePointersPath) {
         EXPECT_GT(targets.size(), 15U);
         for (const Target& target : targets) EXPECT_NE(target.part, Part::none) << "seed " << seed;
         for (const InputEvent& input : script.inputs) {
-            if (input.kind == InputEvent::Kind::wheel || input.kind == InputEvent::Kind::key) continue;
+            if (input.kind == InputEvent::Kind::key) continue;
             const Point pointer = script.path.at(input.time);
             EXPECT_NEAR(pointer.x, input.at.x, 1e-6);
             EXPECT_NEAR(pointer.y, input.at.y, 1e-6);
@@ -55,7 +55,7 @@ TEST(SampleScriptTest, EveryPressHitsSomethingAndLiesOnThePointersPath) {
     }
 }
 
-TEST(SampleScriptTest, AddsTasksMovesCardsAndAnswersMessages) {
+TEST(SampleScriptTest, AddsTasksAndMovesCards) {
     const AppLayout layout(kSize);
     AppState state(layout);
     const std::size_t before = state.tasks.size();
@@ -63,10 +63,6 @@ TEST(SampleScriptTest, AddsTasksMovesCardsAndAnswersMessages) {
     for (const InputEvent& input : writeScript(layout, 90, 3).inputs) state.receive(input);
     EXPECT_GT(state.tasks.size(), before);
     EXPECT_NE(state.columns, columns);
-    ASSERT_FALSE(state.sent.empty());
-    EXPECT_NE(std::ranges::find(replies(), state.sent.begin()->second,
-                                [](const char* text) { return std::string(text); }),
-              replies().end());
     EXPECT_FALSE(state.dialogOpen);
     EXPECT_FALSE(state.drag);
 }

@@ -68,7 +68,7 @@ void AppPainter::paintArea(const Rect& area, const AppState& state, const AppFra
     if (canvas_.visible(layout_->content)) {
         canvas_.save();
         canvas_.clip(layout_->content);
-        canvas_.fill(layout_->content, theme::pane);
+        canvas_.fill(layout_->content, theme::kPane);
         paintBoard(canvas_, scene);
         canvas_.restore();
     }

@@ -6,20 +6,20 @@
 namespace glintro::sample {
 namespace {
 
-constexpr Colour kColumnColours[] = {theme::faint, theme::sky, theme::amber, theme::green};
+constexpr Colour kColumnColours[] = {theme::kFaint, theme::kSky, theme::kAmber, theme::kGreen};
 
 void paintCardFooter(Canvas& canvas, const Task& task, const Rect& area) {
     const double middle = area.y + area.height - 23;
     double x = area.x + 20;
     const bool urgent = task.priority == Priority::high;
     drawIcon(canvas, urgent ? Icon::flag : Icon::clock, {x, middle}, 14,
-             urgent ? theme::coral : theme::faint);
+             urgent ? theme::kCoral : theme::kFaint);
     x += 13;
-    const TextStyle small{.size = 11.5, .weight = 450, .colour = theme::muted};
+    const TextStyle small{.size = 11.5, .weight = 450, .colour = theme::kMuted};
     canvas.text(task.due, {x, middle}, small);
     x += canvas.textWidth(task.due, small) + 18;
     if (task.comments > 0) {
-        drawIcon(canvas, Icon::comment, {x, middle}, 14, theme::faint);
+        drawIcon(canvas, Icon::comment, {x, middle}, 14, theme::kFaint);
         canvas.text(fmt::format("{}", task.comments), {x + 12, middle}, small);
     }
     paintAvatar(canvas, task.person, {area.x + area.width - 24, middle}, 11);
@@ -38,11 +38,11 @@ void paintCard(Canvas& canvas, const Scene& scene, const AppFrame::Card& card) {
     } else {
         canvas.dropShadow(area, 10, hovered ? 5 : 2.5, hovered ? 3 : 1, hovered ? 0.16 : 0.1);
     }
-    canvas.fillRounded(area, 10, theme::white);
+    canvas.fillRounded(area, 10, theme::kWhite);
     canvas.strokeRounded(area, 10,
-                         card.selected ? theme::accent
+                         card.selected ? theme::kAccent
                          : hovered     ? rgb(0xC9D2D8)
-                                       : theme::line,
+                                       : theme::kLine,
                          card.selected ? 1.5 : 1);
     const Tag& tag = tags()[static_cast<std::size_t>(task.tag)];
     const TextStyle pill{.size = 10.5, .weight = 600, .colour = tag.colour};
@@ -58,7 +58,7 @@ void paintColumn(Canvas& canvas, const Scene& scene, int index) {
     const Rect area = scene.layout.column(index);
     if (!canvas.visible(area)) return;
     if (index == scene.frame.dropColumn) {
-        canvas.fillRounded({area.x - 6, area.y, area.width + 12, area.height + 20}, 12, theme::accentSoft);
+        canvas.fillRounded({area.x - 6, area.y, area.width + 12, area.height + 20}, 12, theme::kAccentSoft);
     }
     const double middle = area.y + 18;
     canvas.circle({area.x + 7, middle}, 4, kColumnColours[index]);
@@ -67,8 +67,8 @@ void paintColumn(Canvas& canvas, const Scene& scene, int index) {
     canvas.text(label, {area.x + 19, middle}, name);
     canvas.text(fmt::format("{}", scene.frame.counts[static_cast<std::size_t>(index)]),
                 {area.x + 27 + canvas.textWidth(label, name), middle},
-                {.size = 13, .weight = 500, .colour = theme::faint});
-    drawIcon(canvas, Icon::more, {area.x + area.width - 10, middle}, 16, theme::faint);
+                {.size = 13, .weight = 500, .colour = theme::kFaint});
+    drawIcon(canvas, Icon::more, {area.x + area.width - 10, middle}, 16, theme::kFaint);
 }
 
 } // namespace

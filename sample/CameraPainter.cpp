@@ -217,7 +217,7 @@ void CameraPainter::paintEye(double side, const Face& now) {
         const double gaze = 4 * now.turn;
         fillEllipse(context, {middle.x + gaze, middle.y}, 11, 11, rgb(0x4B6A5A));
         fillEllipse(context, {middle.x + gaze, middle.y}, 6, 6, rgb(0x1D1A1A));
-        fillEllipse(context, {middle.x + gaze - 4, middle.y - 4}, 2.6, 2.6, theme::white);
+        fillEllipse(context, {middle.x + gaze - 4, middle.y - 4}, 2.6, 2.6, theme::kWhite);
         cairo_restore(context);
     }
     const double lid = middle.y - 14 * open + 3 * now.lids;

@@ -47,7 +47,7 @@ void addGrain(cairo_surface_t* surface) {
         for (int x = 0; x < cairo_image_surface_get_width(surface); ++x) {
             const int grain = random.index(5) - 2;
             for (int channel = 0; channel < 3; ++channel) {
-                unsigned char& value = data[y * stride + x * 4 + channel];
+                unsigned char& value = data[y * stride + std::ptrdiff_t{4} * x + channel];
                 value = static_cast<unsigned char>(std::clamp(value + grain, 0, 255));
             }
         }

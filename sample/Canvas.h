@@ -35,7 +35,7 @@ enum class Align { left, centre, right };
 struct TextStyle {
     double size = 13;
     int weight = 400;
-    Colour colour = theme::ink;
+    Colour colour = theme::kInk;
     double maxWidth = 0; // points; longer text is cut with an ellipsis; 0 is unlimited
     int lines = 1;       // wrapped within maxWidth to at most this many
     Align align = Align::left;

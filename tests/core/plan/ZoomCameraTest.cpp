@@ -86,7 +86,8 @@ TEST(ZoomCamera, ThePointerStaysInTheMiddleOfTheFollowingView) {
     const ZoomCamera camera = cameraOf({zoomOf(1, 9, 3)}, events);
     for (double t = 2; t < 8; t += 0.01) {
         const ZoomState state = camera.zoom(t);
-        const double fromCentre = std::abs(camera.cursor()->position(t).x - state.centre.x) * 2 * state.scale;
+        const double fromCentre =
+            std::abs(camera.pointerPath()->position(t).x - state.centre.x) * 2 * state.scale;
         EXPECT_LE(fromCentre, 0.62 + 1e-9) << t;
     }
 }

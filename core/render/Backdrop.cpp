@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 #include "core/model/Colour.h"
@@ -52,11 +53,13 @@ class BackdropWriter {
   public:
     BackdropWriter(const Ground& ground, BackdropShadow shadow, PictureBuffer& picture)
         : ground_(ground),
-          shadow_(shadow),
+          strength_(shadow.strength),
           picture_(picture),
           even_(picture.size().width),
           odd_(picture.size().width),
-          chroma_(static_cast<std::size_t>(chromaExtent(picture.size().width) + kFloatRowSlack)) {}
+          chroma_(static_cast<std::size_t>(chromaExtent(picture.size().width) + kFloatRowSlack)) {
+        if (shadow.shape != nullptr) shadow_.emplace(*shadow.shape);
+    }
 
     void writeAround(const PixelRect& hole) {
         const PixelSize size = picture_.size();
@@ -88,10 +91,9 @@ class BackdropWriter {
     void writeRow(int begin, int end, int y, RowTriple& rows) {
         const int count = end - begin;
         std::visit(RowPainter{begin, y, count, rows}, ground_);
-        if (shadow_.coverage != nullptr) {
-            for (int i = 0; i < 3; ++i)
-                shadeRow(rows[i], shadow_.coverage->row(y) + begin, count, black_.values[i],
-                         shadow_.strength);
+        if (shadow_) {
+            const float* const shade = shadow_->row(y, begin, count);
+            for (int i = 0; i < 3; ++i) shadeRow(rows[i], shade, count, black_.values[i], strength_);
         }
         const int fullPlanes = picture_.layout() == PixelLayout::yuv420 ? 1 : 3;
         for (int i = 0; i < fullPlanes; ++i)
@@ -99,7 +101,8 @@ class BackdropWriter {
     }
 
     const Ground& ground_;
-    BackdropShadow shadow_;
+    std::optional<SoftRoundedRect::Reader> shadow_;
+    float strength_;
     PictureBuffer& picture_;
     PlaneColour black_ = planeColour(picture_.layout(), 0, 0, 0);
     RowTriple even_;

@@ -24,7 +24,7 @@ Ground gradientGround(PixelLayout layout, PixelSize canvas, std::int64_t index);
 
 // The recording's shadow: where it falls, and how much light it takes away there, 0..1.
 struct BackdropShadow {
-    const Coverage* coverage = nullptr; // of the whole canvas; null for no shadow
+    const SoftRoundedRect* shape = nullptr; // over the whole canvas; null for no shadow
     float strength = 0;
 };
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <vector>
 
-#include "core/raster/Blur.h"
 #include "core/raster/Convert.h"
 
 namespace glintro {
@@ -15,56 +14,61 @@ float edgeCoverage(double distance) {
     return static_cast<float>(std::clamp(0.5 - distance, 0.0, 1.0));
 }
 
+// Past three standard deviations a Gaussian holds 0.3 % of its weight, which 8 bits do not show.
+int blurMargin(double sigma) {
+    return static_cast<int>(std::ceil(3 * sigma));
+}
+
 // The rows of a rounded rectangle's coverage, top to bottom. All but those at its corners are alike.
-class RoundedRectRows {
+class RoundedRectRows : public FloatRowSource {
   public:
     RoundedRectRows(PixelRect box, Rect rect, double radius)
-        : box_(box), rect_(rect), radius_(radius), row_(static_cast<std::size_t>(box.width)) {}
+        : box_(box), rect_(rect), radius_(radius), row_(static_cast<std::size_t>(box.width) + kSlack) {}
 
-    // Moves to row y of the box; whether it differs from the row before.
-    bool moveTo(int y) {
+    bool moveTo(int y) override {
         const double dy =
             std::abs(box_.y + y + 0.5 - rect_.y - rect_.height / 2) - rect_.height / 2 + radius_;
         const bool isStraight = dy <= std::min(0.0, radius_ - 0.5);
-        if (isStraight && wasStraight_) return false;
-        wasStraight_ = isStraight;
+        const bool isOutside = dy - radius_ >= 0.5;
+        const Kind kind = isStraight ? Kind::straight : isOutside ? Kind::outside : Kind::corner;
+        if (kind != Kind::corner && kind == kind_) return false;
+        kind_ = kind;
         fill(dy);
         return true;
     }
-    const std::vector<float>& row() const { return row_; }
+    const float* row() const override { return row_.data(); }
 
   private:
+    enum class Kind { none, outside, corner, straight };
+
+    // Only at the sides does the coverage vary.
     void fill(double dy) {
         const double middle = rect_.x + rect_.width / 2;
         const double outermost = rect_.width / 2 - radius_;
-        const float straight = edgeCoverage(dy - radius_);
-        for (int x = 0; x < box_.width; ++x) {
-            const double dx = std::abs(box_.x + x + 0.5 - middle) - outermost;
-            float& coverage = row_[static_cast<std::size_t>(x)];
-            if (dx <= 0 && dx <= dy)
-                coverage = straight;
-            else
-                coverage = edgeCoverage((dx > 0 && dy > 0 ? std::sqrt(dx * dx + dy * dy) : std::max(dx, dy))
-                                        - radius_);
-        }
+        const auto column = [&](double x) {
+            return static_cast<int>(std::clamp(std::floor(x) - box_.x, 0.0, static_cast<double>(box_.width)));
+        };
+        const int begin = column(middle - outermost + 2);
+        const int end = std::max(column(middle + outermost - 2), begin);
+        const auto fillSide = [&](int from, int to) {
+            for (int x = from; x < to; ++x) {
+                const double dx = std::abs(box_.x + x + 0.5 - middle) - outermost;
+                const double outside = dx > 0 && dy > 0 ? std::sqrt(dx * dx + dy * dy) : std::max(dx, dy);
+                row_[static_cast<std::size_t>(x)] = edgeCoverage(outside - radius_);
+            }
+        };
+        fillSide(0, begin);
+        std::fill_n(row_.begin() + begin, end - begin, edgeCoverage(dy - radius_));
+        fillSide(end, box_.width);
     }
 
+    static constexpr std::size_t kSlack = 16;
     PixelRect box_;
     Rect rect_;
     double radius_;
     std::vector<float> row_;
-    bool wasStraight_ = false;
+    Kind kind_ = Kind::none;
 };
-
-FloatPlane roundedRectPlane(PixelRect box, Rect rect, double radius) {
-    FloatPlane coverage(box.width, box.height);
-    RoundedRectRows rows(box, rect, radius);
-    for (int y = 0; y < box.height; ++y) {
-        const bool isNew = rows.moveTo(y);
-        std::copy_n(isNew ? rows.row().data() : coverage.row(y - 1), box.width, coverage.row(y));
-    }
-    return coverage;
-}
 
 void toBytes(const float* coverage, int width, float strength, std::uint8_t* bytes) {
     for (int x = 0; x < width; ++x)
@@ -109,7 +113,7 @@ Mask Mask::roundedRect(PixelLayout layout, PixelRect box, Rect rect, double radi
     RoundedRectRows rows(box, rect, radius);
     for (int y = 0; y < box.height; ++y) {
         if (rows.moveTo(y))
-            toBytes(rows.row().data(), box.width, strength, mask.full_.row(y));
+            toBytes(rows.row(), box.width, strength, mask.full_.row(y));
         else
             std::copy_n(mask.full_.row(y - 1), box.width, mask.full_.row(y));
     }
@@ -120,18 +124,21 @@ Mask Mask::roundedRect(PixelLayout layout, PixelRect box, Rect rect, double radi
 Mask Mask::blurredRoundedRect(PixelLayout layout, PixelRect box, Rect rect, double radius, double sigma,
                               float strength) {
     Mask mask(box);
-    const Coverage coverage = glintro::blurredRoundedRect(box, rect, radius, sigma);
-    for (int y = 0; y < box.height; ++y) toBytes(coverage.row(y), box.width, strength, mask.full_.row(y));
+    if (!isEmpty(box)) {
+        const SoftRoundedRect shape(box, rect, radius, sigma);
+        SoftRoundedRect::Reader reader(shape);
+        for (int y = 0; y < box.height; ++y)
+            toBytes(reader.row(y, 0, box.width), box.width, strength, mask.full_.row(y));
+    }
     mask.addChroma(layout);
     return mask;
 }
 
-Coverage blurredRoundedRect(PixelRect box, Rect rect, double radius, double sigma) {
-    // Past three standard deviations a Gaussian holds 0.3 % of its weight, which 8 bits do not show.
-    const int margin = static_cast<int>(std::ceil(3 * sigma));
-    Coverage coverage{roundedRectPlane(grown(box, margin), rect, radius), margin};
-    gaussianBlur(coverage.plane, sigma);
-    return coverage;
-}
+SoftRoundedRect::SoftRoundedRect(PixelRect box, Rect rect, double radius, double sigma)
+    : margin_(blurMargin(sigma)), blurred_([&] {
+          const PixelRect wide = grown(box, blurMargin(sigma));
+          RoundedRectRows rows(wide, rect, radius);
+          return BlurredPicture(rows, {wide.width, wide.height}, sigma);
+      }()) {}
 
 } // namespace glintro

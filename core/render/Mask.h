@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/base/Geometry.h"
+#include "core/raster/Blur.h"
 #include "core/raster/Picture.h"
 
 namespace glintro {
@@ -34,15 +35,27 @@ class Mask {
     Plane chroma_; // empty where all planes have full size
 };
 
-// The coverage of a box, 0..1, computed with a margin around it.
-struct Coverage {
-    FloatPlane plane;
-    int margin = 0;
-    // Row y of the box; kRowAlignment bytes after its last sample may be read.
-    const float* row(int y) const { return plane.row(y + margin) + margin; }
-};
+// The coverage, 0..1, of a blurred rounded rectangle over a box of the canvas; what of the rectangle lies
+// beyond the box still counts.
+class SoftRoundedRect {
+  public:
+    SoftRoundedRect(PixelRect box, Rect rect, double radius, double sigma);
 
-// The coverage of a blurred rounded rectangle over a box; what of it lies beyond the box still counts.
-Coverage blurredRoundedRect(PixelRect box, Rect rect, double radius, double sigma);
+    // One object per thread; the shape must outlive it.
+    class Reader {
+      public:
+        explicit Reader(const SoftRoundedRect& shape) : rows_(shape.blurred_), margin_(shape.margin_) {}
+        // `count` samples of row y from column x of the box on; valid until the next call.
+        const float* row(int y, int x, int count) { return rows_.row(y + margin_, x + margin_, count); }
+
+      private:
+        BlurredPicture::Reader rows_;
+        int margin_;
+    };
+
+  private:
+    int margin_; // around the box
+    BlurredPicture blurred_;
+};
 
 } // namespace glintro

@@ -31,11 +31,11 @@ int blurReach(double sigma, PixelSize canvas) {
     return std::max(needed, canvas.height / 3);
 }
 
-Coverage shadowCoverage(PixelSize canvas, PixelRect target, double radius) {
+SoftRoundedRect shadowShape(PixelSize canvas, PixelRect target, double radius) {
     const double k = pixelScale(canvas);
     Rect caster = toRect(target);
     caster.y += 14 * k;
-    return blurredRoundedRect(wholeOf(canvas), caster, radius, 26 * k);
+    return {wholeOf(canvas), caster, radius, 26 * k};
 }
 
 template <class Key, class Value, class Make>
@@ -91,7 +91,7 @@ void StaticLayers::makeBackdrop(const ProjectSettings& settings, const ShapeKey&
                                 const StaticLayers& previous) {
     if (settings.shadow > 0.01)
         shadow_ = sharedOrMade(previous.shadow_, shape,
-                               [&] { return shadowCoverage(canvas_, shape.target, shape.radius); });
+                               [&] { return shadowShape(canvas_, shape.target, shape.radius); });
     // Without a picture, a wallpaper backdrop shows the gradient.
     GroundKey ground{settings.background, 0, {}, blurred_};
     if (settings.background == BackgroundKind::solid)

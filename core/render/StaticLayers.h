@@ -87,7 +87,7 @@ class StaticLayers {
         double radius = 0;
         bool operator==(const ShapeKey&) const = default;
     };
-    using ShadowPtr = KeyedPtr<ShapeKey, Coverage>;
+    using ShadowPtr = KeyedPtr<ShapeKey, SoftRoundedRect>;
     struct GroundKey {
         BackgroundKind kind{};
         std::int64_t gradientIndex = 0;

@@ -84,9 +84,10 @@ PixelRect planeArea(PixelLayout layout, int plane, PixelRect box) {
 
 PixelRect evenBox(PixelRect around, PixelSize canvas) {
     const PixelRect visible = intersected(around, wholeOf(canvas));
-    const int left = visible.x & ~1;
+    // A chroma sample on column 2i is also made of columns 2i - 1 and 2i + 1: where an edge is even, the
+    // sample beyond it is touched too.
+    const int left = std::max(visible.x - 1, 0) & ~1;
     const int top = visible.y & ~1;
-    // A chroma sample on column 2i is also made of column 2i - 1: an even right edge needs one more.
     const int right = std::min((visible.right() + 2) & ~1, canvas.width);
     const int bottom = std::min((visible.bottom() + 1) & ~1, canvas.height);
     return {left, top, std::max(right - left, 0), std::max(bottom - top, 0)};

@@ -67,10 +67,6 @@ double toastOpacity(const AppState& state, Seconds time) {
     return std::clamp(std::min(age, kToastMoves + kToastStays - age) / kToastMoves, 0.0, 1.0);
 }
 
-Rect grown(const Rect& area, double by) {
-    return inset(area, -by);
-}
-
 void addCardDamage(const AppFrame& before, const AppFrame& after, const AppLayout& layout,
                    std::vector<Rect>& areas) {
     if (before.counts != after.counts || before.dropColumn != after.dropColumn) {

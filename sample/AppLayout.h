@@ -60,9 +60,6 @@ struct AppLayout {
     Rect personChoice(int index) const;
 };
 
-inline bool contains(const Rect& area, Point p) {
-    return p.x >= area.x && p.x < area.x + area.width && p.y >= area.y && p.y < area.y + area.height;
-}
 inline Point centre(const Rect& area) {
     return {area.x + area.width / 2, area.y + area.height / 2};
 }

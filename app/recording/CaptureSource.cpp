@@ -35,20 +35,8 @@ bool isWorthOffering(const ShareableWindow& window, std::int64_t ownProcess) {
            && !window.application.empty() && window.process != ownProcess;
 }
 
-bool contains(const Rect& frame, Point at) {
-    return at.x >= frame.x && at.x < frame.x + frame.width && at.y >= frame.y
-           && at.y < frame.y + frame.height;
-}
-
-Rect intersection(const Rect& a, const Rect& b) {
-    const double left = std::max(a.x, b.x);
-    const double top = std::max(a.y, b.y);
-    return {left, top, std::min(a.x + a.width, b.x + b.width) - left,
-            std::min(a.y + a.height, b.y + b.height) - top};
-}
-
 bool holds(const Rect& display, const Rect& area) {
-    const Rect seen = intersection(display, area);
+    const Rect seen = intersected(display, area);
     return seen.width >= area.width - kSlack && seen.height >= area.height - kSlack && seen.width > 0
            && seen.height > 0;
 }
@@ -59,7 +47,7 @@ std::string areaText(const Rect& area) {
 
 Failure misplaced(const Rect& area, const ShareableContent& content) {
     const auto touched = std::ranges::count_if(content.displays, [&](const ShareableDisplay& display) {
-        const Rect seen = intersection(display.frame, area);
+        const Rect seen = intersected(display.frame, area);
         return seen.width > 0 && seen.height > 0;
     });
     if (touched == 0)
@@ -128,7 +116,7 @@ Result<ContentFilter> filterFor(const Rect& area, const ShareableContent& conten
         return DisplayFilter{content.displays.front().id, area};
     for (const ShareableDisplay& display : content.displays) {
         if (!holds(display.frame, area)) continue;
-        Rect seen = intersection(display.frame, area);
+        Rect seen = intersected(display.frame, area);
         seen.x -= display.frame.x;
         seen.y -= display.frame.y;
         return DisplayFilter{display.id, seen};

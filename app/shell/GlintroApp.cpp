@@ -21,10 +21,18 @@
 namespace glintro {
 namespace {
 
+std::optional<DesktopPicture> askDesktopPicture() {
+    return createLinuxPlatform()->desktopPicture().picture();
+}
+
 struct CommandRunner {
     const Console& console;
-    Result<void> operator()(const RenderArguments& arguments) const { return runRender(arguments, console); }
-    Result<void> operator()(const StillArguments& arguments) const { return runStill(arguments, console); }
+    Result<void> operator()(const RenderArguments& arguments) const {
+        return runRender(arguments, console, askDesktopPicture);
+    }
+    Result<void> operator()(const StillArguments& arguments) const {
+        return runStill(arguments, console, askDesktopPicture);
+    }
     Result<void> operator()(const InspectArguments& arguments) const {
         return runInspect(arguments, console);
     }

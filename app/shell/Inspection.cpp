@@ -14,7 +14,7 @@ InspectedFrame inspectFrame(const Inspection& reel, const ZoomCamera& camera, Se
     frame.compositionTime = reel.map.composition(sourceTime);
     frame.shownSource = reel.map.source(frame.compositionTime);
     frame.zoom = camera.zoom(sourceTime);
-    if (const auto& cursor = camera.cursor()) frame.pointer = cursor->position(sourceTime);
+    if (const CursorTrack* path = camera.pointerPath()) frame.pointer = path->position(sourceTime);
     if (const Shot* shot = Storyboard::shot(sourceTime, reel.shots)) frame.shot = shot->number;
     return frame;
 }

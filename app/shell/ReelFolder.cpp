@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include "core/media/decode/MovieReader.h"
-#include "core/media/decode/StillImage.h"
 
 namespace glintro {
 namespace {
@@ -71,13 +70,6 @@ void warnOfMissingCamera(const Project& project, const Console& console) {
         console.warn(
             "This reel’s camera file (camera.mov) can’t be read, so the bubble can’t be shown. "
             "Everything else still renders.");
-}
-
-Result<std::shared_ptr<const BgraImage>> loadWallpaper(const std::optional<std::filesystem::path>& file) {
-    if (!file) return nullptr;
-    auto image = loadImage(*file);
-    if (!image) return std::unexpected(image.error());
-    return std::make_shared<const BgraImage>(*std::move(image));
 }
 
 } // namespace glintro

@@ -20,9 +20,6 @@ Failure whyNoReel(const std::filesystem::path& folder, Project::LoadResult::Stat
 // The recorded events as loadEvents gives them; says so when the file is there but cannot be read.
 RecordingEvents eventsOrWarning(const Project& project, const Console& console);
 
-// The picture for the wallpaper backdrop; null when none is named.
-Result<std::shared_ptr<const BgraImage>> loadWallpaper(const std::optional<std::filesystem::path>& file);
-
 // Says so when the reel has a camera bubble to show, but no camera movie that can be read.
 void warnOfMissingCamera(const Project& project, const Console& console);
 

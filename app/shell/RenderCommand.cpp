@@ -35,23 +35,20 @@ struct Rendering {
 // Renders the reels of one command line, one after the other.
 class Renderer {
   public:
-    Renderer(const RenderArguments& arguments, const Console& console,
-             std::shared_ptr<const BgraImage> wallpaper, std::shared_ptr<ExportCancel> cancel)
-        : arguments_(arguments),
-          console_(console),
-          wallpaper_(std::move(wallpaper)),
-          cancel_(std::move(cancel)) {}
+    Renderer(const RenderArguments& arguments, const Console& console, Wallpaper& wallpaper,
+             std::shared_ptr<ExportCancel> cancel)
+        : arguments_(arguments), console_(console), wallpaper_(wallpaper), cancel_(std::move(cancel)) {}
 
     Result<Rendering> render(const fs::path& reel) const;
 
   private:
     Result<Rendering> renderTo(const fs::path& file, const Project& project) const;
     Result<Rendering> renderToNewName(const Project& project) const;
-    ExportRequest request(const fs::path& file, const Project& project) const;
+    Result<ExportRequest> request(const fs::path& file, const Project& project) const;
 
     const RenderArguments& arguments_;
     const Console& console_;
-    std::shared_ptr<const BgraImage> wallpaper_;
+    Wallpaper& wallpaper_;
     std::shared_ptr<ExportCancel> cancel_;
 };
 
@@ -75,30 +72,35 @@ Result<Rendering> Renderer::renderToNewName(const Project& project) const {
     return rendering;
 }
 
-ExportRequest Renderer::request(const fs::path& file, const Project& project) const {
+Result<ExportRequest> Renderer::request(const fs::path& file, const Project& project) const {
     ExportRequest request{.project = project,
                           .settings = project.info.settings,
                           .options = arguments_.options,
                           .to = file,
-                          .wallpaper = wallpaper_,
+                          .wallpaper = nullptr,
                           .cancel = cancel_,
                           .workers = arguments_.workers};
     if (arguments_.look) arguments_.look->apply(request.settings);
+    auto picture = wallpaper_.pictureFor(
+        request.settings, arguments_.options.outputSize(request.settings, project.sourceSize()));
+    if (!picture) return std::unexpected(picture.error());
+    request.wallpaper = *std::move(picture);
     return request;
 }
 
 Result<Rendering> Renderer::renderTo(const fs::path& file, const Project& project) const {
     const auto started = std::chrono::steady_clock::now();
     Rendering rendering{.file = file, .fps = arguments_.options.frameRate()};
-    ExportRequest order = request(file, project);
+    auto order = request(file, project);
+    if (!order) return std::unexpected(order.error());
     {
         ProgressBar bar;
-        order.progress = [&](const ExportProgress& progress) {
+        order->progress = [&](const ExportProgress& progress) {
             rendering.frames = progress.total;
             rendering.size = progress.canvas;
             bar.show(progress.fraction, progress.written, progress.total);
         };
-        if (auto done = Exporter::run(order); !done) return std::unexpected(done.error());
+        if (auto done = Exporter::run(*order); !done) return std::unexpected(done.error());
     }
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
     std::error_code ignored;
@@ -169,12 +171,11 @@ Result<void> renderMany(const Renderer& renderer, const RenderArguments& argumen
 
 } // namespace
 
-Result<void> runRender(const RenderArguments& arguments, const Console& console) {
-    auto wallpaper = loadWallpaper(arguments.wallpaper);
-    if (!wallpaper) return std::unexpected(wallpaper.error());
+Result<void> runRender(const RenderArguments& arguments, const Console& console, AskDesktopPicture desktop) {
+    Wallpaper wallpaper(arguments.wallpaper, std::move(desktop), console);
     const auto cancel = std::make_shared<ExportCancel>();
     const SignalCancel signals(cancel);
-    const Renderer renderer(arguments, console, *std::move(wallpaper), cancel);
+    const Renderer renderer(arguments, console, wallpaper, cancel);
     return arguments.reels.size() == 1 ? renderOne(renderer, arguments, console)
                                        : renderMany(renderer, arguments, console);
 }

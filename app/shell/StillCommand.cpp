@@ -2,6 +2,7 @@
 
 #include <future>
 #include <system_error>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -16,16 +17,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-Result<BgraImage> render(const Project& project, const StillArguments& arguments, const Console& console) {
+Result<BgraImage> render(const Project& project, const StillArguments& arguments, Wallpaper& wallpaper,
+                         const Console& console) {
     ProjectSettings settings = project.info.settings;
     if (arguments.look) arguments.look->apply(settings);
-    auto wallpaper = loadWallpaper(arguments.wallpaper);
-    if (!wallpaper) return std::unexpected(wallpaper.error());
+    const LongSide longSide{static_cast<double>(arguments.longSide)};
+    auto picture =
+        wallpaper.pictureFor(settings, outputSize(settings.aspect, project.sourceSize(), longSide));
+    if (!picture) return std::unexpected(picture.error());
     auto events = std::async(std::launch::async, [&] { return eventsOrWarning(project, console); });
     const CameraUse camera = settings.showCamera ? CameraUse::with : CameraUse::without;
     const auto frame = Still::frame(project, arguments.at, camera);
     if (!frame) return std::unexpected(frame.error());
-    return Still::render(*frame, events.get(), settings, arguments.longSide, *std::move(wallpaper),
+    return Still::render(*frame, events.get(), settings, arguments.longSide, *std::move(picture),
                          Framing::fit);
 }
 
@@ -45,7 +49,7 @@ Result<void> saveToNewName(const Project& project, const BgraImage& image, const
 
 } // namespace
 
-Result<void> runStill(const StillArguments& arguments, const Console& console) {
+Result<void> runStill(const StillArguments& arguments, const Console& console, AskDesktopPicture desktop) {
     const auto project = openReel(arguments.reel);
     if (!project) return std::unexpected(project.error());
     if (arguments.output) {
@@ -54,7 +58,8 @@ Result<void> runStill(const StillArguments& arguments, const Console& console) {
     warnOfMissingCamera(*project, console);
     const auto cancel = std::make_shared<ExportCancel>();
     const SignalCancel signals(cancel);
-    const auto image = render(*project, arguments, console);
+    Wallpaper wallpaper(arguments.wallpaper, std::move(desktop), console);
+    const auto image = render(*project, arguments, wallpaper, console);
     if (!image) return std::unexpected(image.error());
     if (cancel->isCancelled()) return std::unexpected(Failure::cancelled());
     return arguments.output ? saveTo(*arguments.output, *image, console)

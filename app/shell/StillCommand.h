@@ -2,11 +2,13 @@
 
 #include "app/shell/CommandLine.h"
 #include "app/shell/Console.h"
+#include "app/shell/Wallpaper.h"
 #include "core/base/Failure.h"
 
 namespace glintro {
 
 // Renders one frame of a reel to a PNG picture.
-Result<void> runStill(const StillArguments& arguments, const Console& console);
+[[nodiscard]] Result<void> runStill(const StillArguments& arguments, const Console& console,
+                                    AskDesktopPicture desktop);
 
 } // namespace glintro

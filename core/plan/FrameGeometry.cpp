@@ -82,7 +82,7 @@ Rect zoomWindow(const ZoomCamera& camera, Seconds sourceTime, Size source, Size 
 
     Point centre = zoom.centre;
     if (cropped) {
-        if (!zoom.isZoomed() && camera.camera()) centre = camera.camera()->position(sourceTime);
+        if (!zoom.isZoomed() && camera.viewPath()) centre = camera.viewPath()->position(sourceTime);
         centre = insideSource(centre, source, crop, zoom.scale);
     }
     // A spring that a file made too stiff diverges.

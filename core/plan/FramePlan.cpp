@@ -66,7 +66,7 @@ FramePlan planFrame(const ProjectSettings& settings, const ZoomCamera& camera, S
                     Seconds t, PixelSize canvas) {
     const Size crop = sourceCrop(settings, source, canvas, framing);
     FramePlan plan{canvas, zoomWindow(camera, t, source, crop), targetRect(settings, crop, canvas), {}, {}};
-    if (!settings.showCursor || !camera.cursor()) return plan;
+    if (!settings.showCursor || !camera.pointerPath()) return plan;
 
     const Placement place{plan.window, plan.target, source};
     const Size layer = layerScale(plan.target, crop);
@@ -79,7 +79,7 @@ FramePlan planFrame(const ProjectSettings& settings, const ZoomCamera& camera, S
                 plan.ripples.push_back(planRipple(click, t, height, place, layer));
     }
     const double bitmapScale = height * pressFactor(camera.clicks(), t) / kPointerBitmapHeight;
-    const Point tip = place(camera.cursor()->position(t));
+    const Point tip = place(camera.pointerPath()->position(t));
     if (std::isfinite(tip.x) && std::isfinite(tip.y))
         plan.pointer = PointerPlan{tip, {bitmapScale * layer.width, bitmapScale * layer.height}};
     return plan;

@@ -25,8 +25,8 @@ struct RipplePlan {
 
 // Everything about one output frame that changes with time or with the canvas, in numbers: canvas coordinates
 // are pixels from the top left, the window is in source pixels. Equal plans over the same source frames are
-// the same picture. What follows from settings and canvas alone (backdrop, corners, shadow, bubble) is the
-// bed's.
+// the same picture. What follows from settings and canvas alone (backdrop, corners, shadow, bubble) belongs
+// to the renderer's static layers.
 struct FramePlan {
     PixelSize canvas;
     Rect window;      // of the recording, shown in
@@ -36,7 +36,7 @@ struct FramePlan {
     bool operator==(const FramePlan&) const = default;
 };
 
-// The camera bubble's square on the canvas; absent when it would have no size.
+// The webcam bubble's square on the canvas; absent when it would have no size.
 struct BubblePlan {
     Point origin;
     int diameter = 0;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 namespace glintro {
 namespace {
@@ -14,13 +15,6 @@ constexpr Seconds kRamp = 0.7;
 constexpr Seconds kGlide = 0.35;
 // The part of the zoomed view, around its middle, that the real pointer never leaves.
 constexpr double kPointerRoom = 0.62;
-constexpr double kCameraOmega = 4.0;
-
-Seconds trackDuration(const RecordingEvents& events) {
-    if (!events.cursor.empty() && events.cursor.back().count > 0)
-        return std::max(events.cursor.back().sourceTime() + 1.0, events.duration);
-    return std::max(events.duration, 1.0);
-}
 
 double clamped(double value, double low, double high) {
     return std::min(std::max(value, low), high);
@@ -62,12 +56,8 @@ double ease(double progress) {
     return p * p * p * (p * (6 * p - 15) + 10);
 }
 
-ZoomCamera::ZoomCamera(const ProjectSettings& settings, const RecordingEvents& events)
-    : followCursor_(settings.followCursor),
-      cursor_(
-          CursorTrack::create(events.cursor, trackDuration(events), 40.0 - 32.0 * settings.cursorSmoothing)),
-      camera_(CursorTrack::create(events.cursor, trackDuration(events), kCameraOmega)),
-      clicks_(events.clicks) {
+ZoomCamera::ZoomCamera(const ProjectSettings& settings, PointerPaths paths)
+    : followsPointer_(settings.followCursor), paths_(std::move(paths)) {
     linkNeighbours(settings.zooms);
     indexByStart();
     for (Shot& shot : shots_) shot.centre = centreOf(shot);
@@ -131,17 +121,17 @@ ZoomState ZoomCamera::zoom(Seconds t) const {
             scale = std::max(scale, candidate(shot, t));
     });
     if (const ZoomState wide{.scale = scale}; !wide.isZoomed()) return wide;
-    const Point point = followCursor_ && camera_ ? following(t, scale) : staticCenter(t);
+    const Point point = followsPointer_ && paths_.view ? following(t, scale) : staticCenter(t);
     const double half = 0.5 / scale;
     return {scale, {clamped(point.x, half, 1 - half), clamped(point.y, half, 1 - half)}};
 }
 
 // The slow path, kept close enough to the pointer that the pointer stays in the middle of the view.
 Point ZoomCamera::following(Seconds t, double scale) const {
-    Point point = camera_->position(t);
-    if (cursor_) {
+    Point point = paths_.view->position(t);
+    if (paths_.pointer) {
         const double room = (0.5 / scale) * kPointerRoom;
-        const Point pointer = cursor_->position(t);
+        const Point pointer = paths_.pointer->position(t);
         point.x = clamped(point.x, pointer.x - room, pointer.x + room);
         point.y = clamped(point.y, pointer.y - room, pointer.y + room);
     }
@@ -159,7 +149,7 @@ Point ZoomCamera::staticCenter(Seconds t) const {
 
 Point ZoomCamera::centreOf(const Shot& shot) const {
     const auto clicks =
-        shot.start <= shot.end ? clicks_.between(shot.start, shot.end) : std::span<const Click>{};
+        shot.start <= shot.end ? paths_.clicks->between(shot.start, shot.end) : std::span<const Click>{};
     if (!clicks.empty()) {
         Point sum;
         for (const Click& click : clicks) {
@@ -169,7 +159,7 @@ Point ZoomCamera::centreOf(const Shot& shot) const {
         const auto count = static_cast<double>(clicks.size());
         return {sum.x / count, sum.y / count};
     }
-    return cursor_ ? cursor_->position((shot.start + shot.end) * 0.5) : Point{0.5, 0.5};
+    return paths_.pointer ? paths_.pointer->position((shot.start + shot.end) * 0.5) : Point{0.5, 0.5};
 }
 
 } // namespace glintro

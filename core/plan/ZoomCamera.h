@@ -5,9 +5,7 @@
 
 #include "core/base/Geometry.h"
 #include "core/model/ProjectSettings.h"
-#include "core/model/RecordingEvents.h"
-#include "core/plan/ClickTrack.h"
-#include "core/timeline/CursorTrack.h"
+#include "core/plan/PointerPaths.h"
 
 namespace glintro {
 
@@ -23,14 +21,18 @@ struct ZoomState {
 // Quintic smootherstep (Perlin 2002) of a progress clamped to 0..1.
 double ease(double progress);
 
-// The virtual camera of a reel: how far it is zoomed in and where it looks at a source time, and the two
-// smoothed pointer paths behind that. Immutable once built; every query may come from any thread.
+// The zoom camera of a reel: how far the view is zoomed in and where it looks at a source time. Immutable
+// once built; every query may come from any thread. (The webcam and its bubble have nothing to do with it.)
 //
 //   scale   _____/‾‾‾‾‾‾‾‾\__/‾‾‾‾‾\‾‾‾‾‾‾\____     zooms ramp in and out over 0.7 s,
 //                 zoom       zoom    zoom           and glide into a neighbour that touches them
 class ZoomCamera {
   public:
-    ZoomCamera(const ProjectSettings& settings, const RecordingEvents& events);
+    // Reads `zooms` and `followCursor` of the settings.
+    ZoomCamera(const ProjectSettings& settings, PointerPaths paths);
+    // With the paths of a take, smoothed as the settings say.
+    ZoomCamera(const ProjectSettings& settings, const RecordingEvents& events)
+        : ZoomCamera(settings, PointerPaths::of(events, settings.cursorSmoothing)) {}
 
     ZoomState zoom(Seconds sourceTime) const;
 
@@ -38,11 +40,12 @@ class ZoomCamera {
     // half-way through it, else the middle.
     Point staticCenter(Seconds sourceTime) const;
 
-    // The calm path that the pointer is drawn on, and the much slower one that the view follows; absent when
-    // the take has no pointer samples.
-    const std::optional<CursorTrack>& cursor() const { return cursor_; }
-    const std::optional<CursorTrack>& camera() const { return camera_; }
-    const ClickTrack& clicks() const { return clicks_; }
+    // The path that the pointer is drawn on, and the slow one that the view follows; null when the take has
+    // no pointer samples.
+    const CursorTrack* pointerPath() const { return paths_.pointer.get(); }
+    const CursorTrack* viewPath() const { return paths_.view.get(); }
+    const ClickTrack& clicks() const { return *paths_.clicks; }
+    const PointerPaths& paths() const { return paths_; }
 
   private:
     // A zoom with what does not depend on the time: its neighbours' scales and where it looks.
@@ -62,10 +65,8 @@ class ZoomCamera {
     template <class Visit>
     void visitAround(Seconds sourceTime, Visit visit) const;
 
-    bool followCursor_;
-    std::optional<CursorTrack> cursor_;
-    std::optional<CursorTrack> camera_;
-    ClickTrack clicks_;
+    bool followsPointer_;
+    PointerPaths paths_;
     std::vector<Shot> shots_;             // in the order of the settings
     std::vector<std::size_t> byStart_;    // indices into shots_, ascending start
     std::vector<Seconds> latestEndSoFar_; // over byStart_[0..i]: ends a backward walk early

@@ -132,96 +132,172 @@ void convolve(FloatPlane& plane, double sigma) {
 //
 // All three are blurs, and the variances of blurs add up, so the Gaussian takes what the other two leave of
 // sigma.
-class CellGrid {
+
+// Cells beyond each edge of the picture, for the spline to read.
+constexpr int kMargin = 2;
+
+int cellSize(double sigma) {
+    return std::max(static_cast<int>(sigma / 4), 1);
+}
+
+int cellsOver(int length, int factor) {
+    return (length + factor - 1) / factor + 2 * kMargin;
+}
+
+double cellSigma(double sigma, int factor) {
+    const double square = static_cast<double>(factor) * factor;
+    const double ofMeans = (square - 1) / 12;
+    const double ofSpline = square / 3;
+    return std::sqrt((sigma * sigma - ofMeans - ofSpline) / square);
+}
+
+// The cubic B-spline at phase p of the way from the second of four cells to the third. The middle of an even
+// number of samples lies half a sample off all of them.
+std::array<float, 4> splineWeights(int p, int factor) {
+    const double t = (p + (factor % 2 == 0 ? 0.5 : 0.0)) / factor;
+    const double rest = 1 - t;
+    return {static_cast<float>(rest * rest * rest / 6), static_cast<float>((3 * t - 6) * t * t / 6 + 4.0 / 6),
+            static_cast<float>((3 * rest - 6) * rest * rest / 6 + 4.0 / 6),
+            static_cast<float>(t * t * t / 6)};
+}
+
+// Adds the source's rows up to rows of cells.
+class CellSums {
   public:
-    // kMargin cells lie beyond each edge of the plane; the spline reads them.
-    CellGrid(const FloatPlane& plane, int factor)
-        : factor_(factor), cells_(cellsOver(plane.width()), cellsOver(plane.height())) {
-        std::vector<float> sums(static_cast<std::size_t>(plane.width() + kSlack));
-        for (int j = 0; j < cells_.height(); ++j) {
-            std::fill(sums.begin(), sums.end(), 0.0F);
-            for (int k = 0; k < factor; ++k) {
-                const int y = std::clamp((j - kMargin) * factor + k, 0, plane.height() - 1);
-                HWY_DYNAMIC_DISPATCH(accumulate)(plane.row(y), plane.width(), sums.data());
-            }
-            meansAcross(sums, plane.width(), cells_.row(j));
-        }
-    }
+    CellSums(FloatRowSource& source, PixelSize size, int factor)
+        : source_(source),
+          size_(size),
+          factor_(factor),
+          sums_(static_cast<std::size_t>(size.width + kSlack)) {}
 
-    void blur(double sigma) {
-        const double square = static_cast<double>(factor_) * factor_;
-        const double ofMeans = (square - 1) / 12;
-        const double ofSpline = square / 3;
-        convolve(cells_, std::sqrt((sigma * sigma - ofMeans - ofSpline) / square));
-    }
-
-    void enlarge(FloatPlane& plane) const {
-        const int stride = factor_ + kSlack;
-        std::vector<float> weights(static_cast<std::size_t>(4 * stride));
-        for (int p = 0; p < factor_; ++p) {
-            const std::array<float, 4> spline = splineWeights(p);
-            for (int k = 0; k < 4; ++k)
-                weights[static_cast<std::size_t>(k * stride + p)] = spline[static_cast<std::size_t>(k)];
+    FloatPlane means() {
+        FloatPlane cells(cellsOver(size_.width, factor_), cellsOver(size_.height, factor_));
+        bool wasUniform = false;
+        for (int j = 0; j < cells.height(); ++j) {
+            const bool isUniform = !add(j);
+            // Rows all alike, in these cells and in those above: so are the cells.
+            if (isUniform && wasUniform)
+                std::copy_n(cells.row(j - 1), cells.width(), cells.row(j));
+            else
+                meansAcross(cells.row(j), cells.width());
+            wasUniform = isUniform;
         }
-        const int shift = factor_ / 2;
-        std::vector<float> line(static_cast<std::size_t>(cells_.width() + kSlack));
-        std::vector<float> samples(static_cast<std::size_t>((cells_.width() + 1) * factor_ + kSlack));
-        for (int y = 0; y < plane.height(); ++y) {
-            const int place = y + (kMargin * factor_) - shift;
-            std::array<const float*, 4> rows;
-            for (int k = 0; k < 4; ++k)
-                rows[static_cast<std::size_t>(k)] = cells_.row(place / factor_ - 1 + k);
-            HWY_DYNAMIC_DISPATCH(mixFour)
-            (rows.data(), splineWeights(place % factor_).data(), cells_.width(), line.data());
-            HWY_DYNAMIC_DISPATCH(enlargeAcross)
-            (line.data(), cells_.width() - 3, weights.data(), stride, factor_, samples.data());
-            std::copy_n(samples.begin() + (kMargin - 1) * factor_ - shift, plane.width(), plane.row(y));
-        }
+        return cells;
     }
 
   private:
-    static constexpr int kMargin = 2;
-
-    // The cubic B-spline at phase p of the way from the second of four cells to the third. The middle of an
-    // even number of samples lies half a sample off all of them.
-    std::array<float, 4> splineWeights(int p) const {
-        const double t = (p + (factor_ % 2 == 0 ? 0.5 : 0.0)) / factor_;
-        const double rest = 1 - t;
-        return {static_cast<float>(rest * rest * rest / 6),
-                static_cast<float>((3 * t - 6) * t * t / 6 + 4.0 / 6),
-                static_cast<float>((3 * rest - 6) * rest * rest / 6 + 4.0 / 6),
-                static_cast<float>(t * t * t / 6)};
+    // Adds up the rows of cell row j; whether any of them differs from the row before it.
+    bool add(int j) {
+        bool differs = false;
+        std::fill(sums_.begin(), sums_.end(), 0.0F);
+        for (int k = 0; k < factor_; ++k) {
+            const int y = std::clamp((j - kMargin) * factor_ + k, 0, size_.height - 1);
+            if (y != last_) differs = source_.moveTo(y) || differs;
+            last_ = y;
+            HWY_DYNAMIC_DISPATCH(accumulate)(source_.row(), size_.width, sums_.data());
+        }
+        return differs;
     }
 
-    int cellsOver(int length) const { return (length + factor_ - 1) / factor_ + 2 * kMargin; }
-
-    void meansAcross(const std::vector<float>& sums, int width, float* cells) const {
+    void meansAcross(float* cells, int count) const {
         const float scale = 1.0F / (static_cast<float>(factor_) * static_cast<float>(factor_));
-        for (int i = 0; i < cells_.width(); ++i) {
+        for (int i = 0; i < count; ++i) {
             float sum = 0;
             for (int k = 0; k < factor_; ++k) {
-                sum += sums[static_cast<std::size_t>(std::clamp((i - kMargin) * factor_ + k, 0, width - 1))];
+                const int x = std::clamp((i - kMargin) * factor_ + k, 0, size_.width - 1);
+                sum += sums_[static_cast<std::size_t>(x)];
             }
             cells[i] = sum * scale;
         }
     }
 
+    FloatRowSource& source_;
+    PixelSize size_;
     int factor_;
-    FloatPlane cells_;
+    std::vector<float> sums_;
+    int last_ = -1;
+};
+
+FloatPlane copyOf(FloatRowSource& source, PixelSize size) {
+    FloatPlane plane(size.width, size.height);
+    for (int y = 0; y < size.height; ++y) {
+        source.moveTo(y);
+        std::copy_n(source.row(), size.width, plane.row(y));
+    }
+    return plane;
+}
+
+class PlaneRows : public FloatRowSource {
+  public:
+    explicit PlaneRows(const FloatPlane& plane) : plane_(plane) {}
+    bool moveTo(int y) override {
+        y_ = y;
+        return true;
+    }
+    const float* row() const override { return plane_.row(y_); }
+
+  private:
+    const FloatPlane& plane_;
+    int y_ = 0;
 };
 
 } // namespace
 
+BlurredPicture::BlurredPicture(FloatRowSource& source, PixelSize size, double sigma)
+    : factor_(cellSize(sigma)) {
+    if (factor_ > 1) {
+        cells_ = CellSums(source, size, factor_).means();
+        convolve(cells_, cellSigma(sigma, factor_));
+        return;
+    }
+    cells_ = copyOf(source, size);
+    if (sigma > 0) convolve(cells_, sigma);
+}
+
+BlurredPicture::Reader::Reader(const BlurredPicture& picture) : picture_(picture) {
+    const int factor = picture.factor_;
+    if (factor == 1) return;
+    const int stride = factor + kSlack;
+    weights_.resize(static_cast<std::size_t>(4 * stride));
+    for (int p = 0; p < factor; ++p) {
+        const std::array<float, 4> spline = splineWeights(p, factor);
+        for (int k = 0; k < 4; ++k)
+            weights_[static_cast<std::size_t>(k * stride + p)] = spline[static_cast<std::size_t>(k)];
+    }
+    line_.resize(static_cast<std::size_t>(picture.cells_.width() + kSlack));
+    samples_.resize(static_cast<std::size_t>((picture.cells_.width() + 1) * factor + 2 * kSlack));
+}
+
+const float* BlurredPicture::Reader::row(int y, int x, int count) {
+    const int factor = picture_.factor_;
+    const FloatPlane& cells = picture_.cells_;
+    if (factor == 1) return cells.row(y) + x;
+    // Where the sample lies, in samples from the middle of the margin's first cell.
+    const int shift = factor / 2;
+    const int down = y + kMargin * factor - shift;
+    const int across = x + (kMargin - 1) * factor - shift;
+    const int first = across / factor;
+    const int wanted = (across % factor + count + factor - 1) / factor;
+    std::array<const float*, 4> rows;
+    for (int k = 0; k < 4; ++k) rows[static_cast<std::size_t>(k)] = cells.row(down / factor - 1 + k) + first;
+    HWY_DYNAMIC_DISPATCH(mixFour)
+    (rows.data(), splineWeights(down % factor, factor).data(), wanted + 3, line_.data());
+    HWY_DYNAMIC_DISPATCH(enlargeAcross)
+    (line_.data(), wanted, weights_.data(), factor + kSlack, factor, samples_.data());
+    return samples_.data() + across % factor;
+}
+
 void gaussianBlur(FloatPlane& plane, double sigma) {
     if (sigma <= 0 || plane.width() == 0 || plane.height() == 0) return;
-    const int factor = static_cast<int>(sigma / 4);
-    if (factor < 2) {
+    if (cellSize(sigma) == 1) {
         convolve(plane, sigma);
         return;
     }
-    CellGrid cells(plane, factor);
-    cells.blur(sigma);
-    cells.enlarge(plane);
+    PlaneRows source(plane);
+    const BlurredPicture blurred(source, {plane.width(), plane.height()}, sigma);
+    BlurredPicture::Reader reader(blurred);
+    for (int y = 0; y < plane.height(); ++y)
+        std::copy_n(reader.row(y, 0, plane.width()), plane.width(), plane.row(y));
 }
 
 } // namespace glintro

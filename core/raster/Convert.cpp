@@ -199,12 +199,33 @@ class RowSums {
     std::vector<std::int16_t> sums_;
 };
 
+// The means of `factor` pixels each, of rows already added up.
+void meansOfPixels(const std::uint16_t* sums, int factor, int width, std::uint8_t* bgra) {
+    const auto samples = static_cast<unsigned>(factor * factor);
+    for (int x = 0; x < width; ++x) {
+        for (int channel = 0; channel < 4; ++channel) {
+            unsigned sum = samples / 2;
+            for (int k = 0; k < factor; ++k) sum += sums[4 * (x * factor + k) + channel];
+            bgra[4 * x + channel] = static_cast<std::uint8_t>(sum / samples);
+        }
+    }
+}
+
 // Bayer's matrix: the bits of x ^ y and of y interleaved, the lowest weighing most.
-float ditherThreshold(unsigned x, unsigned y) {
+constexpr float ditherThreshold(unsigned x, unsigned y) {
     unsigned rank = 0;
     for (unsigned bit = 0; bit < 3; ++bit) rank = rank * 4 + ((x ^ y) >> bit & 1U) * 2 + (y >> bit & 1U);
     return (static_cast<float>(rank) + 0.5F) / 64;
 }
+
+// A row of the matrix, repeated as ditherVectors wants it, for each row of 8.
+using DitherRow = std::array<float, 8 + 16>;
+constexpr std::array<DitherRow, 8> kDitherRows = [] {
+    std::array<DitherRow, 8> rows{};
+    for (unsigned y = 0; y < rows.size(); ++y)
+        for (unsigned x = 0; x < rows[y].size(); ++x) rows[y][x] = ditherThreshold(x, y);
+    return rows;
+}();
 
 } // namespace
 
@@ -221,12 +242,42 @@ void yuvToRgb(MutablePlaneView first, MutablePlaneView second, MutablePlaneView 
 
 BgraImage toBgra(const Picture& picture) {
     BgraImage image(picture.size);
+    toBgra(picture, image.view());
+    return image;
+}
+
+void toBgra(const Picture& picture, BgraView destination) {
     const auto& [red, green, blue] = picture.planes;
     for (int y = 0; y < picture.size.height; ++y) {
         HWY_DYNAMIC_DISPATCH(interleaveRow)
-        (red.row(y), green.row(y), blue.row(y), picture.size.width, image.row(y));
+        (red.row(y), green.row(y), blue.row(y), picture.size.width, destination.row(y));
     }
-    return image;
+}
+
+PictureBuffer bgraToPlanes(const BgraImage& image) {
+    PictureBuffer planes(PixelLayout::rgb444, image.size);
+    for (int y = 0; y < image.size.height; ++y) {
+        HWY_DYNAMIC_DISPATCH(separateRow)
+        (image.row(y), image.size.width, planes.plane(2).row(y), planes.plane(1).row(y),
+         planes.plane(0).row(y));
+    }
+    return planes;
+}
+
+BgraImage boxReduced(const BgraImage& image, int factor) {
+    BgraImage reduced({image.size.width / factor, image.size.height / factor});
+    const std::size_t used =
+        static_cast<std::size_t>(reduced.size.width) * static_cast<std::size_t>(factor) * 4;
+    std::vector<std::uint16_t> sums(used);
+    for (int y = 0; y < reduced.size.height; ++y) {
+        std::fill(sums.begin(), sums.end(), std::uint16_t{0});
+        for (int k = 0; k < factor; ++k) {
+            const std::uint8_t* const row = image.row(y * factor + k);
+            for (std::size_t i = 0; i < used; ++i) sums[i] = static_cast<std::uint16_t>(sums[i] + row[i]);
+        }
+        meansOfPixels(sums.data(), factor, reduced.size.width, reduced.row(y));
+    }
+    return reduced;
 }
 
 void bgraToYuv420(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, PictureBuffer& destination) {
@@ -257,9 +308,7 @@ void bgraToYuv420Rows(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, int 
 }
 
 void ditherRow(const float* samples, int count, int x, int y, std::uint8_t* destination) {
-    std::array<float, 8 + 16> thresholds;
-    for (unsigned i = 0; i < thresholds.size(); ++i)
-        thresholds[i] = ditherThreshold(i, static_cast<unsigned>(y));
+    const DitherRow& thresholds = kDitherRows[static_cast<unsigned>(y) & 7U];
     HWY_DYNAMIC_DISPATCH(ditherVectors)(samples, count, x, thresholds.data(), destination);
 }
 

@@ -15,18 +15,27 @@ struct PlaneColour {
 PlaneColour planeColour(PixelLayout layout, float red, float green, float blue);
 
 // In place: three full-size planes of BT.709 limited-range Y'CbCr become R', G', B', clamped to 0..255. This
-// is what turns a 4:4:4 upsampled recording into the colours people see.
+// turns a recording upsampled to 4:4:4 into the colours of a display.
 void yuvToRgb(MutablePlaneView first, MutablePlaneView second, MutablePlaneView third);
 
-// Drops or repeats nothing: 4:4:4 RGB planes to interleaved B, G, R, 255.
+// rgb444 planes to interleaved B, G, R, 255, pixel by pixel. The second form writes into the caller's memory,
+// which has the picture's size.
 BgraImage toBgra(const Picture& picture);
+void toBgra(const Picture& picture, BgraView destination);
+
+// The colours of an interleaved picture as rgb444 planes; alpha is ignored.
+PictureBuffer bgraToPlanes(const BgraImage& image);
+
+// Each pixel the mean of factor x factor pixels, all four channels alike; what is left over at the right and
+// bottom edges is dropped. `factor` is at least 1 and at most 16, and no side of the image is shorter.
+BgraImage boxReduced(const BgraImage& image, int factor);
 
 // B, G, R, A rows (alpha ignored) to 8-bit BT.709 limited-range 4:2:0 with left-sited chroma, chroma filtered
 // [1 2 1] / 4 across columns and [1 1] / 2 across rows.
 void bgraToYuv420(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, PictureBuffer& destination);
 
 // The same for rows [firstRow, endRow) of the picture, which lie within it; `bgra` is the whole picture's
-// first row. A row that shares its chroma with one outside takes that one along.
+// first row. Rows that share their chroma with one of these are converted too.
 void bgraToYuv420Rows(const std::uint8_t* bgra, std::ptrdiff_t strideBytes, int firstRow, int endRow,
                       PictureBuffer& destination);
 

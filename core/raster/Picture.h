@@ -13,8 +13,8 @@ namespace glintro {
 // How the three planes of a picture are to be read.
 enum class PixelLayout {
     // Y'CbCr of ITU-R BT.709 in limited range (Y' 16..235, Cb and Cr 16..240). Both chroma planes have half
-    // the
-    // width and height, rounded up. Chroma sample (i, j) lies at luma column 2i and between luma rows 2j and
+    // the width and height, rounded up. Chroma sample (i, j) lies at luma column 2i and between luma rows 2j
+    // and
     // 2j + 1, as H.264 has it by default ("left").
     yuv420,
     // R', G' and B' of sRGB in full range, every plane in full size.
@@ -76,8 +76,16 @@ inline PicturePtr share(PictureBuffer&& buffer) {
     return picture;
 }
 
-// What people and other programs look at: rows of B, G, R, A bytes, top to bottom without padding, alpha
-// straight (255 everywhere in a finished frame).
+// Rows of B, G, R, A bytes that someone else owns, top to bottom, `stride` bytes apart.
+struct BgraView {
+    std::uint8_t* data = nullptr;
+    std::ptrdiff_t stride = 0;
+    PixelSize size;
+    std::uint8_t* row(int y) const { return data + y * stride; }
+};
+
+// An interleaved picture, as programs and displays use it: rows of B, G, R, A bytes, top to bottom without
+// padding, alpha straight (255 everywhere in a finished frame).
 struct BgraImage {
     PixelSize size;
     std::vector<std::uint8_t> pixels;
@@ -88,6 +96,7 @@ struct BgraImage {
           pixels(static_cast<std::size_t>(extent.width) * static_cast<std::size_t>(extent.height) * 4) {}
     std::uint8_t* row(int y) { return pixels.data() + static_cast<std::size_t>(y) * rowBytes(); }
     const std::uint8_t* row(int y) const { return pixels.data() + static_cast<std::size_t>(y) * rowBytes(); }
+    BgraView view() { return {pixels.data(), static_cast<std::ptrdiff_t>(rowBytes()), size}; }
     std::size_t rowBytes() const { return static_cast<std::size_t>(size.width) * 4; }
 };
 

@@ -1,19 +1,36 @@
 #pragma once
 
+#include <cstdint>
+#include <memory>
+#include <variant>
+
 #include "core/base/Geometry.h"
-#include "core/model/ProjectSettings.h"
+#include "core/raster/FloatRows.h"
 #include "core/raster/Picture.h"
+#include "core/render/Mask.h"
+#include "core/render/Wallpaper.h"
 
 namespace glintro {
 
-// Draws what lies behind the recording: solid colour, gradient or the blurred desktop picture, and on it the
-// recording's soft shadow. Computed in float and dithered to 8 bits, so that slow gradients do not band.
-// `target` is where the recording will lie, `cornerRadius` its corners in canvas pixels. `wallpaper` may be
-// null: a wallpaper backdrop then shows the gradient.
-PictureBuffer drawBackdrop(const ProjectSettings& settings, PixelLayout layout, PixelSize canvas,
-                           PixelRect target, double cornerRadius, const BgraImage* wallpaper);
+// What lies behind everything: one colour, a gradient, or the blurred desktop picture in the canvas's size.
+// Colours are those of the layout that it is drawn in.
+using Ground = std::variant<PlaneColour, Gradient, std::shared_ptr<const FinePicture>>;
 
-// The recording's corner radius on a canvas: the setting, scaled, at most half the target's shorter side.
-double cornerRadius(const ProjectSettings& settings, PixelSize canvas, PixelRect target);
+// "#RRGGBB"; another text is the solid colour of a new reel.
+Ground solidGround(PixelLayout layout, std::string_view hexColour);
+
+// The gradient preset of an index, which is clamped to the presets, with its highlight near the top left.
+Ground gradientGround(PixelLayout layout, PixelSize canvas, std::int64_t index);
+
+// The recording's shadow: where it falls, and how much light it takes away there, 0..1.
+struct BackdropShadow {
+    const SoftRoundedRect* shape = nullptr; // over the whole canvas; null for no shadow
+    float strength = 0;
+};
+
+// Draws a ground and the shadow on it. Computed in float and dithered to 8 bits, so that slow gradients do
+// not band. Pixels inside `hole` (even edges, may be empty), which the recording will hide, are left as they
+// are.
+void drawBackdrop(const Ground& ground, BackdropShadow shadow, const PixelRect& hole, PictureBuffer& picture);
 
 } // namespace glintro

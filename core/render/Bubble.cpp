@@ -17,10 +17,6 @@ Rect squareOf(const BubblePlan& plan) {
             static_cast<double>(plan.diameter)};
 }
 
-Rect grown(Rect rect, double by) {
-    return {rect.x - by, rect.y - by, rect.width + 2 * by, rect.height + 2 * by};
-}
-
 Rect lowered(Rect rect, double by) {
     return {rect.x, rect.y + by, rect.width, rect.height};
 }

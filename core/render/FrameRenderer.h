@@ -1,64 +1,95 @@
 #pragma once
 
+#include <future>
 #include <memory>
 #include <mutex>
 
+#include "core/model/RecordingEvents.h"
 #include "core/plan/FramePlan.h"
-#include "core/render/Mask.h"
 #include "core/render/Sprite.h"
+#include "core/render/StaticLayers.h"
 
 namespace glintro {
 
-// What one thread needs to draw frames: scratch memory and filters that carry over from frame to frame.
+// What one thread needs to draw frames: scratch memory and filters that carry over from frame to frame, also
+// between renderers.
 struct DrawScratch {
     Resampler screen;
-    Resampler camera;
+    Resampler webcam;
     SpritePainter sprites;
-    PictureBuffer cameraSquare{PixelLayout::yuv420, {2, 2}};
+    PictureBuffer webcamSquare{PixelLayout::yuv420, {2, 2}};
+    PictureBuffer planes{PixelLayout::rgb444, {2, 2}}; // of a frame before it is interleaved
 };
 
-// Draws the finished frames of a reel: backdrop, recording, pointer and ripples, camera bubble. Built once
-// per render from a snapshot of the settings; every member may be called from several threads at once, each
+// What a reel's frames are made from besides its settings. Shared: nothing is copied for another renderer.
+struct RenderSource {
+    Size size;                                       // of the recording in pixels, at least 1 x 1
+    std::shared_ptr<const RecordingEvents> events;   // null for none
+    std::shared_ptr<const BgraImage> wallpaper = {}; // null for none
+};
+
+// Draws the finished frames of a reel: backdrop, recording, pointer and ripples, webcam bubble. Built from a
+// snapshot of the settings, which never change; every member may be called from several threads at once, each
 // with its own DrawScratch.
+//
+// It consists of three parts that renderers share: the tracks (pointer paths, zoom camera), the static layers
+// of a canvas, and the sprites. An editor makes the renderer of changed settings by with(), which computes
+// only what depends on the change.
 class FrameRenderer {
   public:
-    // `sourceSize` is the recording's size in pixels, at least 1 x 1. `wallpaper` may be null.
-    FrameRenderer(ProjectSettings settings, Size sourceSize, const RecordingEvents& events,
+    FrameRenderer(ProjectSettings settings, RenderSource source, Framing framing);
+    // The same with events and wallpaper of its own. `wallpaper` may be null.
+    FrameRenderer(ProjectSettings settings, Size sourceSize, RecordingEvents events,
                   std::shared_ptr<const BgraImage> wallpaper, Framing framing);
-    ~FrameRenderer();
+
+    // The renderer of other settings for the same source. It keeps the tracks unless smoothing, zooms or
+    // following changed, and those static layers whose settings are the same. Draws exactly what a renderer
+    // made from nothing would draw.
+    std::shared_ptr<const FrameRenderer> with(ProjectSettings settings) const;
+    // With another wallpaper, which is loaded later than the first frame is wanted. May be null.
+    std::shared_ptr<const FrameRenderer> with(std::shared_ptr<const BgraImage> wallpaper) const;
 
     const ProjectSettings& settings() const { return settings_; }
-    const ZoomCamera& camera() const { return camera_; }
+    const ZoomCamera& zoomCamera() const { return *zoomCamera_; }
 
     FramePlan plan(Seconds sourceTime, PixelSize canvas) const;
 
     // Draws a plan into a picture of the plan's canvas size, in the picture's own layout. A null screen is
-    // drawn black; a null camera, or settings that hide it, leave the bubble out.
-    void draw(const FramePlan& plan, const Picture* screen, const Picture* camera, PictureBuffer& canvas,
+    // drawn black; a null webcam, or settings that hide it, leave the bubble out.
+    void draw(const FramePlan& plan, const Picture* screen, const Picture* webcam, PictureBuffer& canvas,
               DrawScratch& scratch) const;
 
-    // One frame for people.
-    BgraImage render(const Picture* screen, const Picture* camera, Seconds sourceTime, PixelSize out) const;
+    // Renders one BGRA frame. The second form draws into the caller's memory, whose size is the canvas; with
+    // the same scratch for each frame it allocates nothing.
+    BgraImage render(const Picture* screen, const Picture* webcam, Seconds sourceTime,
+                     PixelSize canvas) const;
+    void render(const Picture* screen, const Picture* webcam, Seconds sourceTime, BgraView target,
+                DrawScratch& scratch) const;
+
+    // The static layers of a canvas: those of the canvas asked for last are kept. They are built outside the
+    // lock; who asks for them meanwhile waits for that one building.
+    std::shared_ptr<const StaticLayers> layers(PixelLayout layout, PixelSize canvas) const;
 
   private:
-    struct Bed;
-    std::shared_ptr<const Bed> bed(PixelLayout layout, PixelSize canvas) const;
-    std::unique_ptr<Bed> makeBed(PixelLayout layout, PixelSize canvas) const;
-    static void copySurroundings(const Bed& bed, PictureBuffer& canvas);
-    static void drawScreen(const FramePlan& plan, const Picture* screen, PictureBuffer& canvas,
-                           DrawScratch& scratch);
-    static void drawPointer(const FramePlan& plan, const Bed& bed, PictureBuffer& canvas,
-                            DrawScratch& scratch);
-    static void roundCorners(const Bed& bed, PictureBuffer& canvas);
+    using LayersPtr = std::shared_ptr<const StaticLayers>;
+    struct LayersSlot {
+        PixelLayout layout{};
+        PixelSize canvas;
+        std::shared_future<LayersPtr> layers; // invalid before the first frame
+    };
+
+    FrameRenderer(ProjectSettings settings, RenderSource source, Framing framing,
+                  std::shared_ptr<const ZoomCamera> zoomCamera, LayersPtr previous);
+    LayersPtr lastLayers() const;
 
     ProjectSettings settings_;
-    Size sourceSize_;
+    RenderSource source_;
     Framing framing_;
-    ZoomCamera camera_;
-    std::shared_ptr<const BgraImage> wallpaper_;
+    std::shared_ptr<const ZoomCamera> zoomCamera_;
 
-    mutable std::mutex lock_; // guards bgCache_
-    mutable std::shared_ptr<const Bed> bgCache_;
+    mutable std::mutex mutex_; // guards what follows
+    mutable LayersSlot slot_;
+    mutable LayersPtr previous_; // the last layers that were built, here or before with(): pieces are shared
 };
 
 } // namespace glintro

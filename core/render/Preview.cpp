@@ -1,8 +1,5 @@
 #include "core/render/Preview.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "core/raster/Convert.h"
 #include "core/render/PictureSampling.h"
 
@@ -11,9 +8,7 @@ namespace glintro {
 BgraImage previewImage(const Picture& picture, int longestSide) {
     const double width = picture.size.width;
     const double height = picture.size.height;
-    const double scale = std::min(1.0, longestSide / std::max(width, height));
-    const PixelSize size{static_cast<int>(std::ceil(width * scale)),
-                         static_cast<int>(std::ceil(height * scale))};
+    const PixelSize size = fittedWithin(picture.size, longestSide);
     PictureBuffer canvas(PixelLayout::rgb444, size);
     Resampler resampler;
     samplePicture(picture, {0, width, 0, static_cast<double>(size.width)},

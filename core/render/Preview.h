@@ -4,7 +4,7 @@
 
 namespace glintro {
 
-// A finished picture for people, its longer side at most `longestSide` pixels; never enlarged.
+// A finished picture as BGRA, its longer side at most `longestSide` pixels (at least 1); never enlarged.
 BgraImage previewImage(const Picture& picture, int longestSide);
 
 } // namespace glintro

@@ -17,7 +17,7 @@ Result<ReelComposition> ReelComposition::build(const Project& project, const Pro
                          .map = TimeMap(settings, std::min(project.info.duration, properties.duration)),
                          .sourceSize = {static_cast<double>(properties.naturalSize.width),
                                         static_cast<double>(properties.naturalSize.height)}};
-    if (settings.showCamera && project.cameraAvailable()) {
+    if (project.cameraAvailable()) {
         if (auto camera = MovieReader::open(project.cameraURL())) reel.camera = std::move(*camera);
     }
     return reel;

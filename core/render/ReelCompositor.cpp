@@ -9,8 +9,10 @@ Result<ReelFrame> ReelCompositor::frameAt(Seconds compositionTime) {
     return ReelFrame{renderer_.plan(sourceTime, canvas_), screen->picture, cameraAt(sourceTime)};
 }
 
-// The camera's frame of the same moment; none outside the camera movie, or once it turns out to be broken.
+// The camera's frame of the same moment; none outside the camera movie, or once it turns out to be broken. A
+// hidden bubble's is not decoded.
 PicturePtr ReelCompositor::cameraAt(Seconds sourceTime) {
+    if (!renderer_.settings().showCamera) return nullptr;
     const Seconds cameraTime = sourceTime - reel_.cameraOffset;
     if (!reel_.camera || cameraTime < 0 || cameraTime >= reel_.camera->properties().duration) return nullptr;
     auto frame = reel_.camera->frameAt(cameraTime);

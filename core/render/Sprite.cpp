@@ -55,13 +55,13 @@ void SpritePainter::draw(PictureBuffer& canvas, const Sprite& sprite, Point orig
     if (!(scale.width > 1e-6 && scale.height > 1e-6)) return;
     const Rect extent{origin.x, origin.y, sprite.size().width * scale.width,
                       sprite.size().height * scale.height};
-    const PixelRect box = intersection(evenBox(extent, canvas.size()), evenBox(clip, canvas.size()));
+    const PixelRect box = intersected(evenBox(extent, canvas.size()), evenBox(clip, canvas.size()));
     const auto strength = toByte(static_cast<float>(opacity) * 255.0F);
     if (box.width <= 0 || box.height <= 0 || strength == 0) return;
 
     for (int plane = 0; plane < 3; ++plane) {
         const bool full = planeSize(canvas.layout(), plane, canvas.size()) == canvas.size();
-        const PixelRect area = full ? intersection(box, clip) : planeArea(canvas.layout(), plane, box);
+        const PixelRect area = full ? intersected(box, clip) : planeArea(canvas.layout(), plane, box);
         if (area.width <= 0 || area.height <= 0) continue;
         drawPlane(canvas, plane, sprite, area,
                   spriteAxis(columnSiting(canvas.layout(), plane), area.x, origin.x, scale.width),

@@ -46,9 +46,13 @@ class SpritePainter {
     Plane colour_;
 };
 
-// The two fixed bitmaps, drawn once per process: premultiplied, 120 x 160 and 256 x 256.
+// The two fixed bitmaps, drawn once per process: premultiplied, 120 x 160 and 256 x 256. Any thread.
 const BgraImage& cursorImage();
 const BgraImage& rippleImage();
+
+// The same in the planes of a layout, also once per process.
+const Sprite& pointerSprite(PixelLayout layout);
+const Sprite& rippleSprite(PixelLayout layout);
 
 // The arrow's tip in cursorImage, pixels from its top left.
 inline constexpr Point kCursorTip{18, 14};

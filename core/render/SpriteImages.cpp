@@ -120,4 +120,22 @@ const BgraImage& rippleImage() {
     return image;
 }
 
+const Sprite& pointerSprite(PixelLayout layout) {
+    if (layout == PixelLayout::yuv420) {
+        static const Sprite planar(PixelLayout::yuv420, cursorImage());
+        return planar;
+    }
+    static const Sprite full(PixelLayout::rgb444, cursorImage());
+    return full;
+}
+
+const Sprite& rippleSprite(PixelLayout layout) {
+    if (layout == PixelLayout::yuv420) {
+        static const Sprite planar(PixelLayout::yuv420, rippleImage());
+        return planar;
+    }
+    static const Sprite full(PixelLayout::rgb444, rippleImage());
+    return full;
+}
+
 } // namespace glintro

@@ -1,7 +1,9 @@
 #include "core/media/decode/StillImage.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -25,18 +27,30 @@ struct CloseFile {
 };
 using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
-Result<CodecPtr> openDecoder(const AVStream& stream) {
+// How often the decoder may halve the picture while it decodes (JPEG) and still cover a size, whichever way
+// the picture is turned.
+int halvings(const AVCodec& codec, const AVCodecParameters& picture, PixelSize covered) {
+    const int needed = std::max(covered.width, covered.height);
+    const int shorter = std::min(picture.width, picture.height);
+    int count = 0;
+    while (count < codec.max_lowres && shorter >> (count + 1) >= needed) ++count;
+    return count;
+}
+
+Result<CodecPtr> openDecoder(const AVStream& stream, std::optional<PixelSize> covered) {
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
     if (codec == nullptr) return failure(kCannotLoad, avcodec_get_name(stream.codecpar->codec_id));
     CodecPtr context(avcodec_alloc_context3(codec));
     int code = avcodec_parameters_to_context(context.get(), stream.codecpar);
+    if (covered) context->lowres = halvings(*codec, *stream.codecpar, *covered);
     if (code >= 0) code = avcodec_open2(context.get(), codec, nullptr);
     if (code < 0) return ffmpegFailure(kCannotLoad, code);
     return context;
 }
 
-Result<FramePtr> decodeFirst(AVFormatContext& input, const AVStream& stream) {
-    auto decoder = openDecoder(stream);
+Result<FramePtr> decodeFirst(AVFormatContext& input, const AVStream& stream,
+                             std::optional<PixelSize> covered) {
+    auto decoder = openDecoder(stream, covered);
     if (!decoder) return std::unexpected(decoder.error());
     FramePtr frame = newFrame();
     const PacketPtr packet = newPacket();
@@ -51,7 +65,7 @@ Result<FramePtr> decodeFirst(AVFormatContext& input, const AVStream& stream) {
     return frame;
 }
 
-Result<FramePtr> decodeImage(const std::filesystem::path& file) {
+Result<FramePtr> decodeImage(const std::filesystem::path& file, std::optional<PixelSize> covered) {
     std::error_code ignored;
     // Reading a pipe or a device might never end.
     if (!std::filesystem::is_regular_file(file, ignored)) return failure(kCannotLoad, "not a file");
@@ -68,7 +82,7 @@ Result<FramePtr> decodeImage(const std::filesystem::path& file) {
     if (avformat_find_stream_info(context, nullptr) < 0) return failure(kCannotLoad);
     const int index = av_find_best_stream(context, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     if (index < 0) return ffmpegFailure(kCannotLoad, index);
-    return decodeFirst(*context, *context->streams[index]);
+    return decodeFirst(*context, *context->streams[index], covered);
 }
 
 // Pictures that don't say are BT.601 in full range, as JPEG and WebP have them.
@@ -79,17 +93,69 @@ void applyColours(SwsContext& scaler, const AVFrame& frame) {
                              sws_getCoefficients(SWS_CS_DEFAULT), 1, 0, 1 << 16, 1 << 16);
 }
 
-Result<BgraImage> toBgra(const AVFrame& frame) {
+// How a picture must be turned to stand upright: first mirrored in its own columns and rows, then, where
+// `swapsAxes`, its rows become columns.
+struct Turn {
+    bool mirrorsColumns = false;
+    bool mirrorsRows = false;
+    bool swapsAxes = false;
+};
+
+// EXIF numbers the eight ways to hold a camera from 1; other numbers are none.
+Turn turnOf(const AVFrame& frame) {
+    const AVDictionaryEntry* entry = av_dict_get(frame.metadata, "Orientation", nullptr, 0);
+    switch (entry != nullptr ? std::strtol(entry->value, nullptr, 10) : 1) {
+        case 2:
+            return {true, false, false};
+        case 3:
+            return {true, true, false};
+        case 4:
+            return {false, true, false};
+        case 5:
+            return {false, false, true};
+        case 6:
+            return {false, true, true};
+        case 7:
+            return {true, true, true};
+        case 8:
+            return {true, false, true};
+        default:
+            return {};
+    }
+}
+
+PixelSize swapped(PixelSize size, bool isSwapped) {
+    return isSwapped ? PixelSize{size.height, size.width} : size;
+}
+
+BgraImage turned(BgraImage image, Turn turn) {
+    if (!turn.mirrorsColumns && !turn.mirrorsRows && !turn.swapsAxes) return image;
+    BgraImage upright(swapped(image.size, turn.swapsAxes));
+    for (int y = 0; y < upright.size.height; ++y) {
+        for (int x = 0; x < upright.size.width; ++x) {
+            const int column = turn.swapsAxes ? y : x;
+            const int row = turn.swapsAxes ? x : y;
+            const std::uint8_t* const pixel =
+                image.row(turn.mirrorsRows ? image.size.height - 1 - row : row)
+                + static_cast<std::ptrdiff_t>(4)
+                      * (turn.mirrorsColumns ? image.size.width - 1 - column : column);
+            std::copy_n(pixel, 4, upright.row(y) + static_cast<std::ptrdiff_t>(4) * x);
+        }
+    }
+    return upright;
+}
+
+Result<BgraImage> toBgra(const AVFrame& frame, PixelSize size) {
     const bool fits =
         frame.width > 0 && frame.height > 0 && std::int64_t{frame.width} * frame.height <= kMostPixels;
     if (!fits) return failure("The picture’s size is not supported.");
     const ScalerPtr scaler(sws_getContext(
-        frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), frame.width, frame.height,
+        frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), size.width, size.height,
         AV_PIX_FMT_BGRA, SWS_BICUBIC | SWS_FULL_CHR_H_INP | SWS_FULL_CHR_H_INT | SWS_ACCURATE_RND, nullptr,
         nullptr, nullptr));
     if (!scaler) return failure(kCannotLoad, "no conversion from its pixel format");
     applyColours(*scaler, frame);
-    BgraImage image({frame.width, frame.height});
+    BgraImage image(size);
     std::uint8_t* const rows[] = {image.pixels.data()};
     const int strides[] = {static_cast<int>(image.rowBytes())};
     const int code = sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, rows, strides);
@@ -158,11 +224,15 @@ Result<void> writeFile(const std::filesystem::path& file, const AVPacket& packet
 
 } // namespace
 
-Result<BgraImage> loadImage(const std::filesystem::path& file) {
+Result<BgraImage> loadImage(const std::filesystem::path& file, std::optional<PixelSize> covered) {
     prepareFFmpeg();
-    auto frame = decodeImage(file);
+    auto frame = decodeImage(file, covered);
     if (!frame) return std::unexpected(frame.error());
-    return toBgra(**frame);
+    const Turn turn = turnOf(**frame);
+    const PixelSize whole{(*frame)->width, (*frame)->height};
+    auto image = toBgra(**frame, covered ? shrunkToCover(whole, swapped(*covered, turn.swapsAxes)) : whole);
+    if (!image) return image;
+    return turned(*std::move(image), turn);
 }
 
 Result<void> savePng(const BgraImage& image, const std::filesystem::path& file) {

@@ -22,10 +22,6 @@ PixelRect inPixels(const Rect& rect, double scale) {
     return {pixels(rect.x), pixels(rect.y), pixels(rect.width), pixels(rect.height)};
 }
 
-PixelRect grown(const PixelRect& rect, int margin) {
-    return {rect.x - margin, rect.y - margin, rect.width + 2 * margin, rect.height + 2 * margin};
-}
-
 const RowSet kNoRows;
 
 } // namespace

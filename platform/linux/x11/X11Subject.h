@@ -52,16 +52,4 @@ inline Rect coveredByCanvas(const PixelRect& shown, PixelSize canvas, double sca
             whole.width * pixels / scale, whole.height * pixels / scale};
 }
 
-// Empty when they do not overlap.
-inline PixelRect intersected(const PixelRect& a, const PixelRect& b) {
-    const int x = std::max(a.x, b.x);
-    const int y = std::max(a.y, b.y);
-    return {x, y, std::max(0, std::min(a.right(), b.right()) - x),
-            std::max(0, std::min(a.bottom(), b.bottom()) - y)};
-}
-
-inline bool isEmpty(const PixelRect& rect) {
-    return rect.width <= 0 || rect.height <= 0;
-}
-
 } // namespace glintro

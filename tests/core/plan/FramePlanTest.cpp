@@ -1,5 +1,3 @@
-#include <cmath>
-
 #include <gtest/gtest.h>
 
 #include "core/plan/FramePlan.h"
@@ -31,15 +29,16 @@ FramePlan planAt(const ProjectSettings& settings, const RecordingEvents& events,
 
 TEST(FramePlan, PointerShrinksAtAPressAndSpringsBack) {
     const RecordingEvents events = clickAt(5, 0.25, 0.5);
-    const double full = 0.028 * 1080 / 132;
+    const double atRest = planAt(bare(), events, 4.99).pointer->scale.width;
+    EXPECT_NEAR(atRest * 132, 30.24, 1e-9) << "the arrow's height on a recording of 1080 rows";
     struct Row {
         double t;
         double factor;
     };
-    for (const Row& row : {Row{4.99, 1}, {5, 0.82}, {5.11, 0.91}, {5.22, 1}, {9, 1}}) {
+    for (const Row& row : {Row{5, 0.82}, {5.11, 0.91}, {5.22, 1}, {9, 1}}) {
         const FramePlan plan = planAt(bare(), events, row.t);
         ASSERT_TRUE(plan.pointer);
-        EXPECT_NEAR(plan.pointer->scale.width, full * row.factor, 1e-9) << row.t;
+        EXPECT_NEAR(plan.pointer->scale.width / atRest, row.factor, 1e-9) << row.t;
         EXPECT_NEAR(plan.pointer->tip.x, 480, 1e-6);
         EXPECT_NEAR(plan.pointer->tip.y, 540, 1e-6);
     }
@@ -47,18 +46,19 @@ TEST(FramePlan, PointerShrinksAtAPressAndSpringsBack) {
 
 TEST(FramePlan, RippleGrowsAndFades) {
     const RecordingEvents events = clickAt(5, 0.5, 0.5);
-    const double base = 0.028 * 1080;
     EXPECT_TRUE(planAt(bare(), events, 4.999).ripples.empty());
     EXPECT_TRUE(planAt(bare(), events, 5.55).ripples.empty());
-    const auto first = planAt(bare(), events, 5).ripples;
-    ASSERT_EQ(first.size(), 1U);
-    EXPECT_NEAR(first[0].diameter.width, 0.6 * base, 1e-9);
-    EXPECT_NEAR(first[0].opacity, 0.95, 1e-9);
-    const auto later = planAt(bare(), events, 5.275).ripples;
-    ASSERT_EQ(later.size(), 1U);
-    EXPECT_NEAR(later[0].diameter.width, 1.7 * base, 1e-6);
-    EXPECT_NEAR(later[0].opacity, 0.95 * std::pow(0.5, 1.4), 1e-6);
-
+    RipplePlan last = planAt(bare(), events, 5).ripples.at(0);
+    EXPECT_NEAR(last.diameter.width, 18.144, 1e-9);
+    EXPECT_NEAR(last.opacity, 0.95, 1e-9);
+    for (double t = 5.05; t < 5.55; t += 0.05) {
+        const auto ripples = planAt(bare(), events, t).ripples;
+        ASSERT_EQ(ripples.size(), 1U) << t;
+        EXPECT_GT(ripples[0].diameter.width, last.diameter.width) << t;
+        EXPECT_LT(ripples[0].opacity, last.opacity) << t;
+        EXPECT_EQ(ripples[0].centre, last.centre) << t;
+        last = ripples[0];
+    }
     ProjectSettings hidden = bare();
     hidden.showCursor = false;
     EXPECT_TRUE(planAt(hidden, events, 5).ripples.empty());
@@ -68,12 +68,12 @@ TEST(FramePlan, RippleGrowsAndFades) {
 TEST(FramePlan, ZoomMagnifiesAndThePointerGrowsByThreeQuarters) {
     ProjectSettings settings = bare();
     settings.zooms = {{.start = 2, .end = 8, .scale = 2}};
-    const FramePlan plan = planAt(settings, clickAt(1, 0.5, 0.5), 5);
-    EXPECT_NEAR(plan.window.width, 960, 1e-9);
-    EXPECT_NEAR(plan.window.x, 480, 1e-6);
+    const RecordingEvents events = clickAt(1, 0.5, 0.5);
+    const FramePlan plan = planAt(settings, events, 5);
+    EXPECT_EQ(plan.window, (Rect{480, 270, 960, 540}));
     ASSERT_TRUE(plan.pointer);
     EXPECT_NEAR(plan.pointer->tip.x, 960, 1e-6);
-    EXPECT_NEAR(plan.pointer->scale.width, 0.028 * 1080 / 132 * 1.75, 1e-9);
+    EXPECT_NEAR(plan.pointer->scale.width / planAt(bare(), events, 5).pointer->scale.width, 1.75, 1e-9);
 }
 
 TEST(BubblePlan, SitsInItsCornerInsideThePadding) {
@@ -81,15 +81,14 @@ TEST(BubblePlan, SitsInItsCornerInsideThePadding) {
         CamCorner corner;
         CamShape shape;
         double padding;
-        Point origin;
+        double margin;
         double radius;
     };
-    // 259 pixels, a margin of 37.8, or 0.45 of a padding of 108.
     const Row rows[] = {
-        {CamCorner::bottomRight, CamShape::circle, 0, {1920 - 37.8 - 259, 1080 - 37.8 - 259}, 129.5},
-        {CamCorner::topLeft, CamShape::rounded, 0, {37.8, 37.8}, 51.8},
-        {CamCorner::topRight, CamShape::circle, 0.1, {1920 - 48.6 - 259, 48.6}, 129.5},
-        {CamCorner::bottomLeft, CamShape::circle, 0.1, {48.6, 1080 - 48.6 - 259}, 129.5},
+        {CamCorner::bottomRight, CamShape::circle, 0, 37.8, 129.5},
+        {CamCorner::topLeft, CamShape::rounded, 0, 37.8, 51.8},
+        {CamCorner::topRight, CamShape::circle, 0.1, 48.6, 129.5},
+        {CamCorner::bottomLeft, CamShape::circle, 0.1, 48.6, 129.5},
     };
     for (const Row& row : rows) {
         ProjectSettings settings;
@@ -99,9 +98,13 @@ TEST(BubblePlan, SitsInItsCornerInsideThePadding) {
         const auto plan = planBubble(settings, kCanvas);
         ASSERT_TRUE(plan);
         EXPECT_EQ(plan->diameter, 259);
-        EXPECT_NEAR(plan->origin.x, row.origin.x, 1e-9);
-        EXPECT_NEAR(plan->origin.y, row.origin.y, 1e-9);
         EXPECT_NEAR(plan->radius, row.radius, 1e-9);
+        const bool left = row.corner == CamCorner::topLeft || row.corner == CamCorner::bottomLeft;
+        const bool top = row.corner == CamCorner::topLeft || row.corner == CamCorner::topRight;
+        const double across = left ? plan->origin.x : kCanvas.width - plan->diameter - plan->origin.x;
+        const double down = top ? plan->origin.y : kCanvas.height - plan->diameter - plan->origin.y;
+        EXPECT_NEAR(across, row.margin, 1e-9);
+        EXPECT_NEAR(down, row.margin, 1e-9);
     }
 }
 

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <thread>
 
 #include <gtest/gtest.h>
 
 #include "core/render/FrameRenderer.h"
+#include "core/render/Preview.h"
 #include "tests/support/Pictures.h"
 
 namespace glintro {
@@ -168,34 +170,6 @@ TEST(FrameRenderer, BubbleShowsTheCamerasCentralSquare) {
     EXPECT_EQ(frameOf(settings, {}, 1, camera.get()).pixels, frameOf(settings).pixels);
 }
 
-// Both roads over smooth pictures: what differs is only where colours are rounded.
-TEST(FrameRenderer, PlanarAndBgraRoadsAgree) {
-    const PicturePtr screen = recording(kSource, [](int x, int y) {
-        return Rgb{60 + x / 8, 90 + y / 6, 200 - x / 10};
-    });
-    ProjectSettings settings;
-    settings.zooms = {{.start = 0, .end = 9, .scale = 1.7}};
-    settings.showCursor = false;
-    const FrameRenderer renderer = rendererOf(settings);
-    PictureBuffer planar(PixelLayout::yuv420, kCanvas);
-    DrawScratch scratch;
-    renderer.draw(renderer.plan(4, kCanvas), screen.get(), nullptr, planar, scratch);
-    const BgraImage people = renderer.render(screen.get(), nullptr, 4, kCanvas);
-    PictureBuffer converted(PixelLayout::yuv420, kCanvas);
-    bgraToYuv420(people.pixels.data(), static_cast<std::ptrdiff_t>(people.rowBytes()), converted);
-    int worst[3] = {0, 0, 0};
-    for (int plane = 0; plane < 3; ++plane) {
-        const PlaneView a = std::as_const(planar).plane(plane);
-        const PlaneView b = std::as_const(converted).plane(plane);
-        for (int y = 0; y < a.height; ++y)
-            for (int x = 0; x < a.width; ++x)
-                worst[plane] = std::max(worst[plane], std::abs(a.row(y)[x] - b.row(y)[x]));
-    }
-    EXPECT_LE(worst[0], 2);
-    EXPECT_LE(worst[1], 2);
-    EXPECT_LE(worst[2], 2);
-}
-
 TEST(FrameRenderer, ThreadsShareOneRenderer) {
     const FrameRenderer renderer = rendererOf(ProjectSettings(), pointerAt(0.3, 0.4));
     const PicturePtr screen = recording(kSource, kGreen);
@@ -207,6 +181,46 @@ TEST(FrameRenderer, ThreadsShareOneRenderer) {
             threads.emplace_back([&] { frame = renderer.render(screen.get(), nullptr, 5.1, kCanvas); });
     }
     for (const BgraImage& frame : frames) EXPECT_EQ(frame.pixels, alone.pixels);
+}
+
+// The blur reaches into what of the picture lies beyond the canvas.
+TEST(FrameRenderer, WallpaperIsBlurredBeforeItIsCropped) {
+    auto picture = std::make_shared<BgraImage>(PixelSize{960, 960});
+    const int cropped = (960 - kCanvas.height) / 2;
+    for (int y = 0; y < 960; ++y)
+        std::fill_n(picture->row(y), 4 * 960, static_cast<std::uint8_t>(y < cropped ? 250 : 0));
+    ProjectSettings settings = paper();
+    settings.background = BackgroundKind::wallpaper;
+    const FrameRenderer renderer(settings, {960, 600}, {}, picture, Framing::fit);
+    const BgraImage frame = renderer.render(nullptr, nullptr, 0, kCanvas);
+    EXPECT_NEAR(pixelAt(frame, 480, 0).red, 110, 4) << "half of the darkened 220";
+    EXPECT_GT(pixelAt(frame, 480, 20).red, 20);
+}
+
+TEST(FrameRenderer, DrawsIntoTheCallersMemory) {
+    const PicturePtr screen = recording(kSource, kGreen);
+    const FrameRenderer renderer = rendererOf(ProjectSettings(), pointerAt(0.3, 0.4));
+    DrawScratch scratch;
+    for (const PixelSize canvas : {kCanvas, PixelSize{320, 180}}) {
+        const BgraImage expected = renderer.render(screen.get(), nullptr, 5.1, canvas);
+        const std::size_t stride = expected.rowBytes() + 12;
+        std::vector<std::uint8_t> memory(stride * static_cast<std::size_t>(canvas.height), 0xA5);
+        renderer.render(screen.get(), nullptr, 5.1,
+                        {memory.data(), static_cast<std::ptrdiff_t>(stride), canvas}, scratch);
+        for (int y = 0; y < canvas.height; ++y) {
+            const std::uint8_t* const row = memory.data() + static_cast<std::size_t>(y) * stride;
+            ASSERT_TRUE(std::equal(expected.row(y), expected.row(y) + expected.rowBytes(), row)) << y;
+            ASSERT_EQ(std::count(row + expected.rowBytes(), row + stride, 0xA5), 12) << y;
+        }
+    }
+}
+
+TEST(PreviewImage, IsNeverLargerThanAsked) {
+    for (const PixelSize size : {PixelSize{1066, 600}, {600, 1066}, {1920, 1080}, {300, 200}}) {
+        const BgraImage preview = previewImage(*recording(size, kGreen), 640);
+        EXPECT_EQ(preview.size, fittedWithin(size, 640));
+        EXPECT_LE(distance(pixelAt(preview, preview.size.width - 1, preview.size.height - 1), kGreen), 2);
+    }
 }
 
 // Settings come from files: whatever they hold, a frame is drawn and nothing is written outside it.

@@ -58,6 +58,25 @@ TEST(ReelComposition, PlaysTheMapsMomentsAndAlignsTheCamera) {
     }
 }
 
+// An editor switches the bubble on while the reel is open.
+TEST(ReelComposition, OpensTheWebcamThoughItsBubbleIsHidden) {
+    const TemporaryFolder folder;
+    auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 30});
+    ASSERT_TRUE(reel);
+    ProjectSettings settings = reel->info.settings;
+    settings.showCamera = false;
+    auto composition = ReelComposition::build(*reel, settings);
+    ASSERT_TRUE(composition);
+    EXPECT_NE(composition->camera, nullptr);
+    for (const bool isShown : {false, true}) {
+        settings.showCamera = isShown;
+        const FrameRenderer renderer(settings, composition->sourceSize, {}, nullptr, Framing::fit);
+        const auto frame = ReelCompositor(*composition, renderer, {320, 180}).frameAt(0.2);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frame->camera != nullptr, isShown);
+    }
+}
+
 TEST(ReelComposition, ABrokenCameraLeavesOnlyTheBubbleOut) {
     const TemporaryFolder folder;
     auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 30});

@@ -1,0 +1,183 @@
+// A renderer made from another one: what it draws, and what it shares.
+
+#include <functional>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "core/render/FrameRenderer.h"
+#include "tests/support/Pictures.h"
+
+namespace glintro {
+namespace {
+
+constexpr Size kSource{960, 600};
+constexpr PixelSize kCanvas{640, 360};
+
+std::shared_ptr<const RecordingEvents> wanderingPointer() {
+    RecordingEvents events;
+    events.duration = 10;
+    for (int i = 0; i <= 100; ++i) events.cursor.push_back({{i * 0.1, i * 0.01, 0.3 + i * 0.004}});
+    events.clicks = {{{3, 0.3, 0.4}}, {{5, 0.5, 0.5}}};
+    return std::make_shared<const RecordingEvents>(std::move(events));
+}
+
+std::shared_ptr<const BgraImage> stripes(int width, int period) {
+    auto picture = std::make_shared<BgraImage>(PixelSize{width, 500});
+    for (int y = 0; y < 500; ++y)
+        for (int x = 0; x < 4 * width; ++x)
+            picture->row(y)[x] = static_cast<std::uint8_t>((x / 4 / period % 2) * 180 + y / 8);
+    return picture;
+}
+
+struct Change {
+    const char* what;
+    std::function<void(ProjectSettings&)> apply;
+    StaticLayers::Shared shared; // with the layers before
+};
+
+constexpr StaticLayers::Shared kAll{false, false, true, true, true, true};
+constexpr StaticLayers::Shared kAllOfWallpaper{true, true, true, true, true, true};
+constexpr StaticLayers::Shared kOnlyBubble{.bubble = true};
+
+const std::vector<Change>& changes() {
+    using S = ProjectSettings;
+    static const std::vector<Change> all = {
+        {"nothing", [](S&) {}, kAll},
+        {"padding", [](S& s) { s.padding = 0.05; }, kOnlyBubble},
+        {"padding that moves the bubble", [](S& s) { s.padding = 0.2; }, {}},
+        {"corner radius", [](S& s) { s.cornerRadius = 50; }, kOnlyBubble},
+        {"no corners", [](S& s) { s.cornerRadius = 0; }, kOnlyBubble},
+        {"shadow", [](S& s) { s.shadow = 0.3; }, {.shadow = true, .corners = true, .bubble = true}},
+        {"gradient", [](S& s) { s.gradientIndex = 4; }, {.shadow = true, .corners = true, .bubble = true}},
+        {"solid",
+         [](S& s) { s.background = BackgroundKind::solid; },
+         {.shadow = true, .corners = true, .bubble = true}},
+        {"solid colour",
+         [](S& s) { s.solidHex = "#FF8A3D"; },
+         {.shadow = true, .corners = true, .bubble = true}},
+        {"gradient of a solid backdrop", [](S& s) { s.gradientIndex = 2; }, kAll},
+        {"pointer size", [](S& s) { s.cursorSize = 3; }, kAll},
+        {"smoothing", [](S& s) { s.cursorSmoothing = 0.1; }, kAll},
+        {"zooms", [](S& s) { s.zooms = {{.start = 2, .end = 8, .scale = 2}}; }, kAll},
+        {"following", [](S& s) { s.followCursor = false; }, kAll},
+        {"bubble size", [](S& s) { s.camSize = 0.4; }, {.shadow = true, .backdrop = true, .corners = true}},
+        {"bubble shape",
+         [](S& s) { s.camShape = CamShape::rounded; },
+         {.shadow = true, .backdrop = true, .corners = true}},
+        {"bubble hidden",
+         [](S& s) { s.showCamera = false; },
+         {.shadow = true, .backdrop = true, .corners = true}},
+        {"bubble shown",
+         [](S& s) { s.showCamera = true; },
+         {.shadow = true, .backdrop = true, .corners = true}},
+        {"wallpaper",
+         [](S& s) { s.background = BackgroundKind::wallpaper; },
+         {.shadow = true, .corners = true, .bubble = true}},
+        {"blur",
+         [](S& s) { s.wallpaperBlur = 8; },
+         {.cover = true, .shadow = true, .corners = true, .bubble = true}},
+        {"shadow over the wallpaper",
+         [](S& s) { s.shadow = 0.9; },
+         {.cover = true, .blurred = true, .shadow = true, .corners = true, .bubble = true}},
+        {"padding over the wallpaper", [](S& s) { s.padding = 0.1; }, {.cover = true, .blurred = true}},
+        {"no shadow",
+         [](S& s) { s.shadow = 0; },
+         {.cover = true, .blurred = true, .corners = true, .bubble = true}},
+        {"trim", [](S& s) { s.trimStart = 1; }, {true, true, false, true, true, true}},
+    };
+    return all;
+}
+
+// One edit after the other: each renderer comes from the one before.
+TEST(RendererReuse, DrawsWhatARendererMadeFromNothingDraws) {
+    const PicturePtr screen = test::recording({960, 600}, [](int x, int y) {
+        return test::Rgb{x / 4, y / 3, 120};
+    });
+    const PicturePtr webcam = test::recording({160, 90}, test::Rgb{200, 150, 120});
+    const RenderSource source{kSource, wanderingPointer(), stripes(900, 40)};
+    ProjectSettings settings;
+    std::shared_ptr<const FrameRenderer> renderer =
+        std::make_shared<FrameRenderer>(settings, source, Framing::fit);
+    DrawScratch scratch;
+    PictureBuffer planar(PixelLayout::yuv420, kCanvas);
+    PictureBuffer fresh(PixelLayout::yuv420, kCanvas);
+    for (const Change& change : changes()) {
+        change.apply(settings);
+        renderer = renderer->with(settings);
+        const FrameRenderer other(settings, source, Framing::fit);
+        renderer->draw(renderer->plan(5.1, kCanvas), screen.get(), webcam.get(), planar, scratch);
+        other.draw(other.plan(5.1, kCanvas), screen.get(), webcam.get(), fresh, scratch);
+        EXPECT_TRUE(samePixels(std::as_const(planar).view(), std::as_const(fresh).view())) << change.what;
+        renderer = renderer->with(settings); // its last layers are planar
+        EXPECT_EQ(renderer->render(screen.get(), webcam.get(), 5.1, kCanvas).pixels,
+                  other.render(screen.get(), webcam.get(), 5.1, kCanvas).pixels)
+            << change.what;
+    }
+    settings.background = BackgroundKind::wallpaper;
+    const auto before = renderer->with(settings);
+    before->render(nullptr, nullptr, 1, kCanvas);
+    const auto picture = stripes(700, 90);
+    EXPECT_EQ(before->with(picture)->render(nullptr, nullptr, 1, kCanvas).pixels,
+              FrameRenderer(settings, {kSource, wanderingPointer(), picture}, Framing::fit)
+                  .render(nullptr, nullptr, 1, kCanvas)
+                  .pixels);
+}
+
+TEST(RendererReuse, MakesOnlyTheLayersThatAChangeConcerns) {
+    const RenderSource source{kSource, wanderingPointer(), stripes(900, 40)};
+    ProjectSettings settings;
+    std::shared_ptr<const FrameRenderer> renderer =
+        std::make_shared<FrameRenderer>(settings, source, Framing::fit);
+    for (const Change& change : changes()) {
+        const auto before = renderer->layers(PixelLayout::rgb444, kCanvas);
+        change.apply(settings);
+        renderer = renderer->with(settings);
+        const auto shared = renderer->layers(PixelLayout::rgb444, kCanvas)->sharedWith(*before);
+        EXPECT_EQ(shared, change.shared)
+            << change.what << ": cover " << shared.cover << " blurred " << shared.blurred << " shadow "
+            << shared.shadow << " backdrop " << shared.backdrop << " corners " << shared.corners << " bubble "
+            << shared.bubble;
+    }
+}
+
+TEST(RendererReuse, KeepsTheTracksUnlessTheirSettingsChange) {
+    struct Row {
+        const char* what;
+        std::function<void(ProjectSettings&)> apply;
+        bool sharesPointer;
+        bool sharesCamera;
+    };
+    const Row rows[] = {
+        {"padding", [](ProjectSettings& s) { s.padding = 0.2; }, true, true},
+        {"pointer size", [](ProjectSettings& s) { s.cursorSize = 3; }, true, true},
+        {"zooms", [](ProjectSettings& s) { s.zooms = {{.start = 1, .end = 2, .scale = 3}}; }, true, false},
+        {"following", [](ProjectSettings& s) { s.followCursor = false; }, true, false},
+        {"smoothing", [](ProjectSettings& s) { s.cursorSmoothing = 0; }, false, false},
+    };
+    const FrameRenderer renderer({}, {kSource, wanderingPointer()}, Framing::fit);
+    for (const Row& row : rows) {
+        ProjectSettings settings;
+        row.apply(settings);
+        const auto other = renderer.with(settings);
+        const ZoomCamera& camera = other->zoomCamera();
+        EXPECT_EQ(&camera == &renderer.zoomCamera(), row.sharesCamera) << row.what;
+        EXPECT_EQ(camera.pointerPath() == renderer.zoomCamera().pointerPath(), row.sharesPointer) << row.what;
+        EXPECT_EQ(camera.viewPath(), renderer.zoomCamera().viewPath()) << row.what;
+    }
+}
+
+TEST(RendererReuse, ThreadsWaitForOneBuilding) {
+    const FrameRenderer renderer({}, {kSource, wanderingPointer()}, Framing::fit);
+    std::vector<std::shared_ptr<const StaticLayers>> layers(4);
+    {
+        std::vector<std::jthread> threads;
+        for (auto& each : layers)
+            threads.emplace_back([&] { each = renderer.layers(PixelLayout::yuv420, kCanvas); });
+    }
+    for (const auto& each : layers) EXPECT_EQ(each, layers[0]);
+    EXPECT_NE(renderer.layers(PixelLayout::yuv420, {320, 180}), layers[0]);
+}
+
+} // namespace
+} // namespace glintro

@@ -20,7 +20,8 @@ class MovieFile {
 
     // Fails for what is not an MP4, MOV, MKV, WebM or AVI file and where there is no video track. All of the
     // file is read through local file access only, whatever it refers to.
-    static Result<std::unique_ptr<MovieFile>> open(const std::filesystem::path& file, Probe probe);
+    [[nodiscard]] static Result<std::unique_ptr<MovieFile>> open(const std::filesystem::path& file,
+                                                                 Probe probe);
 
     AVStream& video() const { return *video_; }
     AVStream* audio() const { return audio_; }
@@ -28,14 +29,16 @@ class MovieFile {
     // Packets of the other tracks are no longer read.
     void select(Track track);
     // Reads the next packet of any selected track: false at the end of the file.
-    Result<bool> read(AVPacket& packet);
+    [[nodiscard]] Result<bool> read(AVPacket& packet);
     // To the last key frame at or before a time in the stream's own units, or the file's first packet.
-    Result<void> seek(const AVStream& stream, std::int64_t time);
+    [[nodiscard]] Result<void> seek(const AVStream& stream, std::int64_t time);
 
     // When the first frame is shown, in the video stream's units: the movie's own clock starts there.
     std::int64_t videoStart() const { return videoStart_; }
-    // How long the video track says it is or, where its last frame tells more exactly, is.
+    // How long the video track is: by its last frame or, where that can't be read, by its header.
     Seconds videoDuration() const { return videoDuration_; }
+    // From the first frame shown to the end of picture and sound.
+    Seconds duration() const { return duration_; }
 
   private:
     explicit MovieFile(InputPtr input) : input_(std::move(input)) {}
@@ -48,12 +51,14 @@ class MovieFile {
     std::optional<std::int64_t> firstShownTime();
     Ends measuredEnds();
     Seconds declaredDuration() const;
+    Seconds declaredAudioEnd() const;
 
     InputPtr input_;
     AVStream* video_ = nullptr;
     AVStream* audio_ = nullptr;
     std::int64_t videoStart_ = 0;
     Seconds videoDuration_ = 0;
+    Seconds duration_ = 0;
     int damagedReads_ = 0; // in a row
 };
 

@@ -9,16 +9,9 @@ namespace {
 
 constexpr int kMostErrors = 1000; // without a frame in between
 
-int threadCount(MovieReader::Access access) {
-    // More threads decode further ahead and hold more frames; a single frame is there soonest with all of
-    // them.
-    constexpr int kSequentialThreads = 2;
-    return access == MovieReader::Access::sequential ? kSequentialThreads : 0;
-}
-
 } // namespace
 
-Result<VideoDecoder> VideoDecoder::create(const AVStream& stream, MovieReader::Access access) {
+Result<VideoDecoder> VideoDecoder::create(const AVStream& stream, int threads) {
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
     if (codec == nullptr) {
         return failure("The recording’s video format is not supported.",
@@ -28,7 +21,7 @@ Result<VideoDecoder> VideoDecoder::create(const AVStream& stream, MovieReader::A
     int code = avcodec_parameters_to_context(context.get(), stream.codecpar);
     if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
     context->pkt_timebase = stream.time_base;
-    context->thread_count = threadCount(access);
+    context->thread_count = threads;
     context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     // Cropped to the pixel, even where a plane then starts at an odd address.
     context->flags |= AV_CODEC_FLAG_UNALIGNED;
@@ -37,7 +30,7 @@ Result<VideoDecoder> VideoDecoder::create(const AVStream& stream, MovieReader::A
     return VideoDecoder(std::move(context));
 }
 
-Result<FramePtr> VideoDecoder::next(MovieFile& file) {
+Result<FramePtr> VideoDecoder::next(MovieFile& file, const std::stop_token& stop) {
     FramePtr frame = newFrame();
     for (int errors = 0; errors < kMostErrors;) {
         const int code = avcodec_receive_frame(context_.get(), frame.get());
@@ -46,9 +39,10 @@ Result<FramePtr> VideoDecoder::next(MovieFile& file) {
         if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotReadMovie, code);
         if (code != AVERROR(EAGAIN)) {
             ++errors;
-        } else if (auto fed = feed(file); !fed) {
-            return std::unexpected(fed.error());
+            continue;
         }
+        if (stop.stop_requested()) return std::unexpected(Failure::cancelled());
+        if (auto fed = feed(file); !fed) return std::unexpected(fed.error());
     }
     return failure(kCannotReadMovie, "too many damaged frames");
 }
@@ -61,7 +55,7 @@ Result<void> VideoDecoder::feed(MovieFile& file) {
         return {};
     }
     const std::int64_t time = packet_->pts;
-    const bool isEarly = time != AV_NOPTS_VALUE && time < wantedTime_;
+    const bool isEarly = time != AV_NOPTS_VALUE && time < skipBefore_;
     context_->skip_frame = isEarly ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
     // A damaged packet costs its own frame only, as in any player.
     const int code = avcodec_send_packet(context_.get(), packet_.get());
@@ -69,9 +63,32 @@ Result<void> VideoDecoder::feed(MovieFile& file) {
     return {};
 }
 
-void VideoDecoder::restart(std::int64_t wantedTime) {
+Result<bool> VideoDecoder::readKeyPacket(MovieFile& file, const std::stop_token& stop) {
+    for (;;) {
+        if (stop.stop_requested()) return std::unexpected(Failure::cancelled());
+        const auto more = file.read(*packet_);
+        if (!more || !*more) return more;
+        if ((packet_->flags & AV_PKT_FLAG_KEY) != 0) return true;
+    }
+}
+
+// Ending the stream right after the key frame brings it out at once; otherwise decoders wait for the frames
+// that they decode ahead or reorder.
+Result<FramePtr> VideoDecoder::nextKeyFrame(MovieFile& file, const std::stop_token& stop) {
+    const auto found = readKeyPacket(file, stop);
+    if (!found) return std::unexpected(found.error());
+    if (!*found) return FramePtr();
+    context_->skip_frame = AVDISCARD_DEFAULT;
+    FramePtr frame = newFrame();
+    const bool isDecoded = avcodec_send_packet(context_.get(), packet_.get()) == 0
+                           && avcodec_send_packet(context_.get(), nullptr) == 0
+                           && avcodec_receive_frame(context_.get(), frame.get()) == 0;
+    return isDecoded && frame->best_effort_timestamp != AV_NOPTS_VALUE ? std::move(frame) : FramePtr();
+}
+
+void VideoDecoder::restart() {
     avcodec_flush_buffers(context_.get());
-    wantedTime_ = wantedTime;
+    skipBefore_ = kSkipNothing;
 }
 
 } // namespace glintro

@@ -42,15 +42,15 @@ DecodedFramePtr FrameFinder::knownNear(std::int64_t wanted, std::int64_t toleran
     return best;
 }
 
-// How much later than it is decoded a frame is shown.
+// How much later a key frame is shown than the index says: MOV and MP4 count decoding times there.
 std::int64_t FrameFinder::reorderingDelay() const {
     const AVStream& stream = file_->video();
     const AVRational rate = stream.avg_frame_rate;
-    if (rate.num <= 0 || rate.den <= 0) return 0;
+    if (!file_->countsDecodingTimes() || rate.num <= 0 || rate.den <= 0) return 0;
     return units(stream.codecpar->video_delay / av_q2d(rate));
 }
 
-// The key frame nearest to a time by the file's index, which counts decoding times; null without an index.
+// The key frame nearest to a time by the file's index; null without one.
 const AVIndexEntry* FrameFinder::keyFrameNear(std::int64_t wanted) const {
     AVStream& stream = file_->video();
     wanted -= reorderingDelay();

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <limits>
+#include <string_view>
 #include <utility>
 
 #include "core/media/MovieSentences.h"
@@ -123,6 +124,10 @@ Result<void> MovieFile::findTracks() {
     }
     if (video_ == nullptr) return failure(kNoVideo);
     return {};
+}
+
+bool MovieFile::countsDecodingTimes() const {
+    return std::string_view(input_->iformat->name).starts_with("mov");
 }
 
 void MovieFile::select(Track track) {

@@ -26,6 +26,9 @@ class MovieFile {
     AVStream& video() const { return *video_; }
     AVStream* audio() const { return audio_; }
 
+    // Whether the times in the index are when frames are decoded rather than when they are shown.
+    bool countsDecodingTimes() const;
+
     // Packets of the other tracks are no longer read.
     void select(Track track);
     // Reads the next packet of any selected track: false at the end of the file.

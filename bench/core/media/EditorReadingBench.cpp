@@ -1,12 +1,16 @@
 // What an editor asks of a movie: steps, scrubbing and fast playback, by the clock on the wall, as a person
 // waits for them. The recording has a key frame every two seconds.
 
+#include <algorithm>
 #include <random>
+#include <utility>
 
 #include <benchmark/benchmark.h>
 
 #include "bench/core/media/Recording.h"
 #include "core/media/decode/MovieReader.h"
+#include "core/raster/Convert.h"
+#include "core/render/FrameRenderer.h"
 
 namespace glintro {
 namespace {
@@ -17,8 +21,8 @@ using bench::Recording;
 
 constexpr std::size_t kCache = std::size_t{384} << 20;
 
-std::unique_ptr<MovieReader> openForEditing() {
-    return MovieReader::open(Recording::file(), {.cacheBytes = kCache}).value();
+std::unique_ptr<MovieReader> openForEditing(int threads = 0) {
+    return MovieReader::open(Recording::file(), {.threads = threads, .cacheBytes = kCache}).value();
 }
 
 // From the end to the beginning frame by frame: the average holds the decoding of every group of pictures.
@@ -70,17 +74,40 @@ void thumbnail(benchmark::State& state) {
     }
 }
 
-BENCHMARK(stepBack)->Iterations(kFps* kSeconds)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(stepToAndFro)->Iterations(kFps* kSeconds)->UseRealTime()->Unit(benchmark::kMillisecond);
+// Eight times as fast, 24 pictures a second, decoded and drawn: at most 41 ms on the clock.
+void playAtEightTimes(benchmark::State& state) {
+    auto reader = openForEditing(static_cast<int>(state.range(0)));
+    constexpr PixelSize kView{1280, 720};
+    const FrameRenderer renderer({}, {2560, 1600}, {}, nullptr, Framing::fit);
+    PictureBuffer canvas(PixelLayout::rgb444, kView);
+    DrawScratch scratch;
+    double time = 0;
+    for (auto _ : state) {
+        time = time + 8.0 / 24 < kSeconds ? time + 8.0 / 24 : 0;
+        const auto frame = reader->frameAt(time).value();
+        renderer.draw(renderer.plan(time, kView), frame.picture.get(), nullptr, canvas, scratch);
+        benchmark::DoNotOptimize(toBgra(std::as_const(canvas).view()));
+    }
+}
+
+BENCHMARK(stepBack)->Iterations(kFps* kSeconds)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(stepToAndFro)->Iterations(kFps* kSeconds)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(scrub)
     ->ArgName("tolerance")
     ->Arg(static_cast<int>(FrameTolerance::keyFrame))
     ->Arg(static_cast<int>(FrameTolerance::nearby))
     ->Arg(static_cast<int>(FrameTolerance::exact))
     ->Iterations(100)
-    ->UseRealTime()
+    ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(thumbnail)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(playAtEightTimes)
+    ->ArgName("threads")
+    ->Arg(2)
+    ->Arg(3)
+    ->Iterations(100)
+    ->MeasureProcessCPUTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(thumbnail)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace glintro

@@ -7,8 +7,10 @@
 namespace glintro {
 namespace {
 
-// Frames this long before the wanted one are decoded whole: any of them may be the one on screen.
+// No frame this long before the wanted one is left out: any of them may be the one on screen. Less when
+// decoding on, where a mistake is rarer.
 constexpr Seconds kDecodedWhole = 0.5;
+constexpr Seconds kDecodedWholeAhead = 0.15;
 constexpr Seconds kNearby = 0.1;
 
 } // namespace
@@ -119,7 +121,7 @@ bool FrameFinder::needsSeek(std::int64_t wanted) const {
     return seconds(wanted - last->time()) > kWorthSeekingBlindly;
 }
 
-// Moves on by one frame. The frame that is now ended is kept, unless one after it may have been left out.
+// Moves on by one frame. The frame that is now ended is kept, unless one after it was left out.
 Result<void> FrameFinder::decodeNext(const std::stop_token& stop) {
     isAtStart_ = false;
     auto decoded = decoder_.next(*file_, stop);
@@ -127,11 +129,11 @@ Result<void> FrameFinder::decodeNext(const std::stop_token& stop) {
     if (next_) current_ = std::move(next_);
     next_ = *decoded ? std::make_shared<DecodedFrame>(std::move(*decoded)) : nullptr;
     hasEnded_ = !next_;
-    const bool isCertain = current_ && current_->time() >= decoder_.skippingBefore();
-    if (isCertain) {
-        current_->end = next_ ? next_->time() : DecodedFrame::kLastFrame;
-        cache_.add(current_);
-    }
+    if (!current_) return {};
+    const std::int64_t end = next_ ? next_->time() : DecodedFrame::kLastFrame;
+    if (decoder_.hasLeftOut(current_->time(), end)) return {};
+    current_->end = end;
+    cache_.add(current_);
     return {};
 }
 
@@ -154,29 +156,29 @@ Result<void> FrameFinder::seekTo(std::int64_t wanted, std::int64_t skipBefore) {
     return {};
 }
 
-// How long before a wanted frame all frames are decoded: going back step by step, what the cache can hold is
-// asked for next.
+// How long before a wanted frame, after a seek, all frames are decoded: going back step by step, what the
+// cache can hold is asked for next.
 std::int64_t FrameFinder::wholeSpan() const {
-    if (!cache_.isEnabled() || !cache_.isMovingBack()) return units(kDecodedWhole);
-    return INT64_MAX;
+    const bool keepsAll = cache_.isEnabled() && cache_.isMovingBack();
+    return keepsAll ? INT64_MAX : units(kDecodedWhole);
 }
 
-// After this, `current_` is the frame on screen at `wanted`.
+// After this, `current_` is the frame on screen at `wanted`. Frames that nothing refers to are left out on
+// the way; where one of them turns out to be the wanted one, the way is gone again without leaving any out.
 Result<DecodedFramePtr> FrameFinder::findExactly(std::int64_t wanted, const std::stop_token& stop) {
     if (!needsSeek(wanted)) {
+        decoder_.skipBefore(wanted - units(kDecodedWholeAhead));
         if (auto advanced = advanceTo(wanted, stop); !advanced) return std::unexpected(advanced.error());
-        // Frames may have been left out on the way to an earlier request, of a tolerance.
         if (current_ && current_->isShownAt(wanted)) return current_;
     }
-    const std::int64_t span = wholeSpan();
-    const std::int64_t skipBefore = span < wanted ? wanted - span : VideoDecoder::kSkipNothing;
     const auto decodeFrom = [&](std::int64_t time, std::int64_t skippedBefore) -> Result<void> {
         if (auto sought = seekTo(time, skippedBefore); !sought) return sought;
         return advanceTo(wanted, stop);
     };
+    const std::int64_t span = wholeSpan();
+    const std::int64_t skipBefore = span < wanted ? wanted - span : VideoDecoder::kSkipNothing;
     if (auto decoded = decodeFrom(wanted, skipBefore); !decoded) return std::unexpected(decoded.error());
-    // A frame from longer before may have been followed by one that was skipped.
-    if (current_ && current_->time() < skipBefore) {
+    if (current_ && current_->time() <= wanted && !current_->isShownAt(wanted)) {
         const auto decoded = decodeFrom(wanted, VideoDecoder::kSkipNothing);
         if (!decoded) return std::unexpected(decoded.error());
     }

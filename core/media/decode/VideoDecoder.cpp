@@ -1,5 +1,6 @@
 #include "core/media/decode/VideoDecoder.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "core/media/MovieSentences.h"
@@ -34,7 +35,10 @@ Result<FramePtr> VideoDecoder::next(MovieFile& file, const std::stop_token& stop
     FramePtr frame = newFrame();
     for (int errors = 0; errors < kMostErrors;) {
         const int code = avcodec_receive_frame(context_.get(), frame.get());
-        if (code == 0 && frame->best_effort_timestamp != AV_NOPTS_VALUE) return frame;
+        if (code == 0 && frame->best_effort_timestamp != AV_NOPTS_VALUE) {
+            std::erase(early_, frame->best_effort_timestamp);
+            return frame;
+        }
         if (code == AVERROR_EOF) return FramePtr();
         if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotReadMovie, code);
         if (code != AVERROR(EAGAIN)) {
@@ -57,6 +61,7 @@ Result<void> VideoDecoder::feed(MovieFile& file) {
     const std::int64_t time = packet_->pts;
     const bool isEarly = time != AV_NOPTS_VALUE && time < skipBefore_;
     context_->skip_frame = isEarly ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+    if (isEarly) early_.push_back(time);
     // A damaged packet costs its own frame only, as in any player.
     const int code = avcodec_send_packet(context_.get(), packet_.get());
     if (code == AVERROR(ENOMEM)) return ffmpegFailure(kCannotReadMovie, code);
@@ -89,6 +94,11 @@ Result<FramePtr> VideoDecoder::nextKeyFrame(MovieFile& file, const std::stop_tok
 void VideoDecoder::restart() {
     avcodec_flush_buffers(context_.get());
     skipBefore_ = kSkipNothing;
+    early_.clear();
+}
+
+bool VideoDecoder::hasLeftOut(std::int64_t first, std::int64_t end) const {
+    return std::ranges::any_of(early_, [&](std::int64_t time) { return first < time && time < end; });
 }
 
 } // namespace glintro

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <limits>
 #include <stop_token>
+#include <vector>
 
 #include "core/media/decode/MovieFile.h"
 
@@ -26,7 +27,8 @@ class VideoDecoder {
     void restart();
     // From now on frames that nothing refers to may be left out when they start before `time` (stream units).
     void skipBefore(std::int64_t time) { skipBefore_ = time; }
-    std::int64_t skippingBefore() const { return skipBefore_; }
+    // Whether a frame that starts after `first` and before `end` was left out since the last restart.
+    bool hasLeftOut(std::int64_t first, std::int64_t end) const;
 
   private:
     explicit VideoDecoder(CodecPtr context) : context_(std::move(context)), packet_(newPacket()) {}
@@ -36,6 +38,7 @@ class VideoDecoder {
     CodecPtr context_;
     PacketPtr packet_;
     std::int64_t skipBefore_ = kSkipNothing;
+    std::vector<std::int64_t> early_; // frames that may be left out, until they come out of the decoder
 };
 
 } // namespace glintro

@@ -1,6 +1,7 @@
 #include "core/render/StillSource.h"
 
 #include <algorithm>
+#include <future>
 #include <utility>
 
 #include "core/render/Preview.h"

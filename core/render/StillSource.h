@@ -1,12 +1,9 @@
 #pragma once
 
-#include <filesystem>
-#include <future>
 #include <memory>
 #include <optional>
-#include <span>
 #include <stop_token>
-#include <vector>
+#include <utility>
 
 #include "core/media/decode/MovieReader.h"
 #include "core/reel/Project.h"
@@ -47,7 +44,7 @@ class StillSource {
     BgraImage draw(const SourceFrame& frame, const ProjectSettings& settings, int longSide,
                    std::shared_ptr<const BgraImage> wallpaper, Framing framing);
 
-    // The recorded events, read when they are needed first.
+    // The recorded events, read at the first call.
     const RecordingEvents& events();
 
     const MovieProperties& movie() const { return screen_->properties(); }
@@ -59,7 +56,7 @@ class StillSource {
 
     Project project_;
     std::unique_ptr<MovieReader> screen_;
-    std::unique_ptr<MovieReader> camera_; // opened when it is needed first; null when it cannot be read
+    std::unique_ptr<MovieReader> camera_; // opened at the first use; null when it cannot be read
     bool hasTriedCamera_ = false;
     std::optional<RecordingEvents> events_;
 };

@@ -1,6 +1,5 @@
 #include "core/media/decode/FrameCache.h"
 
-#include <algorithm>
 #include <iterator>
 
 namespace glintro {
@@ -64,10 +63,6 @@ DecodedFramePtr FrameCache::nearest(std::int64_t time, std::int64_t tolerance) c
         if (!best || before->distance(time) < best->distance(time)) best = before;
     }
     return best && best->distance(time) <= tolerance ? best : nullptr;
-}
-
-std::size_t FrameCache::capacity(const DecodedFrame& frame) const {
-    return bound_ / std::max<std::size_t>(frame.bytes(), 1);
 }
 
 } // namespace glintro

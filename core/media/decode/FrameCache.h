@@ -8,18 +8,18 @@
 
 namespace glintro {
 
-// Decoded frames around the time that was asked for last, bounded in bytes: what lies furthest away is
-// dropped first, and while times go backwards what lies ahead goes before what lies behind. Times are in
-// units of the video stream. A bound of 0 keeps nothing.
+// Decoded frames around the last requested time, bounded in bytes. The furthest frame is dropped first; while
+// requests go backwards, frames ahead are dropped before frames behind. Times are in units of the video
+// stream. With a bound of 0 the cache stays empty. One thread at a time.
 class FrameCache {
   public:
     explicit FrameCache(std::size_t bound) : bound_(bound) {}
 
-    // Call once for every request, before `add()`.
+    // Tells the requested time. Call once for every request, before `add()`.
     void moveTo(std::int64_t wanted);
     // A frame of the same time is replaced.
     void add(const DecodedFramePtr& frame);
-    // Call when a frame was converted: what that takes counts too, when the frame is kept here.
+    // Call after a frame was converted: if it is cached, its pictures count towards the bound too.
     void measureAgain(const DecodedFramePtr& frame);
 
     // The frame on screen at a time, or null.
@@ -27,8 +27,6 @@ class FrameCache {
     // The frame whose start is nearest to a time, at most `tolerance` away, or null.
     DecodedFramePtr nearest(std::int64_t time, std::int64_t tolerance) const;
 
-    // Frames like this one that the bound has room for.
-    std::size_t capacity(const DecodedFrame& frame) const;
     bool isEnabled() const { return bound_ > 0; }
     bool isMovingBack() const { return isMovingBack_; }
 

@@ -7,7 +7,7 @@
 namespace glintro {
 namespace {
 
-// No frame this long before the wanted one is left out: any of them may be the one on screen. Less when
+// No frame within this time before the wanted one is left out: it may be the one on screen. Less when
 // decoding on, where a mistake is rarer.
 constexpr Seconds kDecodedWhole = 0.5;
 constexpr Seconds kDecodedWholeAhead = 0.15;
@@ -156,15 +156,15 @@ Result<void> FrameFinder::seekTo(std::int64_t wanted, std::int64_t skipBefore) {
     return {};
 }
 
-// How long before a wanted frame, after a seek, all frames are decoded: going back step by step, what the
-// cache can hold is asked for next.
+// How long before a wanted frame no frame is left out after a seek. While stepping back these are the next
+// frames to be asked for: all are decoded, and the cache keeps as many as it can.
 std::int64_t FrameFinder::wholeSpan() const {
     const bool keepsAll = cache_.isEnabled() && cache_.isMovingBack();
     return keepsAll ? INT64_MAX : units(kDecodedWhole);
 }
 
-// After this, `current_` is the frame on screen at `wanted`. Frames that nothing refers to are left out on
-// the way; where one of them turns out to be the wanted one, the way is gone again without leaving any out.
+// After this, `current_` is the frame on screen at `wanted`. Unreferenced frames are left out on the way; if
+// one of them was the wanted frame, the group of pictures is decoded again in full.
 Result<DecodedFramePtr> FrameFinder::findExactly(std::int64_t wanted, const std::stop_token& stop) {
     if (!needsSeek(wanted)) {
         decoder_.skipBefore(wanted - units(kDecodedWholeAhead));

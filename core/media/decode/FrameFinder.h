@@ -10,15 +10,14 @@
 
 namespace glintro {
 
-// Finds the decoded frame of a time: among those kept, by decoding on, or from the key frame before. All
-// times are in units of the video stream, on its own clock. One thread at a time.
+// Finds the decoded frame of a time: in the cache, by decoding on from the last frame, or by seeking to the
+// key frame before. All times are in units of the video stream, on its own clock. One thread at a time.
 class FrameFinder {
   public:
     FrameFinder(std::unique_ptr<MovieFile> file, VideoDecoder decoder, std::size_t cacheBytes)
         : file_(std::move(file)), decoder_(std::move(decoder)), cache_(cacheBytes) {}
 
-    // Null where nothing can be decoded. After a cancelled call the next one finds its frame as if there had
-    // been no cancelled one.
+    // Null where no frame can be decoded. A cancelled call does not affect the results of later ones.
     [[nodiscard]] Result<DecodedFramePtr> find(std::int64_t wanted, FrameTolerance tolerance,
                                                const std::stop_token& stop);
 
@@ -32,18 +31,18 @@ class FrameFinder {
 
     DecodedFramePtr known(std::int64_t wanted) const;
     DecodedFramePtr knownNear(std::int64_t wanted, std::int64_t tolerance) const;
-    Result<DecodedFramePtr> findExactly(std::int64_t wanted, const std::stop_token& stop);
-    Result<DecodedFramePtr> findNearby(std::int64_t wanted, const std::stop_token& stop);
-    Result<DecodedFramePtr> findKeyFrame(std::int64_t wanted, std::int64_t tolerance,
-                                         const std::stop_token& stop);
+    [[nodiscard]] Result<DecodedFramePtr> findExactly(std::int64_t wanted, const std::stop_token& stop);
+    [[nodiscard]] Result<DecodedFramePtr> findNearby(std::int64_t wanted, const std::stop_token& stop);
+    [[nodiscard]] Result<DecodedFramePtr> findKeyFrame(std::int64_t wanted, std::int64_t tolerance,
+                                                       const std::stop_token& stop);
 
     std::int64_t reorderingDelay() const;
     const AVIndexEntry* keyFrameNear(std::int64_t wanted) const;
     bool needsSeek(std::int64_t wanted) const;
     std::int64_t wholeSpan() const;
-    Result<void> seekTo(std::int64_t wanted, std::int64_t skipBefore);
-    Result<void> decodeNext(const std::stop_token& stop);
-    Result<void> advanceTo(std::int64_t wanted, const std::stop_token& stop);
+    [[nodiscard]] Result<void> seekTo(std::int64_t wanted, std::int64_t skipBefore);
+    [[nodiscard]] Result<void> decodeNext(const std::stop_token& stop);
+    [[nodiscard]] Result<void> advanceTo(std::int64_t wanted, const std::stop_token& stop);
 
     std::unique_ptr<MovieFile> file_;
     VideoDecoder decoder_;
@@ -51,8 +50,8 @@ class FrameFinder {
 
     DecodedFramePtr current_; // the last frame that the decoder has moved past, or null
     DecodedFramePtr next_;    // the frame after it, which ends it
-    bool hasEnded_ = false;   // nothing comes after `next_`
-    bool isAtStart_ = true;   // nothing was decoded yet
+    bool hasEnded_ = false;   // the decoder has no frame after `next_`
+    bool isAtStart_ = true;   // no packet was read yet
 };
 
 } // namespace glintro

@@ -201,7 +201,8 @@ std::optional<std::int64_t> MovieFile::firstShownTime() {
     return first;
 }
 
-// Where the tracks end in the file itself, on the movie's own clock; 0 where nothing can be read there.
+// Where the last packets of both tracks end, on the movie's own clock; 0 for a track that cannot be read
+// there.
 MovieFile::Ends MovieFile::measuredEnds() {
     Ends ends;
     if (!seek(*video_, INT64_MAX / 2)) return ends;

@@ -77,8 +77,8 @@ Result<bool> VideoDecoder::readKeyPacket(MovieFile& file, const std::stop_token&
     }
 }
 
-// Ending the stream right after the key frame brings it out at once; otherwise decoders wait for the frames
-// that they decode ahead or reorder.
+// Draining the decoder right after the key frame outputs it at once; otherwise it waits for frames to reorder
+// or to decode in parallel.
 Result<FramePtr> VideoDecoder::nextKeyFrame(MovieFile& file, const std::stop_token& stop) {
     const auto found = readKeyPacket(file, stop);
     if (!found) return std::unexpected(found.error());

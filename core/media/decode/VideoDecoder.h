@@ -20,20 +20,21 @@ class VideoDecoder {
     // The next frame, null at the end. What can't be decoded is left out. Cancelled between two packets when
     // `stop` is requested; the next call then goes on where this one stopped.
     [[nodiscard]] Result<FramePtr> next(MovieFile& file, const std::stop_token& stop);
-    // Decodes the next key frame and nothing else; null where none is found. Call restart() before next().
+    // Decodes only the next key frame; null where there is none. Call restart() before the next call of any
+    // kind.
     [[nodiscard]] Result<FramePtr> nextKeyFrame(MovieFile& file, const std::stop_token& stop);
 
     // Call after every seek: frames decoded so far are discarded.
     void restart();
-    // From now on frames that nothing refers to may be left out when they start before `time` (stream units).
+    // From now on unreferenced frames that start before `time` (stream units) may be left out.
     void skipBefore(std::int64_t time) { skipBefore_ = time; }
     // Whether a frame that starts after `first` and before `end` was left out since the last restart.
     bool hasLeftOut(std::int64_t first, std::int64_t end) const;
 
   private:
     explicit VideoDecoder(CodecPtr context) : context_(std::move(context)), packet_(newPacket()) {}
-    Result<void> feed(MovieFile& file);
-    Result<bool> readKeyPacket(MovieFile& file, const std::stop_token& stop);
+    [[nodiscard]] Result<void> feed(MovieFile& file);
+    [[nodiscard]] Result<bool> readKeyPacket(MovieFile& file, const std::stop_token& stop);
 
     CodecPtr context_;
     PacketPtr packet_;

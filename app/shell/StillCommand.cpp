@@ -27,7 +27,8 @@ Result<BgraImage> render(const Project& project, const StillArguments& arguments
     if (!picture) return std::unexpected(picture.error());
     auto events = std::async(std::launch::async, [&] { return eventsOrWarning(project, console); });
     const CameraUse camera = settings.showCamera ? CameraUse::with : CameraUse::without;
-    const auto frame = Still::frame(project, arguments.at, camera);
+    const auto frame =
+        Still::frame(project, {.at = arguments.at, .camera = camera, .tolerance = FrameTolerance::exact});
     if (!frame) return std::unexpected(frame.error());
     return Still::render(*frame, events.get(), settings, arguments.longSide, *std::move(picture),
                          Framing::fit);

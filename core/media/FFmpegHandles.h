@@ -65,8 +65,8 @@ inline std::string fileUrl(const std::filesystem::path& file) {
     return "file:" + file.string();
 }
 
-// Keeps FFmpeg from writing to standard error and from allocating, in one piece, more than the largest plane
-// that any accepted movie needs. Cheap; called before each use of a file.
+// Keeps FFmpeg from writing to standard error, and limits a single allocation to the largest plane of any
+// accepted movie. Call before each use of a file; cheap.
 inline void prepareFFmpeg() {
     av_log_set_level(AV_LOG_QUIET);
     av_max_alloc(std::size_t{600} << 20);

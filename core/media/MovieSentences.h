@@ -2,7 +2,7 @@
 
 namespace glintro {
 
-// What the user is told of movies when there is nothing better to say.
+// The general error messages about movies, for causes that have no message of their own.
 inline constexpr const char* kCannotOpenMovie = "The movie can’t be opened: it is damaged or not a movie.";
 inline constexpr const char* kCannotReadMovie = "Couldn’t read the recording.";
 inline constexpr const char* kCannotStartMovie = "Couldn’t start writing.";

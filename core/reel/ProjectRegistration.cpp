@@ -16,8 +16,8 @@ std::optional<MovieProperties> moviePropertiesOf(const std::filesystem::path& fi
     return hasLength ? std::optional(properties) : std::nullopt;
 }
 
-// The edits in a damaged file are not salvaged, but it is kept once for whoever wants to try. Rebuilding
-// matters more than keeping, so failures are passed over.
+// The edits in a damaged file are not recovered automatically, but the file is kept, once, for recovery by
+// hand. A failure to keep it does not stop the rebuild.
 void keepDamagedProjectFile(const Project& project) {
     std::error_code ignored;
     if (!std::filesystem::exists(project.infoURL(), ignored)) return;

@@ -13,14 +13,16 @@ struct ReelFrame {
     bool operator==(const ReelFrame&) const = default;
 };
 
-// Turns composition times into frames to draw: maps the time, fetches the source frames and plans. Ascending
-// times decode each movie once, front to back. One thread at a time; reel and renderer must outlive it.
+// Turns composition times into frames to draw: maps the time to the source, decodes the source frames and
+// plans the drawing. Ascending times decode each movie once, front to back. One thread at a time; reel and
+// renderer must outlive it.
 class ReelCompositor {
   public:
     ReelCompositor(ReelComposition& reel, const FrameRenderer& renderer, PixelSize canvas)
         : reel_(reel), renderer_(renderer), canvas_(canvas) {}
 
-    Result<ReelFrame> frameAt(Seconds compositionTime);
+    // Fails where the screen movie cannot be read. A camera movie that turns out to be broken is left out.
+    [[nodiscard]] Result<ReelFrame> frameAt(Seconds compositionTime);
 
   private:
     PicturePtr cameraAt(Seconds sourceTime);

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
+#include <limits>
+#include <string_view>
 #include <utility>
 
 #include "core/media/MovieSentences.h"
@@ -124,6 +126,10 @@ Result<void> MovieFile::findTracks() {
     return {};
 }
 
+bool MovieFile::countsDecodingTimes() const {
+    return std::string_view(input_->iformat->name).starts_with("mov");
+}
+
 void MovieFile::select(Track track) {
     video_->discard = track == Track::video ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     if (audio_ != nullptr) audio_->discard = track == Track::audio ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
@@ -170,6 +176,10 @@ Result<void> MovieFile::measure() {
     videoDuration_ = isWhole && ends.video > 0 ? ends.video : declared;
     if (!(videoDuration_ > 0)) videoDuration_ = frameLength(*video_);
     if (!(videoDuration_ > 0)) return failure("The recording is empty.");
+    // Sound is coded in blocks, the last of which is filled up with silence.
+    constexpr Seconds kLongestBlock = 0.05;
+    const Seconds audioEnd = std::min(ends.audio, declaredAudioEnd());
+    duration_ = audioEnd > videoDuration_ + kLongestBlock ? audioEnd : videoDuration_;
     return seek(*video_, videoStart_);
 }
 
@@ -191,7 +201,8 @@ std::optional<std::int64_t> MovieFile::firstShownTime() {
     return first;
 }
 
-// Where the tracks end in the file itself, on the movie's own clock; 0 where nothing can be read there.
+// Where the last packets of both tracks end, on the movie's own clock; 0 for a track that cannot be read
+// there.
 MovieFile::Ends MovieFile::measuredEnds() {
     Ends ends;
     if (!seek(*video_, INT64_MAX / 2)) return ends;
@@ -220,6 +231,14 @@ Seconds MovieFile::declaredDuration() const {
     // A container's own duration may count from time 0, before the first frame.
     const Seconds start = std::max(0.0, toSeconds(videoStart_, video_->time_base));
     return std::max(0.0, toSeconds(input_->duration, AV_TIME_BASE_Q) - start);
+}
+
+// Infinite where the header does not tell.
+Seconds MovieFile::declaredAudioEnd() const {
+    constexpr Seconds kUnknown = std::numeric_limits<Seconds>::infinity();
+    if (audio_ == nullptr || audio_->duration == AV_NOPTS_VALUE || audio_->duration <= 0) return kUnknown;
+    const std::int64_t start = audio_->start_time != AV_NOPTS_VALUE ? audio_->start_time : 0;
+    return toSeconds(start + audio_->duration, audio_->time_base) - toSeconds(videoStart_, video_->time_base);
 }
 
 } // namespace glintro

@@ -16,6 +16,7 @@ namespace {
 
 constexpr const char* kCannotConvert = "Couldn’t convert the recording’s pictures.";
 constexpr int kLargestSide = 16384;
+constexpr const char* kColours = "matrix=709:range=limited:chromal=left:filter=bicubic";
 
 // Without a tag, players take small pictures for television's BT.601 and large ones for BT.709.
 AVColorSpace matrixOf(const AVFrame& frame, const AVPixFmtDescriptor& format) {
@@ -51,8 +52,12 @@ AVPixelFormat plainFormat(int format) {
     }
 }
 
-// A second reference to the frame with everything about its colours said outright. Primaries and transfer are
-// left as they are, so they are called the same on both sides.
+bool isHdr(const AVFrame& frame) {
+    return frame.color_trc == AVCOL_TRC_SMPTE2084 || frame.color_trc == AVCOL_TRC_ARIB_STD_B67;
+}
+
+// A second reference to the frame with everything about its colours said outright. Primaries and transfer of
+// SDR are left as they are, so they are called the same on both sides.
 FramePtr describe(const AVFrame& frame) {
     FramePtr described(av_frame_clone(&frame));
     if (!described) return nullptr;
@@ -64,8 +69,13 @@ FramePtr describe(const AVFrame& frame) {
     const bool isFull =
         saysFull || frame.color_range == AVCOL_RANGE_JPEG || described->colorspace == AVCOL_SPC_RGB;
     described->color_range = isFull ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-    described->color_primaries = AVCOL_PRI_BT709;
-    described->color_trc = AVCOL_TRC_BT709;
+    if (isHdr(frame)) {
+        const bool saysPrimaries = frame.color_primaries != AVCOL_PRI_UNSPECIFIED;
+        described->color_primaries = saysPrimaries ? frame.color_primaries : AVCOL_PRI_BT2020;
+    } else {
+        described->color_primaries = AVCOL_PRI_BT709;
+        described->color_trc = AVCOL_TRC_BT709;
+    }
     if (frame.chroma_location == AVCHROMA_LOC_UNSPECIFIED) described->chroma_location = AVCHROMA_LOC_LEFT;
     described->sample_aspect_ratio = {1, 1};
     return described;
@@ -120,17 +130,23 @@ PixelSize naturalSizeOf(PixelSize stored, AVRational pixelAspect, Orientation or
     return size;
 }
 
-bool PictureConverter::isCommon(const AVFrame& frame) const {
-    return frame.format == AV_PIX_FMT_YUV420P && frame.color_range == AVCOL_RANGE_MPEG
-           && frame.colorspace == AVCOL_SPC_BT709 && frame.chroma_location == AVCHROMA_LOC_LEFT
-           && orientation_ == Orientation{} && size_ == PixelSize{frame.width, frame.height};
+bool PictureConverter::isFinished(const AVFrame& described, PixelSize size) const {
+    return described.format == AV_PIX_FMT_YUV420P && described.color_range == AVCOL_RANGE_MPEG
+           && described.colorspace == AVCOL_SPC_BT709 && described.chroma_location == AVCHROMA_LOC_LEFT
+           && !isHdr(described) && orientation_ == Orientation{}
+           && size == PixelSize{described.width, described.height};
 }
 
-Result<PicturePtr> PictureConverter::convert(const AVFrame& frame) {
+bool PictureConverter::isCommon(const AVFrame& frame) const {
+    const FramePtr described = describe(frame);
+    return described && isFinished(*described, {frame.width, frame.height});
+}
+
+Result<PicturePtr> PictureConverter::convert(const AVFrame& frame, PixelSize size) {
     FramePtr described = describe(frame);
     if (!described) return failure(kCannotConvert);
-    if (isCommon(*described)) return wrap(std::move(described), size_);
-    if (auto prepared = prepareGraph(*described); !prepared) return std::unexpected(prepared.error());
+    if (isFinished(*described, size)) return wrap(std::move(described), size);
+    if (auto prepared = prepareGraph(*described, size); !prepared) return std::unexpected(prepared.error());
 
     FramePtr converted = newFrame();
     int code = av_buffersrc_add_frame(source_, described.get());
@@ -139,35 +155,56 @@ Result<PicturePtr> PictureConverter::convert(const AVFrame& frame) {
         description_.clear(); // a graph that failed once is not used again
         return ffmpegFailure(kCannotConvert, code);
     }
-    return wrap(std::move(converted), size_);
+    return wrap(std::move(converted), size);
 }
 
-// One conversion of colours, range, depth and siting where the shape stays; with turning or scaling it is
-// split at 4:4:4, where every sample has a place of its own that survives being turned.
-std::string PictureConverter::graphFor(const AVFrame& frame) const {
+// One conversion of colours, range, depth, siting and size.
+std::string PictureConverter::sameShapeGraph(const AVFrame& frame, PixelSize size) const {
+    if (!isHdr(frame))
+        return fmt::format("zscale={}:{}:{},format=yuv420p", size.width, size.height, kColours);
+    // Light in units of diffuse white (ITU-R BT.2408), of which the brightest is 1000 cd/m².
+    constexpr double kDiffuseWhite = 203;
+    constexpr double kBrightest = 1000;
+    return fmt::format(
+        "zscale={}:{}:transfer=linear:primaries=709:npl={}:filter=bicubic,format=gbrpf32le,"
+        "tonemap=mobius:param=0.5:desat=0:peak={},"
+        "zscale=primaries=709:transfer=709:{},format=yuv420p",
+        size.width, size.height, kDiffuseWhite, kBrightest / kDiffuseWhite, kColours);
+}
+
+// Pictures that are turned or have odd edges are converted at 4:4:4 first, where every sample has a place of
+// its own that survives being turned.
+std::string PictureConverter::graphFor(const AVFrame& frame, PixelSize size) const {
     const PixelSize stored{frame.width, frame.height};
     const auto* format = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
     const bool isPackedRgb =
         (format->flags & AV_PIX_FMT_FLAG_RGB) != 0 && (format->flags & AV_PIX_FMT_FLAG_PLANAR) == 0;
-    constexpr const char* kColours = "zscale=matrix=709:range=limited:chromal=left:filter=bicubic";
 
     std::string graph = fmt::format("buffer=video_size={}x{}:pix_fmt={}:time_base=1/1:pixel_aspect=1/1,",
                                     stored.width, stored.height, frame.format);
     if (isPackedRgb) graph += "format=gbrp,";
-    graph += evenOut(stored) + kColours;
-    if (orientation_ != Orientation{} || size_ != stored) {
-        graph += fmt::format(",format=yuv444p,crop={}:{}:0:0:exact=1", stored.width, stored.height);
-        if (orientation_.transposed) graph += ",transpose=cclock_flip";
-        if (orientation_.flippedHorizontally) graph += ",hflip";
-        if (orientation_.flippedVertically) graph += ",vflip";
-        graph += fmt::format(",zscale={}:{}:filter=bicubic,format=yuv444p,", size_.width, size_.height);
-        graph += evenOut(size_) + kColours;
+    graph += evenOut(stored);
+    const bool isEven = evenOut(stored).empty() && evenOut(size).empty();
+    if (orientation_ == Orientation{} && (size == stored || isEven)) {
+        const PixelSize evened{size.width + (isEven ? 0 : size.width % 2),
+                               size.height + (isEven ? 0 : size.height % 2)};
+        return graph + sameShapeGraph(frame, evened) + ",buffersink";
     }
-    return graph + ",format=yuv420p,buffersink";
+    if (isHdr(frame)) {
+        const PixelSize evened{stored.width + stored.width % 2, stored.height + stored.height % 2};
+        graph += sameShapeGraph(frame, evened) + ",";
+    }
+    graph +=
+        fmt::format("zscale={},format=yuv444p,crop={}:{}:0:0:exact=1", kColours, stored.width, stored.height);
+    if (orientation_.transposed) graph += ",transpose=cclock_flip";
+    if (orientation_.flippedHorizontally) graph += ",hflip";
+    if (orientation_.flippedVertically) graph += ",vflip";
+    graph += fmt::format(",zscale={}:{}:filter=bicubic,format=yuv444p,", size.width, size.height);
+    return graph + evenOut(size) + fmt::format("zscale={},format=yuv420p,buffersink", kColours);
 }
 
-Result<void> PictureConverter::prepareGraph(const AVFrame& frame) {
-    const std::string description = graphFor(frame);
+Result<void> PictureConverter::prepareGraph(const AVFrame& frame, PixelSize size) {
+    const std::string description = graphFor(frame, size);
     if (graph_ && description == description_) return {};
     graph_.reset(avfilter_graph_alloc());
     if (!graph_) return failure(kCannotConvert);

@@ -62,4 +62,11 @@ inline int lumaAt(const Picture& picture, double x, double y) {
     return plane.row(static_cast<int>(y * plane.height))[static_cast<int>(x * plane.width)];
 }
 
+// Frame n of 100 has luma 20 + 2n and is shown from n / 25 s on.
+inline const std::string kNumberedGraph =
+    "nullsrc=s=64x64:r=25:d=4,format=yuv420p,geq=lum='20+2*N':cb=128:cr=128";
+inline int frameNumber(const Picture& picture) {
+    return (lumaAt(picture, 0.5, 0.5) - 20 + 1) / 2;
+}
+
 } // namespace glintro::test

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/model/Look.h"
 #include "core/render/ReelCompositor.h"
 #include "core/render/Still.h"
 #include "tests/support/Reels.h"
@@ -85,23 +86,79 @@ TEST(ReelComposition, ABrokenCameraLeavesOnlyTheBubbleOut) {
     const auto composition = ReelComposition::build(*reel, reel->info.settings);
     ASSERT_TRUE(composition);
     EXPECT_EQ(composition->camera, nullptr);
-    EXPECT_TRUE(Still::frame(*reel, 1, CameraUse::with));
+    EXPECT_TRUE(Still::frame(*reel, {.at = 1, .camera = CameraUse::with}));
 }
 
-TEST(Still, MovesTimesIntoTheRecording) {
+TEST(StillSource, GrabsMomentsInsideTheRecordingWithinTheTolerance) {
     const TemporaryFolder folder;
     const auto reel = makeReel(folder / "reel", {});
     ASSERT_TRUE(reel);
+    auto source = StillSource::open(*reel);
+    ASSERT_TRUE(source) << source.error().message;
     struct Row {
         double at;
         double grabbed;
         int frame;
     };
-    for (const Row& row : {Row{-3, 0, 0}, {0, 0, 0}, {1, 1, 30}, {99, 1.98, 59}}) {
-        const auto frame = Still::frame(*reel, row.at, CameraUse::without);
+    for (const Row& row : {Row{-3, 0, 0}, {0, 0, 0}, {99, 1.98, 59}, {1, 1, 30}}) {
+        SCOPED_TRACE(row.at);
+        const auto exact = (*source)->grab({.at = row.at, .tolerance = FrameTolerance::exact});
+        ASSERT_TRUE(exact) << exact.error().message;
+        EXPECT_NEAR(exact->time, row.grabbed, 1e-9);
+        EXPECT_EQ(frameNumber(exact->screen), row.frame);
+        const auto nearby = Still::frame(*reel, {.at = row.at});
+        ASSERT_TRUE(nearby);
+        EXPECT_NEAR(nearby->time, row.grabbed, 1e-9);
+        EXPECT_NEAR(frameNumber(nearby->screen), row.frame, 3) << "a tenth of a second";
+    }
+    const auto small = (*source)->grab({.at = 1, .maxSide = 160});
+    ASSERT_TRUE(small);
+    EXPECT_EQ(small->screen->size, (PixelSize{160, 100}));
+    EXPECT_EQ(plainImage(*small->screen).size, (PixelSize{160, 100}));
+    std::stop_source stopped;
+    stopped.request_stop();
+    const auto cancelled = (*source)->grab({.at = 0.5, .stop = stopped.get_token()});
+    ASSERT_FALSE(cancelled);
+    EXPECT_TRUE(cancelled.error().isCancelled());
+}
+
+// One grabbed frame gives under every Look what a still of its own gives.
+TEST(StillSource, DrawsOneFrameUnderManyLooks) {
+    const TemporaryFolder folder;
+    RecordingEvents events;
+    events.duration = 2;
+    events.cursor = {{{0, 0.2, 0.2}}, {{1, 0.5, 0.5}}, {{2, 0.8, 0.8}}};
+    const auto reel = makeReel(folder / "reel", {}, events, MovieRecipe{.size = {160, 90}, .frames = 60});
+    ASSERT_TRUE(reel);
+    auto source = StillSource::open(*reel);
+    ASSERT_TRUE(source);
+    const auto frame = (*source)->grab({.at = 1, .camera = CameraUse::with});
+    ASSERT_TRUE(frame);
+    for (const Look& look : Look::all()) {
+        ProjectSettings settings = reel->info.settings;
+        look.apply(settings);
+        const BgraImage image = (*source)->draw(*frame, settings, 320, nullptr, Framing::fit);
+        const auto alone = Still::render(*reel, 1, 320, settings, Framing::fit);
+        ASSERT_TRUE(alone);
+        EXPECT_EQ(image.pixels, alone->pixels) << look.name;
+    }
+}
+
+TEST(ReelComposition, LastsAsLongAsAnImportsSound) {
+    const TemporaryFolder folder;
+    const auto reel =
+        makeReel(folder / "reel", MovieRecipe{.frames = 30, .sound = std::vector<float>(3 * 48000, 0.1F)});
+    ASSERT_TRUE(reel);
+    EXPECT_NEAR(reel->info.duration, 3, 0.03);
+    auto composition = ReelComposition::build(*reel, reel->info.settings);
+    ASSERT_TRUE(composition);
+    EXPECT_NEAR(composition->map.compDuration(), 3, 0.03);
+    const FrameRenderer renderer(reel->info.settings, composition->sourceSize, {}, nullptr, Framing::fit);
+    ReelCompositor compositor(*composition, renderer, {320, 180});
+    for (const Seconds time : {0.99, 1.5, 2.9}) {
+        const auto frame = compositor.frameAt(time);
         ASSERT_TRUE(frame) << frame.error().message;
-        EXPECT_NEAR(frame->time, row.grabbed, 1e-9);
-        EXPECT_EQ(frameNumber(frame->screen), row.frame) << row.at;
+        EXPECT_EQ(frameNumber(frame->screen), 29) << time;
     }
 }
 
@@ -112,7 +169,7 @@ TEST(Still, DrawsTheFrameOnTheReelsCanvas) {
     const auto image = Still::render(*reel, 1, 640, std::nullopt, Framing::fit);
     ASSERT_TRUE(image) << image.error().message;
     EXPECT_EQ(image->size, (PixelSize{640, 360}));
-    EXPECT_NEAR(pixelAt(*image, 320, 180).red, 120, 3);
+    EXPECT_NEAR(pixelAt(*image, 320, 180).red, 120, 12) << "a frame of the tenth of a second around it";
     ProjectSettings settings = reel->info.settings;
     settings.showCamera = false;
     const auto hidden = Still::render(*reel, 1, 640, settings, Framing::fit);

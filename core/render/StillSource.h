@@ -1,0 +1,67 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <utility>
+
+#include "core/media/decode/MovieReader.h"
+#include "core/reel/Project.h"
+#include "core/render/FrameRenderer.h"
+
+namespace glintro {
+
+// The recording at one moment, as it was filmed.
+struct SourceFrame {
+    PicturePtr screen;
+    PicturePtr camera; // null when the reel has none at this time
+    Seconds time = 0;  // the source time that was asked for, moved into the recording
+};
+
+enum class CameraUse { without, with };
+
+struct StillRequest {
+    Seconds at = 0; // source time; moved into the recording where it lies outside
+    CameraUse camera = CameraUse::without;
+    // Of the screen's frame. The camera's is always a nearby one.
+    FrameTolerance tolerance = FrameTolerance::nearby;
+    int maxSide = 0; // the longer side of the pictures is at most so many pixels; 0: as recorded
+    std::stop_token stop = {};
+};
+
+// Any number of pictures of one reel: its movies are opened once and its events read once. For thumbnails,
+// scrub frames, the cards of shots, and one moment under several Looks. One thread at a time; the pictures
+// may be shared between threads.
+class StillSource {
+  public:
+    // Opens the screen movie; fails where that cannot be read.
+    [[nodiscard]] static Result<std::unique_ptr<StillSource>> open(Project project);
+
+    // A camera's frame that cannot be had is left out.
+    [[nodiscard]] Result<SourceFrame> grab(const StillRequest& request);
+
+    // Draws a grabbed frame on the canvas that has the given long side, as an export would.
+    BgraImage draw(const SourceFrame& frame, const ProjectSettings& settings, int longSide,
+                   std::shared_ptr<const BgraImage> wallpaper, Framing framing);
+
+    // The recorded events, read at the first call.
+    const RecordingEvents& events();
+
+    const MovieProperties& movie() const { return screen_->properties(); }
+
+  private:
+    StillSource(Project project, std::unique_ptr<MovieReader> screen)
+        : project_(std::move(project)), screen_(std::move(screen)) {}
+    PicturePtr cameraFrame(const StillRequest& request, Seconds sourceTime);
+
+    Project project_;
+    std::unique_ptr<MovieReader> screen_;
+    std::unique_ptr<MovieReader> camera_; // opened at the first use; null when it cannot be read
+    bool hasTriedCamera_ = false;
+    std::optional<RecordingEvents> events_;
+};
+
+// The whole of a picture as BGRA, without anything drawn around it: a scrub frame, for instance.
+BgraImage plainImage(const Picture& picture);
+
+} // namespace glintro

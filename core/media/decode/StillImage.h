@@ -8,9 +8,9 @@
 namespace glintro {
 
 // Any still picture FFmpeg decodes (PNG, JPEG, WebP, ...), as sRGB.
-Result<BgraImage> loadImage(const std::filesystem::path& file);
+[[nodiscard]] Result<BgraImage> loadImage(const std::filesystem::path& file);
 
-// PNG, written beside and renamed into place, so that a failed save leaves the old file.
-Result<void> savePng(const BgraImage& image, const std::filesystem::path& file);
+// PNG. Replaces the file in one step: a failed save leaves the old one.
+[[nodiscard]] Result<void> savePng(const BgraImage& image, const std::filesystem::path& file);
 
 } // namespace glintro

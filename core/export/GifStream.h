@@ -24,6 +24,7 @@ class GifStream {
     // Called on the writing thread when the file holds `written` frames, `picture` the last of them.
     using Written = std::function<void(const Picture& picture, std::int64_t written)>;
 
+    // Refuses a frame rate that GIFs cannot keep (checkGifRate).
     [[nodiscard]] static Result<std::unique_ptr<GifStream>> create(const std::filesystem::path& file,
                                                                    PixelSize canvas, int fps,
                                                                    Written written = {});

@@ -14,7 +14,7 @@ int RenderPresetList::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant RenderPresetList::data(const QModelIndex& index, int role) const {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid)) return {};
+    if (!index.isValid() || index.row() >= rowCount()) return {};
     const RenderPreset preset = kRenderPresets[static_cast<std::size_t>(index.row())];
     const ExportOptions chosen = optionsOf(index.row());
     switch (role) {

@@ -103,8 +103,10 @@ TEST_F(ExportJobTest, ACancelWhileTheFileIsBeingFinishedLeavesNone) {
         ExportFormat format;
     };
     for (const Row& row : {Row{"a.mp4", ExportFormat::mp4}, Row{"a.gif", ExportFormat::gif}}) {
-        ExportRequest request{.project = *reel, .settings = reel->info.settings, .to = out / row.name};
-        request.options = {.format = row.format, .shortSide = 120, .fps = 30, .gifWidth = 120};
+        ExportRequest request{.project = *reel,
+                              .settings = reel->info.settings,
+                              .options = {.format = row.format, .shortSide = 120, .fps = 30, .gifWidth = 120},
+                              .to = out / row.name};
         request.progress = [&](const ExportProgress& progress) {
             if (progress.written == progress.total) request.cancel->cancel();
         };

@@ -253,29 +253,33 @@ TEST(Exporter, KeepsALinkAndReplacesWhatItPointsTo) {
     EXPECT_EQ(probe(folder / "elsewhere/b.mp4")["streams"][0]["nb_read_packets"], "5");
 }
 
-// Replaces the four letters that name a track's format in a movie's description.
-void renameFormat(const fs::path& movie, std::string_view from, std::string_view to) {
+// Makes an AAC track claim to be of another kind (an MPEG-4 object type).
+void claimSoundIs(char objectType, const fs::path& movie) {
     auto bytes = readFile(movie, 1U << 30).value();
-    const auto description = bytes.rfind("stsd");
-    const auto at = bytes.find(from, bytes.find(from) < description ? bytes.find("stsd") : 0);
-    ASSERT_NE(at, std::string::npos);
-    bytes.replace(at, to.size(), to);
+    const auto description = bytes.find("\x04\x80\x80\x80", bytes.rfind("esds"), 4);
+    ASSERT_NE(description, std::string::npos);
+    ASSERT_EQ(bytes[description + 5], '\x40');
+    bytes[description + 5] = objectType;
     ASSERT_TRUE(writeFile(movie, bytes));
 }
 
 TEST(Exporter, LeavesOutSoundThatCannotBeDecodedAndSaysSo) {
-    const TemporaryFolder folder;
-    const auto reel = makeReel(folder / "reel", {.frames = 20, .sound = std::vector<float>(32000, 0.1F)});
-    ASSERT_TRUE(reel);
-    renameFormat(reel->rawURL(), "mp4a", "zzzz");
-    ASSERT_TRUE(MovieReader::open(reel->rawURL()).value()->properties().hasAudio);
-    const auto outcome = Exporter::run(requestFor(*reel, folder / "out.mp4"));
-    ASSERT_TRUE(outcome) << outcome.error().message;
-    EXPECT_EQ(outcome->warnings,
-              std::vector<std::string>{"The recording’s sound can’t be decoded, so the movie has none."});
-    const nlohmann::json movie = probe(folder / "out.mp4");
-    EXPECT_EQ(movie["streams"].size(), 1U);
-    EXPECT_EQ(movie["streams"][0]["nb_read_packets"], "20");
+    constexpr char kVorbis = '\xDD'; // cannot be opened without its headers
+    constexpr char kDts = '\xA9';    // opens, and refuses every packet
+    for (const char claimed : {kVorbis, kDts}) {
+        const TemporaryFolder folder;
+        const auto reel = makeReel(folder / "reel", {.frames = 20, .sound = std::vector<float>(32000, 0.1F)});
+        ASSERT_TRUE(reel);
+        claimSoundIs(claimed, reel->rawURL());
+        ASSERT_TRUE(MovieReader::open(reel->rawURL()).value()->properties().hasAudio);
+        const auto outcome = Exporter::run(requestFor(*reel, folder / "out.mp4"));
+        ASSERT_TRUE(outcome) << outcome.error().message;
+        EXPECT_EQ(outcome->warnings,
+                  std::vector<std::string>{"The recording’s sound can’t be decoded, so the movie has none."});
+        const nlohmann::json movie = probe(folder / "out.mp4");
+        EXPECT_EQ(movie["streams"].size(), 1U);
+        EXPECT_EQ(movie["streams"][0]["nb_read_packets"], "20");
+    }
 }
 
 } // namespace

@@ -30,7 +30,8 @@ namespace glintro {
 // here waits for the disk or the decoder: a movie that is slow to open is silent until it is ready. Sound
 // that cannot be read is replaced by silence, so that the clock runs on; failure() says why.
 //
-// fill() belongs to the output's thread; all else to one other thread. Stop the output before this goes.
+// fill() belongs to the output's thread; all else to one other thread. Stop the output before destroying
+// this.
 class ReelSound {
   public:
     // `movie` is the one with the reel's sound; none for a reel without. Starts paused at the reel's
@@ -126,7 +127,7 @@ class ReelSound {
     std::int64_t fadeIn_ =
         0; // samples of the current order handed to the ring so far, up to the fade's length
 
-    std::jthread thread_; // last, so that it ends before what it uses goes
+    std::jthread thread_; // last, so that it ends before what it uses is destroyed
 };
 
 } // namespace glintro

@@ -12,7 +12,7 @@
 namespace glintro {
 
 // The reel in a folder that somebody named. A failure says what the folder is instead.
-Result<Project> openReel(const std::filesystem::path& folder);
+[[nodiscard]] Result<Project> openReel(const std::filesystem::path& folder);
 
 // Why a folder is not a reel that can be opened, for a status other than ok.
 Failure whyNoReel(const std::filesystem::path& folder, Project::LoadResult::Status status);
@@ -21,7 +21,8 @@ Failure whyNoReel(const std::filesystem::path& folder, Project::LoadResult::Stat
 RecordingEvents eventsOrWarning(const Project& project, const Console& console);
 
 // The picture for the wallpaper backdrop; null when none is named.
-Result<std::shared_ptr<const BgraImage>> loadWallpaper(const std::optional<std::filesystem::path>& file);
+[[nodiscard]] Result<std::shared_ptr<const BgraImage>> loadWallpaper(
+    const std::optional<std::filesystem::path>& file);
 
 // Says so when the reel has a camera bubble to show, but no camera movie that can be read.
 void warnOfMissingCamera(const Project& project, const Console& console);

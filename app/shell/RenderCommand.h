@@ -8,6 +8,6 @@ namespace glintro {
 
 // Renders a reel to a movie, with a progress bar on a terminal. Ctrl-C cancels it; only a finished movie is
 // left behind.
-Result<void> runRender(const RenderArguments& arguments, const Console& console);
+[[nodiscard]] Result<void> runRender(const RenderArguments& arguments, const Console& console);
 
 } // namespace glintro

@@ -7,6 +7,6 @@
 namespace glintro {
 
 // Renders one frame of a reel to a PNG picture.
-Result<void> runStill(const StillArguments& arguments, const Console& console);
+[[nodiscard]] Result<void> runStill(const StillArguments& arguments, const Console& console);
 
 } // namespace glintro

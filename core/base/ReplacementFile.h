@@ -33,7 +33,7 @@ class ReplacementFile {
 
     // Appends to the file, through a descriptor of its own.
     [[nodiscard]] Result<void> write(std::string_view bytes);
-    // Waits until all that was written to path(), by whom ever, is on the disk. May take seconds for a large
+    // Waits until all that was written to path(), by whomever, is on the disk. May take seconds for a large
     // file; commit() does it where it was not done.
     [[nodiscard]] Result<void> sync();
     // Puts the file in the other one's place. The object is of no more use.

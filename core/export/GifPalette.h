@@ -33,7 +33,7 @@ class GifPalette {
     static constexpr int kColours = 255;
 
     // The colours that stand best for all of `pixels`, by libimagequant; `pixels` must not be empty.
-    static Result<GifPalette> forPixels(std::span<const GifColour> pixels);
+    [[nodiscard]] static Result<GifPalette> forPixels(std::span<const GifColour> pixels);
 
     // 1 to kColours colours.
     explicit GifPalette(std::vector<GifColour> colours);

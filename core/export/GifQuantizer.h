@@ -30,7 +30,7 @@ class GifQuantizer {
         GifTarget target;
     };
 
-    Result<void> choosePalette();
+    [[nodiscard]] Result<void> choosePalette();
     double misfit(std::span<const GifColour> pixels);
     GifTarget targetAt(GifPixel pixel);
     // Fills drawings_; pixels whose colour is on show already are left out where they may be kept.

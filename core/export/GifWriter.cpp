@@ -77,7 +77,7 @@ class CgifWriter final : public GifWriter {
           indices_(static_cast<std::size_t>(canvas.width) * static_cast<std::size_t>(canvas.height)),
           file_(std::move(file)) {}
 
-    // cgif takes whole canvases and cuts out again what is not kept.
+    // cgif wants whole canvases, and cuts out the part that is not kept.
     void fillCanvas(const GifFrame& frame) {
         std::ranges::fill(indices_, frame.kept.value_or(0));
         for (int y = 0; y < frame.area.height; ++y)
@@ -112,7 +112,7 @@ class CgifWriter final : public GifWriter {
     PixelSize canvas_;
     std::vector<std::uint8_t> indices_; // of the whole canvas
     std::unique_ptr<std::FILE, CloseFile> file_;
-    std::unique_ptr<CGIF, CloseGif> gif_; // writes to file_ when closed, so goes before it
+    std::unique_ptr<CGIF, CloseGif> gif_; // writes to file_ when closed, so destroyed first
     int error_ = 0;                       // what the last failed write said
 };
 

@@ -53,7 +53,7 @@ struct MovieWriter::Impl {
     [[nodiscard]] Result<void> start(const std::filesystem::path& file,
                                      const VideoTrackSettings& videoSettings,
                                      const std::optional<AudioTrackSettings>& audioSettings);
-    // Hands a packet to the container, which takes over its data.
+    // Hands a packet to the container, which then owns its data.
     [[nodiscard]] Result<void> mux(AVPacket& packet, const AVCodecContext& encoder, const AVStream& stream);
     [[nodiscard]] Result<void> finish();
     bool mustStop() const { return isCancelled && isCancelled(); }

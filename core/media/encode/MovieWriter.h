@@ -33,7 +33,7 @@ struct AudioTrackSettings {
 
 // Writes one movie: H.264 High in 4:2:0, tagged BT.709, and AAC. The container follows the file's ending (MP4
 // or MOV), its index is moved to the front on finish. Calls come from one thread at a time. A writer
-// destroyed before finish() leaves whatever it wrote; removing that is the caller's business.
+// destroyed before finish() leaves a partial file; the caller removes it.
 class MovieWriter {
   public:
     [[nodiscard]] static Result<std::unique_ptr<MovieWriter>> create(const std::filesystem::path& file,

@@ -59,8 +59,9 @@ void ReelSound::setMap(const TimeMap& map, Seconds compositionTime) {
 }
 
 void ReelSound::setRate(double rate) {
-    rate_ = std::clamp(rate, kSlowest, kFastest);
-    // Not from the moment that is heard, but from the one handed over last: what lies between is heard yet.
+    const double held = std::clamp(rate, kSlowest, kFastest);
+    if (std::exchange(rate_, held) == held) return;
+    // From the last moment handed over, not the one that is heard: what lies between is still to be heard.
     give(heardTime());
 }
 

@@ -30,6 +30,9 @@ namespace glintro {
 // here waits for the disk or the decoder: a movie that is slow to open is silent until it is ready. Sound
 // that cannot be read is replaced by silence, so that the clock runs on; failure() says why.
 //
+// An output that keeps running during a pause lets the sound of a seek be decoded by the time play() is
+// called.
+//
 // fill() belongs to the output's thread; all else to one other thread. Stop the output before destroying
 // this.
 class ReelSound {

@@ -23,8 +23,8 @@ class SoundHistory {
     // composition time. Silence in place of sound has a step of 0.
     void add(std::int64_t count, Moment start, Seconds step);
 
-    // What the sample handed over `ago` samples before the newest one stands for. Beyond what is remembered
-    // (sixteen changes) the oldest moment known answers.
+    // What the sample `ago` samples before the next one stands for; 0 is the next one itself. Sixteen changes
+    // are remembered: for a sample before them it answers the oldest moment known.
     Moment before(double ago) const;
 
   private:

@@ -22,10 +22,10 @@ class GifFrameDiff {
   public:
     explicit GifFrameDiff(PixelSize canvas);
 
-    // Takes the next picture, rgb444 and of the canvas's size. Afterwards changed() holds, ascending, where
-    // it is to be drawn: everywhere in the first one. Later a pixel stays that hardly differs from the
-    // picture it was drawn for, or for which what is on show will do, so that neither noise nor a new palette
-    // moves it.
+    // Accepts the next picture, rgb444 and of the canvas's size. Afterwards changed() holds, in ascending
+    // order, the pixels to draw: all of them for the first picture. Later a pixel is kept where it hardly
+    // differs from the picture it was drawn for, or where the colour shown is near enough, so that neither
+    // noise nor a new palette makes still areas flicker.
     void compare(const Picture& picture);
 
     std::span<const GifPixel> changed() const { return changed_; }

@@ -4,12 +4,19 @@
 #include <utility>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "app/editor/ReelNotices.h"
 
 namespace glintro {
 namespace {
 
 // Below this, a rate says more about opening files than about rendering.
 constexpr double kEnoughProgress = 0.02;
+
+QString toQt(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
 
 QImage toImage(const BgraImage& image) {
     const QImage view(image.pixels.data(), image.size.width, image.size.height,
@@ -53,27 +60,30 @@ void ExportJob::run(const Project& project, const ProjectSettings& settings, con
         post([&](Mailbox& mailbox) { mailbox.frame = frame; });
     };
     task_ = std::jthread([this, request = std::move(request)] {
-        const Result<void> result = Exporter::run(request);
+        const Result<ExportOutcome> result = Exporter::run(request);
         QMetaObject::invokeMethod(
             this, [this, result, url = request.to] { finish(result, url); }, Qt::QueuedConnection);
     });
 }
 
 void ExportJob::cancel() {
-    if (state_ == State::running) cancel_->cancel();
+    if (state_ != State::running || isCancelling_) return;
+    cancel_->cancel();
+    isCancelling_ = true;
+    emit stateChanged();
 }
 
 // On the render's threads. One call to publish() is under way at a time, however fast reports come.
 template <class Put>
 void ExportJob::post(Put put) {
-    const std::scoped_lock guard(mailbox_.lock);
+    const std::scoped_lock guard(mailbox_.mutex);
     const bool underWay = mailbox_.progress || mailbox_.frame;
     put(mailbox_);
     if (!underWay) QMetaObject::invokeMethod(this, &ExportJob::publish, Qt::QueuedConnection);
 }
 
 void ExportJob::publish() {
-    std::unique_lock guard(mailbox_.lock);
+    std::unique_lock guard(mailbox_.mutex);
     const auto progress = std::exchange(mailbox_.progress, std::nullopt);
     const auto frame = std::exchange(mailbox_.frame, std::nullopt);
     guard.unlock();
@@ -89,10 +99,11 @@ void ExportJob::publish() {
     }
 }
 
-void ExportJob::finish(const Result<void>& result, const std::filesystem::path& url) {
+void ExportJob::finish(const Result<ExportOutcome>& result, const std::filesystem::path& url) {
     publish();
     if (result) {
         file_ = QUrl::fromLocalFile(QString::fromStdString(url.string()));
+        message_ = QString::fromStdString(fmt::format("{}", fmt::join(result->warnings, " ")));
         setState(State::done);
     } else if (result.error().isCancelled()) {
         setState(State::setup);
@@ -104,7 +115,17 @@ void ExportJob::finish(const Result<void>& result, const std::filesystem::path& 
 
 void ExportJob::setState(State state) {
     state_ = state;
+    isCancelling_ = false;
     emit stateChanged();
+}
+
+QString ExportJob::title() const {
+    if (state_ == State::done) return toQt(notice::kRenderDone);
+    return state_ == State::failed ? toQt(notice::kRenderFailed) : QString();
+}
+
+QString ExportJob::advice() const {
+    return state_ == State::failed ? toQt(notice::kRenderAdvice) : QString();
 }
 
 double ExportJob::remaining() const {

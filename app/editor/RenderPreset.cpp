@@ -8,6 +8,7 @@ namespace glintro {
 namespace {
 
 constexpr std::array<std::string_view, 5> kIdentifiers{"master", "gif", "square", "vertical", "youtube"};
+constexpr std::array<std::string_view, 5> kTitles{"Master", "GIF", "Square", "Vertical", "YouTube"};
 
 // Wider GIFs are watched, smaller ones are glanced at: they get by with fewer frames.
 int gifFrameRate(int width) {
@@ -24,6 +25,10 @@ std::optional<RenderPreset> renderPreset(std::string_view text) {
     const auto found = std::ranges::find(kIdentifiers, text);
     if (found == kIdentifiers.end()) return std::nullopt;
     return static_cast<RenderPreset>(found - kIdentifiers.begin());
+}
+
+std::string_view title(RenderPreset preset) {
+    return kTitles[static_cast<std::size_t>(preset)];
 }
 
 std::string subtitle(RenderPreset preset, const RenderChoices& choices) {

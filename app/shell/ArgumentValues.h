@@ -28,14 +28,14 @@ struct SecondsRange {
     Seconds most;
 };
 
-CLI::Option* addText(CLI::App& app, const std::string& names, std::function<void(const std::string&)> take,
+CLI::Option* addText(CLI::App& app, const std::string& names, std::function<void(const std::string&)> accept,
                      const std::string& description);
 // One or more words.
 CLI::Option* addTexts(CLI::App& app, const std::string& names,
-                      std::function<void(const std::vector<std::string>&)> take,
+                      std::function<void(const std::vector<std::string>&)> accept,
                       const std::string& description);
 CLI::Option* addWholeNumber(CLI::App& app, const std::string& names, WholeRange range,
-                            std::function<void(int)> take, const std::string& description);
+                            std::function<void(int)> accept, const std::string& description);
 template <class Number> // int or std::optional<int>
 CLI::Option* addWhole(CLI::App& app, const std::string& names, WholeRange range, Number& value,
                       const std::string& description) {
@@ -47,7 +47,7 @@ CLI::Option* addTime(CLI::App& app, const std::string& names, Seconds& value, co
 CLI::Option* addTimes(CLI::App& app, const std::string& names, std::vector<Seconds>& values,
                       const std::string& description);
 CLI::Option* addSecondsNumber(CLI::App& app, const std::string& names, SecondsRange range,
-                              std::function<void(Seconds)> take, const std::string& description);
+                              std::function<void(Seconds)> accept, const std::string& description);
 template <class Number> // Seconds or std::optional<Seconds>
 CLI::Option* addSeconds(CLI::App& app, const std::string& names, SecondsRange range, Number& value,
                         const std::string& description) {

@@ -9,7 +9,7 @@
 
 namespace glintro {
 
-// Where `glintro record` puts its reel: into a folder that was named, or into a new one in the library.
+// Where `glintro record` puts its reel: into the folder that was named, or into a new one in the library.
 class CommandLibrary final : public TakeLibrary {
   public:
     explicit CommandLibrary(std::optional<std::filesystem::path> folder) : named_(std::move(folder)) {}

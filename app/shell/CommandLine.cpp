@@ -31,8 +31,8 @@ CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& 
 
 void addFolder(CLI::App& command, const std::string& name, const std::string& description,
                std::filesystem::path& folder) {
-    const auto take = [&folder](const std::string& text) { folder = text; };
-    addText(command, name, take, description)->type_name("")->required();
+    const auto accept = [&folder](const std::string& text) { folder = text; };
+    addText(command, name, accept, description)->type_name("")->required();
 }
 
 void addReels(CLI::App& command, std::vector<std::filesystem::path>& reels) {
@@ -44,8 +44,8 @@ void addReels(CLI::App& command, std::vector<std::filesystem::path>& reels) {
 
 void addFile(CLI::App& command, const std::string& names, std::optional<std::filesystem::path>& file,
              const std::string& description, const std::string& kind = "FILE") {
-    const auto take = [&file](const std::string& text) { file = text; };
-    addText(command, names, take, description)->type_name(kind);
+    const auto accept = [&file](const std::string& text) { file = text; };
+    addText(command, names, accept, description)->type_name(kind);
 }
 
 void addOutput(CLI::App& command, std::optional<std::filesystem::path>& output) {

@@ -61,7 +61,7 @@ struct RecordArguments {
     std::optional<std::string> display; // a number counted from 1, or a name
     std::optional<std::string> window;  // a title, or a part of it, or an id
     std::optional<Rect> area;           // points of the desktop; not checked against any display
-    bool choose = false;                // to be asked anew in the desktop's dialog
+    bool choose = false;                // to be asked again in the desktop's dialog
     std::optional<Seconds> seconds;     // absent: until a signal ends it
     DeviceWish microphone;
     DeviceWish camera;

@@ -46,7 +46,7 @@ void applyDemonstration(ProjectInfo& info, const RecordingEvents& events, const 
     settings.showCamera = false;
 }
 
-Result<void> render(const Project& project, const fs::path& output) {
+Result<ExportOutcome> render(const Project& project, const fs::path& output) {
     ExportOptions options;
     options.shortSide = kShortSide;
     options.fps = kFps;
@@ -73,10 +73,12 @@ ExitStatus DemoRender::run(const std::string& folder, const Environment& environ
     }
     applyDemonstration(project->info, project->loadEvents(), environment);
     if (!project->save()) console.warn("The project file couldn’t be saved; the render goes on without.");
-    if (auto rendered = render(*project, output); !rendered) {
+    const auto rendered = render(*project, output);
+    if (!rendered) {
         fmt::print(console.out, "✗ render failed: {}\n", rendered.error().message);
         return ExitStatus::failed;
     }
+    for (const std::string& warning : rendered->warnings) console.warn(warning);
     fmt::print(console.out, "✓ rendered {} with {} zooms\n", output.string(),
                project->info.settings.zooms.size());
     return ExitStatus::success;

@@ -10,7 +10,7 @@
 namespace glintro {
 
 // The program: chooses what one run of it does, once, at its start. An environment variable that selects a
-// mode goes before any command word.
+// mode is obeyed before any command word.
 class GlintroApp {
   public:
     GlintroApp(Environment environment, Console console)

@@ -8,6 +8,6 @@ namespace glintro {
 
 // Prints what a reel holds. A folder that is none, or whose project file is damaged, has its status printed
 // before the failure says why.
-Result<void> runInspect(const InspectArguments& arguments, const Console& console);
+[[nodiscard]] Result<void> runInspect(const InspectArguments& arguments, const Console& console);
 
 } // namespace glintro

@@ -21,8 +21,8 @@ struct InspectedFrame {
     std::optional<int> shot;      // absent outside all shots
 };
 
-// What scripts and people need to know of a reel. Taken from the record and the events alone: the movies are
-// not opened.
+// What scripts and the user need to know of a reel. It is computed from the record and the events alone: the
+// movies are not opened.
 struct Inspection {
     Inspection(const Project& reel, const std::vector<Seconds>& at);
 

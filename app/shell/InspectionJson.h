@@ -9,6 +9,6 @@ namespace glintro {
 
 // One JSON object, indented, numbers in full precision. Fails for a number that is not finite, which JSON
 // cannot hold.
-Result<std::string> inspectionJson(const Inspection& inspection);
+[[nodiscard]] Result<std::string> inspectionJson(const Inspection& inspection);
 
 } // namespace glintro

@@ -6,7 +6,7 @@
 
 #include "core/base/Geometry.h"
 
-// Numbers as people type them, read alike under every locale. Nothing for texts that hold anything else.
+// Numbers as a user types them, read the same under every locale; nullopt for texts that hold anything else.
 namespace glintro {
 
 std::optional<std::int64_t> parseWhole(std::string_view text);  // "-2", "+30"; decimal digits only

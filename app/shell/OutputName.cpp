@@ -63,17 +63,6 @@ std::string outputStem(const Project& project) {
     return stem.empty() ? "reel" : stem;
 }
 
-Result<void> checkOutput(const Project& project, const fs::path& output) {
-    std::error_code ignored;
-    if (output.empty()) return failure("The output has no name. Give a file name.");
-    if (!output.has_filename() || fs::is_directory(output, ignored))
-        return failure(fmt::format("“{}” is a folder. Give a file name.", output.string()));
-    if (project.owns(output))
-        return failure(
-            fmt::format("“{}” is one of the reel’s own files. Choose another name.", output.string()));
-    return {};
-}
-
 Result<ReservedName> ReservedName::create(const fs::path& folder, const std::string& stem,
                                           std::string_view extension) {
     for (int number = 1;; ++number) {

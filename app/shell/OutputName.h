@@ -9,19 +9,16 @@
 
 namespace glintro {
 
-// A reel's name as a file name without extension that every usual file system takes; its folder's name when
+// A reel's name as a file name without extension that every usual file system allows; its folder's name when
 // nothing is left of it.
 std::string outputStem(const Project& project);
 
-// Fails where a file cannot be meant: a folder, or one of the files that make up the reel.
-Result<void> checkOutput(const Project& project, const std::filesystem::path& output);
-
-// A new file name that no other file has: "Name.mp4", "Name-2.mp4", "Name-3.mp4" ... The name is taken by an
-// empty file at once, so that two programs never choose the same. Unless it is kept that file goes again.
+// A new file name that no other file has: "Name.mp4", "Name-2.mp4", "Name-3.mp4" ... An empty file
+// reserves the name at once, so that two programs never choose the same. Unless kept, that file is removed.
 class ReservedName {
   public:
-    static Result<ReservedName> create(const std::filesystem::path& folder, const std::string& stem,
-                                       std::string_view extension);
+    [[nodiscard]] static Result<ReservedName> create(const std::filesystem::path& folder,
+                                                     const std::string& stem, std::string_view extension);
     ~ReservedName();
     ReservedName(ReservedName&& other) noexcept : path_(std::exchange(other.path_, {})) {}
     ReservedName& operator=(ReservedName&&) = delete;

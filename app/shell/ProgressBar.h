@@ -16,7 +16,7 @@ struct Progress {
     Seconds elapsed = 0; // host time since the work began
 };
 
-// One line that tells it in at most `columns` columns: what matters less gives way first.
+// One line that shows it in at most `columns` columns: what matters less gives way first.
 //
 //   " 42%  ━━━━━━━━━━━━╌╌╌╌╌╌╌╌╌╌╌╌╌╌╌╌╌  504/1200 frames  87 frames/s  0:08 left"
 std::string progressLine(const Progress& progress, int columns);

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "app/editor/ReelNotices.h"
 #include "core/media/decode/MovieReader.h"
 
 namespace glintro {
@@ -55,21 +56,16 @@ RecordingEvents eventsOrWarning(const Project& project, const Console& console) 
     std::error_code ignored;
     auto events = readEvents(project.eventsURL());
     if (events) return std::move(*events);
-    if (fs::exists(project.eventsURL(), ignored))
-        console.warn("The recorded pointer and clicks (events.json) can’t be read, so they are left out.");
+    if (fs::exists(project.eventsURL(), ignored)) console.warn(notice::kEventsUnreadable);
     return {};
 }
 
 void warnOfMissingCamera(const Project& project, const Console& console) {
     if (!project.info.settings.showCamera || !project.info.hasCamera) return;
     if (!project.cameraAvailable())
-        console.warn(
-            "This reel’s camera file (camera.mov) is missing, so the bubble can’t be shown. "
-            "Everything else still renders.");
+        console.warn(notice::kCameraMissing);
     else if (!MovieReader::open(project.cameraURL(), MovieReader::Access::single))
-        console.warn(
-            "This reel’s camera file (camera.mov) can’t be read, so the bubble can’t be shown. "
-            "Everything else still renders.");
+        console.warn(notice::kCameraUnreadable);
 }
 
 } // namespace glintro

@@ -11,16 +11,16 @@
 
 namespace glintro {
 
-// The reel in a folder that somebody named. A failure says what the folder is instead.
-Result<Project> openReel(const std::filesystem::path& folder);
+// The reel in a folder that the user named. A failure says what the folder is instead.
+[[nodiscard]] Result<Project> openReel(const std::filesystem::path& folder);
 
 // Why a folder is not a reel that can be opened, for a status other than ok.
 Failure whyNoReel(const std::filesystem::path& folder, Project::LoadResult::Status status);
 
-// The recorded events as loadEvents gives them; says so when the file is there but cannot be read.
+// The recorded events, none where they cannot be read; warns when the file is there but cannot be read.
 RecordingEvents eventsOrWarning(const Project& project, const Console& console);
 
-// Says so when the reel has a camera bubble to show, but no camera movie that can be read.
+// Warns when the reel has a camera bubble to show, but no camera movie that can be read.
 void warnOfMissingCamera(const Project& project, const Console& console);
 
 } // namespace glintro

@@ -13,6 +13,7 @@
 #include "app/shell/RenderOptions.h"
 #include "app/shell/SignalCancel.h"
 #include "app/shell/TerminalText.h"
+#include "core/export/Destination.h"
 #include "core/export/Exporter.h"
 #include "core/model/TimeFormat.h"
 
@@ -30,6 +31,7 @@ struct Rendering {
     int frames = 0;
     std::uintmax_t bytes = 0;
     Seconds elapsed = 0; // host time that the render took
+    std::vector<std::string> warnings = {};
 };
 
 // Renders the reels of one command line, one after the other.
@@ -56,7 +58,7 @@ Result<Rendering> Renderer::render(const fs::path& reel) const {
     const auto project = openReel(reel);
     if (!project) return std::unexpected(project.error());
     if (arguments_.output) {
-        if (auto checked = checkOutput(*project, *arguments_.output); !checked)
+        if (auto checked = checkDestination(*project, *arguments_.output); !checked)
             return std::unexpected(checked.error());
     }
     eventsOrWarning(*project, console_);
@@ -100,8 +102,11 @@ Result<Rendering> Renderer::renderTo(const fs::path& file, const Project& projec
             rendering.size = progress.canvas;
             bar.show(progress.fraction, progress.written, progress.total);
         };
-        if (auto done = Exporter::run(*order); !done) return std::unexpected(done.error());
+        auto outcome = Exporter::run(*order);
+        if (!outcome) return std::unexpected(outcome.error());
+        rendering.warnings = std::move(outcome->warnings);
     }
+    for (const std::string& warning : rendering.warnings) console_.warn(warning);
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - started;
     std::error_code ignored;
     rendering.elapsed = elapsed.count();
@@ -111,14 +116,16 @@ Result<Rendering> Renderer::renderTo(const fs::path& file, const Project& projec
 }
 
 nlohmann::json toJson(const Rendering& rendering) {
-    return {{"output", fs::absolute(rendering.file).string()},
-            {"width", rendering.size.width},
-            {"height", rendering.size.height},
-            {"duration", rendering.duration},
-            {"fps", rendering.fps},
-            {"frames", rendering.frames},
-            {"bytes", rendering.bytes},
-            {"seconds", rendering.elapsed}};
+    nlohmann::json json{{"output", fs::absolute(rendering.file).string()},
+                        {"width", rendering.size.width},
+                        {"height", rendering.size.height},
+                        {"duration", rendering.duration},
+                        {"fps", rendering.fps},
+                        {"frames", rendering.frames},
+                        {"bytes", rendering.bytes},
+                        {"seconds", rendering.elapsed}};
+    if (!rendering.warnings.empty()) json["warnings"] = rendering.warnings;
+    return json;
 }
 
 void print(const Rendering& rendering, const Console& console) {

@@ -23,8 +23,8 @@ struct RenderWishes {
     bool fill = false;
 };
 
-// The options that fulfil all wishes, or one sentence on two that do not go together: a wish is never passed
-// over.
+// The options that fulfil all wishes, or one sentence on two that do not go together: a wish is never
+// ignored.
 std::expected<ExportOptions, std::string> exportOptions(const RenderWishes& wishes);
 
 // The ending of a file's name with its point, in lower case.

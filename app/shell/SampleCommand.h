@@ -7,6 +7,6 @@
 namespace glintro {
 
 // Makes a synthetic reel, with a progress bar on a terminal. Ctrl-C cancels it and leaves nothing behind.
-Result<void> runSample(const SampleArguments& arguments, const Console& console);
+[[nodiscard]] Result<void> runSample(const SampleArguments& arguments, const Console& console);
 
 } // namespace glintro

@@ -9,8 +9,8 @@
 namespace glintro {
 
 // While it lives, Ctrl-C, a closed terminal and a request to end the process cancel a piece of work instead
-// of killing it half-way, so that it can take its files away. Work that does not heed this is killed by
-// another such signal a second later or more. At most one at a time.
+// of killing it half-way, so that it can remove its files. Work that does not stop is killed by another such
+// signal, a second later or more. At most one at a time.
 class SignalCancel {
   public:
     explicit SignalCancel(std::shared_ptr<ExportCancel> cancel);

@@ -9,6 +9,7 @@
 #include "app/shell/OutputName.h"
 #include "app/shell/ReelFolder.h"
 #include "app/shell/SignalCancel.h"
+#include "core/export/Destination.h"
 #include "core/media/decode/StillImage.h"
 #include "core/render/Still.h"
 
@@ -54,7 +55,7 @@ Result<void> runStill(const StillArguments& arguments, const Console& console, A
     const auto project = openReel(arguments.reel);
     if (!project) return std::unexpected(project.error());
     if (arguments.output) {
-        if (auto checked = checkOutput(*project, *arguments.output); !checked) return checked;
+        if (auto checked = checkDestination(*project, *arguments.output); !checked) return checked;
     }
     warnOfMissingCamera(*project, console);
     const auto cancel = std::make_shared<ExportCancel>();

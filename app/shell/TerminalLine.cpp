@@ -23,7 +23,7 @@ bool canRedraw() {
 }
 
 void writeToTerminal(std::string_view text) {
-    // What a terminal does not take is only a line of progress.
+    // Errors are ignored: only a line of progress is lost.
     [[maybe_unused]] const ssize_t ignored = ::write(STDERR_FILENO, text.data(), text.size());
 }
 

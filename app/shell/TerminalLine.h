@@ -6,8 +6,9 @@
 
 namespace glintro {
 
-// One line on the standard error terminal that tells of work under way, redrawn in place at most ten times a
-// second and wiped at the end. Shows nothing where standard error is not a terminal. One thread at a time.
+// One line on the standard error terminal that shows the progress of some work, redrawn in place at most ten
+// times a second and wiped at the end. Shows nothing where standard error is not a terminal. One thread at a
+// time.
 class TerminalLine {
   public:
     // `text` makes the line for so many columns; it is not called when nothing would be shown.

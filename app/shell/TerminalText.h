@@ -5,10 +5,10 @@
 #include <string_view>
 #include <vector>
 
-// Text for people at a terminal or in a pipe: UTF-8, without colours.
+// Text to be read at a terminal or through a pipe: UTF-8, without colours.
 namespace glintro {
 
-// How many columns a line takes: one for each code point.
+// How many columns a line is wide: one for each code point.
 int columnsOf(std::string_view text);
 
 // The text with control characters replaced, so that what a file holds cannot steer the terminal.

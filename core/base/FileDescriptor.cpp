@@ -53,4 +53,14 @@ std::expected<std::size_t, int> readSome(const FileDescriptor& descriptor, char*
     }
 }
 
+int writeAll(const FileDescriptor& descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = ::write(descriptor.value(), bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) return errno;
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
 } // namespace glintro

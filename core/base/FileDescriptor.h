@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <expected>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "core/base/Failure.h"
@@ -34,10 +35,13 @@ struct RegularFile {
 };
 
 // Opens a file for reading. Fails for what is not a regular file, and never waits: opening a pipe would.
-Result<RegularFile> openRegularFile(const std::filesystem::path& file);
+[[nodiscard]] Result<RegularFile> openRegularFile(const std::filesystem::path& file);
 
 // Reads up to `capacity` bytes, 0 at the end of the file; the error is the system's number.
-std::expected<std::size_t, int> readSome(const FileDescriptor& descriptor, char* buffer,
-                                         std::size_t capacity);
+[[nodiscard]] std::expected<std::size_t, int> readSome(const FileDescriptor& descriptor, char* buffer,
+                                                       std::size_t capacity);
+
+// Writes all of the bytes; 0 or the system's error number.
+[[nodiscard]] int writeAll(const FileDescriptor& descriptor, std::string_view bytes);
 
 } // namespace glintro

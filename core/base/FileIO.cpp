@@ -2,15 +2,13 @@
 
 #include <cerrno>
 #include <cstring>
-#include <utility>
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/base/FileDescriptor.h"
-#include "core/base/Uuid.h"
+#include "core/base/ReplacementFile.h"
 
 namespace glintro {
 namespace {
@@ -18,7 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kNewFileMode = 0666; // less the user's umask
-constexpr int kLongestLinkChain = 40; // as the kernel has it
 
 std::unexpected<Failure> systemFailure(const char* verb, const fs::path& file, int code) {
     return failure(fmt::format("Couldn’t {} “{}”.", verb, file.filename().string()),
@@ -31,72 +28,6 @@ std::unexpected<Failure> readFailure(const fs::path& file, int code) {
 std::unexpected<Failure> writeFailure(const fs::path& file, int code) {
     return systemFailure("write", file, code);
 }
-
-// 0 or the error number.
-int writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return errno;
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return 0;
-}
-
-// Where a chain of symbolic links ends, whether or not a file is there.
-Result<fs::path> followLinks(fs::path file) {
-    std::error_code error;
-    for (int i = 0; i < kLongestLinkChain; ++i) {
-        if (!fs::is_symlink(fs::symlink_status(file, error))) return file;
-        const fs::path target = fs::read_symlink(file, error);
-        if (error) return writeFailure(file, error.value());
-        file = file.parent_path() / target;
-    }
-    return writeFailure(file, ELOOP);
-}
-
-// A file beside another one that takes its place by `replace`, and is removed when that did not happen.
-class Replacement {
-  public:
-    explicit Replacement(const fs::path& target)
-        : target_(target),
-          path_(target.parent_path()
-                / fmt::format(".{}.{}.tmp", target.filename().string(), Uuid::random().text())) {}
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
-    ~Replacement() {
-        if (created_) ::unlink(path_.c_str());
-    }
-
-    // Each 0 or the error number.
-    int create(std::string_view bytes) {
-        FileDescriptor descriptor(
-            ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode));
-        if (!descriptor.isOpen()) return errno;
-        created_ = true;
-        if (const int error = keepPermissions(descriptor.value())) return error;
-        if (const int error = writeAll(descriptor.value(), bytes)) return error;
-        if (::fsync(descriptor.value()) != 0) return errno;
-        return descriptor.close();
-    }
-    int replace() {
-        if (::rename(path_.c_str(), target_.c_str()) != 0) return errno;
-        created_ = false;
-        return 0;
-    }
-
-  private:
-    int keepPermissions(int descriptor) const {
-        struct stat old {};
-        if (::stat(target_.c_str(), &old) != 0) return errno == ENOENT ? 0 : errno;
-        if (!S_ISREG(old.st_mode)) return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
-        return ::fchmod(descriptor, old.st_mode & 07777) == 0 ? 0 : errno;
-    }
-
-    fs::path target_;
-    fs::path path_;
-    bool created_ = false;
-};
 
 } // namespace
 
@@ -117,19 +48,16 @@ Result<std::string> readFile(const fs::path& file, std::size_t longest) {
 }
 
 Result<void> writeFileAtomically(const fs::path& file, std::string_view bytes) {
-    const auto target = followLinks(file);
-    if (!target) return std::unexpected(target.error());
-    Replacement replacement(*target);
-    if (const int error = replacement.create(bytes)) return writeFailure(file, error);
-    if (const int error = replacement.replace()) return writeFailure(file, error);
-    syncFolder(target->parent_path());
-    return {};
+    auto replacement = ReplacementFile::create(file);
+    if (!replacement) return std::unexpected(replacement.error());
+    if (auto written = replacement->write(bytes); !written) return written;
+    return replacement->commit();
 }
 
 Result<void> writeFile(const fs::path& file, std::string_view bytes) {
     FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kNewFileMode));
     if (!descriptor.isOpen()) return writeFailure(file, errno);
-    if (const int error = writeAll(descriptor.value(), bytes)) return writeFailure(file, error);
+    if (const int error = writeAll(descriptor, bytes)) return writeFailure(file, error);
     if (const int error = descriptor.close()) return writeFailure(file, error);
     return {};
 }

@@ -9,20 +9,20 @@
 
 namespace glintro {
 
+// Small files, read and written whole. A Failure's nativeCode is the system's error number.
+
 // The whole of a regular file. Fails for anything that is not one (a pipe would block its reader), and for a
 // file of more than `longest` bytes before any of it is read.
-Result<std::string> readFile(const std::filesystem::path& file, std::size_t longest);
+[[nodiscard]] Result<std::string> readFile(const std::filesystem::path& file, std::size_t longest);
 
-// Replaces the file's content in one step: whoever reads sees the old bytes or the new ones, also after a
-// power cut. On any failure the old file stands as it was. Keeps the file's permissions; follows a symbolic
-// link, so that the link stays one. A process killed on the way may leave a hidden ".tmp" file beside.
-Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+// Replaces the file's content in one step and keeps its permissions, as ReplacementFile does it.
+[[nodiscard]] Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
 
 // Creates or overwrites the file in place.
-Result<void> writeFile(const std::filesystem::path& file, std::string_view bytes);
+[[nodiscard]] Result<void> writeFile(const std::filesystem::path& file, std::string_view bytes);
 
-// Makes new, renamed and removed entries of a folder survive a power cut. Some file systems cannot do this
-// for folders; every reader sees the entries anyway, so a failure is kept quiet.
+// Makes new, renamed and removed entries of a folder survive a power cut. Errors are ignored: some file
+// systems cannot do this for folders, and every reader sees the entries anyway.
 void syncFolder(const std::filesystem::path& folder);
 
 } // namespace glintro

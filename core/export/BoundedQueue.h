@@ -11,28 +11,30 @@
 
 namespace glintro {
 
-// Hands values from threads that make them to threads that use them, at most `capacity` at a time: who is
-// faster waits. Either end may close it. close() means "no more is coming": what is in the queue is still
-// handed out. abort() means "stop": both ends return at once, and the first failure given is kept.
+// Hands values from producing threads to consuming threads, first in, first out. It holds at most `capacity`
+// values (at least 1): producers wait while it is full, consumers while it is empty. Either end may close it.
+// close() means "no more is coming": what is in the queue is still handed out. abort() means "stop": both
+// ends return at once, what is in the queue is dropped, and the first failure given is kept. Any thread may
+// call all.
 template <class T>
 class BoundedQueue {
   public:
     explicit BoundedQueue(std::size_t capacity) : capacity_(capacity) {}
 
-    // Waits for room; false when the queue was closed or aborted and the value was not taken.
+    // Waits for room; false when the queue was closed or aborted; the value is dropped then.
     [[nodiscard]] bool push(T value) {
-        std::unique_lock guard(lock_);
-        changed_.wait(guard, [&] { return closed_ || values_.size() < capacity_; });
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return closed_ || values_.size() < capacity_; });
         if (closed_) return false;
         values_.push_back(std::move(value));
         changed_.notify_all();
         return true;
     }
 
-    // Waits for a value; nothing when the queue is closed and empty, or aborted.
+    // Waits for a value; nullopt when the queue is closed and empty, or aborted.
     std::optional<T> pop() {
-        std::unique_lock guard(lock_);
-        changed_.wait(guard, [&] { return closed_ || !values_.empty(); });
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return closed_ || !values_.empty(); });
         if (values_.empty()) return std::nullopt;
         T value = std::move(values_.front());
         values_.pop_front();
@@ -41,13 +43,13 @@ class BoundedQueue {
     }
 
     void close() {
-        const std::scoped_lock guard(lock_);
+        const std::scoped_lock lock(mutex_);
         closed_ = true;
         changed_.notify_all();
     }
 
     void abort(Failure why) {
-        const std::scoped_lock guard(lock_);
+        const std::scoped_lock lock(mutex_);
         if (!failure_) failure_ = std::move(why);
         closed_ = true;
         values_.clear();
@@ -55,13 +57,13 @@ class BoundedQueue {
     }
 
     std::optional<Failure> failure() const {
-        const std::scoped_lock guard(lock_);
+        const std::scoped_lock lock(mutex_);
         return failure_;
     }
 
   private:
     const std::size_t capacity_;
-    mutable std::mutex lock_; // guards all below
+    mutable std::mutex mutex_; // guards all below
     std::condition_variable changed_;
     std::deque<T> values_;
     bool closed_ = false;

@@ -4,8 +4,8 @@
 
 namespace glintro {
 
-// Shared by who asked for an export and the export itself. Once cancelled it stays so; every thread may call
-// both.
+// Tells an export to stop; shared by its requester and the export. Once cancelled it stays so. Any thread and
+// any signal handler may call both: the flag is lock-free.
 class ExportCancel {
   public:
     void cancel() { flag_.store(true, std::memory_order_release); }

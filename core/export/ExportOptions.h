@@ -26,7 +26,7 @@ struct ExportOptions {
     int frameRate() const;
     // The canvas for a recording of `source` pixels: even, at least 2 x 2.
     PixelSize outputSize(const ProjectSettings& settings, Size source) const;
-    // What is rendered, for people: "1080p · 60 fps", "640 px · 15 fps".
+    // The size and rate as the user reads them: "1080p · 60 fps", "640 px · 15 fps".
     std::string label() const;
 
     bool operator==(const ExportOptions&) const = default;

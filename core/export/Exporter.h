@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "core/base/Failure.h"
 #include "core/export/ExportCancel.h"
@@ -17,6 +19,12 @@ struct ExportFrame {
     BgraImage image;
     int index = 0; // 1-based
     int total = 0;
+};
+
+// How a render turned out that was finished.
+struct ExportOutcome {
+    // What the user should know of the file, one sentence each.
+    std::vector<std::string> warnings;
 };
 
 // How far an export is. `fraction` stays below 1 until the file is finished.
@@ -45,10 +53,11 @@ struct ExportRequest {
 class Exporter {
   public:
     // Renders and returns when the file is finished, has failed or was cancelled (Failure::isCancelled). The
-    // file is written beside its destination and put there when whole: a render that does not finish leaves
-    // no partial file and an older file as it was. The destination's folder is made. A destination that is
-    // one of the reel's own files is refused.
-    [[nodiscard]] static Result<void> run(const ExportRequest& request);
+    // file replaces its destination in one step, when it is whole and on the disk: a render that does not
+    // finish leaves no partial file and an older file as it was. A cancel takes effect up to that step, also
+    // while the file is being finished. The destination's folder is made. A destination that is one of the
+    // reel's own files is refused. Sound that cannot be decoded is left out, with a warning.
+    [[nodiscard]] static Result<ExportOutcome> run(const ExportRequest& request);
 };
 
 } // namespace glintro

@@ -12,13 +12,13 @@
 namespace glintro {
 namespace {
 
-// Pictures being drawn or written. One that nobody holds any more goes back and is used again; an encoder may
-// keep one longer than the pool lives.
+// Recycles pictures. One that nobody holds any more goes back to the pool; an encoder may keep one longer
+// than the pool lives.
 class PicturePool {
   public:
     PicturePool(PixelLayout layout, PixelSize size) : layout_(layout), size_(size) {}
 
-    std::shared_ptr<PictureBuffer> take() {
+    std::shared_ptr<PictureBuffer> acquire() {
         std::unique_ptr<PictureBuffer> picture = free_->pop();
         if (!picture) picture = std::make_unique<PictureBuffer>(layout_, size_);
         return {picture.release(), [free = free_](PictureBuffer* used) { free->push(used); }};
@@ -26,18 +26,18 @@ class PicturePool {
 
   private:
     struct FreeList {
-        std::mutex lock;
-        std::vector<std::unique_ptr<PictureBuffer>> pictures; // guarded by lock
+        std::mutex mutex;
+        std::vector<std::unique_ptr<PictureBuffer>> pictures; // guarded by mutex
 
         std::unique_ptr<PictureBuffer> pop() {
-            const std::scoped_lock guard(lock);
+            const std::scoped_lock guard(mutex);
             if (pictures.empty()) return nullptr;
             auto picture = std::move(pictures.back());
             pictures.pop_back();
             return picture;
         }
         void push(PictureBuffer* picture) {
-            const std::scoped_lock guard(lock);
+            const std::scoped_lock guard(mutex);
             pictures.emplace_back(picture);
         }
     };
@@ -105,7 +105,7 @@ class Pump {
         DrawScratch scratch;
         while (const auto slot = toDraw_.pop()) {
             Slot& work = **slot;
-            work.picture = pool_.take();
+            work.picture = pool_.acquire();
             job_.renderer.draw(work.frame.plan, work.frame.screen.get(), work.frame.camera.get(),
                                *work.picture, scratch);
             work.frame = {};

@@ -30,18 +30,19 @@ enum class FrameChange {
 //
 //   one reader ──► N drawing threads ──► write
 //
-// At most workers + 2 frames are under way, so memory is flat however long the reel. Frames that equal the
-// one before are not drawn again. The pictures do not depend on the number of workers; each is valid during
-// its call only. Stops at the first failure of either side, and with Failure::cancelled() when asked to.
-Result<void> pumpFrames(
+// At most workers + 2 frames are in the pipeline, so memory use does not grow with the length of the reel.
+// Frames that equal the one before are not drawn again. The pictures do not depend on the number of workers;
+// each is valid during its call only, unless its storage is kept. Stops at the first failure of either side,
+// and with Failure::cancelled() when `cancel` says so.
+[[nodiscard]] Result<void> pumpFrames(
     const FrameJob& job, const ExportCancel& cancel,
     const std::function<Result<void>(const Picture&, std::int64_t index, FrameChange)>& write);
 
-// How many threads draw where `wanted` were asked for: as many as the machine has cores for 0.
+// `wanted` drawing threads, or one for each core of the machine when it is 0.
 int drawingThreads(int wanted);
 
-// Frames of a reel of `duration` seconds: whole ones, at least one. A last frame of less than a millionth is
-// rounding, not a frame.
+// How many frames a reel of `duration` seconds has: the last one may be shorter than the others, and there is
+// at least one. A last frame shorter than a millionth of the others is a rounding error and is not counted.
 std::int64_t frameCount(Seconds duration, int fps);
 
 } // namespace glintro

@@ -4,8 +4,9 @@
 
 namespace glintro {
 
-// Tells who asked for an export that `written` of `total` frames are in the file, `picture` the last of them:
-// the progress, below 1 as the file is not finished yet, and a preview of frames 1, 4, 7, ...
+// Reports to the requester of an export that `written` of `total` frames are in the file, `picture` being the
+// last of them: the progress, at most 0.99 as the file is not finished yet, and a preview of frames 1, 4, 7,
+// ...
 void reportFrame(const ExportRequest& request, const Picture& picture, std::int64_t written,
                  std::int64_t total);
 

@@ -5,8 +5,8 @@
 
 namespace glintro {
 
-Result<void> writeGif(ReelComposition& reel, const FrameRenderer& renderer, PixelSize canvas,
-                      const ExportRequest& request, const std::filesystem::path& file) {
+Result<ExportOutcome> writeGif(ReelComposition& reel, const FrameRenderer& renderer, PixelSize canvas,
+                               const ExportRequest& request, const std::filesystem::path& file) {
     const int fps = request.options.gifFPS;
     const std::int64_t total = frameCount(reel.map.compDuration(), fps);
     auto gif = GifStream::create(file, canvas, fps, [&](const Picture& picture, std::int64_t written) {
@@ -18,8 +18,9 @@ Result<void> writeGif(ReelComposition& reel, const FrameRenderer& renderer, Pixe
     const auto add = [&](const Picture& picture, std::int64_t, FrameChange change) {
         return (*gif)->add(picture, change);
     };
-    if (auto drawn = pumpFrames(job, *request.cancel, add); !drawn) return drawn;
-    return (*gif)->finish(total);
+    if (auto drawn = pumpFrames(job, *request.cancel, add); !drawn) return std::unexpected(drawn.error());
+    if (auto finished = (*gif)->finish(total); !finished) return std::unexpected(finished.error());
+    return ExportOutcome{};
 }
 
 } // namespace glintro

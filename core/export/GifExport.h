@@ -9,7 +9,8 @@ namespace glintro {
 
 // Draws a reel and writes it to `file` as a GIF that loops for ever, one frame each 1 / gifFPS seconds.
 // Leaves a partial file when it fails.
-Result<void> writeGif(ReelComposition& reel, const FrameRenderer& renderer, PixelSize canvas,
-                      const ExportRequest& request, const std::filesystem::path& file);
+[[nodiscard]] Result<ExportOutcome> writeGif(ReelComposition& reel, const FrameRenderer& renderer,
+                                             PixelSize canvas, const ExportRequest& request,
+                                             const std::filesystem::path& file);
 
 } // namespace glintro

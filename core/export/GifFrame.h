@@ -9,8 +9,8 @@
 
 namespace glintro {
 
-// One frame of an animated GIF: what changes within `area`, row by row, the rest of the canvas staying as it
-// was. As default, nothing changes.
+// One frame of an animated GIF: what changes within `area`, row by row, while the rest of the canvas stays as
+// it was. A default frame changes nothing.
 struct GifFrame {
     PixelRect area{};
     std::vector<std::uint8_t> indices; // one for each pixel of the area

@@ -23,7 +23,7 @@ GifFrameDiff::GifFrameDiff(PixelSize canvas) : canvas_(canvas) {
     shown_.resize(pixels);
 }
 
-void GifFrameDiff::take(const Picture& picture) {
+void GifFrameDiff::compare(const Picture& picture) {
     changed_.clear();
     std::uint32_t position = 0;
     for (int y = 0; y < canvas_.height; ++y) {

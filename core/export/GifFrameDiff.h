@@ -16,17 +16,17 @@ struct GifPixel {
     std::uint32_t position;
 };
 
-// What a GIF shows so far, and where the next picture differs from it so much that it has to be drawn anew.
+// What a GIF shows so far, and where the next picture differs from it so much that it must be drawn again.
 // One thread at a time.
 class GifFrameDiff {
   public:
     explicit GifFrameDiff(PixelSize canvas);
 
-    // Takes the next picture, rgb444 and of the canvas's size. Afterwards changed() holds, ascending, where
-    // it is to be drawn: everywhere in the first one. Later a pixel stays that hardly differs from the
-    // picture it was drawn for, or for which what is on show will do, so that neither noise nor a new palette
-    // moves it.
-    void take(const Picture& picture);
+    // Accepts the next picture, rgb444 and of the canvas's size. Afterwards changed() holds, in ascending
+    // order, the pixels to draw: all of them for the first picture. Later a pixel is kept where it hardly
+    // differs from the picture it was drawn for, or where the colour shown is near enough, so that neither
+    // noise nor a new palette makes still areas flicker.
+    void compare(const Picture& picture);
 
     std::span<const GifPixel> changed() const { return changed_; }
     GifColour wanted(std::uint32_t position) const { return wanted_[position]; }
@@ -35,7 +35,7 @@ class GifFrameDiff {
     // below.
     int contrast(GifPixel pixel) const;
 
-    // The GIF shows `colour` there from now on, for the picture taken last.
+    // The GIF shows `colour` there from now on, for the picture compared last.
     void draw(std::uint32_t position, GifColour colour) {
         drawn_[position] = wanted_[position];
         shown_[position] = colour;
@@ -46,7 +46,7 @@ class GifFrameDiff {
 
     PixelSize canvas_;
     bool first_ = true;
-    std::vector<GifColour> wanted_; // the picture taken last
+    std::vector<GifColour> wanted_; // the picture compared last
     std::vector<GifColour> drawn_;  // the pictures that pixels were drawn for
     std::vector<GifColour> shown_;
     std::vector<GifPixel> changed_;

@@ -17,11 +17,11 @@ using Attributes = std::unique_ptr<liq_attr, Destroy<liq_attr, liq_attr_destroy>
 using Histogram = std::unique_ptr<liq_histogram, Destroy<liq_histogram, liq_histogram_destroy>>;
 using Quantized = std::unique_ptr<liq_result, Destroy<liq_result, liq_result_destroy>>;
 
-constexpr int kSpeed = 8;     // of libimagequant, 1 to 10: fast enough to be done anew within a GIF
+constexpr int kSpeed = 8;     // of libimagequant, 1 to 10: fast enough to be repeated within a GIF
 constexpr float kNever = 512; // farther from every colour than any two colours are from each other
 // What few pixels show, a pointer or a ring around a click, matters more than their number says.
 constexpr double kCountPower = 0.95;
-constexpr double kCountScale = 16; // as libimagequant takes whole weights
+constexpr double kCountScale = 16; // libimagequant wants whole numbers as weights
 
 std::uint32_t keyOf(GifColour colour) {
     return static_cast<std::uint32_t>(colour.red << 16 | colour.green << 8 | colour.blue);

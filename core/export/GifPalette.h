@@ -32,8 +32,8 @@ class GifPalette {
   public:
     static constexpr int kColours = 255;
 
-    // The colours that stand best for all of `pixels`, by libimagequant; `pixels` must not be empty.
-    static Result<GifPalette> forPixels(std::span<const GifColour> pixels);
+    // The colours that represent `pixels` best, by libimagequant; `pixels` must not be empty.
+    [[nodiscard]] static Result<GifPalette> forPixels(std::span<const GifColour> pixels);
 
     // 1 to kColours colours.
     explicit GifPalette(std::vector<GifColour> colours);

@@ -7,7 +7,7 @@ namespace glintro {
 namespace {
 
 constexpr std::size_t kSample = 30'000; // pixels that a palette is chosen by
-// A palette goes when it serves so much worse than it did when it was new.
+// A palette is replaced when its error has grown by this much since it was new.
 constexpr double kMisfitFactor = 1.1;
 constexpr double kMisfitMargin = 0.5;
 // Where neighbours differ, another colour does not show; where the picture is smooth, every step does.
@@ -20,7 +20,7 @@ constexpr int kWorthDithering = 64; // when its nearest colour is that far away
 
 Result<GifFrame> GifQuantizer::quantize(const Picture& picture) {
     const bool first = !palette_;
-    diff_.take(picture);
+    diff_.compare(picture);
     if (diff_.changed().empty()) return GifFrame{};
     if (auto chosen = choosePalette(); !chosen) return std::unexpected(chosen.error());
     planDrawings(!first);

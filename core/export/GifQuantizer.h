@@ -14,8 +14,8 @@
 namespace glintro {
 
 // Turns the finished pictures of a reel, in order, into frames of a GIF of few colours. What did not change
-// stays as it is on show, so that still areas stand still whatever palette the changed ones get; a palette is
-// used as long as it fits what has to be drawn. One thread at a time.
+// keeps the colours shown, so that still areas do not flicker whatever palette the changed ones get; a
+// palette is kept as long as it fits what has to be drawn. One thread at a time.
 class GifQuantizer {
   public:
     explicit GifQuantizer(PixelSize canvas) : canvas_(canvas), diff_(canvas) {}
@@ -30,7 +30,7 @@ class GifQuantizer {
         GifTarget target;
     };
 
-    Result<void> choosePalette();
+    [[nodiscard]] Result<void> choosePalette();
     double misfit(std::span<const GifColour> pixels);
     GifTarget targetAt(GifPixel pixel);
     // Fills drawings_; pixels whose colour is on show already are left out where they may be kept.

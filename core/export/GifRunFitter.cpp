@@ -25,7 +25,7 @@ std::vector<std::uint8_t> GifRunFitter::fit(std::span<const GifTarget> targets) 
             indices[i] = entries_[code].last;
         done += length;
         if (done == targets.size()) break;
-        // As the encoder does: a full dictionary is begun anew instead of being added to.
+        // As the encoder does: a full dictionary is cleared instead of being added to.
         if (count_ < kCodes)
             learn(best, targets[done].index);
         else

@@ -11,6 +11,7 @@ constexpr std::size_t kUnderWay = 2;
 
 Result<std::unique_ptr<GifStream>> GifStream::create(const std::filesystem::path& file, PixelSize canvas,
                                                      int fps, Written written) {
+    if (auto possible = checkGifRate(fps); !possible) return std::unexpected(possible.error());
     auto writer = GifWriter::create(file, canvas);
     if (!writer) return std::unexpected(writer.error());
     return std::unique_ptr<GifStream>(new GifStream(*std::move(writer), canvas, fps, std::move(written)));

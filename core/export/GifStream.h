@@ -17,13 +17,14 @@ namespace glintro {
 //
 //   add ──► quantising thread ──► writing thread ──► file
 //
-// Only a few pictures are under way, so memory is flat however many there are. An object that goes before
-// finish() leaves a partial file.
+// Only a few pictures are held at a time, so memory use does not grow with their number. An object destroyed
+// before finish() leaves a partial file. One thread at a time.
 class GifStream {
   public:
     // Called on the writing thread when the file holds `written` frames, `picture` the last of them.
     using Written = std::function<void(const Picture& picture, std::int64_t written)>;
 
+    // Refuses a frame rate that GIFs cannot keep (checkGifRate).
     [[nodiscard]] static Result<std::unique_ptr<GifStream>> create(const std::filesystem::path& file,
                                                                    PixelSize canvas, int fps,
                                                                    Written written = {});
@@ -32,7 +33,7 @@ class GifStream {
     GifStream& operator=(const GifStream&) = delete;
 
     // Waits for room. `picture` is rgb444, of the canvas's size, and shared by its storage until it is
-    // written. Says why when an earlier one could not be written.
+    // written. Fails when an earlier picture could not be written.
     [[nodiscard]] Result<void> add(const Picture& picture, FrameChange change);
 
     // Waits until all is written. Where fewer than `total` frames were added, the last one stands for the
@@ -52,7 +53,7 @@ class GifStream {
     GifStream(std::unique_ptr<GifWriter> writer, PixelSize canvas, int fps, Written written);
     void quantizeAll();
     void writeAll();
-    Result<void> write(const GifFrame& frame);
+    [[nodiscard]] Result<void> write(const GifFrame& frame);
     void stop(const Failure& why);
 
     std::unique_ptr<GifWriter> writer_;

@@ -1,11 +1,13 @@
 #include "core/export/GifWriter.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 #include <cgif.h>
+#include <fmt/format.h>
 
 namespace glintro {
 namespace {
@@ -13,7 +15,7 @@ namespace {
 constexpr auto kNotCreated = "Couldn’t create the GIF file.";
 constexpr auto kNotFinished = "Couldn’t finish the GIF.";
 
-constexpr std::int64_t kShortestDelay = 2; // viewers take less for a mistake and slow down
+constexpr int kLargestSide = 65535; // the format's own limit
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -75,7 +77,7 @@ class CgifWriter final : public GifWriter {
           indices_(static_cast<std::size_t>(canvas.width) * static_cast<std::size_t>(canvas.height)),
           file_(std::move(file)) {}
 
-    // cgif takes whole canvases and cuts out again what is not kept.
+    // cgif wants whole canvases, and cuts out the part that is not kept.
     void fillCanvas(const GifFrame& frame) {
         std::ranges::fill(indices_, frame.kept.value_or(0));
         for (int y = 0; y < frame.area.height; ++y)
@@ -110,19 +112,29 @@ class CgifWriter final : public GifWriter {
     PixelSize canvas_;
     std::vector<std::uint8_t> indices_; // of the whole canvas
     std::unique_ptr<std::FILE, CloseFile> file_;
-    std::unique_ptr<CGIF, CloseGif> gif_; // writes to file_ when closed, so goes before it
+    std::unique_ptr<CGIF, CloseGif> gif_; // writes to file_ when closed, so destroyed first
     int error_ = 0;                       // what the last failed write said
 };
 
 } // namespace
 
 Result<std::unique_ptr<GifWriter>> GifWriter::create(const std::filesystem::path& file, PixelSize canvas) {
+    const auto isPossible = [](int side) { return side >= 1 && side <= kLargestSide; };
+    if (!isPossible(canvas.width) || !isPossible(canvas.height))
+        return failure(kNotCreated, fmt::format("no GIF has {} x {} pixels", canvas.width, canvas.height));
     return CgifWriter::create(file, canvas);
 }
 
+Result<void> checkGifRate(int fps) {
+    if (fps >= 1 && fps <= kMostGifFrames) return {};
+    return failure(fmt::format("A GIF shows from 1 to {} frames a second, not {}. Choose another frame rate.",
+                               kMostGifFrames, fps));
+}
+
 int gifDelay(std::int64_t index, int fps) {
+    assert(fps >= 1 && fps <= kMostGifFrames);
     const auto end = [fps](std::int64_t frames) { return frames * 100 / fps; };
-    return static_cast<int>(std::max<std::int64_t>(end(index + 1) - end(index), kShortestDelay));
+    return static_cast<int>(end(index + 1) - end(index));
 }
 
 } // namespace glintro

@@ -13,7 +13,7 @@ namespace glintro {
 // Writes an endlessly looping GIF, frame by frame, as cgif encodes it. One thread at a time.
 class GifWriter {
   public:
-    // `canvas` must be at least 1 x 1 and at most 65535 x 65535 pixels.
+    // Refuses a canvas smaller than 1 x 1 or larger than 65535 x 65535 pixels.
     [[nodiscard]] static Result<std::unique_ptr<GifWriter>> create(const std::filesystem::path& file,
                                                                    PixelSize canvas);
     virtual ~GifWriter() = default;
@@ -24,9 +24,15 @@ class GifWriter {
     [[nodiscard]] virtual Result<void> finish() = 0;
 };
 
-// How long frame `index` (from 0) of a GIF at `fps` frames a second is shown, in hundredths of a second, at
-// least two. It ends at the last whole hundredth before its time, so that rounding never adds up; this holds
-// up to 50 frames a second.
+// Viewers show a frame whose delay is below two hundredths of a second for ten of them instead.
+inline constexpr int kMostGifFrames = 50; // a second
+
+// Refuses a frame rate outside 1..kMostGifFrames.
+[[nodiscard]] Result<void> checkGifRate(int fps);
+
+// How long frame `index` (from 0) of a GIF at `fps` frames a second is shown, in hundredths of a second. It
+// ends at the last whole hundredth before its time, so that rounding never adds up. `fps` is
+// in 1..kMostGifFrames.
 int gifDelay(std::int64_t index, int fps);
 
 } // namespace glintro

@@ -11,8 +11,10 @@ namespace glintro {
 std::int64_t movieBitRate(PixelSize canvas, int fps);
 
 // Draws a reel and writes it to `file` as MP4: H.264 High at movieBitRate(), a key frame at least every two
-// seconds, the reel's sound as stereo AAC. Leaves a partial file when it fails.
-Result<void> writeMovie(ReelComposition& reel, const FrameRenderer& renderer, PixelSize canvas,
-                        const ExportRequest& request, const std::filesystem::path& file);
+// seconds, the reel's sound as stereo AAC. Where none of the sound can be decoded the movie has none, and
+// where it ends early the rest is silent: the outcome says so. Leaves a partial file when it fails.
+[[nodiscard]] Result<ExportOutcome> writeMovie(ReelComposition& reel, const FrameRenderer& renderer,
+                                               PixelSize canvas, const ExportRequest& request,
+                                               const std::filesystem::path& file);
 
 } // namespace glintro

@@ -12,9 +12,18 @@ namespace {
 std::string messageFor(std::string_view what, int error, std::string fallback) {
     switch (error) {
         case ENOSPC:
-        case EDQUOT:
-        case EFBIG:
             return "The disk is full. Free some space and try again.";
+        case EDQUOT:
+            return "Your share of the disk is used up. Free some space and try again.";
+        case EFBIG:
+            return fmt::format(
+                "The {} is larger than the disk’s format allows a file to be. Choose a folder on "
+                "another disk, or a smaller size.",
+                what);
+        case EIO:
+            return fmt::format("The {} couldn’t be written: the disk reports an error.", what);
+        case ENAMETOOLONG:
+            return fmt::format("The {} can’t be written: its name is too long.", what);
         case EACCES:
         case EPERM:
         case EROFS:

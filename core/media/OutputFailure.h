@@ -7,8 +7,8 @@
 
 namespace glintro {
 
-// What stopped a file from being written, in words for the user: `what` is "movie" or "picture", `error` an
-// errno, `fallback` the sentence for errors that say nothing to people.
+// Says why a file cannot be written. `what` is "movie" or "picture", `error` an errno, `fallback` the
+// sentence for errors that mean nothing to the user.
 std::unexpected<Failure> outputFailure(std::string_view what, int error, std::string fallback);
 
 } // namespace glintro

@@ -84,8 +84,10 @@ Result<void> writeFrames(const std::string& frames, PixelSize canvas, int fps, c
 }
 
 Result<void> exportReel(const Project& project, const std::string& file, const ExportOptions& options) {
-    return Exporter::run(
+    const auto done = Exporter::run(
         {.project = project, .settings = project.info.settings, .options = options, .to = file});
+    if (!done) return std::unexpected(done.error());
+    return {};
 }
 
 int run(std::span<char*> arguments) {

@@ -70,10 +70,24 @@ void mixASecond(benchmark::State& state) {
     }
 }
 
+// From a seek, to and fro, to the 40 ms of sound that a player waits for before it goes on.
+void seekSound(benchmark::State& state) {
+    const double rate = static_cast<double>(state.range(0)) / 100;
+    auto mix = AudioMix::open(Recording::file(), {{0, kSeconds, rate}}).value();
+    const Seconds duration = static_cast<Seconds>(mix->length()) / AudioMix::kSampleRate;
+    std::vector<float> samples(2 * AudioMix::kSampleRate / 25);
+    int index = 0;
+    for (auto _ : state) {
+        mix->seek(duration * (index++ * 37 % 100) / 100);
+        benchmark::DoNotOptimize(mix->read(samples).value());
+    }
+}
+
 BENCHMARK(readInOrder)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(readOne)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(encode)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(mixASecond)->Arg(100)->Arg(150)->Arg(400)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(seekSound)->Arg(100)->Arg(200)->MeasureProcessCPUTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 } // namespace glintro

@@ -64,25 +64,38 @@ std::vector<LaidPiece> lay(const std::vector<AudioPiece>& pieces) {
 } // namespace
 
 struct AudioMix::Impl {
-    std::unique_ptr<SoundTrack> track;
+    std::unique_ptr<SoundTrack> track; // null: all is silence
     std::vector<LaidPiece> pieces;
-    std::size_t current = 0;
+    std::size_t current = 0;            // index of the piece that holds the position
     std::int64_t position = 0;          // of the next sample
-    std::optional<TimeStretch> stretch; // of the current piece, once it has begun
+    std::optional<TimeStretch> stretch; // of the current piece, once some of it was read
 
     std::int64_t length() const { return pieces.empty() ? 0 : pieces.back().end; }
+    void moveTo(std::int64_t sample);
     Result<void> readPiece(const LaidPiece& piece, std::span<float> samples);
     void fade(const LaidPiece& piece, std::span<float> samples) const;
 };
 
+void AudioMix::Impl::moveTo(std::int64_t sample) {
+    position = std::clamp<std::int64_t>(sample, 0, length());
+    const auto holder = std::ranges::upper_bound(pieces, position, {}, &LaidPiece::end);
+    current = static_cast<std::size_t>(holder - pieces.begin());
+    stretch.reset();
+}
+
 Result<void> AudioMix::Impl::readPiece(const LaidPiece& piece, std::span<float> samples) {
+    if (!track) {
+        std::ranges::fill(samples, 0.0F);
+        return {};
+    }
     if (!piece.isStretched()) return track->read(piece.sourceFirst() + (position - piece.first), samples);
     if (!stretch) {
         const std::int64_t start = piece.sourceFirst();
         auto input = [this, start](std::int64_t at, std::span<float> target) {
             return track->read(start + at, target);
         };
-        stretch.emplace(std::move(input), piece.sourceEnd() - start, piece.piece.rate);
+        stretch.emplace(std::move(input), piece.sourceEnd() - start, piece.piece.rate,
+                        position - piece.first);
     }
     return stretch->read(samples);
 }
@@ -110,14 +123,38 @@ Result<std::unique_ptr<AudioMix>> AudioMix::open(const std::filesystem::path& fi
                                                  std::vector<AudioPiece> pieces) {
     auto track = SoundTrack::open(file);
     if (!track) return std::unexpected(track.error());
-    auto impl = std::make_unique<Impl>();
-    impl->track = std::move(*track);
-    impl->pieces = lay(pieces);
-    return std::unique_ptr<AudioMix>(new AudioMix(std::move(impl)));
+    auto mix = silent(std::move(pieces));
+    mix->impl_->track = *std::move(track);
+    return mix;
+}
+
+std::unique_ptr<AudioMix> AudioMix::silent(std::vector<AudioPiece> pieces) {
+    std::unique_ptr<AudioMix> mix(new AudioMix(std::make_unique<Impl>()));
+    mix->setPieces(std::move(pieces));
+    return mix;
 }
 
 std::int64_t AudioMix::length() const {
     return impl_->length();
+}
+
+std::int64_t AudioMix::position() const {
+    return impl_->position;
+}
+
+void AudioMix::setPieces(std::vector<AudioPiece> pieces) {
+    impl_->pieces = lay(pieces);
+    impl_->moveTo(0);
+}
+
+void AudioMix::seek(Seconds compositionTime) {
+    const Seconds end = static_cast<Seconds>(length()) / kSampleRate;
+    impl_->moveTo(std::llround(std::clamp(compositionTime, 0.0, end) * kSampleRate));
+}
+
+void AudioMix::mute() {
+    impl_->track.reset();
+    impl_->stretch.reset();
 }
 
 Result<int> AudioMix::read(std::span<float> interleaved) {

@@ -20,19 +20,19 @@ constexpr std::int64_t kPreroll = SoundTrack::kSampleRate / 4;
 constexpr std::int64_t kNear = std::int64_t{2} * SoundTrack::kSampleRate;
 // Time stamps may be rounded to milliseconds; only what is further off is a gap.
 constexpr std::int64_t kStampSlack = SoundTrack::kSampleRate / 100;
+constexpr int kMostRefusals = 1000;
 
 Result<CodecPtr> openDecoder(const AVStream& stream) {
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
     if (codec == nullptr) {
-        return failure("The recording’s sound format is not supported.",
-                       avcodec_get_name(stream.codecpar->codec_id));
+        return failure(kCannotDecodeSound, avcodec_get_name(stream.codecpar->codec_id));
     }
     CodecPtr context(avcodec_alloc_context3(codec));
     int code = avcodec_parameters_to_context(context.get(), stream.codecpar);
     context->pkt_timebase = stream.time_base;
     context->thread_count = 1;
     if (code >= 0) code = avcodec_open2(context.get(), codec, nullptr);
-    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
+    if (code < 0) return ffmpegFailure(kCannotDecodeSound, code);
     return context;
 }
 
@@ -55,9 +55,19 @@ Result<std::unique_ptr<SoundTrack>> SoundTrack::open(const std::filesystem::path
     }
     std::unique_ptr<SoundTrack> track(new SoundTrack(std::move(*file), std::move(decoder)));
     if (track->decoder_) {
-        if (auto sought = track->seek(0); !sought) return std::unexpected(sought.error());
+        if (auto tried = track->tryOut(); !tried) return std::unexpected(tried.error());
     }
     return track;
+}
+
+// Decodes the beginning, so that a track of which nothing can be decoded is known at once.
+Result<void> SoundTrack::tryOut() {
+    if (auto sought = seek(0); !sought) return sought;
+    while (runs_.empty() && !ended_ && refused_ < kMostRefusals) {
+        if (auto decoded = decodeMore(); !decoded) return decoded;
+    }
+    if (runs_.empty() && refused_ > 0) return failure(kCannotDecodeSound, "no packet could be decoded");
+    return {};
 }
 
 Result<void> SoundTrack::read(std::int64_t position, std::span<float> interleaved) {
@@ -114,18 +124,16 @@ Result<void> SoundTrack::seek(std::int64_t position) {
     return {};
 }
 
+// One step: another frame, another packet for the decoder, or the end.
 Result<void> SoundTrack::decodeMore() {
-    constexpr int kMostErrors = 1000;
-    for (int errors = 0; errors < kMostErrors;) {
-        const int code = avcodec_receive_frame(decoder_.get(), frame_.get());
-        if (code == 0) return take(*frame_);
-        if (code == AVERROR_EOF) break;
-        if (code != AVERROR(EAGAIN)) {
-            ++errors;
-        } else if (auto fed = feed(); !fed) {
-            return fed;
-        }
+    const int code = avcodec_receive_frame(decoder_.get(), frame_.get());
+    if (code == AVERROR(EAGAIN)) return feed();
+    if (code == 0) {
+        refused_ = 0;
+        return accept(*frame_);
     }
+    // A decoder that fails without asking for more might do so for ever.
+    if (code != AVERROR_EOF && ++refused_ < kMostRefusals) return {};
     appendResampled(nullptr);
     ended_ = true;
     return {};
@@ -134,8 +142,8 @@ Result<void> SoundTrack::decodeMore() {
 Result<void> SoundTrack::feed() {
     const auto more = file_->read(*packet_);
     if (!more) return std::unexpected(more.error());
-    // What can't be decoded is left out and heard as silence.
-    avcodec_send_packet(decoder_.get(), *more ? packet_.get() : nullptr);
+    const int code = avcodec_send_packet(decoder_.get(), *more ? packet_.get() : nullptr);
+    if (code < 0 && *more) ++refused_;
     return {};
 }
 
@@ -145,7 +153,7 @@ std::int64_t SoundTrack::samplePosition(const AVFrame& frame) const {
 }
 
 // Appends a decoded frame to the run it continues, or starts another one where its time says so.
-Result<void> SoundTrack::take(const AVFrame& frame) {
+Result<void> SoundTrack::accept(const AVFrame& frame) {
     if (frame.nb_samples <= 0 || frame.sample_rate <= 0) return {};
     const bool continues = resampler_ && sameParameters(frame, *resampledFrom_);
     const bool isStamped = frame.best_effort_timestamp != AV_NOPTS_VALUE;
@@ -179,7 +187,7 @@ Result<void> SoundTrack::prepareResampler(const AVFrame& frame) {
     constexpr double kSame[2] = {1, 1};
     if (code >= 0 && frame.ch_layout.nb_channels == 1) code = swr_set_matrix(context, kSame, 1);
     if (code >= 0) code = swr_init(context);
-    if (code < 0) return ffmpegFailure(kCannotReadMovie, code);
+    if (code < 0) return ffmpegFailure(kCannotDecodeSound, code);
     resampledFrom_.reset(av_frame_clone(&frame));
     return {};
 }

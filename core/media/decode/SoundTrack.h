@@ -20,10 +20,12 @@ class SoundTrack {
     static constexpr int kSampleRate = 48000;
     static constexpr int kChannels = 2;
 
-    static Result<std::unique_ptr<SoundTrack>> open(const std::filesystem::path& file);
+    // Fails where the movie cannot be opened and where nothing of its sound can be decoded.
+    [[nodiscard]] static Result<std::unique_ptr<SoundTrack>> open(const std::filesystem::path& file);
 
-    // Fills `interleaved` from sample `position` on. Ascending positions decode once; others seek.
-    Result<void> read(std::int64_t position, std::span<float> interleaved);
+    // Fills `interleaved` from sample `position` on. Ascending positions decode once; others seek. Packets
+    // that cannot be decoded are heard as silence.
+    [[nodiscard]] Result<void> read(std::int64_t position, std::span<float> interleaved);
 
   private:
     // Samples without a gap.
@@ -36,12 +38,13 @@ class SoundTrack {
     SoundTrack(std::unique_ptr<MovieFile> file, CodecPtr decoder)
         : file_(std::move(file)), decoder_(std::move(decoder)), packet_(newPacket()), frame_(newFrame()) {}
 
+    [[nodiscard]] Result<void> tryOut();
     bool isNear(std::int64_t position) const;
-    Result<void> seek(std::int64_t position);
-    Result<void> decodeMore();
-    Result<void> feed();
-    Result<void> take(const AVFrame& frame);
-    Result<void> prepareResampler(const AVFrame& frame);
+    [[nodiscard]] Result<void> seek(std::int64_t position);
+    [[nodiscard]] Result<void> decodeMore();
+    [[nodiscard]] Result<void> feed();
+    [[nodiscard]] Result<void> accept(const AVFrame& frame);
+    [[nodiscard]] Result<void> prepareResampler(const AVFrame& frame);
     void appendResampled(const AVFrame* frame);
     std::int64_t samplePosition(const AVFrame& frame) const;
 
@@ -55,6 +58,7 @@ class SoundTrack {
     std::int64_t decodedEnd_ = 0; // position of the next sample that resampler_ gives
     std::int64_t position_ = 0;   // of the next sample to be read
     bool ended_ = false;
+    int refused_ = 0; // packets in a row that could not be decoded
 };
 
 } // namespace glintro

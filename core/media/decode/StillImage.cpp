@@ -1,15 +1,11 @@
 #include "core/media/decode/StillImage.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
+#include <string_view>
 #include <utility>
 
-#include <fmt/format.h>
-#include <unistd.h>
-
+#include "core/base/ReplacementFile.h"
 #include "core/media/FFmpegHandles.h"
 #include "core/media/OutputFailure.h"
 
@@ -21,11 +17,6 @@ constexpr const char* kCannotSave = "The picture can’t be written.";
 constexpr const char* kFormats =
     "image2,png_pipe,jpeg_pipe,webp_pipe,bmp_pipe,tiff_pipe,gif,gif_pipe,jpegxl_pipe,qoi_pipe,svg_pipe,mov";
 constexpr std::int64_t kMostPixels = std::int64_t{1} << 27;
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
 // How often the decoder may halve the picture while it decodes (JPEG) and still cover a size, whichever way
 // the picture is turned.
@@ -208,18 +199,8 @@ Result<PacketPtr> encodePng(const BgraImage& image) {
     return packet;
 }
 
-std::unexpected<Failure> saveFailure(int error) {
-    return outputFailure("picture", error, kCannotSave);
-}
-
-Result<void> writeFile(const std::filesystem::path& file, const AVPacket& packet) {
-    FilePtr output(std::fopen(file.c_str(), "wbe"));
-    if (!output) return saveFailure(errno);
-    const auto size = static_cast<std::size_t>(packet.size);
-    const bool written = std::fwrite(packet.data, 1, size, output.get()) == size
-                         && std::fflush(output.get()) == 0 && ::fsync(::fileno(output.get())) == 0;
-    if (!written) return saveFailure(errno);
-    return {};
+std::unexpected<Failure> saveFailure(const Failure& why) {
+    return outputFailure("picture", why.nativeCode, kCannotSave);
 }
 
 } // namespace
@@ -239,15 +220,13 @@ Result<void> savePng(const BgraImage& image, const std::filesystem::path& file) 
     prepareFFmpeg();
     auto packet = encodePng(image);
     if (!packet) return std::unexpected(packet.error());
-    const std::filesystem::path beside = fmt::format("{}.{}.part", file.string(), ::getpid());
-    auto written = writeFile(beside, **packet);
-    std::error_code error;
-    if (written) {
-        std::filesystem::rename(beside, file, error);
-        if (error) written = saveFailure(error.value());
-    }
-    if (!written) std::filesystem::remove(beside, error);
-    return written;
+    auto replacement = ReplacementFile::create(file);
+    if (!replacement) return saveFailure(replacement.error());
+    const std::string_view bytes(reinterpret_cast<const char*>((*packet)->data),
+                                 static_cast<std::size_t>((*packet)->size));
+    if (auto written = replacement->write(bytes); !written) return saveFailure(written.error());
+    if (auto placed = replacement->commit(); !placed) return saveFailure(placed.error());
+    return {};
 }
 
 } // namespace glintro

@@ -15,7 +15,7 @@ namespace glintro {
 [[nodiscard]] Result<BgraImage> loadImage(const std::filesystem::path& file,
                                           std::optional<PixelSize> covered = std::nullopt);
 
-// Saves a PNG, written beside and renamed into place, so that a failed save leaves the old file.
+// Saves a PNG, which replaces the file in one step: a failed save leaves the old one.
 [[nodiscard]] Result<void> savePng(const BgraImage& image, const std::filesystem::path& file);
 
 } // namespace glintro

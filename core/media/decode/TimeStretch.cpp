@@ -24,8 +24,13 @@ constexpr std::int64_t kNoOnset = INT64_MIN;
 
 } // namespace
 
-TimeStretch::TimeStretch(Input input, std::int64_t inputLength, double rate)
-    : input_(std::move(input)), inputLength_(inputLength), rate_(rate), tail_(kHop * kChannels) {
+TimeStretch::TimeStretch(Input input, std::int64_t inputLength, double rate, std::int64_t firstOutput)
+    : input_(std::move(input)),
+      inputLength_(inputLength),
+      rate_(rate),
+      tail_(kHop * kChannels),
+      skipped_(static_cast<std::size_t>(firstOutput % kHop) * kChannels),
+      window_(firstOutput / kHop) {
     constexpr std::int64_t kLength = 2 * kHop;
     for (std::int64_t i = 0; i < kLength; ++i) {
         const double phase = 2 * std::numbers::pi * static_cast<double>(i) / kLength;
@@ -35,12 +40,12 @@ TimeStretch::TimeStretch(Input input, std::int64_t inputLength, double rate)
 
 Result<void> TimeStretch::read(std::span<float> interleaved) {
     while (!interleaved.empty()) {
-        if (taken_ == ready_.size()) {
+        if (used_ == ready_.size()) {
             if (auto laid = layWindow(); !laid) return laid;
         }
-        const std::size_t count = std::min(interleaved.size(), ready_.size() - taken_);
-        std::copy_n(ready_.begin() + static_cast<std::ptrdiff_t>(taken_), count, interleaved.begin());
-        taken_ += count;
+        const std::size_t count = std::min(interleaved.size(), ready_.size() - used_);
+        std::copy_n(ready_.begin() + static_cast<std::ptrdiff_t>(used_), count, interleaved.begin());
+        used_ += count;
         interleaved = interleaved.subspan(count);
     }
     return {};
@@ -54,11 +59,12 @@ std::int64_t TimeStretch::reach() const {
 // Window k is centred at output sample k * kHop; once it is laid, the kHop samples before its centre are
 // finished.
 Result<void> TimeStretch::layWindow() {
-    const auto nominal =
-        static_cast<std::int64_t>(std::llround(static_cast<double>(windows_ * kHop) * rate_));
+    const auto nominal = static_cast<std::int64_t>(std::llround(static_cast<double>(window_ * kHop) * rate_));
     const std::int64_t around = std::max(reach(), kLargestShift) + kHop + (kBlocksBefore + 1) * kBlock;
-    const std::int64_t from = windows_ > 0 ? std::min(nominal - around, lastPlace_) : nominal - around;
-    if (auto loaded = load(from, std::max(nominal + around, lastPlace_ + kHop)); !loaded) return loaded;
+    const std::int64_t from = isFirst_ ? nominal - around : std::min(nominal - around, lastPlace_);
+    if (auto loaded = load(from, isFirst_ ? nominal + around : std::max(nominal + around, lastPlace_ + kHop));
+        !loaded)
+        return loaded;
 
     const std::int64_t place = placeFor(nominal);
     const float* source = loaded_.data() + loadedIndex(place - kHop) * kChannels;
@@ -67,10 +73,11 @@ Result<void> TimeStretch::layWindow() {
         ready_[i] += source[i] * weights_[i / kChannels];
         tail_[i] = source[ready_.size() + i] * weights_[kHop + i / kChannels];
     }
-    // The first window's first half lies before the output begins.
-    taken_ = windows_ == 0 ? ready_.size() : 0;
+    // What the first window finishes lacks the window before it, and comes before the first sample wanted.
+    used_ = isFirst_ ? ready_.size() : std::exchange(skipped_, 0);
+    isFirst_ = false;
     lastPlace_ = place;
-    ++windows_;
+    ++window_;
     return {};
 }
 
@@ -103,7 +110,7 @@ Result<void> TimeStretch::load(std::int64_t from, std::int64_t to) {
 std::int64_t TimeStretch::placeFor(std::int64_t nominal) const {
     const std::int64_t onset = onsetIn(nominal - reach(), nominal + reach());
     if (onset != kNoOnset) return onset - std::llround(static_cast<double>(onset - nominal) / rate_);
-    const std::int64_t place = windows_ == 0 ? nominal : bestMatch(nominal);
+    const std::int64_t place = isFirst_ ? nominal : bestMatch(nominal);
     if (rate_ >= 1) return place;
     // Slowed down, a window reaches input that is due only in later windows: a sound that begins there would
     // be heard before its time, so the window ends where it begins.

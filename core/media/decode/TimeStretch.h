@@ -18,15 +18,16 @@ class TimeStretch {
     // Fills a span with interleaved stereo samples of the input from a position on; positions ascend.
     using Input = std::function<Result<void>(std::int64_t position, std::span<float>)>;
 
-    // Output sample n plays input sample n * rate. Input outside [0, inputLength) counts as silence.
-    TimeStretch(Input input, std::int64_t inputLength, double rate);
+    // Output sample n plays input sample n * rate, in samples per channel. Input outside [0, inputLength)
+    // counts as silence. `firstOutput` is the first output sample to be read.
+    TimeStretch(Input input, std::int64_t inputLength, double rate, std::int64_t firstOutput = 0);
 
-    // The next interleaved samples, without end.
-    Result<void> read(std::span<float> interleaved);
+    // Fills `interleaved` with the next samples; there is no end.
+    [[nodiscard]] Result<void> read(std::span<float> interleaved);
 
   private:
-    Result<void> layWindow();
-    Result<void> load(std::int64_t from, std::int64_t to);
+    [[nodiscard]] Result<void> layWindow();
+    [[nodiscard]] Result<void> load(std::int64_t from, std::int64_t to);
     std::int64_t reach() const;
     std::int64_t placeFor(std::int64_t nominal) const;
     std::int64_t bestMatch(std::int64_t nominal) const;
@@ -46,8 +47,10 @@ class TimeStretch {
     std::int64_t loadedFrom_ = 0;
     std::vector<float> tail_;    // second half of the last window, weighted
     std::vector<float> ready_;   // finished output
-    std::size_t taken_ = 0;      // floats of ready_
-    std::int64_t windows_ = 0;   // laid so far
+    std::size_t used_ = 0;       // floats of ready_ that were read
+    std::size_t skipped_;        // floats of the first finished output that come before the first one wanted
+    std::int64_t window_;        // index of the next one to be laid
+    bool isFirst_ = true;        // no window was laid yet
     std::int64_t lastPlace_ = 0; // input position of the last window's centre
 };
 

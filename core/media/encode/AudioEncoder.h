@@ -13,17 +13,17 @@ namespace glintro {
 // negative times, so that the first sample handed in is at 0.
 class AudioEncoder {
   public:
-    static Result<std::unique_ptr<AudioEncoder>> create(const AudioTrackSettings& settings);
+    [[nodiscard]] static Result<std::unique_ptr<AudioEncoder>> create(const AudioTrackSettings& settings);
 
     const AVCodecContext& context() const { return *context_; }
 
-    Result<void> encode(std::span<const float> interleaved, const PacketSink& sink);
-    Result<void> flush(const PacketSink& sink);
+    [[nodiscard]] Result<void> encode(std::span<const float> interleaved, const PacketSink& sink);
+    [[nodiscard]] Result<void> flush(const PacketSink& sink);
 
   private:
     explicit AudioEncoder(CodecPtr context) : context_(std::move(context)) {}
-    Result<void> startFrame();
-    Result<void> sendFrame(const PacketSink& sink);
+    [[nodiscard]] Result<void> startFrame();
+    [[nodiscard]] Result<void> sendFrame(const PacketSink& sink);
 
     CodecPtr context_;
     FramePtr frame_; // being filled, null between frames

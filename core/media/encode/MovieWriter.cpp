@@ -15,14 +15,15 @@ std::unexpected<Failure> writeFailure(int code, const char* fallback) {
     return outputFailure("movie", AVUNERROR(code), fallback);
 }
 
-Result<OutputPtr> openOutput(const std::filesystem::path& file) {
+Result<OutputPtr> openOutput(const std::filesystem::path& file, const AVIOInterruptCB& interruption) {
     AVFormatContext* context = nullptr;
     const char* format = file.extension() == ".mov" ? "mov" : "mp4";
     const std::string url = fileUrl(file);
     int code = avformat_alloc_output_context2(&context, nullptr, format, url.c_str());
     if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
     OutputPtr output(context);
-    code = avio_open(&output->pb, url.c_str(), AVIO_FLAG_WRITE);
+    output->interrupt_callback = interruption; // also of the file that moving the index opens
+    code = avio_open2(&output->pb, url.c_str(), AVIO_FLAG_WRITE, &output->interrupt_callback, nullptr);
     if (code < 0) return writeFailure(code, kCannotStartMovie);
     return output;
 }
@@ -40,16 +41,25 @@ Result<AVStream*> addStream(AVFormatContext& output, const AVCodecContext& encod
 } // namespace
 
 struct MovieWriter::Impl {
+    // Asked before each packet, and by FFmpeg before each read and write of the file; may be empty. Outlives
+    // `output`, which asks it when it is closed.
+    std::function<bool()> isCancelled;
     OutputPtr output;
     std::unique_ptr<VideoEncoder> video;
     std::unique_ptr<AudioEncoder> audio;
     AVStream* videoStream = nullptr;
     AVStream* audioStream = nullptr;
 
-    Result<void> start(const std::filesystem::path& file, const VideoTrackSettings& videoSettings,
-                       const std::optional<AudioTrackSettings>& audioSettings);
-    // Hands a packet to the container, which takes over its data.
-    Result<void> mux(AVPacket& packet, const AVCodecContext& encoder, const AVStream& stream);
+    [[nodiscard]] Result<void> start(const std::filesystem::path& file,
+                                     const VideoTrackSettings& videoSettings,
+                                     const std::optional<AudioTrackSettings>& audioSettings);
+    // Hands a packet to the container, which then owns its data.
+    [[nodiscard]] Result<void> mux(AVPacket& packet, const AVCodecContext& encoder, const AVStream& stream);
+    [[nodiscard]] Result<void> finish();
+    bool mustStop() const { return isCancelled && isCancelled(); }
+    AVIOInterruptCB interruption() {
+        return {[](void* self) { return static_cast<Impl*>(self)->mustStop() ? 1 : 0; }, this};
+    }
     PacketSink videoSink() {
         return [this](AVPacket& packet) { return mux(packet, video->context(), *videoStream); };
     }
@@ -70,7 +80,7 @@ Result<void> MovieWriter::Impl::start(const std::filesystem::path& file,
         audio = std::move(*audioEncoder);
     }
 
-    auto opened = openOutput(file);
+    auto opened = openOutput(file, interruption());
     if (!opened) return std::unexpected(opened.error());
     output = std::move(*opened);
     auto stream = addStream(*output, video->context());
@@ -90,7 +100,22 @@ Result<void> MovieWriter::Impl::start(const std::filesystem::path& file,
     return {};
 }
 
+Result<void> MovieWriter::Impl::finish() {
+    if (auto flushed = video->flush(videoSink()); !flushed) return flushed;
+    if (audio)
+        if (auto flushed = audio->flush(audioSink()); !flushed) return flushed;
+    // The trailer rewrites the file for the index in front; a full disk may show only when the last buffer
+    // goes out.
+    const int written = av_write_trailer(output.get());
+    const int buffered = output->pb->error;
+    const int closed = avio_closep(&output->pb);
+    for (const int code : {written, buffered, closed})
+        if (code < 0) return writeFailure(code, kCannotWriteMovie);
+    return {};
+}
+
 Result<void> MovieWriter::Impl::mux(AVPacket& packet, const AVCodecContext& encoder, const AVStream& stream) {
+    if (mustStop()) return std::unexpected(Failure::cancelled());
     packet.stream_index = stream.index;
     av_packet_rescale_ts(&packet, encoder.time_base, stream.time_base);
     const int code = av_interleaved_write_frame(output.get(), &packet);
@@ -120,20 +145,12 @@ Result<void> MovieWriter::writeAudio(std::span<const float> samples) {
     return impl_->audio->encode(samples, impl_->audioSink());
 }
 
-Result<void> MovieWriter::finish() {
-    if (auto flushed = impl_->video->flush(impl_->videoSink()); !flushed) return flushed;
-    if (impl_->audio) {
-        if (auto flushed = impl_->audio->flush(impl_->audioSink()); !flushed) return flushed;
-    }
-    // The trailer rewrites the file for the index in front; a full disk may show only when the last buffer
-    // goes out.
-    const int written = av_write_trailer(impl_->output.get());
-    const int buffered = impl_->output->pb->error;
-    const int closed = avio_closep(&impl_->output->pb);
-    for (const int code : {written, buffered, closed}) {
-        if (code < 0) return writeFailure(code, kCannotWriteMovie);
-    }
-    return {};
+Result<void> MovieWriter::finish(const std::function<bool()>& isCancelled) {
+    impl_->isCancelled = isCancelled;
+    auto finished = impl_->finish();
+    impl_->isCancelled = nullptr;
+    if (!finished && isCancelled && isCancelled()) return std::unexpected(Failure::cancelled());
+    return finished;
 }
 
 } // namespace glintro

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -32,19 +33,22 @@ struct AudioTrackSettings {
 
 // Writes one movie: H.264 High in 4:2:0, tagged BT.709, and AAC. The container follows the file's ending (MP4
 // or MOV), its index is moved to the front on finish. Calls come from one thread at a time. A writer
-// destroyed before finish() leaves whatever it wrote; removing that is the caller's business.
+// destroyed before finish() leaves a partial file; the caller removes it.
 class MovieWriter {
   public:
-    static Result<std::unique_ptr<MovieWriter>> create(const std::filesystem::path& file,
-                                                       const VideoTrackSettings& video,
-                                                       std::optional<AudioTrackSettings> audio);
+    [[nodiscard]] static Result<std::unique_ptr<MovieWriter>> create(const std::filesystem::path& file,
+                                                                     const VideoTrackSettings& video,
+                                                                     std::optional<AudioTrackSettings> audio);
     ~MovieWriter();
 
     // Frames come in ascending order of `index`; an index left out holds the frame before it on screen.
-    Result<void> writeFrame(const Picture& picture, std::int64_t index);
+    [[nodiscard]] Result<void> writeFrame(const Picture& picture, std::int64_t index);
     // Interleaved float samples, appended to those before.
-    Result<void> writeAudio(std::span<const float> samples);
-    Result<void> finish();
+    [[nodiscard]] Result<void> writeAudio(std::span<const float> samples);
+    // Encodes what is still held back and moves the index to the front, which rewrites the file and so takes
+    // seconds for a long movie. `isCancelled`, asked often on the calling thread, stops that with
+    // Failure::cancelled(). Nothing may be written afterwards.
+    [[nodiscard]] Result<void> finish(const std::function<bool()>& isCancelled = {});
 
   private:
     struct Impl;

@@ -8,20 +8,20 @@
 
 namespace glintro {
 
-// Takes one encoded packet, its times in the encoder's time base.
+// Receives one encoded packet, its times in the encoder's time base.
 using PacketSink = std::function<Result<void>(AVPacket&)>;
 
 // H.264 High in 4:2:0, tagged BT.709 limited range with left-sited chroma; time base 1 / fps.
 class VideoEncoder {
   public:
-    static Result<std::unique_ptr<VideoEncoder>> create(const VideoTrackSettings& settings);
+    [[nodiscard]] static Result<std::unique_ptr<VideoEncoder>> create(const VideoTrackSettings& settings);
 
     const AVCodecContext& context() const { return *context_; }
 
     // `index` must ascend. The picture's planes are read before the call returns, or kept alive by its
     // storage.
-    Result<void> encode(const Picture& picture, std::int64_t index, const PacketSink& sink);
-    Result<void> flush(const PacketSink& sink);
+    [[nodiscard]] Result<void> encode(const Picture& picture, std::int64_t index, const PacketSink& sink);
+    [[nodiscard]] Result<void> flush(const PacketSink& sink);
 
   private:
     explicit VideoEncoder(CodecPtr context) : context_(std::move(context)) {}
@@ -33,6 +33,6 @@ class VideoEncoder {
 FramePtr frameOver(const Picture& picture);
 
 // Sends one frame (null: no more) to an encoder and passes on every packet that is ready.
-Result<void> pumpEncoder(AVCodecContext& encoder, const AVFrame* frame, const PacketSink& sink);
+[[nodiscard]] Result<void> pumpEncoder(AVCodecContext& encoder, const AVFrame* frame, const PacketSink& sink);
 
 } // namespace glintro

@@ -67,6 +67,8 @@ TEST_F(ExportJobTest, PublishesProgressFramesAndTheFileOnItsOwnThread) {
     wait(job);
     ASSERT_EQ(job.state(), ExportJob::State::done) << job.message().toStdString();
     EXPECT_EQ(job.file().toLocalFile().toStdString(), (out / "a.mp4").string());
+    EXPECT_EQ(job.title().toStdString(), "Your reel is ready");
+    EXPECT_EQ(job.message() + job.advice(), "");
     EXPECT_EQ(job.progress(), 1);
     EXPECT_EQ(job.frameTotal(), 60);
     EXPECT_EQ(job.counter().toStdString(), "FRAME 0058 / 0060");
@@ -89,20 +91,47 @@ TEST_F(ExportJobTest, FailsWithTheWritersMessage) {
     EXPECT_EQ(job.state(), ExportJob::State::failed);
     EXPECT_EQ(job.message().toStdString(),
               "Nothing is left to export — the whole recording is cut or trimmed away.");
+    EXPECT_EQ(job.title().toStdString(), "The render didn’t finish");
+    EXPECT_TRUE(job.advice().startsWith("Check there’s free space"));
+}
+
+// The last report before the file is finished comes with the last frame; a cancel then still stops the
+// render.
+TEST_F(ExportJobTest, ACancelWhileTheFileIsBeingFinishedLeavesNone) {
+    struct Row {
+        const char* name;
+        ExportFormat format;
+    };
+    for (const Row& row : {Row{"a.mp4", ExportFormat::mp4}, Row{"a.gif", ExportFormat::gif}}) {
+        ExportRequest request{.project = *reel,
+                              .settings = reel->info.settings,
+                              .options = {.format = row.format, .shortSide = 120, .fps = 30, .gifWidth = 120},
+                              .to = out / row.name};
+        request.progress = [&](const ExportProgress& progress) {
+            if (progress.written == progress.total) request.cancel->cancel();
+        };
+        const auto result = Exporter::run(request);
+        ASSERT_FALSE(result) << row.name;
+        EXPECT_TRUE(result.error().isCancelled());
+        EXPECT_TRUE(fs::is_empty(out));
+    }
 }
 
 TEST_F(ExportJobTest, ACancelledOrDestroyedJobLeavesNoFile) {
     ExportJob job;
-    int cancels = 0;
+    int cancelling = 0;
     QObject::connect(&job, &ExportJob::progressChanged, [&] {
-        if (job.progress() > 0 && cancels++ == 0) job.cancel();
+        if (job.progress() > 0) job.cancel();
     });
+    QObject::connect(&job, &ExportJob::stateChanged, [&] { cancelling += job.isCancelling(); });
     // Slow enough that no machine is done before the first report is heard.
     ExportOptions large;
     large.shortSide = 1080;
     job.run(*reel, reel->info.settings, large, out / "a.mp4", nullptr);
     wait(job);
     EXPECT_EQ(job.state(), ExportJob::State::setup);
+    EXPECT_EQ(cancelling, 1);
+    EXPECT_FALSE(job.isCancelling());
     {
         ExportJob brief;
         brief.run(*reel, reel->info.settings, large, out / "b.mp4", nullptr);

@@ -1,34 +1,44 @@
 #include <gtest/gtest.h>
 
 #include "app/editor/RenderPreset.h"
+#include "app/editor/RenderPresetList.h"
 
 namespace glintro {
 namespace {
 
-TEST(RenderPreset, BecomesTheOptionsOfItsRow) {
-    struct Row {
-        RenderPreset preset;
-        RenderChoices choices;
-        ExportOptions options;
-    };
-    const RenderChoices high{2160, 24, 900};
-    const Row rows[] = {
-        {RenderPreset::master, {}, {}},
-        {RenderPreset::master, high, {.shortSide = 2160, .fps = 24}},
-        {RenderPreset::gif, {.gifWidth = 700}, {.format = ExportFormat::gif, .gifWidth = 700, .gifFPS = 12}},
-        {RenderPreset::gif, {.gifWidth = 701}, {.format = ExportFormat::gif, .gifWidth = 701, .gifFPS = 15}},
-        {RenderPreset::square, high, {.fps = 30, .aspect = AspectRatio::square}},
-        {RenderPreset::vertical, high, {.fps = 30, .aspect = AspectRatio::tall, .fill = true}},
-        {RenderPreset::youtube, high, {.aspect = AspectRatio::wide}},
-    };
-    for (const Row& row : rows)
-        EXPECT_EQ(options(row.preset, row.choices), row.options) << identifier(row.preset);
+TEST(RenderPreset, HonoursOnlyTheChoicesThatItOffers) {
+    const RenderChoices low{720, 30, 480};
+    const RenderChoices high{2160, 60, 1000};
+    for (const RenderPreset preset : kRenderPresets) {
+        const bool isFixed = preset != RenderPreset::master && preset != RenderPreset::gif;
+        EXPECT_EQ(options(preset, low) == options(preset, high), isFixed) << identifier(preset);
+    }
+    const Size source{2560, 1600};
+    EXPECT_EQ(options(RenderPreset::vertical, high).outputSize({}, source), (PixelSize{1080, 1920}));
+    EXPECT_EQ(options(RenderPreset::square, low).outputSize({}, source), (PixelSize{1080, 1080}));
+    EXPECT_EQ(options(RenderPreset::gif, {.gifWidth = 700}).gifFPS, 12);
+    EXPECT_EQ(options(RenderPreset::gif, {.gifWidth = 701}).gifFPS, 15);
 }
 
-TEST(RenderPreset, IsFoundByItsIdentifierAndDescribed) {
-    for (const RenderPreset preset : kRenderPresets) EXPECT_EQ(renderPreset(identifier(preset)), preset);
-    EXPECT_EQ(renderPreset("GIF"), std::nullopt);
-    EXPECT_EQ(subtitle(RenderPreset::gif, {}), "640 px · 12 fps without sound — right for READMEs and chat.");
+TEST(RenderPresetList, TellsAViewWhatAChoiceChanges) {
+    RenderPresetList list;
+    int changes = 0;
+    QObject::connect(&list, &RenderPresetList::choicesChanged, [&] { ++changes; });
+    const auto text = [&](int row, RenderPresetList::Role role) {
+        return list.data(list.index(row), role).toString().toStdString();
+    };
+    const auto gif = text(1, RenderPresetList::SubtitleRole);
+    EXPECT_TRUE(gif.ends_with(" fps without sound — right for READMEs and chat.")) << gif;
+    list.setGifWidth(1000);
+    list.setGifWidth(1000);
+    list.setGifWidth(33);
+    list.setShortSide(2160);
+    EXPECT_EQ(changes, 2);
+    EXPECT_NE(text(1, RenderPresetList::SubtitleRole), gif);
+    EXPECT_EQ(text(0, RenderPresetList::LabelRole), "4K · 60 fps");
+    EXPECT_EQ(list.optionsOf(1).gifWidth, 1000);
+    EXPECT_EQ(text(3, RenderPresetList::AspectRole), "9:16");
+    EXPECT_FALSE(list.data(list.index(5), RenderPresetList::TitleRole).isValid());
 }
 
 } // namespace

@@ -28,60 +28,31 @@ TEST(CommandLine, SaysWhatWasExpected) {
     };
     const Row rows[] = {
         {"", "A command is expected: there is no window to open yet."},
-        {"polish reel", "“polish” is not a command of glintro."},
         {"--fast", "“--fast” is not an option of glintro."},
         {"render", "REEL is required."},
         {"render a b -o c.mp4", "-o names one file, but several reels are given."},
-        {"still a b", "“b” is one argument too many."},
         {"render a --quick", "“--quick” is not an option of glintro render."},
         {"render a --fps", "--fps expects a value."},
         {"render a --fps 0", "--fps expects a whole number from 1 to 240, not “0”."},
-        {"render a --fps 29.97", "--fps expects a whole number from 1 to 240, not “29.97”."},
-        {"render a --fps 0x10", "not “0x10”."},
         {"render a --fps -30", "not “-30”."},
-        {"render a --fps=", "--fps expects"},
-        {"render a --short-side 8193", "--short-side expects a whole number from 2 to 8192"},
         {"render a --workers 99999999999999999999", "--workers expects a whole number from 1 to 256"},
-        {"render a --aspect source", "--aspect expects one of 16:9, 9:16, 1:1, 4:3, Source, not “source”."},
         {"render a --look dusk",
          "There is no Look “dusk”. The Looks are Aurora, Studio, Dusk, Midnight, Paper, Mono, Desktop, "
          "Bare."},
         {"render a -o movie.avi", "-o expects the name of a .mp4 file, not “movie.avi”."},
-        {"render a -o movie.gif --format mp4", "-o expects the name of a .mp4 file, not “movie.gif”."},
-        {"render a -o movie.mp4 --preset gif", "-o expects the name of a .gif file, not “movie.mp4”."},
-        {"render a --format webm", "--format expects mp4 or gif, not “webm”."},
         {"render a --preset GIF",
          "--preset expects one of master, gif, square, vertical, youtube, not “GIF”."},
         {"render a --preset gif --format mp4", "--preset gif does not go with --format mp4."},
         {"render a --preset square --fps 60", "--fps does not go with --preset square."},
-        {"render a --preset vertical --fill", "--fill does not go with --preset vertical."},
-        {"render a --preset youtube --gif-fps 10", "--gif-fps does not go with --preset youtube."},
         {"render a -o b.gif --fps 30", "--fps goes with MP4 movies only."},
-        {"render a --gif-width 400", "--gif-width goes with GIFs only."},
-        {"render a --gif-fps 51", "--gif-fps expects a whole number from 1 to 50, not “51”."},
         {"still a -o still.jpg", "-o expects the name of a .png file, not “still.jpg”."},
         {"still a --at NaN", "--at expects a time in seconds such as 2.5, not “NaN”."},
-        {"still a --at 1e999", "--at expects a time"},
-        {"still a --fps 30", "“--fps” is not an option of glintro still."},
         {"inspect a --at 1 --at -inf", "--at expects a time in seconds such as 2.5, not “-inf”."},
-        {"inspect a --at 1,5", "not “1,5”."},
         {"sample a --size 640",
          "--size expects two even numbers from 64 to 8192 such as 1920x1200, not “640”."},
-        {"sample a --size 641x480", "not “641x480”."},
-        {"sample a --seconds 0", "--seconds expects seconds from 0.5 to 3600, not “0”."},
-        {"sample a --seed -1", "--seed expects a whole number from 0, not “-1”."},
-        {"sample", "DIR is required."},
         {"record --display a --window b", "--window does not go with --display"},
-        {"record --area 1,2,3,4 --window b", "--area does not go with --window"},
-        {"record --display 1 --area 1,2,3,4", "--area does not go with --display"},
         {"record --area 1,2,3", "--area expects four numbers such as 100,80,1280,720, not “1,2,3”."},
-        {"record --area 1,2,3,4,5", "not “1,2,3,4,5”."},
-        {"record --area 1,2,3,x", "not “1,2,3,x”."},
-        {"record --seconds 0", "--seconds expects seconds from 0.1 to 86400, not “0”."},
         {"record --fps 50", "--fps expects 30 or 60, not “50”."},
-        {"record --window=", "--window expects"},
-        {"record my-reel", "“my-reel” is one argument too many."},
-        {"sources --mic", "“--mic” is not an option of glintro sources."},
     };
     for (const Row& row : rows) {
         const auto command = parseCommandLine(words(row.line));
@@ -142,16 +113,12 @@ TEST(CommandLine, ChoosesTheOptionsOfARender) {
         const char* line;
         ExportOptions options;
     };
-    const ExportOptions gif{.format = ExportFormat::gif};
     const Row rows[] = {
-        {"render a -o b.GIF", gif},
-        {"render a -o b --format gif", gif},
+        {"render a -o b.GIF", {.format = ExportFormat::gif}},
         {"render a b c --format gif --gif-width 320 --gif-fps 8 --aspect 1:1",
          {.format = ExportFormat::gif, .gifWidth = 320, .gifFPS = 8, .aspect = AspectRatio::square}},
-        {"render a --preset gif --gif-width 701", {.format = ExportFormat::gif, .gifWidth = 701}},
         {"render a --preset gif --gif-fps 20", {.format = ExportFormat::gif, .gifFPS = 20}},
         {"render a --preset master --short-side 2160 --fill", {.shortSide = 2160, .fill = true}},
-        {"render a --preset vertical", {.fps = 30, .aspect = AspectRatio::tall, .fill = true}},
     };
     for (const Row& row : rows) EXPECT_EQ(parsed<RenderArguments>(row.line).options, row.options) << row.line;
 }

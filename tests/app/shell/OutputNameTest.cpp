@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "app/shell/OutputName.h"
+#include "core/export/Destination.h"
 #include "tests/app/shell/ReelFixtures.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -63,9 +64,9 @@ TEST(OutputName, SparesTheReelAndFolders) {
          {reel.rawURL(), reel.infoURL(), reel.eventsURL(), reel.cameraURL(), folder / "reel/./raw.mov",
           folder / "reel/../reel/project-damaged.json", folder / "link.mp4", folder / "same.mp4",
           reel.folder(), folder / "new/", fs::path()})
-        EXPECT_FALSE(checkOutput(reel, refused)) << refused;
+        EXPECT_FALSE(checkDestination(reel, refused)) << refused;
     for (const fs::path& fine : {folder / "a.mp4", folder / "reel/a.mp4", folder / "new/raw.mov"})
-        EXPECT_TRUE(checkOutput(reel, fine)) << fine;
+        EXPECT_TRUE(checkDestination(reel, fine)) << fine;
 }
 
 } // namespace

@@ -3,11 +3,13 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <future>
 #include <set>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "core/base/FileIO.h"
 #include "core/export/Exporter.h"
 #include "core/media/decode/AudioMix.h"
 #include "core/media/decode/MovieReader.h"
@@ -47,30 +49,6 @@ std::set<std::string> namesIn(const fs::path& folder) {
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
     return names;
-}
-
-TEST(ExportOptions, GiveCanvasRateAndLabel) {
-    struct Row {
-        ExportOptions options;
-        PixelSize canvas;
-        int rate;
-        std::string label;
-    };
-    const Row rows[] = {
-        {{}, {1920, 1080}, 60, "1080p · 60 fps"},
-        {{.shortSide = 2160, .fps = 30}, {3840, 2160}, 30, "4K · 30 fps"},
-        {{.shortSide = 720, .aspect = AspectRatio::tall}, {720, 1280}, 60, "720p · 60 fps"},
-        {{.format = ExportFormat::gif}, {640, 360}, 15, "640 px · 15 fps"},
-        {{.format = ExportFormat::gif, .gifWidth = 480, .gifFPS = 12, .aspect = AspectRatio::tall},
-         {270, 480},
-         12,
-         "480 px · 12 fps"},
-    };
-    for (const Row& row : rows) {
-        EXPECT_EQ(row.options.outputSize({}, {2560, 1600}), row.canvas) << row.label;
-        EXPECT_EQ(row.options.frameRate(), row.rate);
-        EXPECT_EQ(row.options.label(), row.label);
-    }
 }
 
 TEST(Exporter, WritesAMovieThatOtherProgramsReadAsIntended) {
@@ -226,8 +204,6 @@ TEST(Exporter, AFailedOrCancelledExportLeavesTheFolderAsItWas) {
 
     EXPECT_FALSE(Exporter::run(requestFor(*reel, folder / "out")));
     EXPECT_FALSE(Exporter::run(requestFor(*reel, reel->rawURL())));
-    fs::create_hard_link(reel->infoURL(), folder / "link.mp4");
-    EXPECT_FALSE(Exporter::run(requestFor(*reel, folder / "link.mp4")));
     ExportRequest huge = requestFor(*reel, folder / "out" / "c.mp4");
     huge.options.shortSide = 100000;
     EXPECT_FALSE(Exporter::run(huge));
@@ -251,6 +227,59 @@ TEST(Exporter, AnOlderMovieStaysUntilTheNewOneIsWhole) {
     request.options.shortSide = 240;
     ASSERT_TRUE(Exporter::run(request));
     EXPECT_EQ(probe(request.to)["streams"][0]["height"], 240);
+}
+
+TEST(Exporter, TwoRendersToOneFileDoNotDisturbEachOther) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {.frames = 90, .grain = true});
+    ASSERT_TRUE(reel);
+    fs::create_directory(folder / "out");
+    const auto render = [&] { return Exporter::run(requestFor(*reel, folder / "out" / "a.mp4")); };
+    auto other = std::async(std::launch::async, render);
+    EXPECT_TRUE(render());
+    EXPECT_TRUE(other.get());
+    EXPECT_EQ(probe(folder / "out" / "a.mp4")["streams"][0]["nb_read_packets"], "90");
+    EXPECT_EQ(namesIn(folder / "out"), std::set<std::string>{"a.mp4"});
+}
+
+TEST(Exporter, KeepsALinkAndReplacesWhatItPointsTo) {
+    const TemporaryFolder folder;
+    const auto reel = makeReel(folder / "reel", {.frames = 5});
+    ASSERT_TRUE(reel);
+    fs::create_directory(folder / "elsewhere");
+    fs::create_symlink("elsewhere/b.mp4", folder / "a.mp4");
+    ASSERT_TRUE(Exporter::run(requestFor(*reel, folder / "a.mp4")));
+    EXPECT_TRUE(fs::is_symlink(folder / "a.mp4"));
+    EXPECT_EQ(probe(folder / "elsewhere/b.mp4")["streams"][0]["nb_read_packets"], "5");
+}
+
+// Makes an AAC track claim to be of another kind (an MPEG-4 object type).
+void claimSoundIs(char objectType, const fs::path& movie) {
+    auto bytes = readFile(movie, 1U << 30).value();
+    const auto description = bytes.find("\x04\x80\x80\x80", bytes.rfind("esds"), 4);
+    ASSERT_NE(description, std::string::npos);
+    ASSERT_EQ(bytes[description + 5], '\x40');
+    bytes[description + 5] = objectType;
+    ASSERT_TRUE(writeFile(movie, bytes));
+}
+
+TEST(Exporter, LeavesOutSoundThatCannotBeDecodedAndSaysSo) {
+    constexpr char kVorbis = '\xDD'; // cannot be opened without its headers
+    constexpr char kDts = '\xA9';    // opens, and refuses every packet
+    for (const char claimed : {kVorbis, kDts}) {
+        const TemporaryFolder folder;
+        const auto reel = makeReel(folder / "reel", {.frames = 20, .sound = std::vector<float>(32000, 0.1F)});
+        ASSERT_TRUE(reel);
+        claimSoundIs(claimed, reel->rawURL());
+        ASSERT_TRUE(MovieReader::open(reel->rawURL()).value()->properties().hasAudio);
+        const auto outcome = Exporter::run(requestFor(*reel, folder / "out.mp4"));
+        ASSERT_TRUE(outcome) << outcome.error().message;
+        EXPECT_EQ(outcome->warnings,
+                  std::vector<std::string>{"The recording’s sound can’t be decoded, so the movie has none."});
+        const nlohmann::json movie = probe(folder / "out.mp4");
+        EXPECT_EQ(movie["streams"].size(), 1U);
+        EXPECT_EQ(movie["streams"][0]["nb_read_packets"], "20");
+    }
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 // GIFs of made-up pictures, decoded by FFmpeg and held against the pictures.
 
-#include <csignal>
 #include <functional>
 #include <numeric>
 #include <random>
@@ -8,10 +7,10 @@
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
-#include <sys/resource.h>
 
 #include "core/export/GifStream.h"
 #include "tests/core/export/GifReading.h"
+#include "tests/core/media/FileSizeLimit.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -155,33 +154,13 @@ TEST(GifStream, RepeatsTheLastFrameUpToTheTotal) {
     EXPECT_EQ(std::accumulate(delays.begin(), delays.end(), 0), 60);
 }
 
-// Lets no file of this process grow beyond some bytes, as a full disk does.
-class FileSizeLimit {
-  public:
-    explicit FileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{bytes, before_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-  private:
-    rlimit before_{};
-    void (*handler_)(int);
-};
-
-TEST(GifStream, SaysThatTheDiskIsFullWheneverItBecomesFull) {
+TEST(GifStream, SaysThatTheFileCannotGrowWheneverThatHappens) {
     const TemporaryFolder folder;
     const PixelSize size{64, 64};
     std::mt19937 random(1);
     const auto noise = [&](int, int, int) { return Rgb{static_cast<int>(random() % 256), 0, 0}; };
     for (const rlim_t bytes : {0U, 10U, 3000U, 20000U, 39000U}) {
-        const FileSizeLimit limit(bytes);
+        const test::FileSizeLimit limit(bytes);
         auto gif = GifStream::create(folder / "a.gif", size, 12);
         Result<void> result;
         for (int i = 0; i < 10 && gif && result; ++i)
@@ -200,6 +179,16 @@ TEST(GifStream, SaysThatTheFileCannotBeMade) {
     ASSERT_FALSE(gif);
     EXPECT_EQ(gif.error().message, "Couldn’t create the GIF file.");
     EXPECT_EQ(gif.error().nativeCode, ENOENT);
+}
+
+TEST(GifStream, RefusesRatesThatViewersDoNotKeepAndCanvasesThatGifsDoNotHave) {
+    const TemporaryFolder folder;
+    for (const int fps : {-1, 0, 51, 60, 1000})
+        EXPECT_FALSE(GifStream::create(folder / "a.gif", {10, 10}, fps)) << fps;
+    for (const PixelSize size : {PixelSize{0, 10}, {10, -1}, {65536, 1}})
+        EXPECT_FALSE(GifStream::create(folder / "a.gif", size, 12)) << size.width << " x " << size.height;
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    EXPECT_TRUE(GifStream::create(folder / "a.gif", {10, 10}, 50));
 }
 
 RC_GTEST_PROP(GifDelay, NeverDriftsByAHundredth, ()) {

@@ -111,6 +111,10 @@ Seconds clickNear(const std::vector<float>& samples, Seconds expected) {
     return -1;
 }
 
+bool isStretched(const std::vector<AudioPiece>& pieces) {
+    return std::ranges::any_of(pieces, [](const AudioPiece& piece) { return piece.rate != 1; });
+}
+
 const std::vector<AudioPiece> kWhole{{0, 10, 1}};
 const std::vector<AudioPiece> kCuts{{0.05, 1.5, 1}, {3.02, 4, 1}, {5.21, 5.3, 1}, {6.6, 9.9, 1}};
 const std::vector<AudioPiece> kSpeeds{{0, 1.5, 1}, {1.5, 4, 2}, {4, 5, 1}, {5, 7, 1.25}, {8, 9.9, 4}};
@@ -140,10 +144,8 @@ TEST(AudioMix, PutsEveryClickAtItsMappedTimeFromAnyFormat) {
         for (const auto& pieces : {kWhole, kCuts, kSpeeds, kSlow}) {
             SCOPED_TRACE(row.name + ", " + std::to_string(pieces.size()) + " pieces");
             const auto samples = mixOf(file, pieces);
-            const bool isStretched =
-                std::ranges::any_of(pieces, [](const auto& piece) { return piece.rate != 1; });
             for (const Seconds expected : mappedClicks(pieces, row.early)) {
-                EXPECT_NEAR(clickNear(samples, expected), expected, isStretched ? 0.012 : 0.002);
+                EXPECT_NEAR(clickNear(samples, expected), expected, isStretched(pieces) ? 0.012 : 0.002);
             }
         }
     }
@@ -226,6 +228,47 @@ TEST(AudioMix, IsSilentWhereTheMovieHasNoSound) {
     EXPECT_NEAR(static_cast<double>(first) / AudioMix::kSampleRate, 1, 0.01);
     EXPECT_NEAR(static_cast<double>(last) / AudioMix::kSampleRate, 2, 0.03);
     EXPECT_EQ(mixOf(folder / "late.mp4", {{50, 52, 1}}), std::vector<float>(2 * AudioMix::kSampleRate));
+}
+
+// Backwards and forwards, into cuts, stretched pieces and beyond the end, with one opening of the movie.
+TEST(AudioMix, ASeekSoundsLikeReadingUpToThere) {
+    const TemporaryFolder folder;
+    const auto file = movieWithClicks(folder, "movie.mov", 48000, 2, {"-c:a", "aac", "-b:a", "160k"});
+    auto mix = AudioMix::open(file, {});
+    ASSERT_TRUE(mix);
+    for (const auto& pieces : {kCuts, kSpeeds, kSlow}) {
+        const auto whole = mixOf(file, pieces);
+        (*mix)->setPieces(pieces);
+        ASSERT_EQ((*mix)->length(), std::ssize(whole));
+        const Seconds duration = static_cast<Seconds>((*mix)->length()) / AudioMix::kSampleRate;
+        for (const double part : {0.77, 0.1, 0.53, 0.52, 0.999, 0.0, 0.31}) {
+            const Seconds time = part * duration;
+            (*mix)->seek(time);
+            const auto first = (*mix)->position();
+            EXPECT_EQ(first, std::llround(time * AudioMix::kSampleRate));
+            std::vector<float> heard(static_cast<std::size_t>(first), 0.0F);
+            const auto rest = readAll(**mix);
+            heard.insert(heard.end(), rest.begin(), rest.end());
+            ASSERT_EQ(heard.size(), whole.size());
+            for (const Seconds click : mappedClicks(pieces, 0)) {
+                if (click < time + 0.03) continue;
+                EXPECT_NEAR(clickNear(heard, click), click, isStretched(pieces) ? 0.012 : 0.002) << part;
+            }
+        }
+    }
+    (*mix)->seek(1e9);
+    EXPECT_EQ(readAll(**mix).size(), 0U);
+    (*mix)->seek(-1);
+    EXPECT_EQ((*mix)->position(), 0);
+
+    (*mix)->setPieces(kCuts);
+    (*mix)->seek(1);
+    const auto whole = mixOf(file, kCuts);
+    const auto rest = readAll(**mix);
+    float apart = 0;
+    for (std::size_t i = 0; i < rest.size(); ++i)
+        apart = std::max(apart, std::abs(rest[i] - whole[48000 + i]));
+    EXPECT_LT(apart, 1e-3F) << "where nothing is stretched, the samples are the same";
 }
 
 } // namespace

@@ -19,8 +19,6 @@ namespace {
 
 using test::probe;
 
-constexpr const char* kDiskFull = "The disk is full. Free some space and try again.";
-
 // Complaints, too, if there are any.
 std::string framesAsOthersDecode(const std::filesystem::path& file) {
     std::string frames =
@@ -210,7 +208,7 @@ TEST(LiveMovieWriter, SaysWhyAFileCannotBeWritten) {
     const test::FileSizeLimit limit(100);
     const auto full = LiveMovieWriter::create(folder / "movie.mov", video, {});
     ASSERT_FALSE(full);
-    EXPECT_EQ(full.error().message, kDiskFull);
+    EXPECT_EQ(full.error().nativeCode, EFBIG);
 }
 
 std::size_t picturesBefore(const std::filesystem::path& file, std::uintmax_t position) {
@@ -242,7 +240,7 @@ TEST(LiveMovieWriter, KeepsWhatHadRoomOnAFullDisk) {
         const auto file = folder / "partial.mov";
         const auto recorded = record(file, room);
         ASSERT_FALSE(recorded);
-        EXPECT_EQ(recorded.error().message, kDiskFull);
+        EXPECT_EQ(recorded.error().nativeCode, EFBIG);
         const auto sealed = sealMovie(file);
         ASSERT_TRUE(sealed) << sealed.error().message;
         const auto frames = std::stoul(probe(file, "v", "nb_frames"));

@@ -229,7 +229,7 @@ TEST(MovieWriter, SaysWhyAFileCannotBeWritten) {
     }
 }
 
-TEST(MovieWriter, NoticesAFullDiskAtTheLatestOnFinish) {
+TEST(MovieWriter, NoticesAtTheLatestOnFinishThatTheFileCannotGrow) {
     const TemporaryFolder folder;
     const auto write = [&](const std::filesystem::path& file) -> Result<void> {
         auto writer = MovieWriter::create(file, {{160, 120}, 30, 2'000'000, 60}, {});
@@ -246,8 +246,26 @@ TEST(MovieWriter, NoticesAFullDiskAtTheLatestOnFinish) {
         const test::FileSizeLimit limit(room);
         const auto written = write(folder / "partial.mp4");
         ASSERT_FALSE(written) << "with room for " << room << " of " << size;
-        EXPECT_EQ(written.error().message, "The disk is full. Free some space and try again.");
+        EXPECT_EQ(written.error().nativeCode, EFBIG);
+        EXPECT_TRUE(written.error().message.starts_with("The movie is larger than the disk’s format allows"));
     }
+}
+
+TEST(MovieWriter, StopsFinishingWhenItIsCancelled) {
+    const TemporaryFolder folder;
+    const auto finishAfter = [&](int questions) {
+        auto writer = MovieWriter::create(folder / "movie.mp4", {{320, 240}, 30, 20'000'000, 60}, {}).value();
+        for (int i = 0; i < 90; ++i)
+            EXPECT_TRUE(writer->writeFrame(*frame({320, 240}, 60, Content::noise), i));
+        int asked = 0;
+        const auto finished = writer->finish([&] { return asked++ >= questions; });
+        EXPECT_TRUE(finished || finished.error().isCancelled());
+        return std::pair(finished.has_value(), asked);
+    };
+    const auto [finished, questions] = finishAfter(INT_MAX);
+    EXPECT_TRUE(finished);
+    EXPECT_GT(questions, 50) << "while it encodes and while it moves the index";
+    for (const int at : {0, 1, questions / 2, questions - 3}) EXPECT_FALSE(finishAfter(at).first) << at;
 }
 
 } // namespace

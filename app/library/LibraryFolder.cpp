@@ -108,17 +108,12 @@ Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
     return folder;
 }
 
-std::optional<Project> LibraryFolder::registerRecording(const fs::path& folder,
-                                                        const FinishedRecording& recording,
-                                                        const ReelDefaults& defaults) {
+Result<Project> LibraryFolder::registerRecording(const fs::path& folder, const std::string& name,
+                                                 const TakeRecord& take, const ReelDefaults& defaults) {
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    return Project::registerReel(folder, {.name = recording.name,
-                                          .hasCamera = recording.hasCamera,
-                                          .cameraOffset = recording.cameraOffset,
-                                          .hasAudio = recording.hasAudio,
-                                          .zoomLevel = defaults.zoomLevel,
-                                          .aspect = defaults.aspect,
-                                          .created = now});
+    auto finished = finishReel(folder, {.name = name, .created = now, .take = take, .defaults = defaults});
+    if (!finished) return std::unexpected(finished.error());
+    return std::move(finished->project);
 }
 
 } // namespace glintro

@@ -66,12 +66,8 @@ void CommandLibrary::discardFolder(const fs::path& folder) {
     for (const fs::path& made : made_) fs::remove(made, ignored);
 }
 
-std::optional<Project> CommandLibrary::registerRecording(const FinishedTake& take) {
-    const FinishedRecording recording{.name = take.name,
-                                      .hasCamera = take.hasCamera,
-                                      .cameraOffset = take.cameraOffset,
-                                      .hasAudio = take.hasAudio};
-    return LibraryFolder::registerRecording(take.folder, recording, {});
+Result<Project> CommandLibrary::registerRecording(const FinishedTake& take) {
+    return LibraryFolder::registerRecording(take.folder, take.name, take.record, {});
 }
 
 } // namespace glintro

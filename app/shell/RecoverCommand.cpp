@@ -73,6 +73,7 @@ Result<void> runRecover(const RecoverArguments& arguments, const Console& consol
         if (!recovered) failures.push_back(recovered.error());
         if (!recovered && count > 1) console.warn(recovered.error().message);
         if (recovered && arguments.report == Report::text) printLine(*recovered, folder, console);
+        if (recovered && recovered->notice) console.warn(*recovered->notice);
         all.push_back(toJson(recovered, folder));
     }
     if (!failures.empty() && count == 1) return std::unexpected(failures.front());

@@ -7,6 +7,7 @@
 
 #include "app/recording/RecordingController.h"
 #include "core/media/decode/MovieReader.h"
+#include "core/reel/Finishing.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
 #include "tests/support/TemporaryFolder.h"
@@ -73,12 +74,13 @@ class FolderLibrary final : public TakeLibrary {
         return folder;
     }
     void discardFolder(const fs::path& folder) override { fs::remove_all(folder); }
-    std::optional<Project> registerRecording(const FinishedTake& take) override {
+    Result<Project> registerRecording(const FinishedTake& take) override {
         const auto movie = MovieReader::open(take.folder / "raw.mov", MovieReader::Access::single);
-        couldBeCompleted =
-            movie && fs::exists(take.folder / "events.json") && fs::exists(TakeJournal::fileIn(take.folder));
-        if (isReadOnly) return std::nullopt;
-        return Project::registerReel(take.folder, {.name = take.name, .hasAudio = take.hasAudio});
+        couldBeCompleted = movie && fs::exists(TakeJournal::fileIn(take.folder));
+        if (isReadOnly) return failure("Read only.");
+        auto reel = finishReel(take.folder, {.name = take.name, .take = take.record});
+        if (!reel) return std::unexpected(reel.error());
+        return reel->project;
     }
     void setScreenAccess(bool access) override { hasAccess = access; }
 

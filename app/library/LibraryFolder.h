@@ -5,12 +5,16 @@
 #include <optional>
 #include <string>
 
+#include "app/preferences/Preferences.h"
 #include "core/base/Failure.h"
 #include "core/model/Timestamp.h"
 #include "core/reel/Finishing.h"
 #include "core/reel/Project.h"
 
 namespace glintro {
+
+// What new reels begin with.
+ReelDefaults reelDefaults(const Preferences& preferences);
 
 // Where the reels are kept: a folder for each day, and in it a folder for each reel, named by the local time
 // it was begun at. A value; all calls from any thread, and several processes may share a library.
@@ -28,7 +32,11 @@ class LibraryFolder {
 
     const std::filesystem::path& root() const { return root_; }
 
-    // Makes a folder that nobody else has, with all its parents.
+    // Where rendered files go: as the preferences say, else "Exports" beside the reels.
+    std::filesystem::path exportFolder(const Preferences& preferences) const;
+
+    // Makes a folder that nobody else has, with all its parents. The library and all in it that is made here
+    // can be read by its owner only: a recording may show anything.
     [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) const;
 
     // Makes a take a reel that is created now; see finishReel(). Not for the main thread.

@@ -54,6 +54,7 @@ Result<fs::path> CommandLibrary::newProjectFolder(Timestamp date) {
     made_ = missingFolders(folder);
     std::error_code error;
     fs::create_directories(folder, error);
+    if (!error && !made_.empty()) fs::permissions(folder, fs::perms::owner_all, error);
     if (error)
         return failure(fmt::format("The folder “{}” can’t be made: {}.", named_->string(), error.message()));
     return folder;
@@ -67,7 +68,7 @@ void CommandLibrary::discardFolder(const fs::path& folder) {
 }
 
 Result<Project> CommandLibrary::registerRecording(const FinishedTake& take) {
-    return LibraryFolder::registerRecording(take.folder, take.name, take.record, {});
+    return LibraryFolder::registerRecording(take.folder, take.name, take.record, defaults_);
 }
 
 } // namespace glintro

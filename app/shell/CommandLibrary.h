@@ -6,13 +6,15 @@
 
 #include "app/recording/TakeLibrary.h"
 #include "core/base/Failure.h"
+#include "core/reel/Finishing.h"
 
 namespace glintro {
 
 // Where `glintro record` puts its reel: into a folder that was named, or into a new one in the library.
 class CommandLibrary final : public TakeLibrary {
   public:
-    explicit CommandLibrary(std::optional<std::filesystem::path> folder) : named_(std::move(folder)) {}
+    CommandLibrary(std::optional<std::filesystem::path> folder, ReelDefaults defaults)
+        : named_(std::move(folder)), defaults_(defaults) {}
 
     // Whether the named folder is new or empty, before anything is recorded.
     [[nodiscard]] Result<void> checkFolder() const;
@@ -25,6 +27,7 @@ class CommandLibrary final : public TakeLibrary {
 
   private:
     std::optional<std::filesystem::path> named_;
+    ReelDefaults defaults_;
     std::vector<std::filesystem::path> made_; // innermost first
 };
 

@@ -7,6 +7,9 @@
 
 #include <fmt/format.h>
 
+#include "app/library/LibraryFolder.h"
+#include "app/preferences/IniPreferenceStore.h"
+#include "app/preferences/Preferences.h"
 #include "app/shell/CommandLine.h"
 #include "app/shell/DemoRender.h"
 #include "app/shell/InspectCommand.h"
@@ -22,21 +25,28 @@ namespace glintro {
 namespace {
 
 struct CommandRunner {
+    const Preferences& user;
     const Console& console;
-    Result<void> operator()(const RenderArguments& arguments) const { return runRender(arguments, console); }
-    Result<void> operator()(const StillArguments& arguments) const { return runStill(arguments, console); }
+    Result<void> operator()(RenderArguments arguments) const {
+        arguments.folder = user.exportFolder().value_or("");
+        return runRender(arguments, console);
+    }
+    Result<void> operator()(StillArguments arguments) const {
+        arguments.folder = user.exportFolder().value_or("");
+        return runStill(arguments, console);
+    }
     Result<void> operator()(const InspectArguments& arguments) const {
         return runInspect(arguments, console);
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
     Result<void> operator()(const RecordArguments& arguments) const {
-        return runRecord(arguments, *createLinuxPlatform(), console);
+        return runRecord(arguments, user, *createLinuxPlatform(), console);
     }
     Result<void> operator()(const SourcesArguments& arguments) const {
         return runSources(arguments, *createLinuxPlatform(), console);
     }
     Result<void> operator()(const RecoverArguments& arguments) const {
-        return runRecover(arguments, console);
+        return runRecover(arguments, reelDefaults(user), console);
     }
 };
 
@@ -75,7 +85,9 @@ ExitStatus GlintroApp::runCommand(const std::vector<std::string>& arguments) con
         (notice.status == ExitStatus::success ? console_.out : console_.error) << notice.text;
         return notice.status;
     }
-    const auto done = std::visit(CommandRunner{console_}, *command);
+    IniPreferenceStore store(IniPreferenceStore::fileOfUser());
+    const Preferences user(store);
+    const auto done = std::visit(CommandRunner{user, console_}, *command);
     if (done) return ExitStatus::success;
     console_.warn(done.error().message);
     return ExitStatus::failed;

@@ -16,7 +16,8 @@ std::string outputStem(const Project& project);
 // Fails where a file cannot be meant: a folder, or one of the files that make up the reel.
 Result<void> checkOutput(const Project& project, const std::filesystem::path& output);
 
-// A new file name that no other file has: "Name.mp4", "Name-2.mp4", "Name-3.mp4" ... The name is taken by an
+// A new file name that no other file in a folder has, which is made when there is none: "Name.mp4",
+// "Name-2.mp4", "Name-3.mp4" ... The name is taken by an
 // empty file at once, so that two programs never choose the same. Unless it is kept that file goes again.
 class ReservedName {
   public:

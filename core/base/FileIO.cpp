@@ -18,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kNewFileMode = 0666; // less the user's umask
+constexpr mode_t kOwnerOnly = 0600;
 constexpr int kLongestLinkChain = 40; // as the kernel has it
 
 std::unexpected<Failure> systemFailure(const char* verb, const fs::path& file, int code) {
@@ -69,9 +70,9 @@ class Replacement {
     }
 
     // Each 0 or the error number.
-    int create(std::string_view bytes) {
-        FileDescriptor descriptor(
-            ::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode));
+    int create(std::string_view bytes, Readers readers) {
+        const mode_t mode = readers == Readers::owner ? kOwnerOnly : kNewFileMode;
+        FileDescriptor descriptor(::open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (!descriptor.isOpen()) return errno;
         created_ = true;
         if (const int error = keepPermissions(descriptor.value())) return error;
@@ -116,11 +117,11 @@ Result<std::string> readFile(const fs::path& file, std::size_t longest) {
     return bytes;
 }
 
-Result<void> writeFileAtomically(const fs::path& file, std::string_view bytes) {
+Result<void> writeFileAtomically(const fs::path& file, std::string_view bytes, Readers readers) {
     const auto target = followLinks(file);
     if (!target) return std::unexpected(target.error());
     Replacement replacement(*target);
-    if (const int error = replacement.create(bytes)) return writeFailure(file, error);
+    if (const int error = replacement.create(bytes, readers)) return writeFailure(file, error);
     if (const int error = replacement.replace()) return writeFailure(file, error);
     syncFolder(target->parent_path());
     return {};

@@ -13,10 +13,17 @@ namespace glintro {
 // file of more than `longest` bytes before any of it is read.
 Result<std::string> readFile(const std::filesystem::path& file, std::size_t longest);
 
+// Who may read a file that is new.
+enum class Readers {
+    all, // as the user's umask says
+    owner,
+};
+
 // Replaces the file's content in one step: whoever reads sees the old bytes or the new ones, also after a
 // power cut. On any failure the old file stands as it was. Keeps the file's permissions; follows a symbolic
 // link, so that the link stays one. A process killed on the way may leave a hidden ".tmp" file beside.
-Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_view bytes,
+                                 Readers readers = Readers::all);
 
 // Creates or overwrites the file in place.
 Result<void> writeFile(const std::filesystem::path& file, std::string_view bytes);

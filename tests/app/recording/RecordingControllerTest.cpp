@@ -103,7 +103,7 @@ class RecordingControllerTest : public testing::Test {
     }
 
     void make(std::chrono::milliseconds countdownStep) {
-        RecordingPreferences(preferences).setCountdown(false);
+        preferences.setCountdown(false);
         controller = std::make_unique<RecordingController>(
             RecordingController::Seams{platform, preferences, views, library}, countdownStep);
     }
@@ -131,7 +131,8 @@ class RecordingControllerTest : public testing::Test {
     TemporaryFolder folder;
     test::DeskPlatform platform;
     test::DeskTrouble& trouble = platform.screen().trouble;
-    TransientPreferenceStore preferences;
+    TransientPreferenceStore store;
+    Preferences preferences{store};
     NotedViews views;
     FolderLibrary library{folder.path()};
     std::unique_ptr<RecordingController> controller;
@@ -232,7 +233,7 @@ TEST_F(RecordingControllerTest, TakesACountdownBackWithoutATrace) {
 }
 
 TEST_F(RecordingControllerTest, MakesAReelOfATake) {
-    RecordingPreferences(preferences).setCaptureFPS(30);
+    preferences.setCaptureFPS(30);
     record();
     ASSERT_TRUE(recordsFor(1.2));
     EXPECT_GT(controller->progress().frames, 0);

@@ -20,6 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using Environment = LibraryFolder::Environment;
 
+constexpr mode_t kOwnerOnly = 0700;
 constexpr std::size_t kLongestUserFolders = 1U << 20; // bytes; the real ones are some hundred
 
 // What a variable names, unless that depends on the current folder.
@@ -84,7 +85,30 @@ std::unexpected<Failure> cannotMake(const fs::path& folder, int code) {
     return failure(fmt::format("The folder “{}” can’t be made: {}.", folder.string(), why), {}, code);
 }
 
+// The folders of a path from `root` on, which nobody else may look into; those above it are made as usual.
+std::error_code makePrivateFolders(const fs::path& root, const fs::path& folder) {
+    std::error_code error;
+    if (root.has_parent_path()) fs::create_directories(root.parent_path(), error);
+    fs::path path = root;
+    const fs::path below = folder.lexically_relative(root);
+    for (auto part = below.begin(); !error; ++part) {
+        if (::mkdir(path.c_str(), kOwnerOnly) != 0 && errno != EEXIST)
+            error.assign(errno, std::generic_category());
+        if (part == below.end()) break;
+        path /= *part;
+    }
+    return error;
+}
+
 } // namespace
+
+ReelDefaults reelDefaults(const Preferences& preferences) {
+    return {preferences.defaultZoom(), preferences.defaultAspect()};
+}
+
+fs::path LibraryFolder::exportFolder(const Preferences& preferences) const {
+    return preferences.exportFolder().value_or(root_ / "Exports");
+}
 
 LibraryFolder LibraryFolder::ofUser(const Environment& environment) {
     const auto named = environment("GLINTRO_LIBRARY_DIR");
@@ -96,29 +120,22 @@ LibraryFolder LibraryFolder::ofUser(const Environment& environment) {
 Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
     const std::tm local = localTime(date);
     const fs::path day = root_ / fmt::format("{:%Y-%m-%d}", local);
-    std::error_code error;
-    fs::create_directories(day, error);
-    if (error) return cannotMake(day, error.value());
+    if (const auto error = makePrivateFolders(root_, day)) return cannotMake(day, error.value());
     const fs::path first = day / fmt::format("{:%H.%M.%S}", local);
     fs::path folder = first;
-    for (int number = 2; ::mkdir(folder.c_str(), 0777) != 0; ++number) {
+    for (int number = 2; ::mkdir(folder.c_str(), kOwnerOnly) != 0; ++number) {
         if (errno != EEXIST) return cannotMake(folder, errno);
         folder = fmt::format("{}-{}", first.string(), number);
     }
     return folder;
 }
 
-std::optional<Project> LibraryFolder::registerRecording(const fs::path& folder,
-                                                        const FinishedRecording& recording,
-                                                        const ReelDefaults& defaults) {
+Result<Project> LibraryFolder::registerRecording(const fs::path& folder, const std::string& name,
+                                                 const TakeRecord& take, const ReelDefaults& defaults) {
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    return Project::registerReel(folder, {.name = recording.name,
-                                          .hasCamera = recording.hasCamera,
-                                          .cameraOffset = recording.cameraOffset,
-                                          .hasAudio = recording.hasAudio,
-                                          .zoomLevel = defaults.zoomLevel,
-                                          .aspect = defaults.aspect,
-                                          .created = now});
+    auto finished = finishReel(folder, {.name = name, .created = now, .take = take, .defaults = defaults});
+    if (!finished) return std::unexpected(finished.error());
+    return std::move(finished->project);
 }
 
 } // namespace glintro

@@ -5,26 +5,16 @@
 #include <optional>
 #include <string>
 
+#include "app/preferences/Preferences.h"
 #include "core/base/Failure.h"
-#include "core/model/Enumerations.h"
 #include "core/model/Timestamp.h"
+#include "core/reel/Finishing.h"
 #include "core/reel/Project.h"
 
 namespace glintro {
 
-// What the preferences say about new reels.
-struct ReelDefaults {
-    double zoomLevel = 2.0;                 // of the automatic zooms
-    std::optional<AspectRatio> aspect = {}; // 16:9 when absent
-};
-
-// A take whose files are all in its folder.
-struct FinishedRecording {
-    std::string name;
-    bool hasCamera = false;
-    Seconds cameraOffset = 0;
-    bool hasAudio = false;
-};
+// What new reels begin with.
+ReelDefaults reelDefaults(const Preferences& preferences);
 
 // Where the reels are kept: a folder for each day, and in it a folder for each reel, named by the local time
 // it was begun at. A value; all calls from any thread, and several processes may share a library.
@@ -42,14 +32,17 @@ class LibraryFolder {
 
     const std::filesystem::path& root() const { return root_; }
 
-    // Makes a folder that nobody else has, with all its parents.
+    // Where rendered files go: as the preferences say, else "Exports" beside the reels.
+    std::filesystem::path exportFolder(const Preferences& preferences) const;
+
+    // Makes a folder that nobody else has, with all its parents. The library and all in it that is made here
+    // can be read by its owner only: a recording may show anything.
     [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) const;
 
-    // Makes a finished recording a reel, created now. Nothing when its movie cannot be read or the folder not
-    // be written. Opens the movie: not for the main thread.
-    [[nodiscard]] static std::optional<Project> registerRecording(const std::filesystem::path& folder,
-                                                                  const FinishedRecording& recording,
-                                                                  const ReelDefaults& defaults);
+    // Makes a take a reel that is created now; see finishReel(). Not for the main thread.
+    [[nodiscard]] static Result<Project> registerRecording(const std::filesystem::path& folder,
+                                                           const std::string& name, const TakeRecord& take,
+                                                           const ReelDefaults& defaults);
 
   private:
     std::filesystem::path root_;

@@ -1,6 +1,7 @@
 #include "app/recording/EventLogger.h"
 
 #include <chrono>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -12,12 +13,12 @@ namespace {
 using Clock = std::chrono::steady_clock; // that of hostTime()
 constexpr std::chrono::nanoseconds kSampleEvery{1'000'000'000 / 60};
 
-// A position as stored; nothing when there is no rectangle to take fractions of.
-std::optional<EventSample> observation(Seconds hostTime, Point position, const Rect& recorded) {
+// `nullopt` when there is no rectangle to take fractions of.
+std::optional<PointerMoment> momentAt(Seconds hostTime, Point position, const Rect& recorded) {
     const bool hasSize = recorded.width > 0 && recorded.height > 0;
     if (!hasSize) return std::nullopt;
-    return EventSample{
-        {hostTime, (position.x - recorded.x) / recorded.width, (position.y - recorded.y) / recorded.height}};
+    return PointerMoment{
+        hostTime, {(position.x - recorded.x) / recorded.width, (position.y - recorded.y) / recorded.height}};
 }
 
 bool isInside(Point fraction) {
@@ -27,7 +28,7 @@ bool isInside(Point fraction) {
 } // namespace
 
 EventLogger::~EventLogger() {
-    end();
+    finish();
 }
 
 Result<void> EventLogger::start(std::function<Rect()> frame, PointerSource& pointer, TakeJournal& journal) {
@@ -52,36 +53,22 @@ void EventLogger::keepSampling(const std::stop_token& stop) {
 }
 
 void EventLogger::sample(Point position, Seconds hostTime) {
-    const auto seen = observation(hostTime, position, frame_());
-    if (!seen) return;
-    const std::scoped_lock lock(mutex_);
-    samples_.push_back(*seen);
-    journal_->sample(*seen);
+    if (const auto moment = momentAt(hostTime, position, frame_())) journal_->sample(*moment);
 }
 
 void EventLogger::press(const PointerPress& press) {
-    const auto seen = observation(press.hostTime, press.position, frame_());
-    if (!seen) return;
-    const std::scoped_lock lock(mutex_);
-    if (isInside(seen->position())) {
-        clicks_.push_back(*seen);
-        journal_->click(*seen);
-    }
-    samples_.push_back(*seen);
-    journal_->sample(*seen);
+    const auto moment = momentAt(press.hostTime, press.position, frame_());
+    if (!moment) return;
+    if (isInside(moment->position)) journal_->click(*moment);
+    journal_->sample(*moment);
 }
 
 // The source goes first: its stop also ends the wait for a position that nobody answers.
-void EventLogger::end() {
+void EventLogger::finish() {
     sampling_.request_stop();
     if (pointer_) pointer_->stop();
     sampling_ = {};
     pointer_ = nullptr;
-}
-
-RecordingEvents EventLogger::finish(Seconds origin, Seconds duration, const PauseClock& pauses) {
-    end();
-    return placeEvents(samples_, clicks_, pauses, origin, duration);
 }
 
 } // namespace glintro

@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 
 #include "app/recording/EventLogger.h"
-#include "core/media/decode/MovieReader.h"
 #include "core/reel/TakeJournal.h"
 
 namespace glintro {
@@ -26,11 +25,6 @@ std::string reelName() {
     return "Recording " + QLocale(QLocale::English).toString(now, "MMM d, H:mm").toStdString();
 }
 
-Seconds durationOf(const fs::path& movie) {
-    const auto reader = MovieReader::open(movie, MovieReader::Access::single);
-    return reader ? (*reader)->properties().duration : 0;
-}
-
 } // namespace
 
 // In the order they are made; they go in the opposite one, for each uses those before it.
@@ -40,15 +34,12 @@ struct LiveTake::Impl {
     std::unique_ptr<TakeJournal> journal = {};
     std::unique_ptr<CaptureEngine> engine = {};
     std::unique_ptr<EventLogger> logger = {};
-    bool pointerIsEmbedded = false;
     bool isCapturing = false;
     bool isOver = false;
 
     void follow(ScreenStream& stream, const TakeHandlers& handlers);
     Result<void> start(std::unique_ptr<ScreenStream> stream, const TakeOrder& order, Platform& platform,
                        const TakeHandlers& handlers);
-    Result<void> saveEvents(const CaptureResult& captured, const PauseClock& pauses);
-    std::optional<Project> registerReel(const CaptureResult& captured);
     Failure incomplete() const;
 };
 
@@ -70,8 +61,7 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     engine = std::make_unique<CaptureEngine>(folder, platform.sound(), platform.cameras(), *journal);
     engine->onError = handlers.failed;
     engine->onNotice = handlers.notice;
-    pointerIsEmbedded = stream->pointerIsEmbedded();
-    if (pointerIsEmbedded) journal->pointerIsEmbedded();
+    if (stream->pointerIsEmbedded()) journal->pointerIsEmbedded();
     CaptureSettings settings = order.settings;
     settings.pixelSize = stream->pixelSize();
     // Before the first picture, so that it is known where the pointer was then.
@@ -80,25 +70,6 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     if (!started) return started;
     isCapturing = true;
     return {};
-}
-
-Result<void> LiveTake::Impl::saveEvents(const CaptureResult& captured, const PauseClock& pauses) {
-    const Seconds duration = durationOf(folder / "raw.mov");
-    const RecordingEvents events = logger->finish(captured.firstFrameHost, duration, pauses);
-    return writeEvents(events, folder / "events.json");
-}
-
-std::optional<Project> LiveTake::Impl::registerReel(const CaptureResult& captured) {
-    auto project = library.registerRecording({.folder = folder,
-                                              .name = reelName(),
-                                              .hasCamera = captured.hasCamera,
-                                              .cameraOffset = captured.cameraOffset,
-                                              .hasAudio = captured.hasAudio});
-    if (!project || !pointerIsEmbedded) return project;
-    // The picture shows the pointer already: a second one beside it would only confuse.
-    project->info.settings.showCursor = false;
-    if (!project->save()) return std::nullopt;
-    return project;
 }
 
 // Why there is no reel yet, and how there can be one.
@@ -149,8 +120,7 @@ CaptureProgress LiveTake::progress() const {
     return impl_->engine->progress();
 }
 
-// Each step leaves a folder that a scan can complete: the movies are whole before the events are placed in
-// them, and the journal, which tells of an interrupted take, goes last.
+// Whatever step this ends at, the journal tells of an interrupted take, and the folder can be completed.
 Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     const CaptureResult captured = impl_->engine->stop();
     impl_->isCapturing = false;
@@ -159,12 +129,12 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
         return std::nullopt;
     }
     impl_->isOver = true;
-    // Without events the reel is one wide shot until the journal has given them back: better than no reel.
-    const auto saved = impl_->saveEvents(captured, pauses);
-    auto project = impl_->registerReel(captured);
+    impl_->logger->finish();
+    TakeRecord record = impl_->journal->record();
+    record.pauses = pauses;
+    auto project = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
     if (!project) return std::unexpected(impl_->incomplete());
-    if (saved) impl_->journal->remove();
-    return project;
+    return *std::move(project);
 }
 
 void LiveTake::discard() {

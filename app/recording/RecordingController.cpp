@@ -21,6 +21,7 @@ RecordingController::RecordingController(const Seams& seams, std::chrono::millis
     connect(&countdownTimer_, &QTimer::timeout, this, [this] { countDown(countdownNumber_ - 1); });
     tick_.setInterval(kTickInterval);
     connect(&tick_, &QTimer::timeout, this, &RecordingController::tick);
+    connect(&preferences_, &Preferences::changed, this, &RecordingController::switchesChanged);
 }
 
 RecordingController::~RecordingController() {
@@ -117,21 +118,15 @@ void RecordingController::setDevices(std::optional<std::string> microphone,
 }
 
 void RecordingController::setMicOn(bool on) {
-    if (micOn() == on) return;
     preferences_.setRecordMic(on);
-    emit switchesChanged();
 }
 
 void RecordingController::setCameraOn(bool on) {
-    if (cameraOn() == on) return;
     preferences_.setRecordCamera(on);
-    emit switchesChanged();
 }
 
 void RecordingController::setCountdownOn(bool on) {
-    if (countdownOn() == on) return;
     preferences_.setCountdown(on);
-    emit switchesChanged();
 }
 
 void RecordingController::start() {

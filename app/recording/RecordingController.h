@@ -10,9 +10,9 @@
 #include <optional>
 #include <stop_token>
 
+#include "app/preferences/Preferences.h"
 #include "app/recording/LiveTake.h"
 #include "app/recording/RecordingChoice.h"
-#include "app/recording/RecordingPreferences.h"
 #include "app/recording/RecordingViews.h"
 #include "app/recording/SerialQueue.h"
 #include "app/recording/TakeLibrary.h"
@@ -60,7 +60,7 @@ class RecordingController : public QObject {
     // All of them outlive the controller.
     struct Seams {
         Platform& platform;
-        PreferenceStore& preferences;
+        Preferences& preferences;
         RecordingViews& views;
         TakeLibrary& library;
     };
@@ -152,7 +152,7 @@ class RecordingController : public QObject {
     void finished(const ReelResult& reel);
 
     Seams seams_;
-    RecordingPreferences preferences_;
+    Preferences& preferences_;
     std::chrono::milliseconds countdownStep_;
     QTimer countdownTimer_;
     QTimer tick_;

@@ -1,23 +1,20 @@
 #pragma once
 
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "core/base/Failure.h"
-#include "core/base/Geometry.h"
 #include "core/model/Timestamp.h"
 #include "core/reel/Project.h"
+#include "core/reel/TakeJournal.h"
 
 namespace glintro {
 
-// A take whose files are finished and which is to become a reel.
+// A take that writes its files no more and is to become a reel.
 struct FinishedTake {
     std::filesystem::path folder;
     std::string name;
-    bool hasCamera = false;
-    Seconds cameraOffset = 0;
-    bool hasAudio = false;
+    TakeRecord record; // what its journal tells
 };
 
 // The library as a take sees it. Calls come from the thread that takes are worked on, one at a time, and may
@@ -30,8 +27,8 @@ class TakeLibrary {
     [[nodiscard]] virtual Result<std::filesystem::path> newProjectFolder(Timestamp date) = 0;
     // Removes the folder of a take that came to nothing, with all it holds.
     virtual void discardFolder(const std::filesystem::path& folder) = 0;
-    // Nothing when the movie cannot be read or the project file not be written; the folder stays as it is.
-    [[nodiscard]] virtual std::optional<Project> registerRecording(const FinishedTake& take) = 0;
+    // See finishReel(), which also says when this fails; all files are kept then.
+    [[nodiscard]] virtual Result<Project> registerRecording(const FinishedTake& take) = 0;
 
     // Whether the system lets this program record the screen, as was just asked. Main thread.
     virtual void setScreenAccess(bool hasAccess) = 0;

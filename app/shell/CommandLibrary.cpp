@@ -54,6 +54,7 @@ Result<fs::path> CommandLibrary::newProjectFolder(Timestamp date) {
     made_ = missingFolders(folder);
     std::error_code error;
     fs::create_directories(folder, error);
+    if (!error && !made_.empty()) fs::permissions(folder, fs::perms::owner_all, error);
     if (error)
         return failure(fmt::format("The folder “{}” can’t be made: {}.", named_->string(), error.message()));
     return folder;
@@ -66,12 +67,8 @@ void CommandLibrary::discardFolder(const fs::path& folder) {
     for (const fs::path& made : made_) fs::remove(made, ignored);
 }
 
-std::optional<Project> CommandLibrary::registerRecording(const FinishedTake& take) {
-    const FinishedRecording recording{.name = take.name,
-                                      .hasCamera = take.hasCamera,
-                                      .cameraOffset = take.cameraOffset,
-                                      .hasAudio = take.hasAudio};
-    return LibraryFolder::registerRecording(take.folder, recording, {});
+Result<Project> CommandLibrary::registerRecording(const FinishedTake& take) {
+    return LibraryFolder::registerRecording(take.folder, take.name, take.record, defaults_);
 }
 
 } // namespace glintro

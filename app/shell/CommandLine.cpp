@@ -232,6 +232,8 @@ void Grammar::describeRecord() {
     addCaptureRate(*record_, to.fps);
     record_->add_flag_callback(
         "--hevc", [&to] { to.hevc = true; }, "Record HEVC: smaller files");
+    record_->add_flag_callback(
+        "--no-hevc", [&to] { to.hevc = false; }, "Record H.264 (default, unless you prefer HEVC)");
     addFile(*record_, "-o,--output", to.output,
             "The reel's folder, which must be new or empty;\nwithout it a new one in the library", "DIR");
     addReport(*record_, to.report);

@@ -19,9 +19,9 @@ namespace glintro {
 enum class Report { text, json };
 
 struct RenderArguments {
-    std::vector<std::filesystem::path> reels; // at least one
-    std::optional<std::filesystem::path>
-        output; // of a single reel; absent: named after each, in the current folder
+    std::vector<std::filesystem::path> reels;    // at least one
+    std::optional<std::filesystem::path> output; // of a single reel; absent: named after each, in `folder`
+    std::filesystem::path folder;                // empty: the current one
     ExportOptions options;
     std::optional<Look> look;                       // instead of the reel's own
     std::optional<std::filesystem::path> wallpaper; // the picture behind the Look "Desktop"
@@ -33,6 +33,7 @@ struct StillArguments {
     std::filesystem::path reel;
     Seconds at = 0; // source time
     std::optional<std::filesystem::path> output;
+    std::filesystem::path folder; // as in RenderArguments
     int longSide = 1920;
     std::optional<Look> look;
     std::optional<std::filesystem::path> wallpaper;
@@ -65,8 +66,8 @@ struct RecordArguments {
     std::optional<Seconds> seconds;     // absent: until a signal ends it
     DeviceWish microphone;
     DeviceWish camera;
-    int fps = 60;
-    bool hevc = false;
+    std::optional<int> fps; // absent, like the next: as the user prefers
+    std::optional<bool> hevc;
     std::optional<std::filesystem::path> output; // the reel's folder; absent: a new one in the library
     Report report = Report::text;
 };

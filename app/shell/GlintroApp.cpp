@@ -7,6 +7,9 @@
 
 #include <fmt/format.h>
 
+#include "app/library/LibraryFolder.h"
+#include "app/preferences/IniPreferenceStore.h"
+#include "app/preferences/Preferences.h"
 #include "app/shell/CommandLine.h"
 #include "app/shell/DemoRender.h"
 #include "app/shell/InspectCommand.h"
@@ -26,11 +29,14 @@ std::optional<DesktopPicture> askDesktopPicture() {
 }
 
 struct CommandRunner {
+    const Preferences& user;
     const Console& console;
-    Result<void> operator()(const RenderArguments& arguments) const {
+    Result<void> operator()(RenderArguments arguments) const {
+        arguments.folder = user.exportFolder().value_or("");
         return runRender(arguments, console, askDesktopPicture);
     }
-    Result<void> operator()(const StillArguments& arguments) const {
+    Result<void> operator()(StillArguments arguments) const {
+        arguments.folder = user.exportFolder().value_or("");
         return runStill(arguments, console, askDesktopPicture);
     }
     Result<void> operator()(const InspectArguments& arguments) const {
@@ -38,13 +44,13 @@ struct CommandRunner {
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
     Result<void> operator()(const RecordArguments& arguments) const {
-        return runRecord(arguments, *createLinuxPlatform(), console);
+        return runRecord(arguments, user, *createLinuxPlatform(), console);
     }
     Result<void> operator()(const SourcesArguments& arguments) const {
         return runSources(arguments, *createLinuxPlatform(), console);
     }
     Result<void> operator()(const RecoverArguments& arguments) const {
-        return runRecover(arguments, console);
+        return runRecover(arguments, reelDefaults(user), console);
     }
 };
 
@@ -83,7 +89,9 @@ ExitStatus GlintroApp::runCommand(const std::vector<std::string>& arguments) con
         (notice.status == ExitStatus::success ? console_.out : console_.error) << notice.text;
         return notice.status;
     }
-    const auto done = std::visit(CommandRunner{console_}, *command);
+    IniPreferenceStore store(IniPreferenceStore::fileOfUser());
+    const Preferences user(store);
+    const auto done = std::visit(CommandRunner{user, console_}, *command);
     if (done) return ExitStatus::success;
     console_.warn(done.error().message);
     return ExitStatus::failed;

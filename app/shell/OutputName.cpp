@@ -65,6 +65,8 @@ std::string outputStem(const Project& project) {
 
 Result<ReservedName> ReservedName::create(const fs::path& folder, const std::string& stem,
                                           std::string_view extension) {
+    std::error_code ignored; // where this fails, so does what follows
+    if (!folder.empty()) fs::create_directories(folder, ignored);
     for (int number = 1;; ++number) {
         const std::string suffix = number == 1 ? "" : fmt::format("-{}", number);
         const fs::path path = folder / fmt::format("{}{}{}", stem, suffix, extension);

@@ -13,8 +13,9 @@ namespace glintro {
 // nothing is left of it.
 std::string outputStem(const Project& project);
 
-// A new file name that no other file has: "Name.mp4", "Name-2.mp4", "Name-3.mp4" ... An empty file
-// reserves the name at once, so that two programs never choose the same. Unless kept, that file is removed.
+// A new file name that no other file in a folder has, which is made when there is none: "Name.mp4",
+// "Name-2.mp4", "Name-3.mp4" ... An empty file reserves the name at once, so that two programs never choose
+// the same. Unless kept, that file is removed.
 class ReservedName {
   public:
     [[nodiscard]] static Result<ReservedName> create(const std::filesystem::path& folder,

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "app/library/LibraryFolder.h"
 #include "app/recording/RecordingController.h"
 #include "app/shell/CommandLibrary.h"
 #include "app/shell/JsonOutput.h"
@@ -122,7 +123,8 @@ class Recording {
     const RecordArguments& arguments_;
     TerminalLine line_;
     ConsoleViews views_;
-    TransientPreferenceStore preferences_;
+    TransientPreferenceStore store_;
+    Preferences preferences_{store_};
     RecordingController controller_;
     std::shared_ptr<ExportCancel> cancel_ = std::make_shared<ExportCancel>();
     SignalCancel signals_{cancel_};
@@ -133,14 +135,13 @@ class Recording {
 };
 
 // Prepared before the controller reads them.
-PreferenceStore& preferencesFor(const RecordArguments& arguments, PreferenceStore& store) {
-    RecordingPreferences preferences(store);
-    preferences.setCaptureFPS(arguments.fps);
-    preferences.setUseHEVC(arguments.hevc);
+Preferences& preferencesFor(const RecordArguments& arguments, Preferences& preferences) {
+    preferences.setCaptureFPS(*arguments.fps);
+    preferences.setUseHEVC(*arguments.hevc);
     preferences.setCountdown(false);
     preferences.setRecordMic(arguments.microphone.on);
     preferences.setRecordCamera(arguments.camera.on);
-    return store;
+    return preferences;
 }
 
 Recording::Recording(const RecordArguments& arguments, Platform& platform, const Console& console,
@@ -205,7 +206,7 @@ nlohmann::json toJson(const Project& reel, const CaptureProgress& progress,
             {"width", info.width},
             {"height", info.height},
             {"duration", info.duration},
-            {"fps", arguments.fps},
+            {"fps", *arguments.fps},
             {"frames", progress.frames},
             {"dropped", progress.droppedFrames},
             {"bytes", progress.bytesOnDisk},
@@ -228,8 +229,12 @@ void print(const Project& reel, const CaptureProgress& progress, const Console& 
 
 } // namespace
 
-Result<void> runRecord(const RecordArguments& arguments, Platform& platform, const Console& console) {
-    CommandLibrary library(arguments.output);
+Result<void> runRecord(const RecordArguments& wishes, const Preferences& user, Platform& platform,
+                       const Console& console) {
+    RecordArguments arguments = wishes;
+    arguments.fps = wishes.fps.value_or(user.captureFPS());
+    arguments.hevc = wishes.hevc.value_or(user.useHEVC());
+    CommandLibrary library(arguments.output, reelDefaults(user));
     if (auto checked = library.checkFolder(); !checked) return checked;
     const auto content = platform.screen().content();
     if (!content) return std::unexpected(content.error());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/preferences/Preferences.h"
 #include "app/shell/CommandLine.h"
 #include "app/shell/Console.h"
 #include "core/base/Failure.h"
@@ -9,7 +10,8 @@ namespace glintro {
 
 // Records until the time is up or a signal ends it, with a line about it on a terminal, and prints the reel.
 // When the take had to end early the reel is printed all the same, and the failure says why. Nothing is left
-// behind when nothing was recorded.
-Result<void> runRecord(const RecordArguments& arguments, Platform& platform, const Console& console);
+// behind when nothing was recorded. What the arguments leave open is as the user prefers it.
+[[nodiscard]] Result<void> runRecord(const RecordArguments& arguments, const Preferences& user,
+                                     Platform& platform, const Console& console);
 
 } // namespace glintro

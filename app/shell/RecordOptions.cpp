@@ -51,7 +51,7 @@ CLI::Option* addDevice(CLI::App& app, const std::string& names, DeviceWish& valu
     return addText(app, names, take, description)->type_name("[DEVICE]")->expected(0, 1);
 }
 
-CLI::Option* addCaptureRate(CLI::App& app, int& value) {
+CLI::Option* addCaptureRate(CLI::App& app, std::optional<int>& value) {
     const auto take = [&value](const std::string& text) {
         if (text != "30" && text != "60") reject(fmt::format("--fps expects 30 or 60, not “{}”.", text));
         value = text == "30" ? 30 : 60;

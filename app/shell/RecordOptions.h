@@ -17,6 +17,6 @@ CLI::Option* addArea(CLI::App& app, std::optional<Rect>& value);
 // A switch that may be followed by a name.
 CLI::Option* addDevice(CLI::App& app, const std::string& names, DeviceWish& value,
                        const std::string& description);
-CLI::Option* addCaptureRate(CLI::App& app, int& value);
+CLI::Option* addCaptureRate(CLI::App& app, std::optional<int>& value);
 
 } // namespace glintro

@@ -64,15 +64,17 @@ void printLine(const RecoveredReel& reel, const fs::path& folder, const Console&
 
 } // namespace
 
-Result<void> runRecover(const RecoverArguments& arguments, const Console& console) {
+Result<void> runRecover(const RecoverArguments& arguments, const ReelDefaults& defaults,
+                        const Console& console) {
     const std::size_t count = arguments.reels.size();
     nlohmann::json all = nlohmann::json::array();
     std::vector<Failure> failures;
     for (const fs::path& folder : arguments.reels) {
-        const auto recovered = recoverReel(folder, {});
+        const auto recovered = recoverReel(folder, defaults);
         if (!recovered) failures.push_back(recovered.error());
         if (!recovered && count > 1) console.warn(recovered.error().message);
         if (recovered && arguments.report == Report::text) printLine(*recovered, folder, console);
+        if (recovered && recovered->notice) console.warn(*recovered->notice);
         all.push_back(toJson(recovered, folder));
     }
     if (!failures.empty() && count == 1) return std::unexpected(failures.front());

@@ -67,7 +67,8 @@ Result<Rendering> Renderer::render(const fs::path& reel) const {
 }
 
 Result<Rendering> Renderer::renderToNewName(const Project& project) const {
-    auto name = ReservedName::create({}, outputStem(project), fileEnding(arguments_.options.format));
+    auto name =
+        ReservedName::create(arguments_.folder, outputStem(project), fileEnding(arguments_.options.format));
     if (!name) return std::unexpected(name.error());
     auto rendering = renderTo(name->path(), project);
     if (rendering) name->keep();

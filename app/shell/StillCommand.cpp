@@ -41,8 +41,9 @@ Result<void> saveTo(const fs::path& file, const BgraImage& image, const Console&
     return {};
 }
 
-Result<void> saveToNewName(const Project& project, const BgraImage& image, const Console& console) {
-    auto name = ReservedName::create({}, outputStem(project), ".png");
+Result<void> saveToNewName(const fs::path& folder, const Project& project, const BgraImage& image,
+                           const Console& console) {
+    auto name = ReservedName::create(folder, outputStem(project), ".png");
     if (!name) return std::unexpected(name.error());
     auto saved = saveTo(name->path(), image, console);
     if (saved) name->keep();
@@ -65,7 +66,7 @@ Result<void> runStill(const StillArguments& arguments, const Console& console, A
     if (!image) return std::unexpected(image.error());
     if (cancel->isCancelled()) return std::unexpected(Failure::cancelled());
     return arguments.output ? saveTo(*arguments.output, *image, console)
-                            : saveToNewName(*project, *image, console);
+                            : saveToNewName(arguments.folder, *project, *image, console);
 }
 
 } // namespace glintro

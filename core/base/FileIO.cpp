@@ -47,8 +47,8 @@ Result<std::string> readFile(const fs::path& file, std::size_t longest) {
     return bytes;
 }
 
-Result<void> writeFileAtomically(const fs::path& file, std::string_view bytes) {
-    auto replacement = ReplacementFile::create(file);
+Result<void> writeFileAtomically(const fs::path& file, std::string_view bytes, Readers readers) {
+    auto replacement = ReplacementFile::create(file, readers);
     if (!replacement) return std::unexpected(replacement.error());
     if (auto written = replacement->write(bytes); !written) return written;
     return replacement->commit();

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "core/base/Failure.h"
+#include "core/base/ReplacementFile.h"
 
 namespace glintro {
 
@@ -16,7 +17,8 @@ namespace glintro {
 [[nodiscard]] Result<std::string> readFile(const std::filesystem::path& file, std::size_t longest);
 
 // Replaces the file's content in one step and keeps its permissions, as ReplacementFile does it.
-[[nodiscard]] Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+[[nodiscard]] Result<void> writeFileAtomically(const std::filesystem::path& file, std::string_view bytes,
+                                               Readers readers = Readers::all);
 
 // Creates or overwrites the file in place.
 [[nodiscard]] Result<void> writeFile(const std::filesystem::path& file, std::string_view bytes);

@@ -18,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr mode_t kNewFileMode = 0666; // less the user's umask
+constexpr mode_t kOwnerOnly = 0600;
 constexpr int kLongestLinkChain = 40; // as the kernel has it
 
 std::unexpected<Failure> writeFailureOf(const fs::path& file, int error) {
@@ -53,11 +54,12 @@ int keepPermissions(const FileDescriptor& descriptor, const fs::path& target) {
 
 } // namespace
 
-Result<ReplacementFile> ReplacementFile::create(const fs::path& file) {
+Result<ReplacementFile> ReplacementFile::create(const fs::path& file, Readers readers) {
     const auto target = followLinks(file);
     if (!target) return std::unexpected(target.error());
     const fs::path path = nameBeside(*target);
-    FileDescriptor descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kNewFileMode));
+    FileDescriptor descriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                                     readers == Readers::owner ? kOwnerOnly : kNewFileMode));
     if (!descriptor.isOpen()) return writeFailureOf(file, errno);
     ReplacementFile replacement(*target, path, std::move(descriptor));
     if (const int error = keepPermissions(replacement.descriptor_, *target))

@@ -8,6 +8,12 @@
 
 namespace glintro {
 
+// Who may read a file that is new.
+enum class Readers {
+    all, // as the user's umask says
+    owner,
+};
+
 // A new file written beside another one, which it replaces in one step: whoever reads the other one sees the
 // old bytes or all of the new ones, also after a power cut. Unless it is committed it is removed, and the old
 // file stays as it was. A process killed on the way may leave a hidden ".partial" file.
@@ -19,10 +25,11 @@ namespace glintro {
 // time. A Failure's nativeCode is the system's error number.
 class ReplacementFile {
   public:
-    // Makes an empty file beside `target`, with the permissions of the file there. Where `target` is a
-    // symbolic link, the file it leads to is replaced and the link stays. Fails where `target` is no regular
-    // file.
-    [[nodiscard]] static Result<ReplacementFile> create(const std::filesystem::path& target);
+    // Makes an empty file beside `target`, with the permissions of the file there, or with those of `readers`
+    // where there is none. Where `target` is a symbolic link, the file it leads to is replaced and the link
+    // stays. Fails where `target` is no regular file.
+    [[nodiscard]] static Result<ReplacementFile> create(const std::filesystem::path& target,
+                                                        Readers readers = Readers::all);
 
     ReplacementFile(ReplacementFile&& other) noexcept;
     ReplacementFile& operator=(ReplacementFile&&) = delete;

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "core/model/JsonText.h"
 #include "core/model/SettingsJson.h"
 
 namespace glintro {
@@ -13,35 +14,11 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kDeepestNesting = 512;
-constexpr std::size_t kMostValues = 1'000'000;
-constexpr const char* damagedMessage = "The project file is damaged.";
-
-// A document tree takes many times the memory of its text, so the text is measured before a tree is built.
-// The library takes a zero byte for the end of the text; here it is garbage.
-bool isWithinLimits(std::string_view text) {
-    if (text.size() > kLongestProjectText) return false;
-    std::size_t depth = 0;
-    std::size_t values = 0;
-    bool inString = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char byte = text[i];
-        if (byte == '"') inString = !inString;
-        if (byte == '\0') return false;
-        if (inString) {
-            if (byte == '\\') ++i;
-            continue;
-        }
-        if (byte == '[' || byte == '{') ++depth;
-        if ((byte == ']' || byte == '}') && depth > 0) --depth;
-        if (byte == '[' || byte == '{' || byte == ',') ++values;
-        if (depth > kDeepestNesting || values > kMostValues) return false;
-    }
-    return true;
-}
+constexpr JsonLimits kLimits{.bytes = kLongestProjectText, .values = 1'000'000, .depth = 512};
+constexpr const char* kDamaged = "The project file is damaged.";
 
 std::unexpected<Failure> damaged(std::string detail) {
-    return failure(damagedMessage, std::move(detail));
+    return failure(kDamaged, std::move(detail));
 }
 
 const json* member(const json& object, const char* key, bool (json::*hasType)() const noexcept) {
@@ -99,10 +76,10 @@ bool holdsOnlyFiniteNumbers(const json& value) {
 } // namespace
 
 Result<ProjectInfo> decodeProjectInfo(std::string_view text) {
-    if (!isWithinLimits(text)) return damaged("too large, nested too deeply or not text");
-    const json record = json::parse(text, nullptr, /*allow_exceptions=*/false);
-    if (!record.is_object()) return damaged("not a JSON object");
-    RecordReader reader(record);
+    const auto record = parseJson(text, kLimits);
+    if (!record) return damaged(record.error().detail);
+    if (!record->is_object()) return damaged("not a JSON object");
+    RecordReader reader(*record);
     ProjectInfo info;
     info.name = reader.text("name");
     info.created = reader.time("created");

@@ -65,7 +65,7 @@ Result<std::string> encodeEvents(const RecordingEvents& events) {
 Result<void> writeEvents(const RecordingEvents& events, const std::filesystem::path& file) {
     const auto text = encodeEvents(events);
     if (!text) return std::unexpected(text.error());
-    return writeFileAtomically(file, *text);
+    return writeFileAtomically(file, *text, Readers::owner);
 }
 
 } // namespace glintro

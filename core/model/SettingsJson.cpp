@@ -88,12 +88,23 @@ bool read(const json& value, SpeedSegment& segment) {
     return readRange(value, segment) && readMember(value, "rate", segment.rate);
 }
 
+// An element to read into: a segment without an identity, since drawing one asks the system.
+template <class Element>
+Element blank() {
+    return {};
+}
+template <TimeSegment Segment>
+Segment blank() {
+    return {.id = Uuid()};
+}
+
 template <class Element>
 bool read(const json& value, std::vector<Element>& field) {
     if (!value.is_array()) return false;
-    std::vector<Element> elements(value.size());
-    for (std::size_t i = 0; i < elements.size(); ++i) {
-        if (!read(value[i], elements[i])) return false;
+    std::vector<Element> elements;
+    elements.reserve(value.size());
+    for (const json& each : value) {
+        if (!read(each, elements.emplace_back(blank<Element>()))) return false;
     }
     field = std::move(elements);
     return true;

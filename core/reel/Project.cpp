@@ -34,7 +34,7 @@ std::optional<Project> Project::load(const std::filesystem::path& folder) {
 
 bool Project::save() const {
     const auto text = encodeProjectInfo(info);
-    return text && writeFileAtomically(infoURL(), *text);
+    return text && writeFileAtomically(infoURL(), *text, Readers::owner);
 }
 
 RecordingEvents Project::loadEvents() const {

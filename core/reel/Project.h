@@ -83,6 +83,7 @@ struct Project::Registration {
     double zoomLevel = 2.0;
     std::optional<AspectRatio> aspect = {}; // 16:9 when absent
     Timestamp created = {};
+    bool pointerIsEmbedded = false; // in the pictures: a second one drawn beside it would confuse
 };
 
 } // namespace glintro

@@ -43,6 +43,7 @@ std::optional<Project> Project::registerReel(const std::filesystem::path& folder
     info.hasCamera = registration.hasCamera;
     info.cameraOffset = registration.cameraOffset;
     info.hasAudio = registration.hasAudio;
+    info.settings.showCursor = !registration.pointerIsEmbedded;
     info.settings.aspect = registration.aspect.value_or(AspectRatio::wide);
     info.settings.zooms =
         AutoZoom::segments(project.loadEvents().clicks, movie->duration, registration.zoomLevel);

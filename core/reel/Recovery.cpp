@@ -11,11 +11,9 @@
 #include <sys/stat.h>
 
 #include "core/base/FileDescriptor.h"
-#include "core/base/FileIO.h"
-#include "core/media/decode/MovieReader.h"
 #include "core/media/fragments/MovieSealing.h"
+#include "core/reel/MediaTraces.h"
 #include "core/reel/TakeJournal.h"
-#include "core/timeline/AutoZoom.h"
 
 namespace glintro {
 namespace {
@@ -57,148 +55,83 @@ Timestamp creationOf(const fs::path& file) {
     return Timestamp(seconds(hasBirth ? std::min(status.stx_btime.tv_sec, changed) : changed));
 }
 
-// Where a host time lies with the pauses before it cut out.
-Seconds withoutPauses(Seconds hostTime, const PauseClock& pauses) {
-    return hostTime - pauses.paused(hostTime);
-}
-
-Seconds cameraOffsetOf(const TakeRecord& take) {
-    if (take.firstFrameHost <= 0 || take.cameraStartHost <= 0) return 0;
-    return withoutPauses(take.cameraStartHost, take.pauses) - withoutPauses(take.firstFrameHost, take.pauses);
-}
-
 // One recovery of one folder that is nobody else's meanwhile.
 class ReelRecovery {
   public:
-    ReelRecovery(const fs::path& folder, const RecoveryOptions& options)
-        : options_(options), reel_(folder, {}), take_(TakeJournal::read(folder)) {}
+    ReelRecovery(const fs::path& folder, const ReelDefaults& defaults)
+        : defaults_(defaults),
+          reel_(folder, {}),
+          created_(creationOf(reel_.rawURL())),
+          take_(TakeJournal::read(folder)) {}
 
     Result<RecoveredReel> run();
 
   private:
-    Result<RecoveredReel> rebuild();
+    Result<RecoveredReel> finish(Outcome outcome);
     Result<RecoveredReel> discard() const;
-    Result<SealedMovie> finishScreenMovie() const;
-    bool finishCameraMovie() const;
-    Result<bool> completeEvents(Seconds duration) const;
-    std::optional<Project> registerReel(const SealedMovie& movie, bool hasCamera, Timestamp created) const;
-    Result<RecoveredReel> complete(Project project, Outcome outcome) const;
-    bool lacksItsMovie() const;
-    Failure unreadable(const Failure& why) const;
+    std::optional<Failure> whyNoDiscard() const;
+    std::string folderName() const;
     std::string path() const { return reel_.folder().string(); }
 
-    RecoveryOptions options_;
-    Project reel_;                   // its places only
+    ReelDefaults defaults_;
+    Project reel_; // its places only
+    Timestamp created_;
     std::optional<TakeRecord> take_; // absent when there is no journal
 };
 
 Result<RecoveredReel> ReelRecovery::run() {
-    const auto loaded = Project::inspect(reel_.folder());
-    if (loaded.status == Status::none && lacksItsMovie())
-        return failure(fmt::format(
-            "The raw.mov of “{}” has been taken away: put it back, or delete the folder.", path()));
-    if (loaded.status == Status::none && take_) return discard();
-    if (loaded.status == Status::none)
-        return failure(fmt::format("“{}” is not a reel: it holds no raw.mov.", path()));
-    if (loaded.status == Status::damaged) return rebuild();
-    Project project = *loaded.project;
-    const auto placed = completeEvents(project.info.duration);
-    if (!placed) return std::unexpected(placed.error());
-    ProjectSettings& settings = project.info.settings;
-    if (*placed && settings.zooms.empty()) // nobody could know of the clicks before
-        settings.zooms =
-            AutoZoom::segments(project.loadEvents().clicks, project.info.duration, options_.zoomLevel);
-    return complete(std::move(project), Outcome::fine);
+    switch (Project::inspect(reel_.folder()).status) {
+        case Status::ok:
+            return finish(Outcome::fine);
+        case Status::none:
+            if (take_) return discard();
+            return failure(fmt::format("“{}” is not a reel: it holds no raw.mov.", path()));
+        case Status::damaged:
+            break;
+    }
+    const auto movie = sealMovie(reel_.rawURL());
+    if (movie && !movie->hasFrames && take_) return discard();
+    return finish(Outcome::recovered);
 }
 
-// The journal goes last: until then all of this is done again when it is interrupted.
-Result<RecoveredReel> ReelRecovery::rebuild() {
-    const Timestamp created = creationOf(reel_.rawURL());
-    const auto movie = finishScreenMovie();
-    if (!movie) return std::unexpected(unreadable(movie.error()));
-    if (!movie->hasFrames && take_) return discard();
-    if (!movie->hasFrames) return failure(fmt::format("The raw.mov in “{}” holds no picture.", path()));
-    const bool hasCamera = finishCameraMovie();
-    if (const auto events = completeEvents(movie->duration); !events) return std::unexpected(events.error());
-    const auto project = registerReel(*movie, hasCamera, created);
-    if (!project)
-        return failure(
-            fmt::format("The recording in “{}” can’t be made a reel: its raw.mov can’t be read, or the "
-                        "folder can’t be written.",
-                        path()));
-    return complete(*project, Outcome::recovered);
+Result<RecoveredReel> ReelRecovery::finish(Outcome outcome) {
+    auto finished = finishReel(
+        reel_.folder(),
+        {.name = folderName(), .created = created_, .take = std::move(take_), .defaults = defaults_});
+    if (!finished) return std::unexpected(finished.error());
+    return RecoveredReel{outcome, std::move(finished->project), finished->notice};
 }
 
-// A take that had begun, of which somebody took the screen's movie away: what is left is not to be lost.
-bool ReelRecovery::lacksItsMovie() const {
-    return take_ && take_->firstFrameHost > 0 && isThere(reel_.cameraURL());
-}
-
-Failure ReelRecovery::unreadable(const Failure& why) const {
-    return {fmt::format("“{}” can’t be recovered. {}", path(), why.message), why.detail, why.nativeCode};
-}
-
-// A movie that did not come from a take, for example an imported one, is as good as its reader finds it.
-Result<SealedMovie> ReelRecovery::finishScreenMovie() const {
-    auto sealed = sealMovie(reel_.rawURL());
-    if (sealed || take_) return sealed;
-    const auto reader = MovieReader::open(reel_.rawURL(), MovieReader::Access::single);
-    if (!reader) return std::unexpected(reader.error());
-    const MovieProperties& properties = (*reader)->properties();
-    return SealedMovie{true, properties.hasAudio, properties.duration};
-}
-
-// Whether the reel has one. A file that is no movie is left where it is: somebody may know what to do with
-// it.
-bool ReelRecovery::finishCameraMovie() const {
-    if (!isThere(reel_.cameraURL())) return false;
-    const auto camera = sealMovie(reel_.cameraURL());
-    if (!camera) return MovieReader::open(reel_.cameraURL(), MovieReader::Access::single).has_value();
+std::string ReelRecovery::folderName() const {
     std::error_code ignored;
-    if (!camera->hasFrames) fs::remove(reel_.cameraURL(), ignored);
-    return camera->hasFrames;
+    return fs::canonical(reel_.folder(), ignored).filename().string();
 }
 
-// Whether the journal's events had to be placed: those that are written whole already were placed by the
-// take's own stop.
-Result<bool> ReelRecovery::completeEvents(Seconds duration) const {
-    if (!take_ || readEvents(reel_.eventsURL())) return false;
-    const Seconds origin = withoutPauses(take_->firstFrameHost, take_->pauses);
-    const auto written = writeEvents(
-        placeEvents(take_->samples, take_->clicks, take_->pauses, origin, duration), reel_.eventsURL());
-    if (!written) return std::unexpected(written.error());
-    return true;
+// A take that had a picture is not to be lost, whatever somebody or a broken disk has done to its files.
+std::optional<Failure> ReelRecovery::whyNoDiscard() const {
+    if (holdsMedia(reel_.rawURL()))
+        return Failure{
+            fmt::format("The raw.mov in “{}” is damaged, so no reel can be made of it. All files are "
+                        "kept as they are.",
+                        path())};
+    if (take_->firstFrameHost <= 0) return std::nullopt;
+    if (!isThere(reel_.rawURL()))
+        return Failure{fmt::format(
+            "The raw.mov of “{}” has been taken away: put it back, or delete the folder.", path())};
+    if (holdsMedia(reel_.cameraURL()))
+        return Failure{
+            fmt::format("The raw.mov in “{}” holds no picture, but its camera.mov does. All files are "
+                        "kept as they are.",
+                        path())};
+    return std::nullopt;
 }
 
-std::optional<Project> ReelRecovery::registerReel(const SealedMovie& movie, bool hasCamera,
-                                                  Timestamp created) const {
-    std::error_code ignored;
-    return Project::registerReel(reel_.folder(),
-                                 {.name = fs::canonical(reel_.folder(), ignored).filename().string(),
-                                  .hasCamera = hasCamera,
-                                  .cameraOffset = hasCamera && take_ ? cameraOffsetOf(*take_) : 0,
-                                  .hasAudio = movie.hasAudio,
-                                  .zoomLevel = options_.zoomLevel,
-                                  .aspect = options_.aspect,
-                                  .created = created});
-}
-
-// What a stop does behind the registration.
-Result<RecoveredReel> ReelRecovery::complete(Project project, Outcome outcome) const {
-    if (!take_) return RecoveredReel{outcome, std::move(project)};
-    // A second pointer beside the recorded one would confuse.
-    if (take_->pointerIsEmbedded) project.info.settings.showCursor = false;
-    if (!project.save()) return failure(fmt::format("The project file in “{}” can’t be written.", path()));
-    std::error_code error;
-    fs::remove(TakeJournal::fileIn(reel_.folder()), error);
-    if (error) return failure(fmt::format("The folder “{}” can’t be written: {}.", path(), error.message()));
-    return RecoveredReel{outcome, std::move(project)};
-}
-
-// The folder goes, too, when nobody put anything else there. The camera's movie goes before the screen's, so
-// that an interrupted removal does not look like lacksItsMovie().
+// The folder goes, too, when nobody put anything else there. The journal is emptied first, so that an
+// interrupted removal does not look like a take whose raw.mov was taken away.
 Result<RecoveredReel> ReelRecovery::discard() const {
+    if (auto why = whyNoDiscard()) return std::unexpected(*why);
     std::error_code error;
+    fs::resize_file(TakeJournal::fileIn(reel_.folder()), 0, error);
     for (const fs::path& file :
          {reel_.cameraURL(), reel_.eventsURL(), reel_.rawURL(), TakeJournal::fileIn(reel_.folder())}) {
         fs::remove(file, error);
@@ -217,7 +150,7 @@ bool needsRecovery(const fs::path& folder) {
     return isThere(TakeJournal::fileIn(folder)) || Project::inspect(folder).status == Status::damaged;
 }
 
-Result<RecoveredReel> recoverReel(const fs::path& folder, const RecoveryOptions& options) {
+Result<RecoveredReel> recoverReel(const fs::path& folder, const ReelDefaults& defaults) {
     if (!isThere(folder)) return failure(fmt::format("There is no folder “{}”.", folder.string()));
     std::error_code unreadable;
     if (!fs::exists(Project(folder, {}).rawURL(), unreadable) && unreadable)
@@ -229,7 +162,7 @@ Result<RecoveredReel> recoverReel(const fs::path& folder, const RecoveryOptions&
     if (TakeJournal::isRunning(folder))
         return failure(
             fmt::format("“{}” is being recorded right now. Stop the recording first.", folder.string()));
-    return ReelRecovery(folder, options).run();
+    return ReelRecovery(folder, defaults).run();
 }
 
 } // namespace glintro

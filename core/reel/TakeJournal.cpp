@@ -51,9 +51,8 @@ void append(std::string& text, double number) {
 } // namespace
 
 struct TakeJournal::Impl {
-    Impl(fs::path path, FileDescriptor opened)
-        : file(std::move(path)),
-          descriptor(std::move(opened)),
+    explicit Impl(FileDescriptor opened)
+        : descriptor(std::move(opened)),
           syncing([this](const std::stop_token& stop) { repeat(stop, kSyncEvery, [this] { sync(); }); }),
           appending([this](const std::stop_token& stop) {
               repeat(stop, kAppendEvery, [this] { appendPending(); });
@@ -62,11 +61,13 @@ struct TakeJournal::Impl {
     void add(std::string_view word, std::initializer_list<double> numbers);
     void repeat(const std::stop_token& stop, milliseconds interval, const std::function<void()>& work);
     void appendPending();
+    TakeRecord record();
     void sync() const { ::fdatasync(descriptor.value()); }
 
-    const fs::path file;
     const FileDescriptor descriptor;
-    std::string unwritten; // of the appending thread alone, and so is `offset`
+
+    std::mutex fileMutex; // guards the file's position and the next two; locked before `mutex`
+    std::string unwritten;
     off_t offset = 0;
 
     std::mutex mutex; // guards `pending`
@@ -103,6 +104,7 @@ void TakeJournal::Impl::repeat(const std::stop_token& stop, milliseconds interva
 // What the disk does not take stays for the next time: the file is always a beginning of what was logged,
 // however often a write is cut short.
 void TakeJournal::Impl::appendPending() {
+    const std::scoped_lock fileLock(fileMutex);
     {
         const std::scoped_lock lock(mutex);
         unwritten += pending;
@@ -120,6 +122,13 @@ void TakeJournal::Impl::appendPending() {
     unwritten.erase(0, done);
 }
 
+TakeRecord TakeJournal::Impl::record() {
+    appendPending();
+    const std::scoped_lock fileLock(fileMutex);
+    ::lseek(descriptor.value(), 0, SEEK_SET);
+    return journal::readRecord(descriptor, unwritten);
+}
+
 TakeJournal::TakeJournal(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
 TakeJournal::~TakeJournal() = default;
 
@@ -127,7 +136,7 @@ TakeJournal::~TakeJournal() = default;
 Result<std::unique_ptr<TakeJournal>> TakeJournal::create(const fs::path& folder) {
     const fs::path file = fileIn(folder);
     const fs::path unnamed = folder / ".take.journal.new";
-    FileDescriptor descriptor(::open(unnamed.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    FileDescriptor descriptor(::open(unnamed.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     if (!descriptor.isOpen()) return createFailure(file, errno);
     if (!lock(descriptor, LOCK_EX | LOCK_NB) || ::rename(unnamed.c_str(), file.c_str()) != 0) {
         const int code = errno;
@@ -135,7 +144,7 @@ Result<std::unique_ptr<TakeJournal>> TakeJournal::create(const fs::path& folder)
         return createFailure(file, code);
     }
     syncFolder(folder);
-    auto impl = std::make_unique<Impl>(file, std::move(descriptor));
+    auto impl = std::make_unique<Impl>(std::move(descriptor));
     impl->add(journal::kFormat, {journal::kVersion});
     return std::unique_ptr<TakeJournal>(new TakeJournal(std::move(impl)));
 }
@@ -160,19 +169,21 @@ void TakeJournal::resume(Seconds hostTime) {
     impl_->add(journal::kResume, {hostTime});
 }
 
-void TakeJournal::sample(const EventSample& sample) {
-    const auto& [time, x, y] = sample.numbers;
-    impl_->add(journal::kSample, {time, x, y});
+void TakeJournal::sample(const PointerMoment& sample) {
+    impl_->add(journal::kSample, {sample.hostTime, sample.position.x, sample.position.y});
 }
 
-void TakeJournal::click(const EventSample& click) {
-    const auto& [time, x, y] = click.numbers;
-    impl_->add(journal::kClick, {time, x, y});
+void TakeJournal::click(const PointerMoment& click) {
+    impl_->add(journal::kClick, {click.hostTime, click.position.x, click.position.y});
 }
 
-void TakeJournal::remove() {
-    ::unlink(impl_->file.c_str());
-    syncFolder(impl_->file.parent_path());
+TakeRecord TakeJournal::record() const {
+    return impl_->record();
+}
+
+void TakeJournal::remove(const fs::path& folder) {
+    ::unlink(fileIn(folder).c_str());
+    syncFolder(folder);
 }
 
 bool TakeJournal::isRunning(const fs::path& folder) {

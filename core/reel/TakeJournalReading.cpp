@@ -23,7 +23,7 @@ struct Line {
     std::size_t count = 0;
 };
 
-// Nothing when it is not a word and up to three finite numbers.
+// `nullopt` when it is not a word and up to three finite numbers.
 std::optional<Line> parse(std::string_view text) {
     Line line;
     line.word = text.substr(0, text.find(' '));
@@ -38,21 +38,21 @@ std::optional<Line> parse(std::string_view text) {
     return line;
 }
 
-// Takes the lines of a journal in their order.
+// Builds the record from a journal's lines in their order.
 class RecordBuilder {
   public:
     // False when the line is none of a journal's; it then has changed nothing.
-    bool take(std::string_view text) {
+    bool add(std::string_view text) {
         const auto line = parse(text);
         if (!line) return false;
-        if (!begun_) return begun_ = isFormat(*line);
+        if (!hasFormat_) return hasFormat_ = isFormat(*line);
         switch (line->count) {
             case 0:
-                return takeFact(*line);
+                return addFact(*line);
             case 1:
-                return takeMoment(*line);
+                return addTime(*line);
             case 3:
-                return takePosition(*line);
+                return addPosition(*line);
             default:
                 return false;
         }
@@ -63,12 +63,12 @@ class RecordBuilder {
     static bool isFormat(const Line& line) {
         return line.word == journal::kFormat && line.count == 1 && line.numbers[0] == journal::kVersion;
     }
-    bool takeFact(const Line& line) {
+    bool addFact(const Line& line) {
         if (line.word != journal::kEmbedded) return false;
         record_.pointerIsEmbedded = true;
         return true;
     }
-    bool takeMoment(const Line& line) {
+    bool addTime(const Line& line) {
         const Seconds hostTime = line.numbers[0];
         if (line.word == journal::kFirstFrame)
             record_.firstFrameHost = hostTime;
@@ -82,59 +82,75 @@ class RecordBuilder {
             return false;
         return true;
     }
-    bool takePosition(const Line& line) {
+    bool addPosition(const Line& line) {
         const bool isClick = line.word == journal::kClick;
         if (!isClick && line.word != journal::kSample) return false;
-        (isClick ? record_.clicks : record_.samples).push_back({line.numbers});
+        const auto& [hostTime, x, y] = line.numbers;
+        (isClick ? record_.clicks : record_.samples).push_back({hostTime, {x, y}});
         return true;
     }
 
     TakeRecord record_;
-    bool begun_ = false;
+    bool hasFormat_ = false;
 };
 
 // Hands all whole lines of `text` over and leaves the begun one. False when no more shall be read.
-bool takeLines(std::string& text, RecordBuilder& to) {
+bool readLines(std::string& text, RecordBuilder& to) {
     std::size_t start = 0;
     for (auto end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
-        if (!to.take(std::string_view(text).substr(start, end - start))) return false;
+        if (!to.add(std::string_view(text).substr(start, end - start))) return false;
         start = end + 1;
     }
     text.erase(0, start);
     return text.size() <= kLongestLine;
 }
 
-// Where a moment lies in the recording, unless that was paused.
-std::vector<EventSample> placed(const std::vector<EventSample>& events, const PauseClock& pauses,
+// Where a host time lies with the pauses before it cut out; also inside a pause.
+Seconds withoutPauses(Seconds hostTime, const PauseClock& pauses) {
+    return hostTime - pauses.paused(hostTime);
+}
+
+// The moments outside of pauses that lie in first...last of a recording that began at `origin`.
+std::vector<EventSample> placed(const std::vector<PointerMoment>& moments, const PauseClock& pauses,
                                 Seconds origin, Seconds first, Seconds last) {
-    std::vector<EventSample> result;
-    for (const EventSample& event : events) {
-        const auto shifted = pauses.shifted(event.numbers[0]);
+    std::vector<EventSample> events;
+    for (const auto& [hostTime, position] : moments) {
+        const auto shifted = pauses.shifted(hostTime);
         if (!shifted) continue;
-        EventSample moved = event;
-        moved.numbers[0] = *shifted - origin;
-        if (first <= moved.numbers[0] && moved.numbers[0] <= last) result.push_back(moved);
+        const Seconds sourceTime = *shifted - origin;
+        if (first <= sourceTime && sourceTime <= last)
+            events.push_back({{sourceTime, position.x, position.y}});
     }
-    return result;
+    return events;
 }
 
 } // namespace
 
-std::optional<TakeRecord> TakeJournal::read(const std::filesystem::path& folder) {
-    const auto file = openRegularFile(fileIn(folder));
-    if (!file) return std::nullopt;
+TakeRecord journal::readRecord(const FileDescriptor& file, std::string_view tail) {
     RecordBuilder builder;
     std::string text;
     std::array<char, kBlockSize> block;
-    while (const std::size_t count = readSome(file->descriptor, block.data(), block.size()).value_or(0)) {
+    while (const std::size_t count = readSome(file, block.data(), block.size()).value_or(0)) {
         text.append(block.data(), count);
-        if (!takeLines(text, builder)) break;
+        if (!readLines(text, builder)) return std::move(builder).record();
     }
+    text += tail;
+    readLines(text, builder);
     return std::move(builder).record();
 }
 
-RecordingEvents placeEvents(const std::vector<EventSample>& samples, const std::vector<EventSample>& clicks,
-                            const PauseClock& pauses, Seconds origin, Seconds duration) {
+std::optional<TakeRecord> TakeJournal::read(const std::filesystem::path& folder) {
+    const auto file = openRegularFile(fileIn(folder));
+    return file ? std::optional(journal::readRecord(file->descriptor)) : std::nullopt;
+}
+
+Seconds TakeRecord::cameraOffset() const {
+    if (firstFrameHost <= 0 || cameraStartHost <= 0) return 0;
+    return withoutPauses(cameraStartHost, pauses) - withoutPauses(firstFrameHost, pauses);
+}
+
+RecordingEvents TakeRecord::events(Seconds duration) const {
+    const Seconds origin = withoutPauses(firstFrameHost, pauses);
     RecordingEvents events{.duration = duration};
     events.cursor = placed(samples, pauses, origin, -kSampleMargin, duration + kSampleMargin);
     std::ranges::stable_sort(events.cursor, {}, &EventSample::sourceTime);

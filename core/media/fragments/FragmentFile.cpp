@@ -52,7 +52,7 @@ std::unexpected<Failure> busyFailure() {
 } // namespace
 
 Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (descriptor < 0) return outputFailure("movie", errno, kCannotStartMovie);
     FragmentFile created(descriptor, 0);
     if (isWrittenElsewhere(descriptor)) return busyFailure();

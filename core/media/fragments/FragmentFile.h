@@ -15,7 +15,7 @@ class FragmentFile {
   public:
     enum class Access { read, readWrite };
 
-    // Empty; a file of that name is replaced.
+    // Empty, readable by its owner only; a file of that name is replaced.
     static Result<FragmentFile> create(const std::filesystem::path& file);
     static Result<FragmentFile> open(const std::filesystem::path& file, Access access);
     ~FragmentFile();

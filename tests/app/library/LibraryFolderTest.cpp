@@ -105,16 +105,13 @@ TEST(LibraryFolder, SaysWhyAFolderCannotBeMade) {
 TEST(LibraryFolder, RegistersARecordingAsThePreferencesSay) {
     const TemporaryFolder home;
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    EXPECT_FALSE(LibraryFolder::registerRecording(home.path(), {}, {})) << "without a movie";
+    const TakeRecord take{.firstFrameHost = 100, .clicks = {{101, {0.5, 0.5}}}};
+    EXPECT_FALSE(LibraryFolder::registerRecording(home.path(), "Take", take, {})) << "without a movie";
     test::writeMovie(home / "raw.mov", {});
-    ASSERT_TRUE(writeEvents({.duration = 2, .clicks = {{{1, 0.5, 0.5}}}}, home / "events.json"));
-    const auto reel = LibraryFolder::registerRecording(
-        home.path(), {.name = "Take", .hasCamera = true, .cameraOffset = 0.25, .hasAudio = true},
-        {.zoomLevel = 1.5, .aspect = AspectRatio::square});
+    const auto reel = LibraryFolder::registerRecording(home.path(), "Take", take,
+                                                       {.zoomLevel = 1.5, .aspect = AspectRatio::square});
     ASSERT_TRUE(reel);
     EXPECT_EQ(reel->info.name, "Take");
-    EXPECT_TRUE(reel->info.hasCamera && reel->info.hasAudio);
-    EXPECT_EQ(reel->info.cameraOffset, 0.25);
     EXPECT_EQ(reel->info.settings.aspect, AspectRatio::square);
     ASSERT_EQ(reel->info.settings.zooms.size(), 1U);
     EXPECT_EQ(reel->info.settings.zooms[0].scale, 1.5);

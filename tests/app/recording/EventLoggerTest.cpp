@@ -49,8 +49,11 @@ class EventLoggerTest : public testing::Test {
     void start() {
         ASSERT_TRUE(logger.start([this] { return recorded; }, pointer, *journal));
     }
-    // In host time, as it was logged.
-    RecordingEvents finish() { return logger.finish(0, 1e9, {}); }
+    // As it was logged, in host time.
+    TakeRecord finish() {
+        logger.finish();
+        return journal->record();
+    }
 
     TemporaryFolder folder;
     std::unique_ptr<TakeJournal> journal = TakeJournal::create(folder.path()).value();
@@ -76,16 +79,15 @@ TEST_F(EventLoggerTest, TurnsPressesIntoFractionsOfWhatIsRecorded) {
                         {"another screen", {right, {-300, 600}, 7}, {-1, 4}, false}};
     start();
     for (const Row& row : rows) pointer.press(row.press);
-    const RecordingEvents events = finish();
-    ASSERT_EQ(events.cursor.size(), std::size(rows));
-    std::vector<EventSample> clicks;
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        const Row& row = rows[i];
-        const EventSample expected{{row.press.hostTime, row.fraction.x, row.fraction.y}};
-        EXPECT_EQ(events.cursor[i], expected) << row.what;
-        if (row.isClick) clicks.push_back(expected);
+    const TakeRecord logged = finish();
+    std::vector<PointerMoment> moments;
+    std::vector<PointerMoment> clicks;
+    for (const Row& row : rows) {
+        moments.push_back({row.press.hostTime, row.fraction});
+        if (row.isClick) clicks.push_back(moments.back());
     }
-    EXPECT_EQ(events.clicks, clicks);
+    EXPECT_EQ(logged.samples, moments);
+    EXPECT_EQ(logged.clicks, clicks);
     EXPECT_FALSE(pointer.isWatched());
 }
 
@@ -95,7 +97,7 @@ TEST_F(EventLoggerTest, FollowsAWindowThatIsMovedOrGone) {
         recorded = frame;
         pointer.press({.position = {200, 250}, .hostTime = 1});
     }
-    EXPECT_EQ(finish().clicks, (std::vector<EventSample>{{{1, 0.25, 0.5}}, {{1, 0.25, 0.25}}}));
+    EXPECT_EQ(finish().clicks, (std::vector<PointerMoment>{{1, {0.25, 0.5}}, {1, {0.25, 0.25}}}));
 }
 
 TEST_F(EventLoggerTest, SamplesThePointerAllTheTime) {
@@ -106,46 +108,22 @@ TEST_F(EventLoggerTest, SamplesThePointerAllTheTime) {
     pointer.moveTo(Point{300, 300});
     const int before = pointer.asked;
     ASSERT_TRUE(waitUntil([&] { return pointer.asked > before + 30; }));
-    const RecordingEvents events = finish();
+    const TakeRecord logged = finish();
     const auto span = hostTime() - begin;
 
-    ASSERT_GE(events.cursor.size(), 30U);
-    EXPECT_LE(static_cast<double>(events.cursor.size()), span * 60 + 1) << "at most 60 a second";
-    EXPECT_GE(events.cursor.front().sourceTime(), known) << "nothing while the position is not known";
-    for (const EventSample& sample : events.cursor) EXPECT_EQ(sample.position(), (Point{0.5, 1}));
-    EXPECT_TRUE(events.clicks.empty());
+    ASSERT_GE(logged.samples.size(), 30U);
+    EXPECT_LE(static_cast<double>(logged.samples.size()), span * 60 + 1) << "at most 60 a second";
+    EXPECT_GE(logged.samples.front().hostTime, known) << "nothing while the position is not known";
+    for (const PointerMoment& sample : logged.samples) EXPECT_EQ(sample.position, (Point{0.5, 1}));
+    EXPECT_TRUE(logged.clicks.empty());
     const int asked = pointer.asked;
     EXPECT_FALSE(waitUntil([&] { return pointer.asked != asked; }, std::chrono::milliseconds(50)));
-}
-
-TEST_F(EventLoggerTest, TellsTheJournalAllOfIt) {
-    start();
-    pointer.moveTo(Point{300, 300});
-    ASSERT_TRUE(waitUntil([&] { return pointer.asked > 5; }));
-    pointer.press({.position = {300, 250}, .hostTime = hostTime()});
-    pointer.press({.position = {0, 0}, .hostTime = hostTime()});
-    const RecordingEvents events = finish();
-    journal.reset();
-    const TakeRecord record = TakeJournal::read(folder.path()).value();
-    EXPECT_EQ(placeEvents(record.samples, record.clicks, {}, 0, 1e9), events);
-    EXPECT_EQ(events.clicks.size(), 1U);
-}
-
-TEST_F(EventLoggerTest, PlacesTheEventsInTheRecording) {
-    start();
-    for (const Seconds time : {99.875, 101.0, 102.5, 104.0, 110.0})
-        pointer.press({.position = {300, 250}, .hostTime = time});
-    const RecordingEvents events = logger.finish(100, 5, {.gaps = {{102, 103}}});
-    EXPECT_EQ(events.duration, 5);
-    EXPECT_EQ(events.clicks, (std::vector<EventSample>{{{1, 0.5, 0.5}}, {{3, 0.5, 0.5}}}));
-    EXPECT_EQ(events.cursor.size(), 3U);
-    EXPECT_EQ(events.cursor[0], (EventSample{{-0.125, 0.5, 0.5}}));
 }
 
 TEST_F(EventLoggerTest, SaysWhenThePointerCannotBeFollowed) {
     pointer.isLost = true;
     EXPECT_FALSE(logger.start([] { return Rect{0, 0, 1, 1}; }, pointer, *journal));
-    EXPECT_EQ(logger.finish(5, 2, {}), (RecordingEvents{.duration = 2}));
+    EXPECT_EQ(finish(), TakeRecord());
 }
 
 TEST_F(EventLoggerTest, LeavesThePointerWhenItGoes) {

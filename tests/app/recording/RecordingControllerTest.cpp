@@ -7,6 +7,7 @@
 
 #include "app/recording/RecordingController.h"
 #include "core/media/decode/MovieReader.h"
+#include "core/reel/Finishing.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
 #include "tests/support/TemporaryFolder.h"
@@ -73,12 +74,13 @@ class FolderLibrary final : public TakeLibrary {
         return folder;
     }
     void discardFolder(const fs::path& folder) override { fs::remove_all(folder); }
-    std::optional<Project> registerRecording(const FinishedTake& take) override {
+    Result<Project> registerRecording(const FinishedTake& take) override {
         const auto movie = MovieReader::open(take.folder / "raw.mov", MovieReader::Access::single);
-        couldBeCompleted =
-            movie && fs::exists(take.folder / "events.json") && fs::exists(TakeJournal::fileIn(take.folder));
-        if (isReadOnly) return std::nullopt;
-        return Project::registerReel(take.folder, {.name = take.name, .hasAudio = take.hasAudio});
+        couldBeCompleted = movie && fs::exists(TakeJournal::fileIn(take.folder));
+        if (isReadOnly) return failure("Read only.");
+        auto reel = finishReel(take.folder, {.name = take.name, .take = take.record});
+        if (!reel) return std::unexpected(reel.error());
+        return reel->project;
     }
     void setScreenAccess(bool access) override { hasAccess = access; }
 
@@ -101,7 +103,7 @@ class RecordingControllerTest : public testing::Test {
     }
 
     void make(std::chrono::milliseconds countdownStep) {
-        RecordingPreferences(preferences).setCountdown(false);
+        preferences.setCountdown(false);
         controller = std::make_unique<RecordingController>(
             RecordingController::Seams{platform, preferences, views, library}, countdownStep);
     }
@@ -129,7 +131,8 @@ class RecordingControllerTest : public testing::Test {
     TemporaryFolder folder;
     test::DeskPlatform platform;
     test::DeskTrouble& trouble = platform.screen().trouble;
-    TransientPreferenceStore preferences;
+    TransientPreferenceStore store;
+    Preferences preferences{store};
     NotedViews views;
     FolderLibrary library{folder.path()};
     std::unique_ptr<RecordingController> controller;
@@ -230,7 +233,7 @@ TEST_F(RecordingControllerTest, TakesACountdownBackWithoutATrace) {
 }
 
 TEST_F(RecordingControllerTest, MakesAReelOfATake) {
-    RecordingPreferences(preferences).setCaptureFPS(30);
+    preferences.setCaptureFPS(30);
     record();
     ASSERT_TRUE(recordsFor(1.2));
     EXPECT_GT(controller->progress().frames, 0);

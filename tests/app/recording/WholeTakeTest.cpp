@@ -12,6 +12,7 @@
 #include "app/recording/LiveTake.h"
 #include "core/media/decode/AudioMix.h"
 #include "core/media/decode/MovieReader.h"
+#include "core/reel/Finishing.h"
 #include "platform/HostClock.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "tests/support/SoundSession.h"
@@ -30,8 +31,10 @@ class FolderLibrary final : public TakeLibrary {
         return folder_;
     }
     void discardFolder(const std::filesystem::path& folder) override { std::filesystem::remove_all(folder); }
-    std::optional<Project> registerRecording(const FinishedTake& take) override {
-        return Project::registerReel(take.folder, {.name = take.name, .hasAudio = take.hasAudio});
+    Result<Project> registerRecording(const FinishedTake& take) override {
+        auto reel = finishReel(take.folder, {.name = take.name, .take = take.record});
+        if (!reel) return std::unexpected(reel.error());
+        return reel->project;
     }
     void setScreenAccess(bool) override {}
 

@@ -152,8 +152,7 @@ TEST(CommandLine, ReadsTheOtherCommands) {
 TEST(CommandLine, ReadsRecord) {
     const auto none = parsed<RecordArguments>("record");
     EXPECT_FALSE(none.display || none.window || none.area || none.seconds || none.output || none.hevc
-                 || none.choose);
-    EXPECT_EQ(none.fps, 60);
+                 || none.fps || none.choose);
     EXPECT_EQ(none.microphone, DeviceWish());
 
     const auto all = parsed<RecordArguments>(
@@ -165,7 +164,8 @@ TEST(CommandLine, ReadsRecord) {
     EXPECT_EQ(all.microphone, (DeviceWish{true, std::nullopt}));
     EXPECT_EQ(all.camera, (DeviceWish{true, "/dev/video1"}));
     EXPECT_EQ(all.fps, 30);
-    EXPECT_TRUE(all.choose && all.hevc);
+    EXPECT_TRUE(all.choose && all.hevc == true);
+    EXPECT_EQ(parsed<RecordArguments>("record --no-hevc").hevc, false);
     EXPECT_EQ(all.output, "a");
     EXPECT_EQ(all.report, Report::json);
     EXPECT_EQ(parsed<RecordArguments>("record --window 0x1200003").window, "0x1200003");

@@ -233,7 +233,7 @@ TEST_F(KilledTakes, AreRecoveredFromTheMiddleOfTheirStop) {
             const auto clicks = reel->loadEvents().clicks;
             EXPECT_FALSE(clicks.empty());
             EXPECT_EQ(reel->info.settings.zooms.size(),
-                      AutoZoom::segments(clicks, reel->info.duration, RecoveryOptions().zoomLevel).size());
+                      AutoZoom::segments(clicks, reel->info.duration, ReelDefaults().zoomLevel).size());
         }
     }
 }

@@ -52,7 +52,7 @@ TEST(OutputName, TakesANameThatNoFileHas) {
     EXPECT_TRUE(fs::exists(folder / "Demo-4.mp4"));
     EXPECT_FALSE(fs::exists(folder / "Demo-5.mp4"));
     EXPECT_EQ(readText(folder / "Demo.mp4"), "older");
-    EXPECT_FALSE(ReservedName::create(folder / "missing", "Demo", ".mp4"));
+    EXPECT_FALSE(ReservedName::create("/proc/nowhere", "Demo", ".mp4"));
 }
 
 TEST(OutputName, SparesTheReelAndFolders) {

@@ -30,6 +30,7 @@ void redirect(const fs::path& file, int descriptor) {
 [[noreturn]] void become(const ProgramCall& call, const fs::path& out, const fs::path& error) {
     redirect(out, STDOUT_FILENO);
     redirect(error, STDERR_FILENO);
+    ::setenv("XDG_CONFIG_HOME", out.parent_path().c_str(), 1); // without the preferences of whoever tests
     for (const auto& [name, value] : call.environment) ::setenv(name.c_str(), value.c_str(), 1);
     const std::string& program = call.program.empty() ? kBuilt : call.program;
     std::vector<char*> arguments{const_cast<char*>(program.c_str())};

@@ -21,7 +21,7 @@ class RecoverCommandTest : public testing::Test {
         fs::create_directory(work_ / name);
         const auto journal = TakeJournal::create(work_ / name).value();
         journal->firstFrame(100);
-        journal->click({{101, 0.5, 0.5}});
+        journal->click({101, {0.5, 0.5}});
         test::TakeMaker(work_ / name / "raw.mov", test::TakeMaker::Sound::tone).writeFrames(60);
     }
 

@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <rapidcheck/gtest.h>
 
 #include "core/model/ProjectInfo.h"
-#include "tests/core/model/Generators.h"
 
 namespace glintro {
 namespace {
@@ -156,6 +154,56 @@ TEST(SettingsJson, EachMalformedValueTakesItsDefault) {
     for (const json& settings : malformed) EXPECT_EQ(decodedSettings(settings), defaults) << settings;
 }
 
+// Where a number is too large for a double, the text is as good as one with a null there.
+TEST(SettingsJson, ANumberTooLargeCostsItsOwnValueOnly) {
+    const json zoom{{"id", kFirstId}, {"start", 1}, {"end", 2}, {"scale", 3}};
+    const json range{{"id", kFirstId}, {"start", 1}, {"end", 2}, {"rate", 3}};
+    json settings = json::parse(encodeProjectInfo(ProjectInfo()).value_or(""))["settings"];
+    settings.update({{"gradientIndex", 3}, {"padding", 0.5}, {"trimEnd", 9}, {"camCorner", "topLeft"}});
+    settings.update({{"zooms", {zoom}}, {"cuts", {range}}, {"speeds", {range}}, {"splits", {1, 2}}});
+    std::vector<json::json_pointer> places;
+    const json leaves = settings.flatten();
+    for (const auto& [path, value] : leaves.items()) places.emplace_back(path);
+    for (const auto& [key, value] : settings.items()) places.emplace_back("/" + key);
+    ASSERT_GT(places.size(), 30U);
+    const std::string manyDigits = "-7" + std::string(400, '0');
+    for (const auto& place : places) {
+        json changed = settings;
+        changed[place] = nullptr;
+        const ProjectSettings expected = decodedSettings(changed);
+        for (const std::string number :
+             {"1e999", "-1E+999", "1.5e99999999999999999999", manyDigits.c_str()}) {
+            json record = validRecord();
+            record["settings"] = settings;
+            record["settings"][place] = "HERE";
+            std::string text = record.dump();
+            text.replace(text.find("\"HERE\""), 6, number);
+            const auto info = decodeProjectInfo(text);
+            ASSERT_TRUE(info) << place << number;
+            EXPECT_EQ(info->settings, expected) << place << number;
+        }
+    }
+}
+
+TEST(SettingsJson, OtherNumbersAreReadAsTheyStand) {
+    const auto paddingOf = [](const std::string& number) -> std::optional<double> {
+        const auto info = decodeProjectInfo(R"({"name":"1e999 \\\" 1e999","created":"2025-03-14T09:26:53Z",)"
+                                            R"("duration":1,"width":1,"height":1,"hasCamera":true,)"
+                                            R"("hasAudio":true,"cameraOffset":0,"settings":{"padding":)"
+                                            + number + "}}");
+        if (!info) return std::nullopt;
+        EXPECT_EQ(info->name, "1e999 \\\" 1e999");
+        return info->settings.padding;
+    };
+    EXPECT_EQ(paddingOf("1.7e308"), 1.7e308);
+    EXPECT_EQ(paddingOf("1e-999"), 0);
+    EXPECT_EQ(paddingOf("0." + std::string(400, '0') + "1"), 0);
+    EXPECT_EQ(paddingOf("1" + std::string(400, '0') + "e-400"), 1);
+    for (const char* wrong :
+         {"01e999", "1.e999", "+1e999", "1e999x", "--1e999", "x1e999", "1e999 1", ".1e999"})
+        EXPECT_EQ(paddingOf(wrong), std::nullopt) << wrong;
+}
+
 TEST(SettingsJson, ReadsEachValueByItself) {
     const auto id = Uuid::parse(kFirstId).value_or(Uuid());
     const json range{{"id", "6f9619ff-8b86-d011-b42d-00c04fc964ff"}, {"start", 1}, {"end", 2.5}, {"rate", 4}};
@@ -206,26 +254,6 @@ TEST(ProjectInfoJson, WhatCannotBeStoredIsNotWritten) {
     infos[2].settings.cuts = {{Uuid::random(), 0, -infinity}};
     infos[3].created = std::chrono::sys_days(std::chrono::year(10000) / 1 / 1);
     for (const ProjectInfo& info : infos) EXPECT_FALSE(encodeProjectInfo(info));
-}
-
-RC_GTEST_PROP(ProjectInfoJson, ReadsBackWhatItWrote, ()) {
-    const ProjectInfo info = test::anyInfo();
-    const auto text = encodeProjectInfo(info);
-    RC_ASSERT(text.has_value());
-    const auto decoded = decodeProjectInfo(*text);
-    RC_ASSERT(decoded.has_value());
-    RC_ASSERT(*decoded == info);
-    RC_ASSERT(encodeProjectInfo(*decoded).value() == *text); // 0 == -0, but not as text: equal bit for bit
-}
-
-RC_GTEST_PROP(ProjectInfoJson, AnyMutationIsDecodedOrRefused, ()) {
-    std::string text = encodeProjectInfo(test::anyInfo()).value_or("");
-    const auto changes = *rc::gen::inRange(1, 8);
-    for (int i = 0; i < changes; ++i) {
-        text[*rc::gen::inRange<std::size_t>(0, text.size())] = *rc::gen::arbitrary<char>();
-    }
-    const auto decoded = decodeProjectInfo(text);
-    RC_ASSERT(!decoded || encodeProjectInfo(*decoded).has_value());
 }
 
 TEST(ProjectSettings, SameStructureLooksAtTheTimeMapOnly) {

@@ -2,11 +2,9 @@
 #include <limits>
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 #include <sys/stat.h>
 
 #include "core/model/RecordingEvents.h"
-#include "tests/core/model/Generators.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -119,24 +117,6 @@ TEST(Events, NumbersThatAreNotFiniteAreNotWritten) {
     EXPECT_FALSE(writeEvents({1, 1, {}, {{{0, 0, notANumber}}}}, file));
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_TRUE(writeEvents({1, 1, {{{0, 0, notANumber}, 2}}, {}}, file)) << "a number that is not there";
-}
-
-RC_GTEST_PROP(Events, ReadBackAsWritten, ()) {
-    const RecordingEvents events = test::anyEvents();
-    const TemporaryFolder folder;
-    const auto file = folder / "events.json";
-    RC_ASSERT(writeEvents(events, file).has_value());
-    const auto read = readEvents(file);
-    RC_ASSERT(read.has_value());
-    RC_ASSERT(*read == events);
-    RC_ASSERT(encodeEvents(*read).value()
-              == encodeEvents(events).value()); // 0 == -0, but not as text: equal bit for bit
-}
-
-RC_GTEST_PROP(Events, EveryTruncationIsRefused, ()) {
-    const std::string text = encodeEvents(test::anyEvents()).value_or("");
-    RC_ASSERT(
-        !decodeEvents(std::string_view(text).substr(0, *rc::gen::inRange<std::size_t>(0, text.size()))));
 }
 
 } // namespace

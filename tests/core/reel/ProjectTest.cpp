@@ -157,9 +157,8 @@ RC_GTEST_PROP(Project, AnyFileBytesGiveAReelOrADamagedOne, ()) {
     RC_ASSERT(writeEvents(events, project.eventsURL()).has_value());
     for (const auto& file : {project.infoURL(), project.eventsURL()}) {
         std::string bytes = contentOf(file);
-        bytes[*rc::gen::inRange<std::size_t>(0, bytes.size())] ^=
-            static_cast<char>(1 << *rc::gen::inRange(0, 8));
-        bytes.resize(*rc::gen::inRange<std::size_t>(bytes.size() / 2, bytes.size() + 1));
+        bytes[test::anyIndex(0, bytes.size())] ^= static_cast<char>(1 << test::anyIndex(0, 8));
+        bytes.resize(test::anyIndex(bytes.size() / 2, bytes.size() + 1));
         putFile(file, bytes);
     }
     const auto loaded = Project::inspect(folder.path());

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <random>
+#include <regex>
 #include <thread>
 
 #include <fcntl.h>
@@ -64,8 +65,8 @@ void putFinishedMovie(const fs::path& file) {
 void putJournal(const fs::path& folder, const std::function<void(TakeJournal&)>& more = {}) {
     const auto journal = TakeJournal::create(folder).value();
     journal->firstFrame(kFirstFrame);
-    for (const Seconds time : {-0.1, 0.5, 1.0, 1.5}) journal->sample({{kFirstFrame + time, time, 0.5}});
-    journal->click({{kFirstFrame + 1, 0.25, 0.75}});
+    for (const Seconds time : {-0.1, 0.5, 1.0, 1.5}) journal->sample({kFirstFrame + time, {time, 0.5}});
+    journal->click({kFirstFrame + 1, {0.25, 0.75}});
     if (more) more(*journal);
 }
 
@@ -89,6 +90,14 @@ void expectWholeReel(const Project& reel) {
 
 class RecoveryTest : public testing::Test {
   protected:
+    // A whole take of three seconds with a byte changed.
+    std::string damagedMovie(std::size_t position) const {
+        putInterruptedMovie(home_ / "movie");
+        std::string bytes = filesIn(home_.path())["movie"];
+        fs::remove(home_ / "movie");
+        bytes[position] ^= 0x10;
+        return bytes;
+    }
     fs::path folder(const std::string& name) const {
         fs::create_directory(home_ / name);
         return home_ / name;
@@ -107,9 +116,7 @@ TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
         const auto take = TakeJournal::read(reel).value();
         const auto movie = sealMovie(reel / "raw.mov");
         ASSERT_TRUE(movie);
-        ASSERT_TRUE(writeEvents(
-            placeEvents(take.samples, take.clicks, take.pauses, take.firstFrameHost, movie->duration),
-            reel / "events.json"));
+        ASSERT_TRUE(writeEvents(take.events(movie->duration), reel / "events.json"));
     };
     const auto registerIt = [&](const fs::path& reel) {
         writeEventsOf(reel);
@@ -123,6 +130,11 @@ TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
                              putFile(reel / "events.json", R"({"version":1,"duration":3,"cursor":[[0.1,)");
                          }},
                         {"with its events written", writeEventsOf},
+                        {"with events placed in a movie that was not there",
+                         [](const fs::path& reel) {
+                             const auto take = TakeJournal::read(reel).value();
+                             ASSERT_TRUE(writeEvents(take.events(0), reel / "events.json"));
+                         }},
                         {"with a record that a power cut left empty",
                          [&](const fs::path& reel) {
                              writeEventsOf(reel);
@@ -195,7 +207,9 @@ TEST_F(RecoveryTest, LeavesOutACameraWithoutPictures) {
         std::string content;
         bool isKept;
     };
-    const Row rows[] = {{"an empty file", "", false}, {"no movie at all", std::string(5000, 'x'), true}};
+    const Row rows[] = {{"an empty file", "", false},
+                        {"no movie at all", std::string(5000, 'x'), true},
+                        {"a movie with a damaged beginning", damagedMovie(0), true}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
         const fs::path reel = folder(row.what);
@@ -208,6 +222,7 @@ TEST_F(RecoveryTest, LeavesOutACameraWithoutPictures) {
         EXPECT_FALSE(recovered->project->info.hasCamera);
         EXPECT_EQ(recovered->project->info.cameraOffset, 0);
         EXPECT_EQ(fs::exists(reel / "camera.mov"), row.isKept);
+        EXPECT_EQ(recovered->notice.has_value(), row.isKept);
     }
 }
 
@@ -235,6 +250,84 @@ TEST_F(RecoveryTest, RemovesATakeWithoutAPictureAndNothingElse) {
         EXPECT_EQ(namesIn(reel), std::vector<std::string>{"notes.txt"});
         fs::remove_all(reel);
     }
+}
+
+// Whichever bit of its first boxes is damaged: the take is recovered, or all of its files stay.
+TEST_F(RecoveryTest, NeverRemovesPicturesForADamagedBeginning) {
+    putInterruptedMovie(home_ / "movie");
+    const std::string whole = filesIn(home_.path())["movie"];
+    const std::size_t firstFragment = whole.find("moof") - 4;
+    ASSERT_LT(firstFragment, 4000U);
+    const std::string fragments = whole.substr(firstFragment + 16, whole.size() / 2);
+    const fs::path reel = folder("reel");
+    int kept = 0;
+    constexpr std::size_t kFirstBoxes = 48;
+    for (std::size_t position = 0; position < firstFragment + 16;
+         position += position < kFirstBoxes ? 1 : 61) {
+        std::string damaged = whole;
+        damaged[position] ^= 0x10;
+        putJournal(reel);
+        putFile(reel / "raw.mov", damaged);
+        const auto recovered = recoverReel(reel, {});
+        ASSERT_TRUE(fs::exists(reel / "raw.mov")) << position;
+        EXPECT_TRUE(filesIn(reel)["raw.mov"].contains(fragments)) << position;
+        if (!recovered) {
+            ++kept;
+            EXPECT_TRUE(fs::exists(TakeJournal::fileIn(reel)));
+            EXPECT_TRUE(recovered.error().message.ends_with('.')) << recovered.error().message;
+        }
+        for (const auto& [name, content] : filesIn(reel)) fs::remove(reel / name);
+    }
+    EXPECT_GT(kept, 4);
+}
+
+TEST_F(RecoveryTest, KeepsTheClicksOfATakeWhoseMovieIsElsewhereForAWhile) {
+    const fs::path reel = folder("reel");
+    putFinishedMovie(home_ / "elsewhere.mov");
+    putJournal(reel);
+    const TakeRecord take = TakeJournal::read(reel).value();
+    EXPECT_FALSE(finishReel(reel, {.name = "Take", .take = take})) << "its stop";
+    EXPECT_FALSE(recoverReel(reel, {})) << "a scan";
+    fs::rename(home_ / "elsewhere.mov", reel / "raw.mov");
+    const auto recovered = recoverReel(reel, {});
+    ASSERT_TRUE(recovered) << recovered.error().message;
+    expectWholeReel(*recovered->project);
+}
+
+// But for its identities, its date and its name a stopped take is what a recovered one is.
+TEST_F(RecoveryTest, GivesTheSameBytesAsAStop) {
+    const fs::path stopped = folder("stopped");
+    const auto journal = TakeJournal::create(stopped).value();
+    putFinishedMovie(stopped / "raw.mov");
+    putFinishedMovie(stopped / "camera.mov");
+    journal->firstFrame(kFirstFrame);
+    journal->pointerIsEmbedded();
+    journal->cameraStarted(kFirstFrame + 0.3);
+    journal->sample({kFirstFrame + 0.1, {0.1, 0.2}});
+    journal->pause(kFirstFrame + 0.5);
+    journal->click({kFirstFrame + 0.6, {0.5, 0.5}});
+    journal->resume(kFirstFrame + 0.7);
+    journal->click({kFirstFrame + 1.7, {0.5, 0.5}});
+    const TakeRecord take = journal->record();
+    const fs::path killed = home_ / "killed";
+    fs::copy(stopped, killed);
+
+    const ReelDefaults defaults{.zoomLevel = 1.5, .aspect = AspectRatio::square};
+    ASSERT_TRUE(finishReel(stopped, {.name = "Recording", .take = take, .defaults = defaults}));
+    ASSERT_TRUE(recoverReel(killed, defaults));
+    auto files = filesIn(stopped);
+    auto others = filesIn(killed);
+    EXPECT_EQ(namesIn(stopped),
+              (std::vector<std::string>{"camera.mov", "events.json", "project.json", "raw.mov"}));
+    for (auto* each : {&files, &others}) {
+        std::string& record = (*each)["project.json"];
+        record = std::regex_replace(record, std::regex(R"x("(id|created|name)": "[^"]*")x"), "$1");
+    }
+    EXPECT_EQ(files, others);
+    const ProjectInfo info = Project::load(killed)->info;
+    EXPECT_FALSE(info.settings.showCursor);
+    EXPECT_NEAR(info.cameraOffset, 0.3, 1e-9);
+    EXPECT_EQ(info.settings.zooms.size(), 1U);
 }
 
 TEST_F(RecoveryTest, RebuildsADamagedRecordAndKeepsIt) {
@@ -265,7 +358,7 @@ TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {
         {"a folder of other things", [](const fs::path& reel) { putFile(reel / "notes.txt", "mine"); },
          "is not a reel"},
         {"a movie that is none", [](const fs::path& reel) { putFile(reel / "raw.mov", "what is this?"); },
-         "a movie that is none” can’t be recovered. The movie"},
+         "a movie that is none” can’t be made a reel. The movie"},
         {"an empty movie of nobody's", [](const fs::path& reel) { putFile(reel / "raw.mov", ""); },
          "holds no picture"},
         {"a take without its movie",
@@ -274,6 +367,15 @@ TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {
              putJournal(reel);
          },
          "has been taken away"},
+        {"a take without its movie and without a webcam", [](const fs::path& reel) { putJournal(reel); },
+         "has been taken away"},
+        {"a take whose movie a broken disk has emptied",
+         [](const fs::path& reel) {
+             putFile(reel / "raw.mov", "");
+             putInterruptedMovie(reel / "camera.mov");
+             putJournal(reel);
+         },
+         "holds no picture, but its camera.mov does"},
         {"a foreign movie in a take",
          [](const fs::path& reel) {
              putFile(reel / "raw.mov", std::string(5000, 'x'));
@@ -367,8 +469,8 @@ void record(const fs::path& folder) {
         const Seconds time = begin + take.end();
         while (hostTime() < time) std::this_thread::sleep_for(std::chrono::milliseconds(2));
         take.writeFrame();
-        journal->sample({{time, 0.5, 0.5}});
-        if (frame % 10 == 0) journal->click({{time, 0.5, 0.5}});
+        journal->sample({time, {0.5, 0.5}});
+        if (frame % 10 == 0) journal->click({time, {0.5, 0.5}});
     }
 }
 

@@ -28,14 +28,14 @@ std::unique_ptr<TakeJournal> journalIn(const TemporaryFolder& folder) {
 // A take with everything that a journal can tell.
 void logTake(TakeJournal& journal) {
     journal.pointerIsEmbedded();
-    journal.sample({{99.98, -0.25, 1.5}});
+    journal.sample({99.98, {-0.25, 1.5}});
     journal.firstFrame(100.1);
     journal.cameraStarted(100.4);
-    journal.click({{101, 0.1, 1.0 / 3}});
+    journal.click({101, {0.1, 1.0 / 3}});
     journal.pause(102);
     journal.resume(103.5);
     journal.pause(104);
-    journal.sample({{104.5, 1e-17, 0.9999999999999999}});
+    journal.sample({104.5, {1e-17, 0.9999999999999999}});
 }
 
 TakeRecord loggedTake() {
@@ -43,18 +43,20 @@ TakeRecord loggedTake() {
             .cameraStartHost = 100.4,
             .pointerIsEmbedded = true,
             .pauses = {{{102, 103.5}, {104, std::nullopt}}},
-            .samples = {{{99.98, -0.25, 1.5}}, {{104.5, 1e-17, 0.9999999999999999}}},
-            .clicks = {{{101, 0.1, 1.0 / 3}}}};
+            .samples = {{99.98, {-0.25, 1.5}}, {104.5, {1e-17, 0.9999999999999999}}},
+            .clicks = {{101, {0.1, 1.0 / 3}}}};
 }
 
 TEST(TakeJournal, TellsWhatWasLoggedBitForBit) {
     const TemporaryFolder folder;
     EXPECT_FALSE(TakeJournal::read(folder.path()));
-    {
-        const auto journal = journalIn(folder);
-        logTake(*journal);
-    }
+    const auto journal = journalIn(folder);
+    logTake(*journal);
+    EXPECT_EQ(journal->record(), loggedTake()) << "at once";
     EXPECT_EQ(TakeJournal::read(folder.path()), loggedTake());
+    fs::remove(TakeJournal::fileIn(folder.path()));
+    journal->click({105, {0, 0}});
+    EXPECT_EQ(journal->record().clicks.size(), 2U) << "also when somebody has deleted the file";
 }
 
 TEST(TakeJournal, IsOnItsWayToTheDiskWithoutAnotherCall) {
@@ -62,7 +64,9 @@ TEST(TakeJournal, IsOnItsWayToTheDiskWithoutAnotherCall) {
     const auto journal = journalIn(folder);
     logTake(*journal);
     EXPECT_TRUE(waitUntil([&] { return TakeJournal::read(folder.path()) == loggedTake(); }));
-    journal->remove();
+    const auto file = TakeJournal::fileIn(folder.path());
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    TakeJournal::remove(folder.path());
     journal->pause(1);
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
@@ -134,14 +138,14 @@ TEST(TakeJournal, HoldsAnHourOfSamplesWithATornEnd) {
     const TemporaryFolder folder;
     {
         const auto journal = journalIn(folder);
-        for (int i = 0; i < kHour; ++i) journal->sample({{1e6 + i / 60.0, i / 1920.0, 0.1}});
+        for (int i = 0; i < kHour; ++i) journal->sample({1e6 + i / 60.0, {i / 1920.0, 0.1}});
     }
     fs::resize_file(TakeJournal::fileIn(folder.path()),
                     fs::file_size(TakeJournal::fileIn(folder.path())) - 1);
     const auto record = TakeJournal::read(folder.path());
     ASSERT_TRUE(record);
     ASSERT_EQ(record->samples.size(), kHour - 1U);
-    EXPECT_EQ(record->samples.back(), (EventSample{{1e6 + (kHour - 2) / 60.0, (kHour - 2) / 1920.0, 0.1}}));
+    EXPECT_EQ(record->samples.back(), (PointerMoment{1e6 + (kHour - 2) / 60.0, {(kHour - 2) / 1920.0, 0.1}}));
 }
 
 // Whether a journal that finds no room in the middle of a line goes on there once there is some. For a
@@ -154,10 +158,11 @@ bool goesOnAfterAFullDisk(const fs::path& folder) {
     std::signal(SIGXFSZ, SIG_IGN);
     ::setrlimit(RLIMIT_FSIZE, &little);
     const auto journal = TakeJournal::create(folder).value();
-    for (int i = 0; i < 500; ++i) journal->sample({{100 + i / 60.0, 0.5, 0.5}});
+    for (int i = 0; i < 500; ++i) journal->sample({100 + i / 60.0, {0.5, 0.5}});
     std::error_code ignored;
     if (!waitUntil([&] { return fs::file_size(TakeJournal::fileIn(folder), ignored) == kRoom; }))
         return false;
+    if (journal->record().samples.size() != 500) return false;
     ::setrlimit(RLIMIT_FSIZE, &limit);
     return waitUntil([&] { return TakeJournal::read(folder)->samples.size() == 500; });
 }
@@ -180,7 +185,7 @@ class LoggingProcess {
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         const auto journal = journalIn(folder);
         for (double time = 1;; time += 1.0 / 60) {
-            journal->sample({{time, 0.5, 0.5}});
+            journal->sample({time, {0.5, 0.5}});
             ::usleep(1000);
         }
     }
@@ -217,7 +222,7 @@ TEST(TakeJournal, RunsWhileItsProcessLives) {
     EXPECT_FALSE(TakeJournal::isRunning(folder.path())) << "nor one that was given up";
 }
 
-TEST(PlaceEvents, KeepsWhatLiesInTheRecording) {
+TEST(TakeRecord, ItsEventsAreWhatLiesInTheRecording) {
     struct Row {
         const char* what;
         Seconds hostTime;
@@ -225,7 +230,6 @@ TEST(PlaceEvents, KeepsWhatLiesInTheRecording) {
         bool isClick;
     };
     // A recording of 10 seconds from 100, paused from 104 to 107.
-    const PauseClock pauses{{{104, 107}}};
     const Row rows[] = {{"long before", 99.75, {}, false},       {"just before", 99.875, -0.125, false},
                         {"at the start", 100, 0, true},          {"before the pause", 103.75, 3.75, true},
                         {"as the pause begins", 104, {}, false}, {"in the pause", 106.5, {}, false},
@@ -233,8 +237,10 @@ TEST(PlaceEvents, KeepsWhatLiesInTheRecording) {
                         {"at the end", 113, 10, true},           {"just after", 113.125, 10.125, false},
                         {"long after", 113.25, {}, false}};
     for (const Row& row : rows) {
-        const EventSample seen{{row.hostTime, 0.25, 1.75}};
-        const RecordingEvents events = placeEvents({seen}, {seen}, pauses, 100, 10);
+        const PointerMoment moment{row.hostTime, {0.25, 1.75}};
+        const TakeRecord take{
+            .firstFrameHost = 100, .pauses = {{{104, 107}}}, .samples = {moment}, .clicks = {moment}};
+        const RecordingEvents events = take.events(10);
         EXPECT_EQ(events.duration, 10);
         EXPECT_EQ(events.version, 1);
         EXPECT_EQ(events.clicks.size(), row.isClick ? 1U : 0U) << row.what;
@@ -243,18 +249,17 @@ TEST(PlaceEvents, KeepsWhatLiesInTheRecording) {
     }
 }
 
-TEST(PlaceEvents, IncludesTheMarginsThemselves) {
-    const std::vector<EventSample> ends{{{-0.2, 0, 0}}, {{0.2, 0, 0}}};
-    EXPECT_EQ(placeEvents(ends, ends, {}, 0, 0).cursor, ends);
-    EXPECT_EQ(placeEvents(ends, ends, {}, 0, 0).clicks, std::vector<EventSample>());
+TEST(TakeRecord, ItsMarginsBelongToIt) {
+    const std::vector<PointerMoment> ends{{-0.2, {}}, {0.2, {}}};
+    const TakeRecord take{.samples = ends, .clicks = ends};
+    EXPECT_EQ(take.events(0).cursor.size(), 2U);
+    EXPECT_TRUE(take.events(0).clicks.empty());
 }
 
-TEST(PlaceEvents, SortsSamplesButNotThoseOfOneTime) {
-    const std::vector<EventSample> seen{{{3, 0, 0}}, {{1, 1, 0}}, {{2, 2, 0}}, {{1, 3, 0}}};
+TEST(TakeRecord, SortsSamplesButNotThoseOfOneTime) {
+    const std::vector<PointerMoment> moments{{3, {0, 0}}, {1, {1, 0}}, {2, {2, 0}}, {1, {3, 0}}};
     const std::vector<EventSample> sorted{{{1, 1, 0}}, {{1, 3, 0}}, {{2, 2, 0}}, {{3, 0, 0}}};
-    const RecordingEvents events = placeEvents(seen, seen, {}, 0, 5);
-    EXPECT_EQ(events.cursor, sorted);
-    EXPECT_EQ(events.clicks, seen);
+    EXPECT_EQ((TakeRecord{.samples = moments}).events(5).cursor, sorted);
 }
 
 } // namespace

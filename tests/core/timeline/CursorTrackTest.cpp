@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <string>
 
@@ -49,18 +50,13 @@ TEST(CursorTrack, NeedsASampleAndADuration) {
     }
 }
 
-rc::Gen<Samples> samples() {
-    return list(rc::gen::exec([] {
-        const auto coordinate = gridTime(-20, 120, 0.01);
-        return sample(*gridTime(-20, 300, 0.01), *coordinate, *coordinate);
-    }));
-}
-
 RC_GTEST_PROP(CursorTrack, IsTheLiteralWalkOfTheSortedSamples, ()) {
-    Samples raw = *samples();
+    Samples raw = anySamples();
     RC_PRE(!raw.empty());
-    const Seconds duration = *rc::gen::element(0.001, 0.5, 3.0);
-    const double omega = *rc::gen::element(40.0, 20.8, 8.0, 4.0, 0.0, -3.0);
+    constexpr std::array kDurations{0.001, 0.5, 3.0};
+    constexpr std::array kOmegas{40.0, 20.8, 8.0, 4.0, 0.0, -3.0};
+    const Seconds duration = kDurations.at(static_cast<std::size_t>(anyIndex(3)));
+    const double omega = kOmegas.at(static_cast<std::size_t>(anyIndex(6)));
     const auto track = CursorTrack::create(raw, duration, omega);
     const LiteralTrack literal = literalTrack(raw, duration, omega);
     RC_ASSERT(track.has_value());
@@ -81,7 +77,7 @@ TEST(CursorTrack, RestsExactlyWhereTheLiteralWalkDoes) {
 }
 
 RC_GTEST_PROP(CursorTrack, SettlesOnAStillPointerWithoutOvershoot, ()) {
-    const double omega = *gridTime(5, 80, 0.5);
+    const double omega = anyStep(5, 80, 0.5);
     const auto track =
         CursorTrack::create({sample(0, 0, 50), sample(0.1, 0, 50), sample(0.1, 100, 50)}, 8, omega);
     RC_ASSERT(std::ranges::is_sorted(track->xs()));

@@ -67,13 +67,13 @@ TEST(Shots, OfARecordingOfTwentySeconds) {
 }
 
 RC_GTEST_PROP(Shots, AreTheLiteralWalk, ()) {
-    const ProjectSettings wild = *settings(Temper::wild);
-    const Seconds duration = *recordingDuration();
+    const ProjectSettings wild = anySettings(Temper::wild);
+    const Seconds duration = anyRecordingDuration();
     RC_ASSERT(Storyboard::shots(wild, duration) == literalShots(wild, duration));
 }
 
 RC_GTEST_PROP(Shots, AreTheLiteralWalkOfOrdinaryEdits, ()) {
-    const ProjectSettings tame = *settings(Temper::tame);
+    const ProjectSettings tame = anySettings(Temper::tame);
     RC_ASSERT(Storyboard::shots(tame, 20) == literalShots(tame, 20));
 }
 

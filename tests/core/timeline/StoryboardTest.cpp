@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <limits>
 #include <string>
@@ -234,12 +235,12 @@ void expectConsistent(const ProjectSettings& settings) {
 }
 
 void editAtRandom(ProjectSettings& settings) {
-    const Seconds at = *time(Temper::wild);
-    const Seconds to = *time(Temper::wild);
-    const double by = *factor(Temper::wild);
+    const Seconds at = anyTime(Temper::wild);
+    const Seconds to = anyTime(Temper::wild);
+    const double by = anyFactor(Temper::wild);
     const std::vector<Shot> shots = Storyboard::shots(settings, kDuration);
     const Shot* shot = Storyboard::shot(at, shots);
-    const int choice = *rc::gen::element(0, 1, 2, 3, 4, 5, 6);
+    const int choice = anyIndex(7);
     if (choice == 0) Storyboard::split(settings, at, kDuration);
     if (choice == 1) Storyboard::moveBoundary(settings, at, to, kDuration);
     if (!shot) return;
@@ -251,10 +252,11 @@ void editAtRandom(ProjectSettings& settings) {
 }
 
 RC_GTEST_PROP(Storyboard, AnySequenceOfEditsLeavesLastingSegmentsAndATiledRow, ()) {
-    ProjectSettings edited = *settings(*rc::gen::element(Temper::tame, Temper::wild));
+    ProjectSettings edited = anySettings(anyIndex(2) == 0 ? Temper::tame : Temper::wild);
     Storyboard::normalize(edited);
     expectConsistent(edited);
-    const int edits = *rc::gen::element(1, 3, 20);
+    constexpr std::array kEdits{1, 3, 20};
+    const int edits = kEdits.at(static_cast<std::size_t>(anyIndex(3)));
     for (int i = 0; i < edits; ++i) {
         editAtRandom(edited);
         expectConsistent(edited);
@@ -263,7 +265,7 @@ RC_GTEST_PROP(Storyboard, AnySequenceOfEditsLeavesLastingSegmentsAndATiledRow, (
 
 // A normalised list may still merge once more (a merge lets the next one touch), but an edge never appears.
 RC_GTEST_PROP(Storyboard, NormalizeChangesNoTime, ()) {
-    const ProjectSettings before = *settings(Temper::tame);
+    const ProjectSettings before = anySettings(Temper::tame);
     ProjectSettings after = before;
     Storyboard::normalize(after);
     for (const ZoomSegment& zoom : after.zooms) {

@@ -98,15 +98,15 @@ void expectSameAsLiteral(const ProjectSettings& settings, Seconds duration) {
 }
 
 RC_GTEST_PROP(TimeMap, IsTheLiteralWalk, ()) {
-    expectSameAsLiteral(*settings(Temper::wild), *recordingDuration());
+    expectSameAsLiteral(anySettings(Temper::wild), anyRecordingDuration());
 }
 
 RC_GTEST_PROP(TimeMap, IsTheLiteralWalkOfOrdinaryEdits, ()) {
-    expectSameAsLiteral(*settings(Temper::tame), 20);
+    expectSameAsLiteral(anySettings(Temper::tame), 20);
 }
 
 RC_GTEST_PROP(TimeMap, IsInvertible, ()) {
-    const TimeMap map(*settings(Temper::tame), 20);
+    const TimeMap map(anySettings(Temper::tame), 20);
     Seconds latest = 0;
     for (int step = 0; step <= 100; ++step) {
         const Seconds compositionTime = map.compDuration() * step / 100;

@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <utility>
 
@@ -41,12 +42,16 @@ struct LiveTake::Impl {
     std::unique_ptr<CaptureEngine> engine = {};
     std::unique_ptr<EventLogger> logger = {};
     bool pointerIsEmbedded = false;
-    bool isCapturing = false;
-    bool isOver = false;
+    bool isStopped = false; // the engine
+    bool isOver = false;    // finished or discarded
+    std::atomic<bool> isLetGo = false;
+    std::atomic<std::int64_t> finishedSteps = 0;
 
+    Impl(TakeLibrary& takeLibrary, fs::path takeFolder)
+        : library(takeLibrary), folder(std::move(takeFolder)) {}
     void follow(ScreenStream& stream, const TakeHandlers& handlers);
-    Result<void> start(std::unique_ptr<ScreenStream> stream, const TakeOrder& order, Platform& platform,
-                       const TakeHandlers& handlers);
+    Result<void> prepare(std::unique_ptr<ScreenStream> stream, const TakeOrder& order,
+                         const TakeSources& sources, const TakeHandlers& handlers);
     Result<void> saveEvents(const CaptureResult& captured, const PauseClock& pauses);
     std::optional<Project> registerReel(const CaptureResult& captured);
     Failure incomplete() const;
@@ -62,12 +67,12 @@ void LiveTake::Impl::follow(ScreenStream& stream, const TakeHandlers& handlers) 
         handlers.notice(*why);
 }
 
-Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const TakeOrder& order,
-                                   Platform& platform, const TakeHandlers& handlers) {
+Result<void> LiveTake::Impl::prepare(std::unique_ptr<ScreenStream> stream, const TakeOrder& order,
+                                     const TakeSources& sources, const TakeHandlers& handlers) {
     auto made = TakeJournal::create(folder);
     if (!made) return std::unexpected(made.error());
     journal = *std::move(made);
-    engine = std::make_unique<CaptureEngine>(folder, platform.sound(), platform.cameras(), *journal);
+    engine = std::make_unique<CaptureEngine>(folder, sources.sound, sources.cameras, *journal);
     engine->onError = handlers.failed;
     engine->onNotice = handlers.notice;
     pointerIsEmbedded = stream->pointerIsEmbedded();
@@ -76,15 +81,12 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     settings.pixelSize = stream->pixelSize();
     // Before the first picture, so that it is known where the pointer was then.
     follow(*stream, handlers);
-    auto started = engine->start(std::move(stream), settings);
-    if (!started) return started;
-    isCapturing = true;
-    return {};
+    return engine->prepare(std::move(stream), settings);
 }
 
 Result<void> LiveTake::Impl::saveEvents(const CaptureResult& captured, const PauseClock& pauses) {
     const Seconds duration = durationOf(folder / "raw.mov");
-    const RecordingEvents events = logger->finish(captured.firstFrameHost, duration, pauses);
+    const RecordingEvents events = logger->finish(captured.firstShiftedTime, duration, pauses);
     return writeEvents(events, folder / "events.json");
 }
 
@@ -115,20 +117,26 @@ Failure LiveTake::Impl::incomplete() const {
                     folder.string())};
 }
 
-Result<std::unique_ptr<LiveTake>> LiveTake::begin(const TakeOrder& order, Platform& platform,
-                                                  TakeLibrary& library, const TakeHandlers& handlers,
-                                                  const std::stop_token& cancel) {
-    auto stream = platform.screen().open(order.filter, cancel);
+Result<std::unique_ptr<LiveTake>> LiveTake::prepare(const TakeOrder& order, const TakeSources& sources,
+                                                    TakeLibrary& library, const TakeHandlers& handlers,
+                                                    const std::stop_token& cancel) {
+    auto stream = sources.screen.open(order.filter, cancel);
     if (!stream) return std::unexpected(stream.error());
     const PixelSize size = (*stream)->pixelSize();
     if (std::min(size.width, size.height) < 2)
         return failure("That is too small to be recorded: at least 2 × 2 pixels are needed.");
+    if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
     auto folder = library.newProjectFolder(today());
     if (!folder) return std::unexpected(folder.error());
-    std::unique_ptr<LiveTake> take(new LiveTake(std::make_unique<Impl>(Impl{library, *folder})));
-    if (auto started = take->impl_->start(*std::move(stream), order, platform, handlers); !started)
-        return std::unexpected(started.error());
+    std::unique_ptr<LiveTake> take(new LiveTake(std::make_unique<Impl>(library, *folder)));
+    if (auto prepared = take->impl_->prepare(*std::move(stream), order, sources, handlers); !prepared)
+        return std::unexpected(prepared.error());
+    if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
     return take;
+}
+
+Result<void> LiveTake::start() {
+    return impl_->engine->start();
 }
 
 LiveTake::LiveTake(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -137,12 +145,12 @@ LiveTake::~LiveTake() {
     discard();
 }
 
-void LiveTake::pause(Seconds at) {
-    impl_->engine->pause(at);
+void LiveTake::pause(Seconds hostTime) {
+    impl_->engine->pause(hostTime);
 }
 
-void LiveTake::resume(Seconds at) {
-    impl_->engine->resume(at);
+void LiveTake::resume(Seconds hostTime) {
+    impl_->engine->resume(hostTime);
 }
 
 CaptureProgress LiveTake::progress() const {
@@ -153,7 +161,7 @@ CaptureProgress LiveTake::progress() const {
 // them, and the journal, which tells of an interrupted take, goes last.
 Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     const CaptureResult captured = impl_->engine->stop();
-    impl_->isCapturing = false;
+    impl_->isStopped = true;
     if (!captured.hasFrames) {
         discard();
         return std::nullopt;
@@ -161,7 +169,10 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     impl_->isOver = true;
     // Without events the reel is one wide shot until the journal has given them back: better than no reel.
     const auto saved = impl_->saveEvents(captured, pauses);
+    ++impl_->finishedSteps;
+    if (impl_->isLetGo) return std::unexpected(impl_->incomplete());
     auto project = impl_->registerReel(captured);
+    ++impl_->finishedSteps;
     if (!project) return std::unexpected(impl_->incomplete());
     if (saved) impl_->journal->remove();
     return project;
@@ -169,9 +180,21 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
 
 void LiveTake::discard() {
     if (std::exchange(impl_->isOver, true)) return;
-    if (std::exchange(impl_->isCapturing, false)) impl_->engine->stop();
     impl_->logger.reset();
-    impl_->library.discardFolder(impl_->folder);
+    if (impl_->engine && !std::exchange(impl_->isStopped, true)) impl_->engine->stop();
+    if (!impl_->isLetGo) impl_->library.discardFolder(impl_->folder);
+}
+
+const std::filesystem::path& LiveTake::folder() const {
+    return impl_->folder;
+}
+
+std::int64_t LiveTake::finishingProgress() const {
+    return impl_->finishedSteps + impl_->engine->finishingProgress();
+}
+
+void LiveTake::letGo() {
+    impl_->isLetGo = true;
 }
 
 } // namespace glintro

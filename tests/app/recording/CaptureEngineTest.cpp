@@ -110,7 +110,7 @@ TEST(CaptureEngine, CutsPausesOutOfThePictureWithoutAHole) {
     ASSERT_TRUE(isReached(begin + 0.8));
     const CaptureResult result = take.engine->stop();
 
-    EXPECT_NEAR(result.firstFrameHost, begin, 1e-6);
+    EXPECT_NEAR(result.firstShiftedTime, begin, 1e-6);
     const std::vector<Seconds> times = frameTimes(take.rawMovie());
     const std::array expected = {0.0, 0.1, 0.2, 0.25, 0.35};
     ASSERT_EQ(times.size(), expected.size());
@@ -146,8 +146,8 @@ TEST(CaptureEngine, DoesNotTrustAStreamWhoseStampsAreOfAnotherClock) {
     const Seconds after = hostTime();
     take.show(40, 1000.5);
     const CaptureResult result = take.engine->stop();
-    EXPECT_GE(result.firstFrameHost, before);
-    EXPECT_LE(result.firstFrameHost, after);
+    EXPECT_GE(result.firstShiftedTime, before);
+    EXPECT_LE(result.firstShiftedTime, after);
     EXPECT_EQ(frameTimes(take.rawMovie()), (std::vector<Seconds>{0, 0.5}));
 }
 
@@ -157,7 +157,7 @@ TEST(CaptureEngine, LeavesNothingOfATakeWithoutAPicture) {
     const CaptureResult result = take.engine->stop();
     EXPECT_FALSE(result.hasFrames);
     EXPECT_FALSE(result.hasCamera);
-    EXPECT_EQ(result.firstFrameHost, 0);
+    EXPECT_EQ(result.firstShiftedTime, 0);
     EXPECT_FALSE(std::filesystem::exists(take.rawMovie()));
     EXPECT_FALSE(std::filesystem::exists(take.cameraMovie()));
 }
@@ -166,7 +166,8 @@ TEST(CaptureEngine, FailsToStartWithTheReasonAndLeavesNothing) {
     TakeFixture refused({.pixelSize = kSmall});
     auto stream = std::make_unique<FakeStream>(kSmall);
     stream->refusal = Failure{"The screen can’t be recorded.", "refused", 7};
-    const auto result = refused.engine->start(std::move(stream), {.pixelSize = kSmall});
+    ASSERT_TRUE(refused.engine->prepare(std::move(stream), {.pixelSize = kSmall}));
+    const auto result = refused.engine->start();
     ASSERT_FALSE(result);
     EXPECT_EQ(result.error(), (Failure{"The screen can’t be recorded.", "refused", 7}));
     EXPECT_FALSE(std::filesystem::exists(refused.rawMovie()));

@@ -114,10 +114,12 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
         complaints.push_back(sentence);
     };
     const TakeHandlers handlers{[&](const Failure& failure) { complain(failure.message); }, complain};
-    auto take =
-        LiveTake::begin({DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
-                        *platform, library, handlers, {});
+    auto take = LiveTake::prepare(
+        {DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
+        {platform->screen(), platform->sound(), platform->cameras()}, library, handlers, {});
     ASSERT_TRUE(take) << take.error().message;
+    const auto started = (*take)->start();
+    ASSERT_TRUE(started) << started.error().message;
 
     const auto log = folder / "instants";
     const auto program = desktop->run({GLINTRO_FLASH_AND_CLICK, "12", "0.6", "micfeed"}, log.string());

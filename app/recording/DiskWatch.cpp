@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "platform/HostClock.h"
+
 namespace glintro {
 namespace {
 
@@ -17,18 +19,21 @@ constexpr auto kInterval = std::chrono::milliseconds(500);
 struct DiskWatch::State {
     std::mutex mutex; // never held while the disk is asked
     std::condition_variable wake;
-    DiskState latest;      // guarded by mutex
-    bool isClosed = false; // guarded by mutex
+    DiskState latest;               // guarded by mutex, as all that follow
+    std::optional<Seconds> askedAt; // host time, while the disk is asked
+    bool isClosed = false;
 };
 
 DiskWatch::DiskWatch(Probe probe) : state_(std::make_shared<State>()) {
     std::thread([state = state_, ask = std::move(probe)] {
         std::unique_lock lock(state->mutex);
         while (!state->isClosed) {
+            state->askedAt = hostTime();
             lock.unlock();
             const DiskState answer = ask();
             lock.lock();
             state->latest = answer;
+            state->askedAt.reset();
             state->wake.wait_for(lock, kInterval, [&] { return state->isClosed; });
         }
     }).detach();
@@ -42,7 +47,9 @@ DiskWatch::~DiskWatch() {
 
 DiskState DiskWatch::latest() const {
     const std::scoped_lock lock(state_->mutex);
-    return state_->latest;
+    DiskState state = state_->latest;
+    if (state_->askedAt) state.unansweredFor = hostTime() - *state_->askedAt;
+    return state;
 }
 
 DiskState DiskWatch::ask(const std::filesystem::path& movie) {

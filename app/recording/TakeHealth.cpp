@@ -14,6 +14,9 @@ constexpr auto kInterval = std::chrono::milliseconds(500);
 // Between two looks of a process that runs as it should.
 constexpr Seconds kLongestInterval = 1;
 
+// A disk that lets a simple question wait for so long does not take the movie either.
+constexpr Seconds kSilentDisk = 1;
+
 constexpr const char* kDiskNearlyFull =
     "The disk is nearly full, so the recording was stopped. Everything up to here is kept.";
 constexpr const char* kFolderGone =
@@ -56,8 +59,10 @@ std::optional<Failure> TakeDiagnosis::examine(const TakeVitals& vitals, Seconds 
     const bool isDiskStalled = disk_.duration(due, onDisk.bytes, isPaused, watched_) >= kStallTimeout;
     if (!disk.isInPlace) return Failure{kFolderGone};
     if (disk.freeSpace && *disk.freeSpace < kLeastFreeSpace) return Failure{kDiskNearlyFull};
-    if (isEncoderStalled) return Failure{kEncoderStalled};
-    if (isDiskStalled) return Failure{kDiskStalled};
+    // An encoder whose pictures cannot be written stalls as well.
+    const bool isDiskSilent = disk.unansweredFor >= kSilentDisk;
+    if (isEncoderStalled && !isDiskSilent) return Failure{kEncoderStalled};
+    if (isEncoderStalled || isDiskStalled) return Failure{kDiskStalled};
     if (isSilent) return Failure{kStreamSilent};
     return std::nullopt;
 }

@@ -38,6 +38,8 @@ struct CaptureEngine::Impl {
 
     Result<void> prepare(const CaptureSettings& settings);
     Result<void> openMovie();
+    Result<void> startStream();
+    void openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video);
     void openDevices();
     Result<void> start();
     void startCamera();
@@ -68,6 +70,7 @@ struct CaptureEngine::Impl {
     std::atomic<bool> hasFailed = false;
     std::atomic<bool> isPaused = false;
     std::atomic<std::int64_t> finishedSteps = 0;
+    std::atomic<Seconds> firstFrameTime = 0; // host time; 0 before it
 
     // Of the queue while recording.
     TakeClock clock;
@@ -93,13 +96,20 @@ struct CaptureEngine::Impl {
 // An encoder is tried and devices wake up for some tenths of a second each, so both at the same time.
 Result<void> CaptureEngine::Impl::prepare(const CaptureSettings& wanted) {
     settings = wanted;
+    screen = std::make_unique<ScreenRecorder>(std::move(stream), queue,
+                                              [this](const Failure& failure) { fail(failure); });
     std::jthread opening([this] { openDevices(); });
-    auto opened = openMovie();
+    auto opened = settings.startsAtOnce ? startStream() : Result<void>();
+    if (opened) opened = openMovie();
     opening.join();
     if (!opened) return opened;
     if (microphone && readyMicrophone) microphone->open(sound, settings.micDevice);
     readyMicrophone.reset();
     return {};
+}
+
+Result<void> CaptureEngine::Impl::startStream() {
+    return screen->start(settings.fps, [this](ScreenFrame frame) { handle(std::move(frame)); });
 }
 
 Result<void> CaptureEngine::Impl::openMovie() {
@@ -110,16 +120,20 @@ Result<void> CaptureEngine::Impl::openMovie() {
     const auto audio = settings.mic ? std::optional(microphoneSound()) : std::nullopt;
     auto created = LiveMovieWriter::create(rawMovie, video, audio);
     if (!created) return std::unexpected(created.error());
+    queue.run([&] { openTracks(*std::move(created), video); });
+    return {};
+}
 
+void CaptureEngine::Impl::openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video) {
     const std::scoped_lock lock(making);
-    writer = std::move(*created);
-    const auto failed = [this](const Failure& failure) { fail(failure); };
-    screen = std::make_unique<ScreenRecorder>(std::move(stream), *writer, video, queue, failed);
+    writer = std::move(movie);
     if (settings.mic)
         microphone = std::make_unique<MicrophoneRecorder>(
             *writer, queue, clock.pauses(),
-            MicrophoneRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); }, failed});
-    return {};
+            MicrophoneRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
+                                         [this](const Failure& failure) { fail(failure); }});
+    if (microphone && clock.hasBegun()) microphone->begin(clock.firstHostTime());
+    screen->openTrack(*writer, video);
 }
 
 void CaptureEngine::Impl::openDevices() {
@@ -141,8 +155,8 @@ void CaptureEngine::Impl::openDevices() {
 
 Result<void> CaptureEngine::Impl::start() {
     if (readyCamera) startCamera();
-    if (auto started = screen->start([this](ScreenFrame frame) { handle(std::move(frame)); }); !started)
-        return started;
+    if (!settings.startsAtOnce)
+        if (auto started = startStream(); !started) return started;
     disk = std::make_unique<DiskWatch>([movie = rawMovie] { return DiskWatch::ask(movie); });
     health = std::make_unique<TakeHealth>([this] { return vitals(); },
                                           [this](const Failure& failure) { fail(failure); });
@@ -170,6 +184,7 @@ void CaptureEngine::Impl::handle(ScreenFrame frame) {
 
 void CaptureEngine::Impl::begin(Seconds stamp) {
     clock.begin(stamp, hostTime());
+    firstFrameTime = clock.firstHostTime();
     journal.firstFrame(clock.firstHostTime());
     if (microphone) microphone->begin(clock.firstHostTime());
 }
@@ -193,7 +208,7 @@ CaptureResult CaptureEngine::Impl::describe() const {
 }
 
 CaptureResult CaptureEngine::Impl::finish() {
-    isEnding = true;
+    if (isEnding.exchange(true)) return {};
     health.reset();
     disk.reset();
     if (!screen) return {};
@@ -219,7 +234,7 @@ bool CaptureEngine::Impl::finishScreen() {
     ++finishedSteps;
     if (microphone) microphone->flush();
     ++finishedSteps;
-    if (screen->video().writtenFrames() > 0) {
+    if (screen->writtenFrames() > 0) {
         const auto finished = writer->finish(endRecordedTime);
         if (!finished && !hasFailed) notice(finished.error().message);
         if (finished || writer->progress().seconds > 0) return true;
@@ -246,8 +261,7 @@ void CaptureEngine::Impl::notice(const std::string& sentence) const {
 
 TakeVitals CaptureEngine::Impl::vitals() const {
     const auto& counts = screen->counts();
-    return {counts.seen, counts.due,         screen->video().writtenFrames(),
-            isPaused,    writer->progress(), disk->latest()};
+    return {counts.seen, counts.due, screen->writtenFrames(), isPaused, writer->progress(), disk->latest()};
 }
 
 CaptureEngine::CaptureEngine(std::filesystem::path folder, SoundSystem& sound, CameraSystem& cameras,
@@ -261,7 +275,9 @@ CaptureEngine::~CaptureEngine() {
 Result<void> CaptureEngine::prepare(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings) {
     impl_->stream = std::move(stream);
     auto prepared = impl_->prepare(settings);
-    if (!prepared) impl_->removeMovies();
+    if (prepared) return prepared;
+    stop();
+    impl_->removeMovies();
     return prepared;
 }
 
@@ -298,13 +314,18 @@ CaptureProgress CaptureEngine::progress() const {
     if (!impl_->writer) return {};
     const auto [seconds, bytes] = impl_->writer->progress();
     const auto& counts = impl_->screen->counts();
-    return {seconds, bytes, counts.accepted, counts.dropped, impl_->screen->video().encoderName()};
+    return {seconds, bytes, counts.accepted, counts.dropped, impl_->screen->encoderName()};
+}
+
+std::optional<Seconds> CaptureEngine::firstFrameTime() const {
+    const Seconds time = impl_->firstFrameTime;
+    return time > 0 ? std::optional(time) : std::nullopt;
 }
 
 std::int64_t CaptureEngine::finishingProgress() const {
     const std::scoped_lock lock(impl_->making);
     if (!impl_->writer) return 0;
-    return impl_->finishedSteps + impl_->screen->video().writtenFrames() + impl_->writer->progress().bytes;
+    return impl_->finishedSteps + impl_->screen->writtenFrames() + impl_->writer->progress().bytes;
 }
 
 } // namespace glintro

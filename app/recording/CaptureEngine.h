@@ -22,6 +22,9 @@ struct CaptureSettings {
     bool hevc = false;
     bool mic = false;
     bool camera = false;
+    // The screen is recorded while the rest is still being prepared, so that nothing is missed: without a
+    // countdown, what the user does next belongs to the take.
+    bool startsAtOnce = false;
     std::optional<std::string> micDevice = {}; // id or name; the default one when absent
     std::optional<std::string> cameraDevice = {};
 };
@@ -68,19 +71,22 @@ class CaptureEngine {
     // called several times.
     std::function<void(const std::string&)> onNotice;
 
-    // Opens all that takes its time: movie, encoder, microphone, camera. Nothing is recorded yet. Blocks; not
-    // for the main thread. The stream lives as long as the engine, whatever the outcome: its pointer may be
-    // in use. On failure no movie is left in the folder.
+    // Opens all that takes its time: movie, encoder, microphone, camera. Nothing is recorded yet, unless it
+    // startsAtOnce. Blocks; not for the main thread. The stream lives as long as the engine, whatever the
+    // outcome: its pointer may be in use. On failure no movie is left in the folder.
     [[nodiscard]] Result<void> prepare(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings);
-    // Records from here on, without delay. On failure no movie is left in the folder.
+    // Records from here on, without delay. To be called in any case. On failure no movie is left in the
+    // folder.
     [[nodiscard]] Result<void> start();
     void pause(Seconds hostTime);
     void resume(Seconds hostTime);
-    // Blocks until the files are finished; not for the main thread, not from a callback. Call once. Hangs
-    // while the disk does: see finishingProgress().
+    // Blocks until the files are finished; not for the main thread, not from a callback. A second call does
+    // nothing. Hangs while the disk does: see finishingProgress().
     CaptureResult stop();
 
     CaptureProgress progress() const; // from any thread; never blocks
+    // Host time of the first picture; absent before it. From any thread; never blocks.
+    std::optional<Seconds> firstFrameTime() const;
     // Grows while stop() gets on: pictures encoded, bytes written, steps done. From any thread; never blocks.
     std::int64_t finishingProgress() const;
 

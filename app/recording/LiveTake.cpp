@@ -42,8 +42,7 @@ struct LiveTake::Impl {
     std::unique_ptr<CaptureEngine> engine = {};
     std::unique_ptr<EventLogger> logger = {};
     bool pointerIsEmbedded = false;
-    bool isStopped = false; // the engine
-    bool isOver = false;    // finished or discarded
+    bool isOver = false; // finished or discarded
     std::atomic<bool> isLetGo = false;
     std::atomic<std::int64_t> finishedSteps = 0;
 
@@ -157,11 +156,14 @@ CaptureProgress LiveTake::progress() const {
     return impl_->engine->progress();
 }
 
+std::optional<Seconds> LiveTake::firstFrameTime() const {
+    return impl_->engine->firstFrameTime();
+}
+
 // Each step leaves a folder that a scan can complete: the movies are whole before the events are placed in
 // them, and the journal, which tells of an interrupted take, goes last.
 Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     const CaptureResult captured = impl_->engine->stop();
-    impl_->isStopped = true;
     if (!captured.hasFrames) {
         discard();
         return std::nullopt;
@@ -181,7 +183,7 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
 void LiveTake::discard() {
     if (std::exchange(impl_->isOver, true)) return;
     impl_->logger.reset();
-    if (impl_->engine && !std::exchange(impl_->isStopped, true)) impl_->engine->stop();
+    if (impl_->engine) impl_->engine->stop();
     if (!impl_->isLetGo) impl_->library.discardFolder(impl_->folder);
 }
 

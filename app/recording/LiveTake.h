@@ -36,8 +36,8 @@ struct TakeSources {
 };
 
 // A take from its first sample to its reel: the folder with the movies, the pointer's log and the journal of
-// both. All calls but progress(), finishingProgress(), folder() and letGo() block; not for the main thread,
-// and one at a time.
+// both. Preparing, starting, finishing, discarding and destroying one blocks; not for the main thread, and
+// one at a time.
 //
 //   prepare ──► start ──► [pause, resume] ──► finish
 //                 └──────────┴──► discard
@@ -56,11 +56,15 @@ class LiveTake {
     LiveTake(const LiveTake&) = delete;
     LiveTake& operator=(const LiveTake&) = delete;
 
-    // Records from here on; the first picture comes at once. After a failure the take can only be discarded.
+    // Records from here on, unless the settings say startsAtOnce: then it does so since prepare(), and this
+    // is called all the same. The first picture comes at once. After a failure the take can only be
+    // discarded.
     [[nodiscard]] Result<void> start();
     void pause(Seconds hostTime);
     void resume(Seconds hostTime);
     CaptureProgress progress() const; // from any thread; never blocks
+    // Host time of the first picture; absent before it. From any thread; never blocks.
+    std::optional<Seconds> firstFrameTime() const;
 
     // Finishes the files and registers the reel. Whatever moment the process is killed at, the folder can be
     // completed later. `nullopt`, and no folder, when there was no picture. Fails when the recording could

@@ -161,6 +161,7 @@ void RecordingController::start() {
 void RecordingController::prepare(const ContentFilter& filter) {
     ++takeNumber_;
     starting_ = std::stop_source();
+    countsDown_ = switches_.countdownOn();
     failedEarly_.reset();
     progress_.set({});
     elapsed_ = 0;
@@ -186,6 +187,7 @@ TakeOrder RecordingController::order(const ContentFilter& filter) const {
              .hevc = preferences.useHEVC(),
              .mic = switches_.micOn(),
              .camera = switches_.cameraOn(),
+             .startsAtOnce = !countsDown_,
              .micDevice = switches_.microphone(),
              .cameraDevice = switches_.camera()}};
 }
@@ -223,7 +225,7 @@ void RecordingController::prepared(const Result<TakePtr>& take) {
         return endStart();
     }
     preparedTake_ = *take;
-    if (switches_.countdownOn())
+    if (countsDown_)
         countdown_.start();
     else
         launch();
@@ -287,10 +289,11 @@ void RecordingController::refused(const Failure& failure) {
 
 void RecordingController::record(const TakePtr& take, Seconds startHost) {
     take_ = take;
-    startHost_ = startHost;
+    startHost_ = take->firstFrameTime().value_or(startHost);
     pauses_ = {};
     isPaused_ = false;
     setStarting(false);
+    tick();
     setPhase(Phase::recording);
     setBarShown(true);
     tick_.start();
@@ -299,6 +302,7 @@ void RecordingController::record(const TakePtr& take, Seconds startHost) {
 
 void RecordingController::tick() {
     const Seconds now = hostTime();
+    startHost_ = take_->firstFrameTime().value_or(startHost_);
     elapsed_ = std::max(0.0, now - startHost_ - pauses_.paused(now));
     emit elapsedChanged();
     progress_.set(take_->progress());

@@ -36,7 +36,8 @@ namespace glintro {
 //
 // While a take is prepared the phase is still choosing and isStarting is true: the system may ask the user in
 // a dialog of its own, the encoder is chosen and the devices are opened, so that after the countdown the
-// first picture comes at once. A start that is cancelled leaves nothing behind.
+// first picture comes at once. Without a countdown the screen is recorded as soon as its stream is open. A
+// start that is cancelled leaves nothing behind.
 //
 // A take that still runs when the controller is destroyed is finished first. Finishing is waited for while it
 // makes progress; after five seconds without any, on a disk that hangs, the take is let go: its folder stays
@@ -170,6 +171,7 @@ class RecordingController : public QObject {
     int contentNumber_ = 0; // of the newest question for what can be recorded
 
     bool isStarting_ = false;
+    bool countsDown_ = false; // this start
     std::stop_source starting_;
     std::optional<Failure> failedEarly_; // told before the take was known to run
     int takeNumber_ = 0;

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
@@ -176,7 +177,8 @@ void Recording::begin(const Target& target) {
 void Recording::phaseChanged() {
     if (controller_.phase() == Phase::recording) views_.takeIsRunning();
     if (controller_.phase() != Phase::recording || !arguments_.seconds || timeIsUp_.isActive()) return;
-    timeIsUp_.start(std::chrono::milliseconds(std::lround(*arguments_.seconds * 1000)));
+    const Seconds left = std::max(0.0, *arguments_.seconds - controller_.elapsed());
+    timeIsUp_.start(std::chrono::milliseconds(std::lround(left * 1000)));
 }
 
 void Recording::look() {

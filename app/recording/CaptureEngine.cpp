@@ -47,6 +47,7 @@ struct CaptureEngine::Impl {
     // On the queue.
     void handle(ScreenFrame frame);
     void begin(Seconds stamp);
+    void beginTracks();
     void endWriting();
     CaptureResult describe() const;
 
@@ -132,7 +133,7 @@ void CaptureEngine::Impl::openTracks(std::unique_ptr<LiveMovieWriter> movie, con
             *writer, queue, clock.pauses(),
             MicrophoneRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
                                          [this](const Failure& failure) { fail(failure); }});
-    if (microphone && clock.hasBegun()) microphone->begin(clock.firstHostTime());
+    if (clock.hasBegun()) beginTracks();
     screen->openTrack(*writer, video);
 }
 
@@ -185,6 +186,11 @@ void CaptureEngine::Impl::handle(ScreenFrame frame) {
 void CaptureEngine::Impl::begin(Seconds stamp) {
     clock.begin(stamp, hostTime());
     firstFrameTime = clock.firstHostTime();
+    if (writer) beginTracks();
+}
+
+// The journal tells of a first picture once there is a movie to hold it.
+void CaptureEngine::Impl::beginTracks() {
     journal.firstFrame(clock.firstHostTime());
     if (microphone) microphone->begin(clock.firstHostTime());
 }

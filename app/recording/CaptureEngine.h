@@ -43,7 +43,7 @@ struct CaptureProgress {
     std::int64_t bytesOnDisk = 0;
     std::int64_t frames = 0; // written or about to be
     std::int64_t droppedFrames = 0;
-    std::string encoder; // for people: "libx264 veryfast"
+    std::string encoder; // its name and speed: "libx264 veryfast"
 };
 
 // Turns one take into "raw.mov" (screen and microphone) and "camera.mov" in a reel's folder. Pauses are cut

@@ -16,13 +16,13 @@
 
 namespace glintro {
 
-// What to record, and how. The pixel size in the settings is taken from what is recorded.
+// What to record, and how. The pixel size in the settings is replaced by that of the stream.
 struct TakeOrder {
     ContentFilter filter;
     CaptureSettings settings;
 };
 
-// Called on threads of the take's, until it is destroyed.
+// Called on threads of the take's, until it is destroyed. Must not block.
 struct TakeHandlers {
     std::function<void(const Failure&)> failed;     // the take cannot go on and should be finished
     std::function<void(const std::string&)> notice; // one sentence for the user; the take goes on

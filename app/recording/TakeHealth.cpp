@@ -14,7 +14,7 @@ constexpr auto kInterval = std::chrono::milliseconds(500);
 // Between two looks of a process that runs as it should.
 constexpr Seconds kLongestInterval = 1;
 
-// A disk that lets a simple question wait for so long does not take the movie either.
+// A disk that lets a simple question wait for so long does not store the movie either.
 constexpr Seconds kSilentDisk = 1;
 
 constexpr const char* kDiskNearlyFull =

@@ -20,8 +20,8 @@ struct FinishedTake {
     bool hasAudio = false;
 };
 
-// The library as a take sees it. Calls come from the thread that takes are worked on, one at a time, and may
-// block, except where it says otherwise.
+// The library as a take sees it. Called on a background thread, one call at a time, and may block, except
+// where it says otherwise.
 class TakeLibrary {
   public:
     virtual ~TakeLibrary() = default;
@@ -30,7 +30,7 @@ class TakeLibrary {
     [[nodiscard]] virtual Result<std::filesystem::path> newProjectFolder(Timestamp date) = 0;
     // Removes the folder of a take that came to nothing, with all it holds.
     virtual void discardFolder(const std::filesystem::path& folder) = 0;
-    // Nothing when the movie cannot be read or the project file not be written; the folder stays as it is.
+    // `nullopt` when the movie cannot be read or the project file not be written; the folder stays as it is.
     [[nodiscard]] virtual std::optional<Project> registerRecording(const FinishedTake& take) = 0;
 
     // Whether the system lets this program record the screen, as was just asked. Main thread.

@@ -62,9 +62,12 @@ class FakeStream : public ScreenStream {
     }
     PointerSource& pointer() override { return pointer_; }
     Result<void> start(const StreamConfiguration&, StreamHandlers handlers) override {
-        const std::lock_guard guard(lock_);
-        if (refusal) return std::unexpected(*refusal);
-        handlers_ = std::move(handlers);
+        {
+            const std::lock_guard guard(lock_);
+            if (refusal) return std::unexpected(*refusal);
+            handlers_ = std::move(handlers);
+        }
+        for (ScreenFrame& frame : atOnce) show(std::move(frame));
         return {};
     }
     void stop() override {
@@ -82,6 +85,7 @@ class FakeStream : public ScreenStream {
     }
 
     std::optional<Failure> refusal;
+    std::vector<ScreenFrame> atOnce; // what comes while it is being started
 
   private:
     std::mutex lock_;

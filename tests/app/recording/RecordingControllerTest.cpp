@@ -3,16 +3,14 @@
 #include <QRegularExpression>
 #include <QStringList>
 #include <cmath>
-#include <condition_variable>
 #include <cstdio>
-#include <mutex>
 
 #include <gtest/gtest.h>
 
 #include "app/recording/RecordingController.h"
-#include "core/media/decode/MovieReader.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
+#include "tests/app/recording/FolderLibrary.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -71,51 +69,6 @@ class NotedViews final : public MessageView,
     AreaPicked pick;
 };
 
-// Reels in one folder after the other, as the library makes them.
-class FolderLibrary final : public TakeLibrary {
-  public:
-    explicit FolderLibrary(fs::path root) : root_(std::move(root)) {}
-
-    Result<fs::path> newProjectFolder(Timestamp) override {
-        const fs::path folder = root_ / std::to_string(++made);
-        fs::create_directories(folder);
-        return folder;
-    }
-    void discardFolder(const fs::path& folder) override { fs::remove_all(folder); }
-    std::optional<Project> registerRecording(const FinishedTake& take) override {
-        const auto movie = MovieReader::open(take.folder / "raw.mov", MovieReader::Access::single);
-        couldBeCompleted =
-            movie && fs::exists(take.folder / "events.json") && fs::exists(TakeJournal::fileIn(take.folder));
-        std::unique_lock lock(mutex_);
-        answers_.wait(lock, [this] { return !isHanging_; });
-        if (isReadOnly) return std::nullopt;
-        return Project::registerReel(take.folder, {.name = take.name, .hasAudio = take.hasAudio});
-    }
-    void setScreenAccess(bool access) override { hasAccess = access; }
-
-    bool isEmpty() const { return fs::is_empty(root_); }
-    void hang() {
-        const std::scoped_lock lock(mutex_);
-        isHanging_ = true;
-    }
-    void answer() {
-        const std::scoped_lock lock(mutex_);
-        isHanging_ = false;
-        answers_.notify_all();
-    }
-
-    std::atomic<int> made = 0;
-    bool isReadOnly = false;
-    bool couldBeCompleted = false; // had it been killed instead of registered
-    std::optional<bool> hasAccess;
-
-  private:
-    fs::path root_;
-    std::mutex mutex_;
-    std::condition_variable answers_;
-    bool isHanging_ = false; // guarded by mutex_
-};
-
 class RecordingControllerTest : public testing::Test {
   protected:
     RecordingControllerTest() {
@@ -155,7 +108,7 @@ class RecordingControllerTest : public testing::Test {
     test::DeskTrouble& trouble = platform.screen().trouble;
     TransientPreferenceStore preferences;
     NotedViews views;
-    FolderLibrary library{folder.path()};
+    test::FolderLibrary library{folder.path()};
     std::unique_ptr<RecordingController> controller;
 };
 
@@ -528,16 +481,6 @@ TEST_F(RecordingControllerTest, LeavesNothingWhenTheProgramEndsWhileItStarts) {
     controller->start();
     controller.reset();
     EXPECT_TRUE(library.isEmpty());
-}
-
-TEST_F(RecordingControllerTest, RemembersItsSwitches) {
-    controller->switches()->setMicOn(true);
-    controller->switches()->setCameraOn(true);
-    controller->switches()->setCountdownOn(true);
-    RecordingController next({platform, preferences, views.all(), library});
-    EXPECT_TRUE(next.switches()->micOn());
-    EXPECT_TRUE(next.switches()->cameraOn());
-    EXPECT_TRUE(next.switches()->countdownOn());
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 #include "core/media/decode/MovieReader.h"
 #include "platform/HostClock.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "tests/app/recording/FolderLibrary.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"
@@ -21,23 +22,6 @@
 
 namespace glintro::test {
 namespace {
-
-class FolderLibrary final : public TakeLibrary {
-  public:
-    explicit FolderLibrary(std::filesystem::path folder) : folder_(std::move(folder)) {}
-    Result<std::filesystem::path> newProjectFolder(Timestamp) override {
-        std::filesystem::create_directories(folder_);
-        return folder_;
-    }
-    void discardFolder(const std::filesystem::path& folder) override { std::filesystem::remove_all(folder); }
-    std::optional<Project> registerRecording(const FinishedTake& take) override {
-        return Project::registerReel(take.folder, {.name = take.name, .hasAudio = take.hasAudio});
-    }
-    void setScreenAccess(bool) override {}
-
-  private:
-    std::filesystem::path folder_;
-};
 
 // The instants that the program has printed so far, in host time.
 std::vector<Seconds> instantsIn(const std::filesystem::path& log) {
@@ -106,7 +90,7 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     const auto content = platform->screen().content();
     ASSERT_TRUE(content) << content.error().message;
     ASSERT_FALSE(content->displays.empty());
-    FolderLibrary library(folder / "reel");
+    FolderLibrary library(folder.path());
     std::mutex complaining; // a take does so on its own threads
     std::vector<std::string> complaints;
     const auto complain = [&](const std::string& sentence) {

@@ -2,20 +2,19 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <mutex>
 #include <system_error>
+#include <thread>
 #include <utility>
-#include <vector>
 
 #include "app/recording/CameraRecorder.h"
-#include "app/recording/ChangedRows.h"
+#include "app/recording/MicrophoneRecorder.h"
 #include "app/recording/RecordingFormat.h"
-#include "app/recording/ScreenTrack.h"
+#include "app/recording/ScreenRecorder.h"
 #include "app/recording/SerialQueue.h"
+#include "app/recording/SharedInput.h"
+#include "app/recording/TakeClock.h"
 #include "app/recording/TakeHealth.h"
-#include "app/recording/TakeSound.h"
-#include "core/timeline/PauseClock.h"
 #include "platform/HostClock.h"
 
 namespace glintro {
@@ -24,258 +23,251 @@ namespace {
 // Samples that may wait on the queue: a third of a second of sound. A stream gives no more frames than it has
 // buffers anyway.
 constexpr std::size_t kWaitingSamples = 32;
-// A stream whose first time stamp is further off than this is not on the host clock.
-constexpr Seconds kTrustedStamp = 1.0;
-// The last picture is held until the stop only when it is younger than this.
-constexpr Seconds kLongestHold = 2.0;
-// A microphone that has given nothing for so long has given nothing for good, or will come back with a gap.
-constexpr Seconds kMicrophonePatience = 2.0;
-constexpr Seconds kSilenceStep = 0.25;
-
-constexpr const char* kMicrophoneLost = "The microphone stopped, so the recording is silent from here on.";
 
 } // namespace
 
 struct CaptureEngine::Impl {
     Impl(CaptureEngine& engine, std::filesystem::path reel, SoundSystem& soundSystem,
          CameraSystem& cameraSystem, TakeJournal& log)
-        : owner(engine), folder(std::move(reel)), sound(soundSystem), cameras(cameraSystem), journal(log) {}
+        : owner(engine),
+          rawMovie(reel / "raw.mov"),
+          cameraMovie(reel / "camera.mov"),
+          sound(soundSystem),
+          cameras(cameraSystem),
+          journal(log) {}
 
-    Result<void> open(const CaptureSettings& settings);
-    void startMicrophone(const CaptureSettings& settings);
-    void startCamera(const CaptureSettings& settings);
-    Result<void> startStream(const CaptureSettings& settings);
-    void stopSources();
-
-    // On the stream's thread.
-    void see(ScreenFrame frame);
-    // On the microphone's thread.
-    void hear(const SoundBlock& block);
+    Result<void> prepare(const CaptureSettings& settings);
+    Result<void> openMovie();
+    Result<void> startStream();
+    void openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video);
+    void openDevices();
+    Result<void> start();
+    void startCamera();
 
     // On the queue.
     void handle(ScreenFrame frame);
-    void begin(Seconds hostTime, Seconds pts);
-    void keepSoundGoing();
+    void begin(Seconds stamp);
+    void beginTracks();
     void endWriting();
     CaptureResult describe() const;
 
     CaptureResult finish();
     bool finishScreen();
+    void removeMovies() const;
     void fail(const Failure& failure);
-    void notice(std::string sentence);
+    void notice(const std::string& sentence) const;
     TakeVitals vitals() const;
 
     CaptureEngine& owner;
-    const std::filesystem::path folder;
-    SoundSystem& sound;
-    CameraSystem& cameras;
+    const std::filesystem::path rawMovie;
+    const std::filesystem::path cameraMovie;
+    SharedSound sound;
+    SharedCameras cameras;
     TakeJournal& journal;
-    std::filesystem::path rawMovie() const { return folder / "raw.mov"; }
-    std::filesystem::path cameraMovie() const { return folder / "camera.mov"; }
+    CaptureSettings settings;
 
     // From any thread.
     std::atomic<bool> isEnding = false;
     std::atomic<bool> hasFailed = false;
     std::atomic<bool> isPaused = false;
-    std::atomic<bool> hasMicrophone = false; // one that still gives sound
-    std::atomic<std::int64_t> framesSeen = 0;
-    std::atomic<std::int64_t> framesDue = 0;
-    std::atomic<std::int64_t> framesTaken = 0;
-    std::atomic<std::int64_t> framesDropped = 0;
+    std::atomic<std::int64_t> finishedSteps = 0;
+    std::atomic<Seconds> firstFrameTime = 0; // host time; 0 before it
 
-    ChangedRows entrance; // of the stream's thread
+    // Of the queue while recording.
+    TakeClock clock;
+    Seconds lastRecordedTime = 0;
+    Seconds endRecordedTime = 0;
 
-    // Of the queue while capturing.
-    PauseClock pauses;
-    bool started = false;
-    Seconds firstPts = 0; // pauses cut out, as lastPts and endPts
-    Seconds lastPts = 0;
-    Seconds endPts = 0;
-    Seconds firstFrameHost = 0;
+    // Keep the devices running from prepare() until the recorders use them.
+    std::unique_ptr<Microphone> readyMicrophone;
+    std::unique_ptr<Camera> readyCamera;
 
-    // Made before anything is captured, and kept until the end. The lock is for who asks meanwhile.
+    // Made by prepare(), and kept until the end. The lock is for who asks meanwhile.
     mutable std::mutex making;
     std::unique_ptr<LiveMovieWriter> writer;
-    std::unique_ptr<ScreenTrack> screen;
-    std::unique_ptr<TakeSound> microphoneSound;
-
     SerialQueue queue{kWaitingSamples};
+    std::unique_ptr<MicrophoneRecorder> microphone;
     std::unique_ptr<CameraRecorder> camera;
-    std::unique_ptr<Microphone> microphone;
-    std::unique_ptr<ScreenStream> stream;
+    std::unique_ptr<ScreenStream> stream; // until the recorder below has it
+    std::unique_ptr<ScreenRecorder> screen;
+    std::unique_ptr<DiskWatch> disk;
     std::unique_ptr<TakeHealth> health;
 };
 
-Result<void> CaptureEngine::Impl::open(const CaptureSettings& settings) {
-    if (const auto space = freeSpaceOf(folder)(); space && *space < TakeDiagnosis::kLeastFreeSpace)
-        return std::unexpected(diskNearlyFullAtStart());
-    const auto video =
-        screenVideo(settings.pixelSize, settings.fps, settings.hevc ? VideoCodec::hevc : VideoCodec::h264);
-    const auto audio = settings.mic ? std::optional(glintro::microphoneSound()) : std::nullopt;
-    auto created = LiveMovieWriter::create(rawMovie(), video, audio);
-    if (!created) return std::unexpected(created.error());
-
-    const std::scoped_lock lock(making);
-    writer = std::move(*created);
-    const auto failed = [this](const Failure& failure) { fail(failure); };
-    screen = std::make_unique<ScreenTrack>(*writer, video.size, video.fps, failed);
-    if (settings.mic) microphoneSound = std::make_unique<TakeSound>(*writer, failed);
+// An encoder is tried and devices wake up for some tenths of a second each, so both at the same time.
+Result<void> CaptureEngine::Impl::prepare(const CaptureSettings& wanted) {
+    settings = wanted;
+    screen = std::make_unique<ScreenRecorder>(std::move(stream), queue,
+                                              [this](const Failure& failure) { fail(failure); });
+    std::jthread opening([this] { openDevices(); });
+    auto opened = settings.startsAtOnce ? startStream() : Result<void>();
+    if (opened) opened = openMovie();
+    opening.join();
+    if (!opened) return opened;
+    if (microphone && readyMicrophone) microphone->open(sound, settings.micDevice);
+    readyMicrophone.reset();
     return {};
 }
 
-void CaptureEngine::Impl::startMicrophone(const CaptureSettings& settings) {
-    auto opened = sound.openMicrophone(settings.micDevice);
-    if (!opened) return notice(opened.error().message);
-    microphone = std::move(*opened);
-    hasMicrophone = true;
-    const auto running = microphone->start([this](const SoundBlock& block) { hear(block); },
-                                           [this](const Failure&) {
-                                               hasMicrophone = false;
-                                               notice(kMicrophoneLost);
-                                           });
-    if (running) return;
-    hasMicrophone = false;
-    notice(running.error().message);
+Result<void> CaptureEngine::Impl::startStream() {
+    return screen->start(settings.fps, [this](ScreenFrame frame) { handle(std::move(frame)); });
 }
 
-void CaptureEngine::Impl::startCamera(const CaptureSettings& settings) {
+Result<void> CaptureEngine::Impl::openMovie() {
+    const auto space = DiskWatch::ask(rawMovie).freeSpace;
+    if (space && *space < TakeDiagnosis::kLeastFreeSpace) return std::unexpected(diskNearlyFullAtStart());
+    const auto video =
+        screenVideo(settings.pixelSize, settings.fps, settings.hevc ? VideoCodec::hevc : VideoCodec::h264);
+    const auto audio = settings.mic ? std::optional(microphoneSound()) : std::nullopt;
+    auto created = LiveMovieWriter::create(rawMovie, video, audio);
+    if (!created) return std::unexpected(created.error());
+    queue.run([&] { openTracks(*std::move(created), video); });
+    return {};
+}
+
+void CaptureEngine::Impl::openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video) {
+    const std::scoped_lock lock(making);
+    writer = std::move(movie);
+    if (settings.mic)
+        microphone = std::make_unique<MicrophoneRecorder>(
+            *writer, queue, clock.pauses(),
+            MicrophoneRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
+                                         [this](const Failure& failure) { fail(failure); }});
+    if (clock.hasBegun()) beginTracks();
+    screen->openTrack(*writer, video);
+}
+
+void CaptureEngine::Impl::openDevices() {
+    if (settings.mic) {
+        auto opened = sound.openMicrophone(settings.micDevice);
+        if (opened)
+            readyMicrophone = *std::move(opened);
+        else
+            notice(opened.error().message);
+    }
+    if (settings.camera) {
+        auto opened = cameras.openCamera(settings.cameraDevice);
+        if (opened)
+            readyCamera = *std::move(opened);
+        else
+            notice(opened.error().message);
+    }
+}
+
+Result<void> CaptureEngine::Impl::start() {
+    if (readyCamera) startCamera();
+    if (!settings.startsAtOnce)
+        if (auto started = startStream(); !started) return started;
+    disk = std::make_unique<DiskWatch>([movie = rawMovie] { return DiskWatch::ask(movie); });
+    health = std::make_unique<TakeHealth>([this] { return vitals(); },
+                                          [this](const Failure& failure) { fail(failure); });
+    return {};
+}
+
+void CaptureEngine::Impl::startCamera() {
     camera = std::make_unique<CameraRecorder>(
-        cameraMovie(), queue, pauses,
+        cameraMovie, queue, clock.pauses(),
         CameraRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
                                  [this](Seconds hostTime) { journal.cameraStarted(hostTime); }});
     camera->start(cameras, settings.cameraDevice);
-}
-
-Result<void> CaptureEngine::Impl::startStream(const CaptureSettings& settings) {
-    return stream->start({.fps = settings.fps},
-                         {.frame = [this](ScreenFrame frame) { see(std::move(frame)); },
-                          .stopped = [this](const Failure& failure) { fail(failure); },
-                          .dropped = [this] { ++framesDropped; }});
-}
-
-void CaptureEngine::Impl::stopSources() {
-    isEnding = true;
-    health.reset();
-    stream->stop();
-    if (camera) camera->stop();
-    if (microphone) microphone->stop();
-}
-
-void CaptureEngine::Impl::see(ScreenFrame frame) {
-    ++framesSeen;
-    entrance.carry(frame);
-    ScreenFrame rows = frame;
-    rows.storage.reset();
-    if (queue.offer([this, taken = std::move(frame)]() mutable { handle(std::move(taken)); })) {
-        entrance.settle();
-        return;
-    }
-    entrance.owe(rows);
-    ++framesDropped;
-}
-
-// Sound that finds no room is silence.
-void CaptureEngine::Impl::hear(const SoundBlock& block) {
-    (void)queue.offer([this, hostTime = block.hostTime,
-                       samples = std::vector<float>(block.samples.begin(), block.samples.end())] {
-        microphoneSound->line().add({samples, hostTime}, pauses);
-    });
+    readyCamera.reset();
 }
 
 void CaptureEngine::Impl::handle(ScreenFrame frame) {
-    keepSoundGoing();
-    const Seconds hostTime = frame.hostTime;
-    const auto pts = pauses.shifted(hostTime);
-    if (!pts) return screen->leaveOut(std::move(frame));
-    if (!started) begin(hostTime, *pts);
-    lastPts = std::max(lastPts, *pts);
-    ++framesDue;
-    if (screen->offer(std::move(frame), *pts - firstPts))
-        ++framesTaken;
-    else
-        ++framesDropped;
-}
-
-void CaptureEngine::Impl::begin(Seconds hostTime, Seconds pts) {
-    started = true;
-    firstPts = pts;
-    lastPts = pts;
-    const Seconds now = glintro::hostTime();
-    const bool isOnHostClock = std::abs(pts - now) < kTrustedStamp;
-    firstFrameHost = isOnHostClock ? pts : now;
-    journal.firstFrame(isOnHostClock ? hostTime : now);
-    if (microphoneSound) microphoneSound->line().begin(isOnHostClock ? hostTime : now, pauses);
-}
-
-// The movie's sound goes on while the microphone gives none.
-void CaptureEngine::Impl::keepSoundGoing() {
-    if (!microphoneSound || !microphoneSound->line().hasBegun()) return;
-    SoundAligner& line = microphoneSound->line();
-    const Seconds patience = hasMicrophone ? kMicrophonePatience : kSilenceStep;
     const Seconds now = hostTime();
-    if (now - line.reached() > patience) line.fillTo(now - (patience - kSilenceStep), pauses);
+    if (microphone) microphone->keepGoing(now);
+    if (clock.isInPause(frame.hostTime)) return screen->skip(std::move(frame));
+    if (!clock.hasBegun()) begin(frame.hostTime);
+    const Seconds recordedTime = *clock.recordedTime(frame.hostTime);
+    lastRecordedTime = std::max(lastRecordedTime, recordedTime);
+    screen->record(std::move(frame), recordedTime);
+}
+
+void CaptureEngine::Impl::begin(Seconds stamp) {
+    clock.begin(stamp, hostTime());
+    firstFrameTime = clock.firstHostTime();
+    if (writer) beginTracks();
+}
+
+// The journal tells of a first picture once there is a movie to hold it.
+void CaptureEngine::Impl::beginTracks() {
+    journal.firstFrame(clock.firstHostTime());
+    if (microphone) microphone->begin(clock.firstHostTime());
 }
 
 void CaptureEngine::Impl::endWriting() {
     const Seconds now = hostTime();
-    const Seconds end = now - pauses.paused(now);
-    endPts = end > lastPts && end - lastPts < kLongestHold ? end : lastPts;
-    if (microphoneSound && started) microphoneSound->line().fillTo(now, pauses);
-    if (camera) camera->setEnd(endPts);
+    if (clock.hasBegun()) {
+        endRecordedTime = clock.endTime(lastRecordedTime, now);
+        if (microphone) microphone->end(now);
+    }
+    if (camera) camera->setEnd(clock.firstShiftedTime() + endRecordedTime);
 }
 
 CaptureResult CaptureEngine::Impl::describe() const {
     CaptureResult result;
-    result.firstFrameHost = firstFrameHost;
-    result.hasAudio = microphoneSound != nullptr;
+    result.firstShiftedTime = clock.firstShiftedTime();
+    result.hasAudio = microphone != nullptr;
     const Seconds cameraStart = camera ? camera->startTime() : 0;
-    if (firstFrameHost > 0 && cameraStart > 0) result.cameraOffset = cameraStart - firstFrameHost;
+    if (clock.hasBegun() && cameraStart > 0) result.cameraOffset = cameraStart - clock.firstShiftedTime();
     return result;
 }
 
 CaptureResult CaptureEngine::Impl::finish() {
-    stopSources();
+    if (isEnding.exchange(true)) return {};
+    health.reset();
+    disk.reset();
+    if (!screen) return {};
+    screen->stop();
+    if (camera) camera->stop();
+    if (microphone) microphone->close();
+    readyCamera.reset();
+    ++finishedSteps;
     CaptureResult result;
     queue.run([this, &result] {
         endWriting();
         result = describe();
     });
     result.hasFrames = finishScreen();
+    ++finishedSteps;
     result.hasCamera = camera && camera->finish();
-    queue.run([] {}); // notices come before the end
+    ++finishedSteps;
     return result;
 }
 
 bool CaptureEngine::Impl::finishScreen() {
-    screen->video().close();
-    if (microphoneSound) microphoneSound->flush();
-    if (screen->video().writtenFrames() > 0) {
-        const auto finished = writer->finish(endPts - firstPts);
+    screen->close();
+    ++finishedSteps;
+    if (microphone) microphone->flush();
+    ++finishedSteps;
+    if (screen->writtenFrames() > 0) {
+        const auto finished = writer->finish(endRecordedTime);
         if (!finished && !hasFailed) notice(finished.error().message);
         if (finished || writer->progress().seconds > 0) return true;
     }
     std::error_code ignored;
-    std::filesystem::remove(rawMovie(), ignored);
+    std::filesystem::remove(rawMovie, ignored);
     return false;
+}
+
+void CaptureEngine::Impl::removeMovies() const {
+    std::error_code ignored;
+    std::filesystem::remove(rawMovie, ignored);
+    std::filesystem::remove(cameraMovie, ignored);
 }
 
 void CaptureEngine::Impl::fail(const Failure& failure) {
     if (isEnding || hasFailed.exchange(true)) return;
-    queue.post([this, failure] {
-        if (owner.onError) owner.onError(failure);
-    });
+    if (owner.onError) owner.onError(failure);
 }
 
-void CaptureEngine::Impl::notice(std::string sentence) {
-    queue.post([this, told = std::move(sentence)] {
-        if (owner.onNotice) owner.onNotice(told);
-    });
+void CaptureEngine::Impl::notice(const std::string& sentence) const {
+    if (owner.onNotice) owner.onNotice(sentence);
 }
 
 TakeVitals CaptureEngine::Impl::vitals() const {
-    std::error_code unknown;
-    const bool isInPlace = std::filesystem::exists(rawMovie(), unknown) || unknown;
-    return {framesSeen, framesDue, screen->video().writtenFrames(), isPaused, writer->progress(), isInPlace};
+    const auto& counts = screen->counts();
+    return {counts.seen, counts.due, screen->writtenFrames(), isPaused, writer->progress(), disk->latest()};
 }
 
 CaptureEngine::CaptureEngine(std::filesystem::path folder, SoundSystem& sound, CameraSystem& cameras,
@@ -283,39 +275,39 @@ CaptureEngine::CaptureEngine(std::filesystem::path folder, SoundSystem& sound, C
     : impl_(std::make_unique<Impl>(*this, std::move(folder), sound, cameras, journal)) {}
 
 CaptureEngine::~CaptureEngine() {
-    if (impl_->screen && !impl_->isEnding) stop();
+    if (!impl_->isEnding) stop();
 }
 
-Result<void> CaptureEngine::start(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings) {
+Result<void> CaptureEngine::prepare(std::unique_ptr<ScreenStream> stream, const CaptureSettings& settings) {
     impl_->stream = std::move(stream);
-    if (auto opened = impl_->open(settings); !opened) return opened;
-    if (settings.mic) impl_->startMicrophone(settings);
-    if (settings.camera) impl_->startCamera(settings);
-    if (auto started = impl_->startStream(settings); !started) {
-        stop();
-        std::error_code ignored;
-        std::filesystem::remove(impl_->cameraMovie(), ignored);
-        return started;
-    }
-    impl_->health = std::make_unique<TakeHealth>(
-        freeSpaceOf(impl_->folder), [this] { return impl_->vitals(); },
-        [this](const Failure& failure) { impl_->fail(failure); });
-    return {};
+    auto prepared = impl_->prepare(settings);
+    if (prepared) return prepared;
+    stop();
+    impl_->removeMovies();
+    return prepared;
 }
 
-void CaptureEngine::pause(Seconds at) {
-    impl_->queue.post([this, at] {
-        impl_->pauses.pause(at);
+Result<void> CaptureEngine::start() {
+    auto started = impl_->start();
+    if (started) return started;
+    stop();
+    impl_->removeMovies();
+    return started;
+}
+
+void CaptureEngine::pause(Seconds hostTime) {
+    impl_->queue.post([this, hostTime] {
+        impl_->clock.pause(hostTime);
         impl_->isPaused = true;
-        impl_->journal.pause(at);
+        impl_->journal.pause(hostTime);
     });
 }
 
-void CaptureEngine::resume(Seconds at) {
-    impl_->queue.post([this, at] {
-        impl_->pauses.resume(at);
+void CaptureEngine::resume(Seconds hostTime) {
+    impl_->queue.post([this, hostTime] {
+        impl_->clock.resume(hostTime);
         impl_->isPaused = false;
-        impl_->journal.resume(at);
+        impl_->journal.resume(hostTime);
     });
 }
 
@@ -327,7 +319,19 @@ CaptureProgress CaptureEngine::progress() const {
     const std::scoped_lock lock(impl_->making);
     if (!impl_->writer) return {};
     const auto [seconds, bytes] = impl_->writer->progress();
-    return {seconds, bytes, impl_->framesTaken, impl_->framesDropped, impl_->screen->video().encoderName()};
+    const auto& counts = impl_->screen->counts();
+    return {seconds, bytes, counts.accepted, counts.dropped, impl_->screen->encoderName()};
+}
+
+std::optional<Seconds> CaptureEngine::firstFrameTime() const {
+    const Seconds time = impl_->firstFrameTime;
+    return time > 0 ? std::optional(time) : std::nullopt;
+}
+
+std::int64_t CaptureEngine::finishingProgress() const {
+    const std::scoped_lock lock(impl_->making);
+    if (!impl_->writer) return 0;
+    return impl_->finishedSteps + impl_->screen->writtenFrames() + impl_->writer->progress().bytes;
 }
 
 } // namespace glintro

@@ -6,9 +6,9 @@ namespace glintro {
 namespace {
 
 constexpr Seconds kWindow = 1;
-// Nobody hears it, and stamps are no better.
+// Inaudible, and stamps are no better.
 constexpr Seconds kTolerance = 0.001;
-// A controller that answers within some seconds and does not overshoot: the gain, and the square of its half.
+// Critically damped, with a time constant of some seconds: the integral gain is the square of half the gain.
 constexpr double kGain = 1.0 / 8;
 constexpr double kIntegralGain = kGain * kGain / 4;
 // Three cents; device clocks are off by less than a tenth of it.
@@ -37,7 +37,7 @@ void DriftControl::correct(Seconds error, Seconds duration) {
     integral_ = limited(integral_ + kIntegralGain * beyond * duration);
 }
 
-void DriftControl::placeAnew() {
+void DriftControl::errorWasCorrected() {
     errors_.clear();
     observed_ = 0;
     proportional_ = 0;

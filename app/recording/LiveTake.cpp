@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <utility>
 
@@ -34,12 +35,15 @@ struct LiveTake::Impl {
     std::unique_ptr<TakeJournal> journal = {};
     std::unique_ptr<CaptureEngine> engine = {};
     std::unique_ptr<EventLogger> logger = {};
-    bool isCapturing = false;
-    bool isOver = false;
+    bool isOver = false; // finished or discarded
+    std::atomic<bool> isLetGo = false;
+    std::atomic<std::int64_t> finishedSteps = 0;
 
+    Impl(TakeLibrary& takeLibrary, fs::path takeFolder)
+        : library(takeLibrary), folder(std::move(takeFolder)) {}
     void follow(ScreenStream& stream, const TakeHandlers& handlers);
-    Result<void> start(std::unique_ptr<ScreenStream> stream, const TakeOrder& order, Platform& platform,
-                       const TakeHandlers& handlers);
+    Result<void> prepare(std::unique_ptr<ScreenStream> stream, const TakeOrder& order,
+                         const TakeSources& sources, const TakeHandlers& handlers);
     Failure incomplete() const;
 };
 
@@ -53,12 +57,12 @@ void LiveTake::Impl::follow(ScreenStream& stream, const TakeHandlers& handlers) 
         handlers.notice(*why);
 }
 
-Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const TakeOrder& order,
-                                   Platform& platform, const TakeHandlers& handlers) {
+Result<void> LiveTake::Impl::prepare(std::unique_ptr<ScreenStream> stream, const TakeOrder& order,
+                                     const TakeSources& sources, const TakeHandlers& handlers) {
     auto made = TakeJournal::create(folder);
     if (!made) return std::unexpected(made.error());
     journal = *std::move(made);
-    engine = std::make_unique<CaptureEngine>(folder, platform.sound(), platform.cameras(), *journal);
+    engine = std::make_unique<CaptureEngine>(folder, sources.sound, sources.cameras, *journal);
     engine->onError = handlers.failed;
     engine->onNotice = handlers.notice;
     if (stream->pointerIsEmbedded()) journal->pointerIsEmbedded();
@@ -66,10 +70,7 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     settings.pixelSize = stream->pixelSize();
     // Before the first picture, so that it is known where the pointer was then.
     follow(*stream, handlers);
-    auto started = engine->start(std::move(stream), settings);
-    if (!started) return started;
-    isCapturing = true;
-    return {};
+    return engine->prepare(std::move(stream), settings);
 }
 
 // Why there is no reel yet, and how there can be one.
@@ -86,20 +87,26 @@ Failure LiveTake::Impl::incomplete() const {
                     folder.string())};
 }
 
-Result<std::unique_ptr<LiveTake>> LiveTake::begin(const TakeOrder& order, Platform& platform,
-                                                  TakeLibrary& library, const TakeHandlers& handlers,
-                                                  const std::stop_token& cancel) {
-    auto stream = platform.screen().open(order.filter, cancel);
+Result<std::unique_ptr<LiveTake>> LiveTake::prepare(const TakeOrder& order, const TakeSources& sources,
+                                                    TakeLibrary& library, const TakeHandlers& handlers,
+                                                    const std::stop_token& cancel) {
+    auto stream = sources.screen.open(order.filter, cancel);
     if (!stream) return std::unexpected(stream.error());
     const PixelSize size = (*stream)->pixelSize();
     if (std::min(size.width, size.height) < 2)
         return failure("That is too small to be recorded: at least 2 × 2 pixels are needed.");
+    if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
     auto folder = library.newProjectFolder(today());
     if (!folder) return std::unexpected(folder.error());
-    std::unique_ptr<LiveTake> take(new LiveTake(std::make_unique<Impl>(Impl{library, *folder})));
-    if (auto started = take->impl_->start(*std::move(stream), order, platform, handlers); !started)
-        return std::unexpected(started.error());
+    std::unique_ptr<LiveTake> take(new LiveTake(std::make_unique<Impl>(library, *folder)));
+    if (auto prepared = take->impl_->prepare(*std::move(stream), order, sources, handlers); !prepared)
+        return std::unexpected(prepared.error());
+    if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
     return take;
+}
+
+Result<void> LiveTake::start() {
+    return impl_->engine->start();
 }
 
 LiveTake::LiveTake(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -108,40 +115,58 @@ LiveTake::~LiveTake() {
     discard();
 }
 
-void LiveTake::pause(Seconds at) {
-    impl_->engine->pause(at);
+void LiveTake::pause(Seconds hostTime) {
+    impl_->engine->pause(hostTime);
 }
 
-void LiveTake::resume(Seconds at) {
-    impl_->engine->resume(at);
+void LiveTake::resume(Seconds hostTime) {
+    impl_->engine->resume(hostTime);
 }
 
 CaptureProgress LiveTake::progress() const {
     return impl_->engine->progress();
 }
 
+std::optional<Seconds> LiveTake::firstFrameTime() const {
+    return impl_->engine->firstFrameTime();
+}
+
 // Whatever step this ends at, the journal tells of an interrupted take, and the folder can be completed.
 Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     const CaptureResult captured = impl_->engine->stop();
-    impl_->isCapturing = false;
     if (!captured.hasFrames) {
         discard();
         return std::nullopt;
     }
     impl_->isOver = true;
     impl_->logger->finish();
+    ++impl_->finishedSteps;
+    if (impl_->isLetGo) return std::unexpected(impl_->incomplete());
     TakeRecord record = impl_->journal->record();
     record.pauses = pauses;
     auto project = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
+    ++impl_->finishedSteps;
     if (!project) return std::unexpected(impl_->incomplete());
     return *std::move(project);
 }
 
 void LiveTake::discard() {
     if (std::exchange(impl_->isOver, true)) return;
-    if (std::exchange(impl_->isCapturing, false)) impl_->engine->stop();
     impl_->logger.reset();
-    impl_->library.discardFolder(impl_->folder);
+    if (impl_->engine) impl_->engine->stop();
+    if (!impl_->isLetGo) impl_->library.discardFolder(impl_->folder);
+}
+
+const std::filesystem::path& LiveTake::folder() const {
+    return impl_->folder;
+}
+
+std::int64_t LiveTake::finishingProgress() const {
+    return impl_->finishedSteps + impl_->engine->finishingProgress();
+}
+
+void LiveTake::letGo() {
+    impl_->isLetGo = true;
 }
 
 } // namespace glintro

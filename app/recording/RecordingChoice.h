@@ -41,7 +41,7 @@ class RecordingChoice {
     bool isComplete() const;
     // What to record; only of a complete choice. Fails for an area that cannot be recorded.
     [[nodiscard]] Result<ContentFilter> filter() const;
-    // The display that what is chosen lies on, else the main one; nothing when none is known.
+    // The display that what is chosen lies on, else the main one; `nullopt` when none is known.
     std::optional<ShareableDisplay> targetScreen() const;
 
   private:

@@ -1,77 +1,122 @@
 #include "app/recording/RecordingController.h"
 
-#include <QCoreApplication>
-#include <QRectF>
+#include <algorithm>
 #include <utility>
+
+#include <fmt/format.h>
 
 #include "platform/HostClock.h"
 
 namespace glintro {
 namespace {
 
-constexpr int kCountdownFrom = 3;
 constexpr std::chrono::milliseconds kTickInterval{100};
+constexpr std::chrono::milliseconds kFinishingTickInterval{200};
+
+Failure diskHangs(const std::filesystem::path& folder) {
+    return {
+        fmt::format("The disk no longer answers. What reached it is kept in “{}” and will be completed "
+                    "when the library is next opened, or by “glintro recover”.",
+                    folder.string())};
+}
 
 } // namespace
 
-RecordingController::RecordingController(const Seams& seams, std::chrono::milliseconds countdownStep,
-                                         QObject* parent)
-    : QObject(parent), seams_(seams), preferences_(seams.preferences), countdownStep_(countdownStep) {
-    countdownTimer_.setSingleShot(true);
-    connect(&countdownTimer_, &QTimer::timeout, this, [this] { countDown(countdownNumber_ - 1); });
+RecordingController::RecordingController(const Seams& seams, const Timing& timing, QObject* parent)
+    : QObject(parent),
+      seams_(seams),
+      finishTimeout_(timing.finishTimeout),
+      switches_(seams.preferences),
+      sound_(std::make_shared<SharedSound>(seams.platform.sound())),
+      cameras_(std::make_shared<SharedCameras>(seams.platform.cameras())),
+      microphoneLevel_(sound_),
+      cameraPreview_(cameras_),
+      countdown_(timing.countdownStep),
+      mainThread_(std::make_shared<MainThreadPost>(*this)) {
+    connectParts();
     tick_.setInterval(kTickInterval);
     connect(&tick_, &QTimer::timeout, this, &RecordingController::tick);
-    connect(&preferences_, &Preferences::changed, this, &RecordingController::switchesChanged);
+    finishingTick_.setInterval(kFinishingTickInterval);
+    connect(&finishingTick_, &QTimer::timeout, this, &RecordingController::watchFinishing);
+}
+
+void RecordingController::connectParts() {
+    connect(&countdown_, &Countdown::numberChanged, this, &RecordingController::showCountdown);
+    connect(&countdown_, &Countdown::ended, this, &RecordingController::countdownEnded);
+    connect(&sources_, &RecordingSources::choiceChanged, this, &RecordingController::canStartChanged);
+    const auto follow = [this] {
+        microphoneLevel_.setInput(switches_.micOn(), switches_.microphone());
+        cameraPreview_.setInput(switches_.cameraOn(), switches_.camera());
+    };
+    connect(&switches_, &TakeSwitches::changed, this, follow);
+    follow();
 }
 
 RecordingController::~RecordingController() {
     blockSignals(true); // those who listened may have gone already
     starting_.request_stop();
+    if (preparedTake_) discard(std::move(preparedTake_));
     if (phase_ == Phase::recording) stop();
+    waitForBackground();
+    if (take_) {
+        background_.post([take = std::move(take_)]() mutable { take.reset(); });
+        waitForBackground();
+    }
+    mainThread_->close();
 }
 
-// The work hands back what to do about it on the main thread, which is left undone when the controller has
-// gone by then.
+void RecordingController::waitForBackground() {
+    ProgressWatch progress;
+    while (!background_.waitUntilIdle(kTickInterval)) {
+        const std::int64_t done = take_ ? take_->finishingProgress() : 0;
+        if (progress.stalledFor(done, hostTime()) < finishTimeout_) continue;
+        if (take_) take_->letGo();
+        return;
+    }
+}
+
+// The work hands back what to do about it on the main thread, which is dropped when the controller has gone
+// by then. The work itself may outlive the controller.
 void RecordingController::inBackground(std::function<std::function<void()>()> work) {
-    background_.post(
-        [this, work = std::move(work)] { QMetaObject::invokeMethod(this, work(), Qt::QueuedConnection); });
+    background_.post([post = mainThread_, work = std::move(work)] { (*post)(work()); });
+}
+
+void RecordingController::setBarShown(bool shown) {
+    if (seams_.views.bar == nullptr) return;
+    if (shown)
+        seams_.views.bar->showBar();
+    else
+        seams_.views.bar->hideBar();
 }
 
 void RecordingController::openBar() {
     if (phase_ != Phase::idle) return;
     const bool hasAccess = seams_.platform.screen().hasAccess();
     seams_.library.setScreenAccess(hasAccess);
-    if (!hasAccess) {
-        seams_.views.showMainWindow();
-        seams_.views.presentPermissionSheet();
-        return;
-    }
+    if (!hasAccess) return seams_.views.mainWindow.presentPermissionSheet();
     setPhase(Phase::choosing);
-    seams_.views.showBar();
+    setBarShown(true);
     loadSources();
 }
 
 void RecordingController::closeBar() {
     if (phase_ != Phase::choosing) return;
     starting_.request_stop();
-    seams_.views.hideBar();
+    setBarShown(false);
     setPhase(Phase::idle);
 }
 
 void RecordingController::loadSources() {
-    const int number = ++contentNumber_;
-    inBackground([this, number] {
-        return [this, number, content = seams_.platform.screen().content()] {
-            if (number == contentNumber_) takeContent(content);
+    inBackground([this, number = ++contentNumber_, &screen = seams_.platform.screen()] {
+        return [this, number, content = screen.content()] {
+            if (number == contentNumber_) handleContent(content);
         };
     });
 }
 
-void RecordingController::takeContent(const Result<ShareableContent>& content) {
-    choice_.offer(content.value_or(ShareableContent()));
-    emit sourcesChanged();
-    emit choiceChanged();
-    if (!content) seams_.views.notice(QString::fromStdString(content.error().message));
+void RecordingController::handleContent(const Result<ShareableContent>& content) {
+    sources_.offer(content.value_or(ShareableContent()));
+    if (!content) seams_.views.messages.notice(QString::fromStdString(content.error().message));
 }
 
 bool RecordingController::isChoosing() const {
@@ -80,188 +125,186 @@ bool RecordingController::isChoosing() const {
 
 void RecordingController::setMode(Mode mode) {
     if (mode == Mode::area) return chooseArea();
-    if (!isChoosing()) return;
-    choice_.setMode(mode);
-    emit choiceChanged();
+    if (isChoosing()) sources_.setMode(mode);
 }
 
 void RecordingController::chooseArea() {
-    if (phase_ != Phase::choosing || isStarting_) return;
-    seams_.views.hideBar();
-    seams_.views.pickArea(area(), [this](const std::optional<Rect>& area) {
+    if (phase_ != Phase::choosing || isStarting_ || seams_.views.areaPicker == nullptr) return;
+    setBarShown(false);
+    seams_.views.areaPicker->pickArea(sources_.area(), [this](const std::optional<Rect>& area) {
         if (phase_ != Phase::choosing) return;
         if (area) setArea(*area);
-        seams_.views.showBar();
+        setBarShown(true);
     });
 }
 
 void RecordingController::select(const CaptureSource::Kind& kind) {
-    if (!isChoosing()) return;
-    choice_.select(kind);
-    emit choiceChanged();
+    if (isChoosing()) sources_.select(kind);
+}
+
+void RecordingController::setArea(const Rect& area) {
+    if (isChoosing()) sources_.setArea(area);
 }
 
 void RecordingController::chooseAgain() {
     if (isChoosing()) seams_.platform.screen().forgetChoice();
 }
 
-void RecordingController::setArea(const Rect& area) {
-    if (!isChoosing()) return;
-    choice_.setArea(area);
-    emit choiceChanged();
-}
-
-void RecordingController::setDevices(std::optional<std::string> microphone,
-                                     std::optional<std::string> camera) {
-    microphone_ = std::move(microphone);
-    camera_ = std::move(camera);
-}
-
-void RecordingController::setMicOn(bool on) {
-    preferences_.setRecordMic(on);
-}
-
-void RecordingController::setCameraOn(bool on) {
-    preferences_.setRecordCamera(on);
-}
-
-void RecordingController::setCountdownOn(bool on) {
-    preferences_.setCountdown(on);
-}
-
 void RecordingController::start() {
     if (phase_ != Phase::choosing || !canStart()) return;
-    if (countdownOn())
-        countDown(kCountdownFrom);
-    else
-        begin();
+    const auto filter = sources_.choice().filter();
+    if (filter) return prepare(*filter);
+    failed(filter.error());
+    emit ended();
 }
 
-void RecordingController::countDown(int number) {
-    if (number == 0) {
-        seams_.views.hideCountdown();
-        begin();
-        return;
-    }
-    countdownNumber_ = number;
-    setPhase(Phase::countdown);
-    seams_.views.showCountdown(number, targetScreen());
-    countdownTimer_.start(countdownStep_);
-}
-
-void RecordingController::cancelCountdown() {
-    if (phase_ != Phase::countdown) return;
-    countdownTimer_.stop();
-    starting_.request_stop();
-    seams_.views.hideCountdown();
-    setPhase(Phase::choosing);
-}
-
-void RecordingController::begin() {
-    const auto filter = choice_.filter();
-    if (!filter) {
-        failed(filter.error());
-        emit ended();
-        return;
-    }
+void RecordingController::prepare(const ContentFilter& filter) {
     ++takeNumber_;
     starting_ = std::stop_source();
+    countsDown_ = switches_.countdownOn();
     failedEarly_.reset();
-    progress_ = {};
+    progress_.set({});
     elapsed_ = 0;
     setStarting(true);
-    inBackground([this, order = order(*filter), handlers = handlers(), cancel = starting_.get_token()] {
-        auto take = LiveTake::begin(order, seams_.platform, seams_.library, handlers, cancel);
-        TakeResult result = std::unexpected(Failure());
+    inBackground([this, order = order(filter), handlers = handlers(), &screen = seams_.platform.screen(),
+                  sound = sound_, cameras = cameras_, &library = seams_.library,
+                  cancel = starting_.get_token()] {
+        auto take = LiveTake::prepare(order, {screen, *sound, *cameras}, library, handlers, cancel);
+        Result<TakePtr> result = std::unexpected(Failure());
         if (take)
             result = *std::move(take);
         else
             result = std::unexpected(take.error());
-        return [this, result] { begun(result); };
+        return [this, result] { prepared(result); };
     });
 }
 
 TakeOrder RecordingController::order(const ContentFilter& filter) const {
     return {filter,
             {.pixelSize = {}, // known once the stream is open
-             .fps = preferences_.captureFPS(),
-             .hevc = preferences_.useHEVC(),
-             .mic = micOn(),
-             .camera = cameraOn(),
-             .micDevice = microphone_,
-             .cameraDevice = camera_}};
+             .fps = seams_.preferences.captureFPS(),
+             .hevc = seams_.preferences.useHEVC(),
+             .mic = switches_.micOn(),
+             .camera = switches_.cameraOn(),
+             .startsAtOnce = !countsDown_,
+             .micDevice = switches_.microphone(),
+             .cameraDevice = switches_.camera()}};
 }
 
-// Whatever comes from a take that is not the running one any more is passed over.
+// What comes from a take that is not the current one any more is ignored.
 TakeHandlers RecordingController::handlers() {
-    const auto onMain = [this, number = takeNumber_](auto call) {
-        QMetaObject::invokeMethod(
-            this,
-            [this, number, call] {
-                if (number == takeNumber_) call();
-            },
-            Qt::QueuedConnection);
+    const auto onMain = [this, post = mainThread_, number = takeNumber_](auto call) {
+        (*post)([this, number, call] {
+            if (number == takeNumber_) call();
+        });
     };
-    return {.failed = [this, onMain](const Failure& failure) { onMain([=, this] { takeFailed(failure); }); },
-            .notice =
-                [this, onMain](const std::string& sentence) {
-                    onMain([=, this] { seams_.views.notice(QString::fromStdString(sentence)); });
-                }};
+    return {
+        .failed = [this, onMain](const Failure& failure) { onMain([=, this] { handleFailure(failure); }); },
+        .notice =
+            [this, onMain](const std::string& sentence) {
+                onMain([=, this] { seams_.views.messages.notice(QString::fromStdString(sentence)); });
+            }};
 }
 
-void RecordingController::takeFailed(const Failure& failure) {
+void RecordingController::handleFailure(const Failure& failure) {
     if (isStarting_)
         failedEarly_ = failure; // judged once the take is known to run
-    else if (take_)
+    else if (take_ && phase_ == Phase::recording)
         failed(failure);
 }
 
-void RecordingController::begun(const TakeResult& take) {
-    const bool isTakenBack = starting_.stop_requested();
-    setStarting(false);
-    if (take && !isTakenBack) {
-        record(*take);
-        return;
+void RecordingController::prepared(const Result<TakePtr>& take) {
+    const bool isCancelled = starting_.stop_requested();
+    if (take && isCancelled) return discard(*take);
+    if (!take) {
+        if (!isCancelled && take.error().isCancelled())
+            refused(take.error());
+        else if (!isCancelled)
+            failed(take.error());
+        return endStart();
     }
-    if (take)
-        discard(*take);
-    else if (!isTakenBack && take.error().isCancelled())
-        refused(take.error());
-    else if (!isTakenBack)
-        failed(take.error());
-    emit ended();
+    preparedTake_ = *take;
+    if (countsDown_)
+        countdown_.start();
+    else
+        launch();
 }
 
-void RecordingController::discard(const std::shared_ptr<LiveTake>& take) {
-    inBackground([take] {
-        take->discard();
-        return [] {};
+void RecordingController::showCountdown() {
+    setPhase(Phase::countdown);
+    if (seams_.views.countdown != nullptr)
+        seams_.views.countdown->showCountdown(countdown_.number(), targetScreen());
+}
+
+void RecordingController::countdownEnded() {
+    launch();
+    if (seams_.views.countdown != nullptr) seams_.views.countdown->hideCountdown();
+}
+
+void RecordingController::cancelCountdown() {
+    if (phase_ != Phase::countdown) return;
+    countdown_.cancel();
+    starting_.request_stop();
+    if (seams_.views.countdown != nullptr) seams_.views.countdown->hideCountdown();
+    setPhase(Phase::choosing);
+    if (preparedTake_) discard(std::move(preparedTake_)); // else launched() does so
+}
+
+void RecordingController::launch() {
+    inBackground([this, take = std::exchange(preparedTake_, nullptr)] {
+        const Seconds startHost = hostTime();
+        const auto started = take->start();
+        if (!started) take->discard();
+        return [this, take, startHost, started] { launched(take, started, startHost); };
     });
+}
+
+void RecordingController::launched(const TakePtr& take, const Result<void>& started, Seconds startHost) {
+    const bool isCancelled = starting_.stop_requested();
+    if (started && isCancelled) return discard(take);
+    if (started) return record(take, startHost);
+    if (!isCancelled) failed(started.error());
+    endStart();
+}
+
+// The start is over once nothing of it is left.
+void RecordingController::discard(TakePtr take) {
+    inBackground([this, take = std::move(take)]() mutable {
+        take->discard();
+        take.reset();
+        return [this] { endStart(); };
+    });
+}
+
+void RecordingController::endStart() {
+    setStarting(false);
+    emit ended();
 }
 
 // By the user, in the system's dialog: they may want to choose something else.
 void RecordingController::refused(const Failure& failure) {
-    setPhase(Phase::choosing);
-    seams_.views.notice(QString::fromStdString(failure.message));
+    seams_.views.messages.notice(QString::fromStdString(failure.message));
 }
 
-void RecordingController::record(const std::shared_ptr<LiveTake>& take) {
+void RecordingController::record(const TakePtr& take, Seconds startHost) {
     take_ = take;
-    startHost_ = hostTime();
+    startHost_ = take->firstFrameTime().value_or(startHost);
     pauses_ = {};
     isPaused_ = false;
+    setStarting(false);
+    tick();
     setPhase(Phase::recording);
-    seams_.views.showBar();
+    setBarShown(true);
     tick_.start();
     if (failedEarly_) failed(*std::exchange(failedEarly_, std::nullopt));
 }
 
 void RecordingController::tick() {
     const Seconds now = hostTime();
+    startHost_ = take_->firstFrameTime().value_or(startHost_);
     elapsed_ = std::max(0.0, now - startHost_ - pauses_.paused(now));
     emit elapsedChanged();
-    progress_ = take_->progress();
-    emit progressChanged();
+    progress_.set(take_->progress());
 }
 
 void RecordingController::togglePause() {
@@ -278,9 +321,9 @@ void RecordingController::togglePause() {
     tick();
 }
 
-void RecordingController::endPause(Seconds at) {
-    pauses_.resume(at);
-    take_->resume(at);
+void RecordingController::endPause(Seconds hostTime) {
+    pauses_.resume(hostTime);
+    take_->resume(hostTime);
     isPaused_ = false;
 }
 
@@ -290,25 +333,50 @@ void RecordingController::stop() {
     if (isPaused_) endPause(hostTime());
     tick();
     setPhase(Phase::finishing);
-    inBackground([this, take = take_, pauses = pauses_] {
-        return [this, reel = take->finish(pauses)] { finished(reel); };
+    finishing_ = {};
+    finishingTick_.start();
+    inBackground([this, number = takeNumber_, take = take_, pauses = pauses_] {
+        return [this, number, reel = take->finish(pauses)] {
+            if (number == takeNumber_) finished(reel);
+        };
     });
 }
 
-void RecordingController::finished(const ReelResult& reel) {
-    progress_ = take_->progress();
-    emit progressChanged();
-    take_.reset();
-    seams_.views.hideBar();
+void RecordingController::watchFinishing() {
+    if (finishing_.stalledFor(take_->finishingProgress(), hostTime()) >= finishTimeout_) letGo();
+}
+
+// The thread that hangs is left behind, and the take with it.
+void RecordingController::letGo() {
+    const QString text = QString::fromStdString(diskHangs(take_->folder()).message);
+    take_->letGo();
+    ++takeNumber_;
+    background_.abandon();
+    endTake();
+    seams_.views.messages.alert(QStringLiteral("Recording couldn’t be finished"), text);
+    emit ended();
+}
+
+void RecordingController::endTake() {
+    finishingTick_.stop();
+    // Its end closes files and devices, and may be the last one to hold it.
+    background_.post([take = std::exchange(take_, nullptr)]() mutable { take.reset(); });
+    setBarShown(false);
     setPhase(Phase::idle);
+}
+
+void RecordingController::finished(const ReelResult& reel) {
+    progress_.set(take_->progress());
+    endTake();
     if (!reel)
-        seams_.views.alert(QStringLiteral("Recording couldn’t be finished"),
-                           QString::fromStdString(reel.error().message));
+        seams_.views.messages.alert(QStringLiteral("Recording couldn’t be finished"),
+                                    QString::fromStdString(reel.error().message));
     else if (*reel)
-        seams_.views.showReel(**reel);
+        seams_.views.mainWindow.showReel(**reel);
     else
-        seams_.views.alert(QStringLiteral("Nothing was recorded"),
-                           QStringLiteral("No picture came from the screen, so there is nothing to keep."));
+        seams_.views.messages.alert(
+            QStringLiteral("Nothing was recorded"),
+            QStringLiteral("No picture came from the screen, so there is nothing to keep."));
     emit ended();
 }
 
@@ -316,21 +384,12 @@ void RecordingController::failed(const Failure& failure) {
     const QString text = QString::fromStdString(failure.message);
     if (take_) {
         stop();
-        seams_.views.alert(QStringLiteral("Recording stopped"), text);
-        return;
+        return seams_.views.messages.alert(QStringLiteral("Recording stopped"), text);
     }
     setPhase(Phase::idle);
-    seams_.views.hideBar();
+    setBarShown(false);
     seams_.library.setScreenAccess(seams_.platform.screen().hasAccess());
-    seams_.views.alert(QStringLiteral("Recording couldn’t start"), text);
-}
-
-QVariant RecordingController::selectionValue() const {
-    return selection() ? QVariant::fromValue(*selection()) : QVariant();
-}
-
-QVariant RecordingController::areaValue() const {
-    return area() ? QVariant(QRectF(area()->x, area()->y, area()->width, area()->height)) : QVariant();
+    seams_.views.messages.alert(QStringLiteral("Recording couldn’t start"), text);
 }
 
 void RecordingController::setPhase(Phase phase) {
@@ -340,7 +399,7 @@ void RecordingController::setPhase(Phase phase) {
 
 void RecordingController::setStarting(bool starting) {
     isStarting_ = starting;
-    emit choiceChanged();
+    emit canStartChanged();
 }
 
 } // namespace glintro

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <QList>
 #include <QObject>
 #include <QTimer>
-#include <QVariant>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -11,75 +9,84 @@
 #include <stop_token>
 
 #include "app/preferences/Preferences.h"
+#include "app/recording/BackgroundQueue.h"
+#include "app/recording/CameraPreview.h"
+#include "app/recording/Countdown.h"
 #include "app/recording/LiveTake.h"
-#include "app/recording/RecordingChoice.h"
+#include "app/recording/MainThreadPost.h"
+#include "app/recording/MicrophoneLevel.h"
+#include "app/recording/RecordingSources.h"
 #include "app/recording/RecordingViews.h"
-#include "app/recording/SerialQueue.h"
+#include "app/recording/SharedInput.h"
+#include "app/recording/TakeHealth.h"
 #include "app/recording/TakeLibrary.h"
+#include "app/recording/TakeProgress.h"
+#include "app/recording/TakeSwitches.h"
 #include "core/timeline/PauseClock.h"
 #include "platform/Platform.h"
 
 namespace glintro {
 
-// The state machine of recording. Lives on the main thread, which it never lets wait: what blocks runs in the
+// The state machine of recording. Lives on the main thread and never blocks it: what blocks runs in the
 // background and comes back as an event.
 //
-//   idle ──openBar──► choosing ──start──► [countdown] ──► recording ──stop──► finishing ──► idle
-//    ▲                 │    ▲                  │
-//    └────closeBar─────┘    └─cancelCountdown──┘
+//   idle ──openBar──► choosing ──start──► (prepare) ──► [countdown] ──► recording ──stop──► finishing ──►
+//   idle
+//    ▲                 │    ▲                 │              │
+//    └────closeBar─────┘    └─────refused─────┴─cancelCountdown
 //
-// The phase is choosing or countdown while the take begins, which may ask the user in a dialog of the
-// system's; isStarting is then true. A take that still runs when the controller is destroyed is finished
-// first, which does wait.
+// While a take is prepared the phase is still choosing and isStarting is true: the system may ask the user in
+// a dialog of its own, the encoder is chosen and the devices are opened, so that after the countdown the
+// first picture comes at once. Without a countdown the screen is recorded as soon as its stream is open. A
+// start that is cancelled leaves nothing behind.
+//
+// A take that still runs when the controller is destroyed is finished first. Finishing is waited for while it
+// makes progress; after five seconds without any, on a disk that hangs, the take is let go: its folder stays
+// for a later recovery.
 class RecordingController : public QObject {
     Q_OBJECT
     Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged FINAL)
     Q_PROPERTY(int countdownNumber READ countdownNumber NOTIFY phaseChanged FINAL)
-    Q_PROPERTY(bool isStarting READ isStarting NOTIFY choiceChanged FINAL)
-    Q_PROPERTY(bool canStart READ canStart NOTIFY choiceChanged FINAL)
-    Q_PROPERTY(RecordingChoice::Mode mode READ mode WRITE setMode NOTIFY choiceChanged FINAL)
-    Q_PROPERTY(bool isChosenInDialog READ isChosenInDialog NOTIFY sourcesChanged FINAL)
-    Q_PROPERTY(QList<CaptureSource> displays READ displays NOTIFY sourcesChanged FINAL)
-    Q_PROPERTY(QList<CaptureSource> windows READ windows NOTIFY sourcesChanged FINAL)
-    Q_PROPERTY(QVariant selection READ selectionValue NOTIFY choiceChanged FINAL)
-    Q_PROPERTY(QVariant area READ areaValue NOTIFY choiceChanged FINAL)
+    Q_PROPERTY(bool isStarting READ isStarting NOTIFY canStartChanged FINAL)
+    Q_PROPERTY(bool canStart READ canStart NOTIFY canStartChanged FINAL)
     Q_PROPERTY(double elapsed READ elapsed NOTIFY elapsedChanged FINAL)
     Q_PROPERTY(bool isPaused READ isPaused NOTIFY phaseChanged FINAL)
-    Q_PROPERTY(bool micOn READ micOn WRITE setMicOn NOTIFY switchesChanged FINAL)
-    Q_PROPERTY(bool cameraOn READ cameraOn WRITE setCameraOn NOTIFY switchesChanged FINAL)
-    Q_PROPERTY(bool countdownOn READ countdownOn WRITE setCountdownOn NOTIFY switchesChanged FINAL)
-    Q_PROPERTY(double secondsOnDisk READ secondsOnDisk NOTIFY progressChanged FINAL)
-    Q_PROPERTY(qint64 bytesOnDisk READ bytesOnDisk NOTIFY progressChanged FINAL)
-    Q_PROPERTY(qint64 droppedFrames READ droppedFrames NOTIFY progressChanged FINAL)
+    Q_PROPERTY(RecordingSources* sources READ sources CONSTANT FINAL)
+    Q_PROPERTY(TakeSwitches* switches READ switches CONSTANT FINAL)
+    Q_PROPERTY(TakeProgress* progress READ progress CONSTANT FINAL)
+    Q_PROPERTY(MicrophoneLevel* microphoneLevel READ microphoneLevel CONSTANT FINAL)
+    Q_PROPERTY(CameraPreview* cameraPreview READ cameraPreview CONSTANT FINAL)
 
   public:
     enum class Phase { idle, choosing, countdown, recording, finishing };
     Q_ENUM(Phase)
     using Mode = RecordingChoice::Mode;
 
-    // All of them outlive the controller.
+    // All of them outlive the controller. A take that was let go may still use platform and library, should
+    // the disk answer again.
     struct Seams {
         Platform& platform;
         Preferences& preferences;
-        RecordingViews& views;
+        RecordingViews views;
         TakeLibrary& library;
     };
+    struct Timing {
+        std::chrono::milliseconds countdownStep = Countdown::kStep;
+        Seconds finishTimeout = 5; // without progress
+    };
 
-    explicit RecordingController(const Seams& seams,
-                                 std::chrono::milliseconds countdownStep = std::chrono::milliseconds(900),
-                                 QObject* parent = nullptr);
+    explicit RecordingController(const Seams& seams, const Timing& timing, QObject* parent = nullptr);
+    explicit RecordingController(const Seams& seams) : RecordingController(seams, Timing()) {}
     ~RecordingController() override;
 
     Q_INVOKABLE void openBar();
     Q_INVOKABLE void closeBar();
-    Q_INVOKABLE void loadSources(); // in the background; sourcesChanged when they are there
-    void setMode(Mode mode);        // an area is asked for at once, and becomes the mode when there is one
+    Q_INVOKABLE void loadSources(); // in the background; the sources' offerChanged when they are there
+    // An area is asked for at once, and becomes the mode when there is one.
+    Q_INVOKABLE void setMode(RecordingChoice::Mode mode);
     Q_INVOKABLE void chooseArea();
-    Q_INVOKABLE void select(const CaptureSource::Kind& kind); // and its mode
-    void setArea(const Rect& area);                           // and its mode
-    // By id or name, for takes to come; the default ones when absent.
-    void setDevices(std::optional<std::string> microphone, std::optional<std::string> camera);
-
+    Q_INVOKABLE void select(const CaptureSourceKind& kind); // and its mode
+    void setArea(const Rect& area);                         // and its mode
     // The next take asks in the system's dialog, also where that would repeat the last choice.
     Q_INVOKABLE void chooseAgain();
 
@@ -91,90 +98,94 @@ class RecordingController : public QObject {
     void failed(const Failure& failure);
 
     Phase phase() const { return phase_; }
-    int countdownNumber() const { return phase_ == Phase::countdown ? countdownNumber_ : 0; }
+    int countdownNumber() const { return phase_ == Phase::countdown ? countdown_.number() : 0; }
     bool isStarting() const { return isStarting_; }
-    bool canStart() const { return !isStarting_ && choice_.isComplete(); }
-    bool isChosenInDialog() const { return choice_.isMadeInDialog(); }
-    Mode mode() const { return choice_.mode(); }
-    const QList<CaptureSource>& displays() const { return choice_.displays(); }
-    const QList<CaptureSource>& windows() const { return choice_.windows(); }
-    const std::optional<CaptureSource::Kind>& selection() const { return choice_.selection(); }
-    const std::optional<Rect>& area() const { return choice_.area(); }
-    // The display to show the countdown on; nothing when it is not known.
-    std::optional<ShareableDisplay> targetScreen() const { return choice_.targetScreen(); }
+    bool canStart() const { return !isStarting_ && sources_.choice().isComplete(); }
+    // The display to show the countdown on; absent when it is not known.
+    std::optional<ShareableDisplay> targetScreen() const { return sources_.choice().targetScreen(); }
     Seconds elapsed() const { return elapsed_; } // recorded, without pauses
     bool isPaused() const { return isPaused_; }
-    bool micOn() const { return preferences_.recordMic(); }
-    bool cameraOn() const { return preferences_.recordCamera(); }
-    bool countdownOn() const { return preferences_.countdown(); }
-    void setMicOn(bool on);
-    void setCameraOn(bool on);
-    void setCountdownOn(bool on);
+    // Host time at which the last countdown ended; 0 when there was none.
+    Seconds countdownEnd() const { return countdown_.endTime(); }
 
-    // What has become of the take, or of the last one.
-    const CaptureProgress& progress() const { return progress_; }
-    Seconds secondsOnDisk() const { return progress_.secondsOnDisk; }
-    qint64 bytesOnDisk() const { return progress_.bytesOnDisk; }
-    qint64 droppedFrames() const { return progress_.droppedFrames; }
+    // Owned by the controller.
+    RecordingSources* sources() { return &sources_; }
+    TakeSwitches* switches() { return &switches_; }
+    TakeProgress* progress() { return &progress_; }
+    MicrophoneLevel* microphoneLevel() { return &microphoneLevel_; }
+    CameraPreview* cameraPreview() { return &cameraPreview_; }
 
   signals:
     void phaseChanged();
-    void choiceChanged();
-    void sourcesChanged();
-    void switchesChanged();
+    void canStartChanged();
     void elapsedChanged();
-    void progressChanged();
     // A take, or the attempt to start one, is over, and the views have been told all about it.
     void ended();
 
   private:
-    using TakeResult = Result<std::shared_ptr<LiveTake>>;
+    using TakePtr = std::shared_ptr<LiveTake>;
     using ReelResult = Result<std::optional<Project>>;
 
     void inBackground(std::function<std::function<void()>()> work);
+    void connectParts();
     bool isChoosing() const;
-    QVariant selectionValue() const;
-    QVariant areaValue() const;
-    void takeContent(const Result<ShareableContent>& content);
+    void handleContent(const Result<ShareableContent>& content);
     void setPhase(Phase phase);
     void setStarting(bool starting);
-    void countDown(int number);
+    void setBarShown(bool shown);
+
     TakeOrder order(const ContentFilter& filter) const;
     TakeHandlers handlers();
-    void takeFailed(const Failure& failure);
-    void begin();
-    void begun(const TakeResult& take);
-    void discard(const std::shared_ptr<LiveTake>& take);
+    void handleFailure(const Failure& failure);
+    void prepare(const ContentFilter& filter);
+    void prepared(const Result<TakePtr>& take);
+    void showCountdown();
+    void countdownEnded();
+    void launch();
+    void launched(const TakePtr& take, const Result<void>& started, Seconds startHost);
+    void discard(TakePtr take);
+    void endStart();
     void refused(const Failure& failure);
-    void record(const std::shared_ptr<LiveTake>& take);
+    void record(const TakePtr& take, Seconds startHost);
     void tick();
-    void endPause(Seconds at);
+    void endPause(Seconds hostTime);
     void finished(const ReelResult& reel);
+    void endTake();
+    void watchFinishing();
+    void letGo();
+    void waitForBackground();
 
-    Seams seams_;
-    Preferences& preferences_;
-    std::chrono::milliseconds countdownStep_;
-    QTimer countdownTimer_;
+    const Seams seams_;
+    const Seconds finishTimeout_;
+    RecordingSources sources_;
+    TakeSwitches switches_;
+    TakeProgress progress_;
+    std::shared_ptr<SharedSound> sound_;
+    std::shared_ptr<SharedCameras> cameras_;
+    MicrophoneLevel microphoneLevel_;
+    CameraPreview cameraPreview_;
+    Countdown countdown_;
     QTimer tick_;
+    QTimer finishingTick_;
 
     Phase phase_ = Phase::idle;
-    int countdownNumber_ = 0;
-    RecordingChoice choice_;
     int contentNumber_ = 0; // of the newest question for what can be recorded
-    std::optional<std::string> microphone_;
-    std::optional<std::string> camera_;
 
     bool isStarting_ = false;
+    bool countsDown_ = false; // this start
     std::stop_source starting_;
     std::optional<Failure> failedEarly_; // told before the take was known to run
     int takeNumber_ = 0;
-    std::shared_ptr<LiveTake> take_;
+    TakePtr preparedTake_; // waits for the countdown
+    TakePtr take_;         // records or is finished
     Seconds startHost_ = 0;
     PauseClock pauses_;
     bool isPaused_ = false;
     Seconds elapsed_ = 0;
-    CaptureProgress progress_;
-    SerialQueue background_{0}; // the last member, so that its work sees all others alive
+    ProgressWatch finishing_;
+
+    std::shared_ptr<MainThreadPost> mainThread_;
+    BackgroundQueue background_;
 };
 
 } // namespace glintro

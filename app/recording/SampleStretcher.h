@@ -6,11 +6,10 @@
 
 namespace glintro {
 
-// Reads a line of samples at any speed near 1, by a windowed sinc. At speed 1 the samples come out as they
-// went in.
+// Resamples mono samples at any speed near 1, by a windowed sinc. Speed 1 returns them unchanged.
 class SampleStretcher {
   public:
-    // Begins a new line; silence lies before it. The first `skip` samples of it are not read.
+    // Starts a new run of samples, with silence before it. Its first `skip` samples are not read.
     void restart(std::size_t skip);
     void append(std::span<const float> samples);
     // Reads as far as what was appended allows. `speed`: input samples for each output sample.

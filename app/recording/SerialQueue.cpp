@@ -45,7 +45,7 @@ void SerialQueue::work() {
         waiting_.pop_front();
         lock.unlock();
         task();
-        task = nullptr; // what it holds goes before the lock is taken again
+        task = nullptr; // what it holds is released outside the lock
         lock.lock();
     }
 }

@@ -70,7 +70,7 @@ void SoundAligner::startRun(Seconds hostTime, const PauseClock& pauses) {
     const std::int64_t start = lineIndex(hostTime);
     if (start > line_) emitSilence(start - line_, pauses);
     run_.restart(static_cast<std::size_t>(line_ - start));
-    drift_.placeAnew();
+    drift_.errorWasCorrected();
     isRunning_ = true;
 }
 
@@ -137,7 +137,7 @@ void SoundAligner::emit(std::span<const float> samples, const PauseClock& pauses
     keepUntil(end);
 }
 
-// Puts samples in their place. A pause that was told of late has let too much or too little through before.
+// Writes samples at their place. A pause that was reported late has let too many or too few through before.
 void SoundAligner::keep(std::span<const float> samples, std::int64_t place) {
     if (place > written_) writeSilence(place - written_);
     const auto repeated = std::min(samples.size(), static_cast<std::size_t>(written_ - place));

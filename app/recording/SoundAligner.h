@@ -12,28 +12,28 @@
 
 namespace glintro {
 
-// Makes one line of sound without a hole of a microphone's blocks: sample n of it is heard n / kSoundRate
-// seconds after the start, on the host clock with the pauses cut out.
+// Turns a microphone's blocks into continuous sound: sample n is heard n / kSoundRate seconds after the
+// start, on the host clock with the pauses cut out. Mono float samples. One thread at a time.
 //
 //   blocks    |--a--||--b--|   (lost)   |--c--||--d--|
 //   host      |--a--b-------  silence ---c--|=== pause ===|---d--|
 //   written   |--a--b-------  silence ---c--|---d--|
 //
-// The device's clock, which runs a little faster or slower, is followed without a click; sound that is off
-// for longer (lost or repeated) is moved to its place.
+// The device's clock runs a little faster or slower than the host's; the difference is resampled away without
+// a click. Sound that is off for longer (lost or repeated) is moved to its place.
 class SoundAligner {
   public:
     using Sink = std::function<void(std::span<const float>)>;
 
     explicit SoundAligner(Sink sink) : sink_(std::move(sink)) {}
 
-    // Nothing is written before. Once; later blocks may begin earlier, and are cut.
+    // Call once, before the first add(); earlier samples are discarded.
     void begin(Seconds hostTime, const PauseClock& pauses);
     bool hasBegun() const { return hasBegun_; }
     // Host time that the line has reached.
     Seconds reached() const { return origin_ + static_cast<double>(line_) / kSoundRate; }
     void add(const SoundBlock& block, const PauseClock& pauses);
-    // Silence where nothing was heard up to a time. What comes later for an earlier time is thrown away.
+    // Writes silence up to a host time. Samples that come later for an earlier time are discarded.
     void fillTo(Seconds hostTime, const PauseClock& pauses);
 
   private:

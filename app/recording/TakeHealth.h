@@ -7,77 +7,85 @@
 #include <optional>
 #include <thread>
 
+#include "app/recording/DiskWatch.h"
 #include "core/base/Failure.h"
 #include "core/media/encode/LiveMovieWriter.h"
 
 namespace glintro {
 
-// What a take looks like from outside at one moment.
+// What a take looks like from outside at one moment. Read from memory alone: a disk that hangs must not keep
+// anybody from noticing that it does.
 struct TakeVitals {
     std::int64_t framesSeen = 0; // of the stream, those in pauses too
     std::int64_t framesDue = 0;  // those that should be recorded
     std::int64_t framesEncoded = 0;
     bool isPaused = false;
-    LiveMovieProgress onDisk;
-    bool isInPlace = true; // its files are where they were made
+    LiveMovieProgress onDisk = {};
+    DiskState disk = {}; // as it last answered
 };
 
-// Whether work that is due is being done.
-class Standstill {
+// For how long work that is due has not been done.
+class StallTimer {
   public:
-    // For how long nothing was done though there was work. `due` and `done` grow with the work; `suspended`
-    // excuses everything that was due so far.
-    Seconds duration(std::int64_t due, std::int64_t done, bool suspended, Seconds hostTime);
+    // Seconds without work done though there was some. `due` and `done` grow with the work; while
+    // `isExcused`, what is due so far does not count.
+    Seconds duration(std::int64_t due, std::int64_t done, bool isExcused, Seconds hostTime);
 
   private:
-    std::int64_t answered_ = 0; // what was due when something was done last
+    std::int64_t dueAtProgress_ = 0; // what was due when something was done last
     std::int64_t lastDone_ = 0;
     std::optional<Seconds> since_;
+};
+
+// For how long work that was asked for makes no progress.
+class ProgressWatch {
+  public:
+    // Seconds since `progress` last grew. Call it several times a second: time in which nobody looked,
+    // because the process was stopped, does not count.
+    Seconds stalledFor(std::int64_t progress, Seconds hostTime);
+
+  private:
+    std::optional<Seconds> lastLook_;
+    std::int64_t lastProgress_ = 0;
+    Seconds stalled_ = 0;
 };
 
 // Tells from what was seen of a take, moment by moment, that it is dying unnoticed.
 class TakeDiagnosis {
   public:
     static constexpr std::int64_t kLeastFreeSpace = 200'000'000; // bytes
-    static constexpr Seconds kPatience = 3;
+    static constexpr Seconds kStallTimeout = 3;
 
     explicit TakeDiagnosis(Seconds hostTime) : lastLook_(hostTime) {}
 
-    // `freeSpace` in bytes; absent when it is not known. A failure when the take must end.
-    std::optional<Failure> examine(const TakeVitals& vitals, std::optional<std::int64_t> freeSpace,
-                                   Seconds hostTime);
+    // A failure when the take must end.
+    std::optional<Failure> examine(const TakeVitals& vitals, Seconds hostTime);
 
   private:
     bool isStreamSilent(const TakeVitals& vitals, Seconds watched);
 
     Seconds lastLook_; // host time
-    // For how long the take was watched: whoever does not look for a while, because the process was stopped,
-    // cannot tell of anybody else that they did nothing.
+    // For how long the take was watched. The time in which the process was stopped does not count: nothing
+    // could be done in it.
     Seconds watched_ = 0;
     std::int64_t framesSeen_ = 0;
-    Seconds streamSince_ = 0; // the stream's last sign of life, or the end of a pause, as watched_
-    Standstill encoder_;
-    Standstill disk_;
+    Seconds streamSince_ = 0; // the stream's last frame, or the end of a pause, as watched_
+    StallTimer encoder_;
+    StallTimer disk_;
 };
 
 // Too little room to begin a take, in a sentence for the user.
 Failure diskNearlyFullAtStart();
 
-// Bytes that may still be written to the file system of a folder.
-using FreeSpace = std::function<std::optional<std::int64_t>()>;
-FreeSpace freeSpaceOf(const std::filesystem::path& folder);
-
 // Examines a take twice a second on a thread of its own until something is wrong.
 class TakeHealth {
   public:
-    // `failed` is called at most once, on the thread of this.
-    TakeHealth(FreeSpace freeSpace, std::function<TakeVitals()> vitals,
-               std::function<void(const Failure&)> failed);
+    // `vitals` must not block. `failed` is called at most once. Both are called on the thread of this object.
+    TakeHealth(std::function<TakeVitals()> vitals, std::function<void(const Failure&)> failed);
 
   private:
     void watch(const std::stop_token& stop);
 
-    FreeSpace freeSpace_;
     std::function<TakeVitals()> vitals_;
     std::function<void(const Failure&)> failed_;
     std::mutex mutex_;

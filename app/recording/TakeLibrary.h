@@ -17,8 +17,8 @@ struct FinishedTake {
     TakeRecord record; // what its journal tells
 };
 
-// The library as a take sees it. Calls come from the thread that takes are worked on, one at a time, and may
-// block, except where it says otherwise.
+// The library as a take sees it. Called on a background thread, one call at a time, and may block, except
+// where it says otherwise.
 class TakeLibrary {
   public:
     virtual ~TakeLibrary() = default;

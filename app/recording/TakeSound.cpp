@@ -4,8 +4,8 @@
 
 namespace glintro {
 
-// Sound that is left out cannot be made up for, and a second of it is small: it always waits its turn, and a
-// disk that takes none for some seconds ends the take.
+// A gap in the sound is heard, and a second of sound is small: it is queued without limit. A disk that stalls
+// for some seconds ends the take.
 TakeSound::TakeSound(LiveMovieWriter& writer, std::function<void(const Failure&)> failed)
     : writer_(writer),
       failed_(std::move(failed)),

@@ -8,8 +8,8 @@
 
 namespace glintro {
 
-// The microphone's sound on its way into the movie: aligned by the caller's thread, encoded on one of its
-// own, so that a slow disk never holds up the caller. Calls come from one thread at a time.
+// The microphone's sound on its way into the movie: aligned on the caller's thread and encoded on one of its
+// own, so that a slow disk never delays the caller. One thread at a time.
 class TakeSound {
   public:
     // `failed` is called at most once, on the encoding thread. The writer must outlive this.

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <utility>
@@ -31,16 +32,10 @@ using Phase = RecordingController::Phase;
 constexpr std::chrono::milliseconds kLookAtSignals{50};
 
 // What the controller shows, on a console.
-class ConsoleViews final : public RecordingViews {
+class ConsoleViews final : public MessageView, public MainWindowView {
   public:
     ConsoleViews(const Console& console, TerminalLine& line) : console_(console), line_(line) {}
 
-    void showBar() override {}
-    void hideBar() override {}
-    void showCountdown(int, const std::optional<ShareableDisplay>&) override {}
-    void hideCountdown() override {}
-    void pickArea(const std::optional<Rect>&, AreaPicked completion) override { completion(std::nullopt); }
-    void showMainWindow() override {}
     void showReel(const Project& project) override { reel_ = project; }
     void presentPermissionSheet() override {
         keep("Glintro may not record this screen. Allow it in the system’s settings.");
@@ -52,7 +47,7 @@ class ConsoleViews final : public RecordingViews {
     }
 
     // Notices wait for this, for the last one may be why there is no take.
-    void takeRuns() {
+    void takeIsRunning() {
         isRunning_ = true;
         tell();
     }
@@ -111,7 +106,7 @@ class Recording {
               CommandLibrary& library);
 
     Result<Project> run(const Target& target);
-    const CaptureProgress& progress() const { return controller_.progress(); }
+    const CaptureProgress& progress() { return controller_.progress()->value(); }
     // Why the take ended before it should have.
     const std::optional<Failure>& failure() const { return views_.failure(); }
 
@@ -148,8 +143,8 @@ Recording::Recording(const RecordArguments& arguments, Platform& platform, const
                      CommandLibrary& library)
     : arguments_(arguments),
       views_(console, line_),
-      controller_({platform, preferencesFor(arguments, preferences_), views_, library}) {
-    controller_.setDevices(arguments.microphone.name, arguments.camera.name);
+      controller_({platform, preferencesFor(arguments, preferences_), {views_, views_}, library}) {
+    controller_.switches()->setDevices(arguments.microphone.name, arguments.camera.name);
     QObject::connect(&controller_, &RecordingController::phaseChanged, &loop_, [this] { phaseChanged(); });
     QObject::connect(&controller_, &RecordingController::ended, &loop_, [this] { loop_.quit(); });
     QObject::connect(&lookAtSignals_, &QTimer::timeout, &loop_, [this] { look(); });
@@ -160,7 +155,8 @@ Recording::Recording(const RecordArguments& arguments, Platform& platform, const
 }
 
 Result<Project> Recording::run(const Target& target) {
-    QObject::connect(&controller_, &RecordingController::sourcesChanged, &loop_, [&] { begin(target); });
+    QObject::connect(controller_.sources(), &RecordingSources::offerChanged, &loop_,
+                     [this, target] { begin(target); });
     controller_.openBar();
     if (arguments_.choose) controller_.chooseAgain();
     if (controller_.phase() == Phase::choosing) loop_.exec();
@@ -180,16 +176,17 @@ void Recording::begin(const Target& target) {
 }
 
 void Recording::phaseChanged() {
-    if (controller_.phase() == Phase::recording) views_.takeRuns();
+    if (controller_.phase() == Phase::recording) views_.takeIsRunning();
     if (controller_.phase() != Phase::recording || !arguments_.seconds || timeIsUp_.isActive()) return;
-    timeIsUp_.start(std::chrono::milliseconds(std::lround(*arguments_.seconds * 1000)));
+    const Seconds left = std::max(0.0, *arguments_.seconds - controller_.elapsed());
+    timeIsUp_.start(std::chrono::milliseconds(std::lround(left * 1000)));
 }
 
 void Recording::look() {
     if (controller_.phase() == Phase::recording) {
         if (cancel_->isCancelled()) return controller_.stop();
         line_.show([this](int columns) {
-            return recordingLine(controller_.elapsed(), controller_.progress(), columns);
+            return recordingLine(controller_.elapsed(), controller_.progress()->value(), columns);
         });
     } else if (cancel_->isCancelled() && controller_.phase() == Phase::choosing) {
         const bool isWaiting = controller_.isStarting(); // and says itself when that is over

@@ -8,9 +8,10 @@
 
 namespace glintro {
 
-// Records until the time is up or a signal ends it, with a line about it on a terminal, and prints the reel.
-// When the take had to end early the reel is printed all the same, and the failure says why. Nothing is left
-// behind when nothing was recorded. What the arguments leave open is as the user prefers it.
+// Records until the time is up or a signal ends it, shows the progress on a terminal, and prints the reel.
+// When the take had to end early the reel is printed all the same, and the failure says why. A take without a
+// picture leaves no folder.
+// What the arguments leave open is as the user prefers it.
 [[nodiscard]] Result<void> runRecord(const RecordArguments& arguments, const Preferences& user,
                                      Platform& platform, const Console& console);
 

@@ -26,37 +26,37 @@ std::optional<Rect> parseArea(std::string_view text) {
 
 CLI::Option* addName(CLI::App& app, const std::string& names, std::optional<std::string>& value,
                      const std::string& description) {
-    const auto take = [names, &value](const std::string& text) {
+    const auto parse = [names, &value](const std::string& text) {
         if (text.empty()) reject(fmt::format("{} expects a name that is not empty.", names));
         value = text;
     };
-    return addText(app, names, take, description)->type_name("NAME");
+    return addText(app, names, parse, description)->type_name("NAME");
 }
 
 CLI::Option* addArea(CLI::App& app, std::optional<Rect>& value) {
-    const auto take = [&value](const std::string& text) {
+    const auto parse = [&value](const std::string& text) {
         value = parseArea(text);
         if (!value)
             reject(fmt::format("--area expects four numbers such as 100,80,1280,720, not “{}”.", text));
     };
-    return addText(app, "--area", take, "A part of the desktop, in points from its top left")
+    return addText(app, "--area", parse, "A part of the desktop, in points from its top left")
         ->type_name("X,Y,W,H");
 }
 
 CLI::Option* addDevice(CLI::App& app, const std::string& names, DeviceWish& value,
                        const std::string& description) {
-    const auto take = [&value](const std::string& text) {
+    const auto parse = [&value](const std::string& text) {
         value = {true, text.empty() ? std::nullopt : std::optional(text)};
     };
-    return addText(app, names, take, description)->type_name("[DEVICE]")->expected(0, 1);
+    return addText(app, names, parse, description)->type_name("[DEVICE]")->expected(0, 1);
 }
 
 CLI::Option* addCaptureRate(CLI::App& app, std::optional<int>& value) {
-    const auto take = [&value](const std::string& text) {
+    const auto parse = [&value](const std::string& text) {
         if (text != "30" && text != "60") reject(fmt::format("--fps expects 30 or 60, not “{}”.", text));
         value = text == "30" ? 30 : 60;
     };
-    return addText(app, "--fps", take, "Frames a second, 30 or 60 (default 60)")->type_name("N");
+    return addText(app, "--fps", parse, "Frames a second, 30 or 60 (default 60)")->type_name("N");
 }
 
 } // namespace glintro

@@ -7,8 +7,8 @@
 #include "core/base/Failure.h"
 #include "platform/ShareableContent.h"
 
-// Displays and windows as they are called on the command line. A failure names the choices there are. Where
-// a dialog of the system's does the choosing, any name stands for that dialog.
+// Finds displays and windows by their names on the command line. A failure names the choices there are. Where
+// the user chooses in a dialog of the system's, any name stands for that dialog.
 namespace glintro {
 
 // By its number, counted from 1, or its name.
@@ -18,10 +18,10 @@ namespace glintro {
 // its application.
 [[nodiscard]] Result<CaptureSource::Kind> windowNamed(const std::string& name,
                                                       const ShareableContent& content);
-// The one taken when none is named.
+// The default.
 [[nodiscard]] Result<CaptureSource::Kind> mainDisplay(const ShareableContent& content);
 
-// Windows that can be meant by a title: ordinary ones of other processes.
+// Windows that a title may name: ordinary ones of other processes.
 std::vector<ShareableWindow> nameableWindows(const ShareableContent& content);
 
 } // namespace glintro

@@ -7,8 +7,9 @@
 
 namespace glintro {
 
-// Prints what can be recorded. A part that cannot be asked (no display, no sound server) is no failure: its
-// section says why.
-Result<void> runSources(const SourcesArguments& arguments, Platform& platform, const Console& console);
+// Prints what can be recorded. Where a list cannot be had (no display, no sound server), its section says
+// why; that is no failure.
+[[nodiscard]] Result<void> runSources(const SourcesArguments& arguments, Platform& platform,
+                                      const Console& console);
 
 } // namespace glintro

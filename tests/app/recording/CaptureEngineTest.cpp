@@ -110,7 +110,7 @@ TEST(CaptureEngine, CutsPausesOutOfThePictureWithoutAHole) {
     ASSERT_TRUE(isReached(begin + 0.8));
     const CaptureResult result = take.engine->stop();
 
-    EXPECT_NEAR(result.firstFrameHost, begin, 1e-6);
+    EXPECT_NEAR(result.firstShiftedTime, begin, 1e-6);
     const std::vector<Seconds> times = frameTimes(take.rawMovie());
     const std::array expected = {0.0, 0.1, 0.2, 0.25, 0.35};
     ASSERT_EQ(times.size(), expected.size());
@@ -146,8 +146,8 @@ TEST(CaptureEngine, DoesNotTrustAStreamWhoseStampsAreOfAnotherClock) {
     const Seconds after = hostTime();
     take.show(40, 1000.5);
     const CaptureResult result = take.engine->stop();
-    EXPECT_GE(result.firstFrameHost, before);
-    EXPECT_LE(result.firstFrameHost, after);
+    EXPECT_GE(result.firstShiftedTime, before);
+    EXPECT_LE(result.firstShiftedTime, after);
     EXPECT_EQ(frameTimes(take.rawMovie()), (std::vector<Seconds>{0, 0.5}));
 }
 
@@ -157,7 +157,7 @@ TEST(CaptureEngine, LeavesNothingOfATakeWithoutAPicture) {
     const CaptureResult result = take.engine->stop();
     EXPECT_FALSE(result.hasFrames);
     EXPECT_FALSE(result.hasCamera);
-    EXPECT_EQ(result.firstFrameHost, 0);
+    EXPECT_EQ(result.firstShiftedTime, 0);
     EXPECT_FALSE(std::filesystem::exists(take.rawMovie()));
     EXPECT_FALSE(std::filesystem::exists(take.cameraMovie()));
 }
@@ -166,7 +166,8 @@ TEST(CaptureEngine, FailsToStartWithTheReasonAndLeavesNothing) {
     TakeFixture refused({.pixelSize = kSmall});
     auto stream = std::make_unique<FakeStream>(kSmall);
     stream->refusal = Failure{"The screen can’t be recorded.", "refused", 7};
-    const auto result = refused.engine->start(std::move(stream), {.pixelSize = kSmall});
+    ASSERT_TRUE(refused.engine->prepare(std::move(stream), {.pixelSize = kSmall}));
+    const auto result = refused.engine->start();
     ASSERT_FALSE(result);
     EXPECT_EQ(result.error(), (Failure{"The screen can’t be recorded.", "refused", 7}));
     EXPECT_FALSE(std::filesystem::exists(refused.rawMovie()));
@@ -330,14 +331,38 @@ TEST(CaptureEngine, SaysThatTheScreenFellSilentAndKeepsTheTake) {
     EXPECT_EQ(frameTimes(take.rawMovie()).size(), 1U);
 }
 
-TEST(CaptureEngine, FinishesATakeThatNobodyStopped) {
-    TakeFixture take({.pixelSize = kSmall, .mic = true, .camera = true});
-    ASSERT_TRUE(take.start());
-    take.show(40, hostTime() - 0.3);
-    take.showCamera({160, 120}, 60, hostTime() - 0.2);
-    take.engine.reset();
-    EXPECT_EQ(frameTimes(take.rawMovie()).size(), 1U);
-    EXPECT_EQ(frameTimes(take.cameraMovie()).size(), 1U);
+// What the screen shows while the encoder is being chosen: more than can be held, each changing other rows.
+TEST(CaptureEngine, RecordsFromTheFirstPictureWhileTheRestIsPrepared) {
+    TakeFixture take({.pixelSize = kSmall, .mic = true, .startsAtOnce = true});
+    auto stream = std::make_unique<FakeStream>(kSmall);
+    const Seconds begin = hostTime() - 0.5;
+    take.screen.paint(40);
+    stream->atOnce.push_back(take.screen.whole(begin));
+    for (int i = 1; i <= 5; ++i) {
+        take.screen.paint({(i - 1) * 40, i * 40}, 200);
+        stream->atOnce.push_back(take.screen.frame(begin + i * 0.02, {{(i - 1) * 40, i * 40}}));
+    }
+    take.stream = stream.get();
+    ASSERT_TRUE(
+        take.engine->prepare(std::move(stream), {.pixelSize = kSmall, .mic = true, .startsAtOnce = true}));
+    ASSERT_TRUE(take.engine->start());
+    EXPECT_NEAR(take.engine->firstFrameTime().value_or(0), begin, 1e-6);
+    take.show(take.screen.frame(begin + 0.4, {}));
+    take.sound.speak(std::vector<float>(4800, 0.5F), begin + 0.35);
+    const CaptureResult result = take.engine->stop();
+    EXPECT_NEAR(result.firstShiftedTime, begin, 1e-6);
+    EXPECT_EQ(take.engine->progress().droppedFrames, 0);
+    const std::vector<Seconds> times = frameTimes(take.rawMovie());
+    ASSERT_EQ(times.size(), 4U);
+    EXPECT_NEAR(times[2], 0.1, 0.001) << "the newest of those before the encoder";
+    const auto reader = MovieReader::open(take.rawMovie());
+    ASSERT_TRUE(reader);
+    const auto newest = (*reader)->frameAt(0.1);
+    ASSERT_TRUE(newest);
+    for (const double y : {0.1, 0.3, 0.5, 0.7, 0.9})
+        EXPECT_NEAR(lumaAt(*newest->picture, 0.5, y), lumaOf(200), 4)
+            << "rows of pictures that were replaced";
+    EXPECT_NEAR(trackDuration(take.rawMovie(), "a"), trackDuration(take.rawMovie(), "v"), 0.03);
 }
 
 // A file system that is nothing but small.

@@ -8,6 +8,7 @@
 
 #include "platform/HostClock.h"
 #include "platform/Platform.h"
+#include "tests/app/recording/FakeSources.h"
 
 // A system whose screen is painted here: real frames at real times, and the troubles a test asks for.
 namespace glintro::test {
@@ -43,8 +44,13 @@ class DeskPointer final : public PointerSource {
 // 321 × 241 pixels of one shade, another one in each frame; 60 frames a second.
 class DeskStream final : public ScreenStream {
   public:
-    explicit DeskStream(const DeskTrouble& trouble) : trouble_(trouble), pointer_(trouble) {}
-    ~DeskStream() override { stop(); }
+    static inline std::atomic<int> alive = 0;
+
+    explicit DeskStream(const DeskTrouble& trouble) : trouble_(trouble), pointer_(trouble) { ++alive; }
+    ~DeskStream() override {
+        stop();
+        --alive;
+    }
 
     PixelSize pixelSize() const override { return {321, 241}; }
     Rect frame() const override { return {10, 20, 200, 100}; }
@@ -115,25 +121,6 @@ class DeskScreen final : public ScreenCapture {
     std::atomic<int> openings = 0;
 };
 
-class MuteDesk final : public SoundSystem {
-  public:
-    Result<std::vector<SoundDevice>> microphones() override { return failure("No sound server answers."); }
-    Result<std::unique_ptr<Microphone>> openMicrophone(std::optional<std::string>) override {
-        return failure("There is no microphone.");
-    }
-    Result<std::unique_ptr<SoundOutput>> openOutput(int) override {
-        return failure("No sound server answers.");
-    }
-};
-
-class BlindDesk final : public CameraSystem {
-  public:
-    Result<std::vector<CameraDevice>> cameras() override { return std::vector<CameraDevice>(); }
-    Result<std::unique_ptr<Camera>> openCamera(std::optional<std::string>) override {
-        return failure("There is no camera.");
-    }
-};
-
 class KeylessDesk final : public HotKeySource {
   public:
     Result<void> listen(const KeyCombination&, std::function<void()>) override { return failure("No keys."); }
@@ -148,15 +135,15 @@ class PlainDesk final : public DesktopPictureSource {
 class DeskPlatform final : public Platform {
   public:
     DeskScreen& screen() override { return screen_; }
-    SoundSystem& sound() override { return sound_; }
-    CameraSystem& cameras() override { return cameras_; }
+    FakeSound& sound() override { return sound_; }
+    FakeCameras& cameras() override { return cameras_; }
     HotKeySource& hotKey() override { return hotKey_; }
     DesktopPictureSource& desktopPicture() override { return picture_; }
 
   private:
     DeskScreen screen_;
-    MuteDesk sound_;
-    BlindDesk cameras_;
+    FakeSound sound_;
+    FakeCameras cameras_;
     KeylessDesk hotKey_;
     PlainDesk picture_;
 };

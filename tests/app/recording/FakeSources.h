@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <memory>
@@ -61,9 +62,12 @@ class FakeStream : public ScreenStream {
     }
     PointerSource& pointer() override { return pointer_; }
     Result<void> start(const StreamConfiguration&, StreamHandlers handlers) override {
-        const std::lock_guard guard(lock_);
-        if (refusal) return std::unexpected(*refusal);
-        handlers_ = std::move(handlers);
+        {
+            const std::lock_guard guard(lock_);
+            if (refusal) return std::unexpected(*refusal);
+            handlers_ = std::move(handlers);
+        }
+        for (ScreenFrame& frame : atOnce) show(std::move(frame));
         return {};
     }
     void stop() override {
@@ -81,6 +85,7 @@ class FakeStream : public ScreenStream {
     }
 
     std::optional<Failure> refusal;
+    std::vector<ScreenFrame> atOnce; // what comes while it is being started
 
   private:
     std::mutex lock_;
@@ -96,6 +101,7 @@ class FakeSound : public SoundSystem {
     Result<std::unique_ptr<SoundOutput>> openOutput(int) override { return failure("No output."); }
     Result<std::unique_ptr<Microphone>> openMicrophone(std::optional<std::string>) override {
         if (!exists) return failure("No microphone was found.");
+        ++openings;
         return std::make_unique<Device>(*this);
     }
 
@@ -108,8 +114,13 @@ class FakeSound : public SoundSystem {
         if (lost_) lost_({"The microphone was unplugged."});
         heard_ = nullptr;
     }
+    bool isRunning() {
+        const std::lock_guard guard(lock_);
+        return lost_ != nullptr;
+    }
 
     bool exists = true;
+    std::atomic<int> openings = 0;
 
   private:
     struct Device : Microphone {
@@ -140,6 +151,7 @@ class FakeCameras : public CameraSystem {
     Result<std::vector<CameraDevice>> cameras() override { return std::vector<CameraDevice>{}; }
     Result<std::unique_ptr<Camera>> openCamera(std::optional<std::string>) override {
         if (!exists) return failure("No camera was found.");
+        ++openings;
         return std::make_unique<Device>(*this);
     }
 
@@ -160,8 +172,13 @@ class FakeCameras : public CameraSystem {
         if (lost_) lost_({"The camera was unplugged."});
         seen_ = nullptr;
     }
+    bool isRunning() {
+        const std::lock_guard guard(lock_);
+        return lost_ != nullptr;
+    }
 
     bool exists = true;
+    std::atomic<int> openings = 0;
 
   private:
     struct Device : Camera {

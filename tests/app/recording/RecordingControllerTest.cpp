@@ -2,14 +2,15 @@
 #include <QDeadlineTimer>
 #include <QRegularExpression>
 #include <QStringList>
+#include <cmath>
+#include <cstdio>
 
 #include <gtest/gtest.h>
 
 #include "app/recording/RecordingController.h"
-#include "core/media/decode/MovieReader.h"
-#include "core/reel/Finishing.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
+#include "tests/app/recording/FolderLibrary.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -41,8 +42,14 @@ bool handleUntil(Predicate predicate) {
 }
 
 // Notes what it is told to show.
-class NotedViews final : public RecordingViews {
+class NotedViews final : public MessageView,
+                         public MainWindowView,
+                         public RecordingBarView,
+                         public CountdownView,
+                         public AreaPickerView {
   public:
+    RecordingViews all() { return {*this, *this, this, this, this}; }
+
     void showBar() override { shown << "bar"; }
     void hideBar() override { shown << "no bar"; }
     void showCountdown(int number, const std::optional<ShareableDisplay>& screen) override {
@@ -50,7 +57,6 @@ class NotedViews final : public RecordingViews {
     }
     void hideCountdown() override { shown << "no countdown"; }
     void pickArea(const std::optional<Rect>&, AreaPicked completion) override { pick = completion; }
-    void showMainWindow() override { shown << "window"; }
     void showReel(const Project& project) override { reels.push_back(project); }
     void presentPermissionSheet() override { shown << "permission"; }
     void alert(const QString& title, const QString& text) override { alerts << title + ": " + text; }
@@ -63,38 +69,6 @@ class NotedViews final : public RecordingViews {
     AreaPicked pick;
 };
 
-// Reels in one folder after the other, as the library makes them.
-class FolderLibrary final : public TakeLibrary {
-  public:
-    explicit FolderLibrary(fs::path root) : root_(std::move(root)) {}
-
-    Result<fs::path> newProjectFolder(Timestamp) override {
-        const fs::path folder = root_ / std::to_string(++made);
-        fs::create_directories(folder);
-        return folder;
-    }
-    void discardFolder(const fs::path& folder) override { fs::remove_all(folder); }
-    Result<Project> registerRecording(const FinishedTake& take) override {
-        const auto movie = MovieReader::open(take.folder / "raw.mov", MovieReader::Access::single);
-        couldBeCompleted = movie && fs::exists(TakeJournal::fileIn(take.folder));
-        if (isReadOnly) return failure("Read only.");
-        auto reel = finishReel(take.folder, {.name = take.name, .take = take.record});
-        if (!reel) return std::unexpected(reel.error());
-        return reel->project;
-    }
-    void setScreenAccess(bool access) override { hasAccess = access; }
-
-    bool isEmpty() const { return fs::is_empty(root_); }
-
-    std::atomic<int> made = 0;
-    bool isReadOnly = false;
-    bool couldBeCompleted = false; // had it been killed instead of registered
-    std::optional<bool> hasAccess;
-
-  private:
-    fs::path root_;
-};
-
 class RecordingControllerTest : public testing::Test {
   protected:
     RecordingControllerTest() {
@@ -105,12 +79,13 @@ class RecordingControllerTest : public testing::Test {
     void make(std::chrono::milliseconds countdownStep) {
         preferences.setCountdown(false);
         controller = std::make_unique<RecordingController>(
-            RecordingController::Seams{platform, preferences, views, library}, countdownStep);
+            RecordingController::Seams{platform, preferences, views.all(), library},
+            RecordingController::Timing{.countdownStep = countdownStep, .finishTimeout = 1.5});
     }
     // The bar with its sources.
     void choose() {
         controller->openBar();
-        ASSERT_TRUE(handleUntil([&] { return !controller->displays().isEmpty(); }));
+        ASSERT_TRUE(handleUntil([&] { return !controller->sources()->displays().isEmpty(); }));
     }
     void record() {
         choose();
@@ -134,7 +109,7 @@ class RecordingControllerTest : public testing::Test {
     TransientPreferenceStore store;
     Preferences preferences{store};
     NotedViews views;
-    FolderLibrary library{folder.path()};
+    test::FolderLibrary library{folder.path()};
     std::unique_ptr<RecordingController> controller;
 };
 
@@ -142,7 +117,7 @@ TEST_F(RecordingControllerTest, OpensTheBarOnlyWithPermission) {
     trouble.hasAccess = false;
     controller->openBar();
     EXPECT_EQ(controller->phase(), Phase::idle);
-    EXPECT_EQ(views.shown, QStringList({"window", "permission"}));
+    EXPECT_EQ(views.shown, QStringList("permission"));
     EXPECT_EQ(library.hasAccess, false);
 
     trouble.hasAccess = true;
@@ -150,7 +125,7 @@ TEST_F(RecordingControllerTest, OpensTheBarOnlyWithPermission) {
     EXPECT_EQ(controller->phase(), Phase::choosing);
     EXPECT_EQ(views.shown.back(), "bar");
     EXPECT_EQ(library.hasAccess, true);
-    EXPECT_EQ(controller->selection(), Kind::display(1));
+    EXPECT_EQ(controller->sources()->selection(), Kind::display(1));
     controller->closeBar();
     EXPECT_EQ(controller->phase(), Phase::idle);
     EXPECT_EQ(views.shown.back(), "no bar");
@@ -172,30 +147,30 @@ TEST_F(RecordingControllerTest, DoesNothingInAPhaseThatAVerbIsNotFor) {
     controller->chooseAgain();
     EXPECT_FALSE(platform.screen().isForgotten);
     EXPECT_EQ(controller->phase(), Phase::recording);
-    EXPECT_EQ(controller->mode(), Mode::display);
+    EXPECT_EQ(controller->sources()->mode(), Mode::display);
     EXPECT_EQ(platform.screen().openings, 1);
 }
 
 TEST_F(RecordingControllerTest, StartsOnlyWhatIsChosen) {
     choose();
     controller->setMode(Mode::window);
-    EXPECT_EQ(controller->selection(), Kind::window(7));
+    EXPECT_EQ(controller->sources()->selection(), Kind::window(7));
     EXPECT_EQ(controller->targetScreen()->id, 2U);
     platform.screen().shared.windows.clear();
     controller->loadSources();
-    ASSERT_TRUE(handleUntil([&] { return controller->windows().isEmpty(); }));
-    EXPECT_FALSE(controller->selection());
+    ASSERT_TRUE(handleUntil([&] { return controller->sources()->windows().isEmpty(); }));
+    EXPECT_FALSE(controller->sources()->selection());
     EXPECT_FALSE(controller->canStart());
     controller->start();
     EXPECT_FALSE(controller->isStarting());
 
     controller->setMode(Mode::area);
     views.pick(std::nullopt); // given up: the bar is as it was
-    EXPECT_EQ(controller->mode(), Mode::window);
+    EXPECT_EQ(controller->sources()->mode(), Mode::window);
     EXPECT_FALSE(controller->canStart());
     controller->setMode(Mode::area);
     views.pick(Rect{1930, 10, 300, 200});
-    EXPECT_EQ(controller->mode(), Mode::area);
+    EXPECT_EQ(controller->sources()->mode(), Mode::area);
     EXPECT_EQ(controller->targetScreen()->id, 2U);
     EXPECT_EQ(views.shown.back(), "bar");
     controller->start();
@@ -203,40 +178,101 @@ TEST_F(RecordingControllerTest, StartsOnlyWhatIsChosen) {
     EXPECT_EQ(std::get<DisplayFilter>(platform.screen().opened).sourceRect, (Rect{10, 10, 300, 200}));
 }
 
-TEST_F(RecordingControllerTest, CountsDownBeforeItRecords) {
+// All that takes its time comes before the countdown, and nothing is recorded before its end.
+TEST_F(RecordingControllerTest, CountsDownWhenAllIsPreparedAndRecordsAtOnceAfterIt) {
+    make(50ms);
     choose();
-    controller->setCountdownOn(true);
+    controller->switches()->setCountdownOn(true);
+    controller->switches()->setMicOn(true);
+    controller->switches()->setCameraOn(true);
     QList<int> numbers;
-    QObject::connect(controller.get(), &RecordingController::phaseChanged,
-                     [&] { numbers << controller->countdownNumber(); });
+    QObject::connect(controller.get(), &RecordingController::phaseChanged, [&] {
+        if (controller->phase() != Phase::countdown) return;
+        numbers << controller->countdownNumber();
+        EXPECT_TRUE(fs::exists(folder / "1" / "raw.mov"));
+        EXPECT_TRUE(platform.sound().isRunning() && platform.cameras().isRunning());
+        EXPECT_FALSE(controller->canStart());
+    });
     views.shown.clear();
     controller->start();
     ASSERT_TRUE(reaches(Phase::recording));
-    EXPECT_EQ(numbers, QList<int>({3, 2, 1, 0}));
+    EXPECT_EQ(numbers, QList<int>({3, 2, 1}));
     EXPECT_EQ(views.shown, QStringList({"3 on 1", "2 on 1", "1 on 1", "no countdown", "bar"}));
+    EXPECT_EQ(platform.sound().openings + platform.cameras().openings, 2);
+    ASSERT_TRUE(handleUntil([&] { return TakeJournal::read(folder / "1")->firstFrameHost > 0; }));
+    const Seconds delay = TakeJournal::read(folder / "1")->firstFrameHost - controller->countdownEnd();
+    EXPECT_GE(delay, 0);
+    std::printf("first picture %.1f ms after the countdown\n", delay * 1000);
 }
 
-TEST_F(RecordingControllerTest, TakesACountdownBackWithoutATrace) {
+TEST_F(RecordingControllerTest, LeavesNothingOfACountdownThatIsCancelled) {
     make(200ms);
     choose();
-    controller->setCountdownOn(true);
-    controller->start();
-    ASSERT_TRUE(handleUntil([&] { return controller->countdownNumber() == 2; }));
-    controller->cancelCountdown();
-    EXPECT_EQ(controller->phase(), Phase::choosing);
-    EXPECT_EQ(views.shown.back(), "no countdown");
+    for (const int number : {3, 2}) {
+        controller->switches()->setCountdownOn(true);
+        controller->switches()->setMicOn(true);
+        controller->switches()->setCameraOn(true);
+        controller->start();
+        ASSERT_TRUE(handleUntil([&] { return controller->countdownNumber() == number; }));
+        controller->cancelCountdown();
+        EXPECT_EQ(controller->phase(), Phase::choosing);
+        EXPECT_EQ(views.shown.back(), "no countdown");
+        ASSERT_TRUE(endsStarting());
+        EXPECT_TRUE(library.isEmpty());
+        EXPECT_FALSE(platform.sound().isRunning() || platform.cameras().isRunning());
+    }
     // Longer than the rest of the countdown would have taken.
-    ASSERT_TRUE(handleUntil([limit = QDeadlineTimer(800ms)] { return limit.hasExpired(); }));
+    ASSERT_TRUE(handleUntil([limit = QDeadlineTimer(600ms)] { return limit.hasExpired(); }));
     EXPECT_EQ(controller->phase(), Phase::choosing);
-    EXPECT_EQ(platform.screen().openings, 0);
-    EXPECT_EQ(library.made, 0);
+    EXPECT_TRUE(library.isEmpty());
+    controller->switches()->setCountdownOn(false);
+    controller->start();
+    EXPECT_TRUE(reaches(Phase::recording));
+}
+
+// Each device is opened once, however many look at it, and closed when the last one stops.
+TEST_F(RecordingControllerTest, SharesMicrophoneAndCameraBetweenPreviewAndTake) {
+    choose();
+    controller->microphoneLevel()->setActive(true);
+    controller->cameraPreview()->setActive(true);
+    controller->switches()->setMicOn(true);
+    controller->switches()->setCameraOn(true);
+    const auto areRunning = [&] {
+        return controller->microphoneLevel()->isRunning() && controller->cameraPreview()->isRunning();
+    };
+    ASSERT_TRUE(handleUntil(areRunning));
+    const auto showsBoth = [&] {
+        platform.sound().speak(std::vector<float>(480, -0.5F), hostTime());
+        (void)platform.cameras().show({160, 120}, 90, hostTime());
+        return std::abs(controller->microphoneLevel()->level() - 0.5) < 0.01
+               && controller->cameraPreview()->picture();
+    };
+    EXPECT_TRUE(handleUntil(showsBoth));
+    controller->start();
+    ASSERT_TRUE(reaches(Phase::recording));
+    EXPECT_TRUE(handleUntil(showsBoth));
+    ASSERT_TRUE(recordsFor(0.5));
+    (void)platform.cameras().show({160, 120}, 90, hostTime());
+    controller->switches()->setCameraOn(false); // of takes to come: this one goes on
+    EXPECT_FALSE(controller->cameraPreview()->picture());
+    EXPECT_TRUE(platform.cameras().isRunning());
+    controller->stop();
+    ASSERT_TRUE(reaches(Phase::idle));
+    ASSERT_EQ(views.reels.size(), 1U);
+    EXPECT_TRUE(fs::exists(views.reels.front().cameraURL()));
+    EXPECT_TRUE(handleUntil([&] { return !platform.cameras().isRunning(); }));
+    EXPECT_TRUE(platform.sound().isRunning()) << "its level is still shown";
+    EXPECT_EQ(platform.sound().openings + platform.cameras().openings, 2);
+    platform.sound().unplug();
+    EXPECT_TRUE(handleUntil([&] { return !controller->microphoneLevel()->problem().isEmpty(); }));
+    EXPECT_EQ(controller->microphoneLevel()->level(), 0);
 }
 
 TEST_F(RecordingControllerTest, MakesAReelOfATake) {
     preferences.setCaptureFPS(30);
     record();
     ASSERT_TRUE(recordsFor(1.2));
-    EXPECT_GT(controller->progress().frames, 0);
+    EXPECT_GT(controller->progress()->value().frames, 0);
     controller->stop();
     EXPECT_EQ(controller->phase(), Phase::finishing);
     const Seconds elapsed = controller->elapsed();
@@ -259,8 +295,8 @@ TEST_F(RecordingControllerTest, MakesAReelOfATake) {
     EXPECT_GT(events.cursor.size(), 10U);
     EXPECT_FALSE(fs::exists(TakeJournal::fileIn(reel.folder())));
     EXPECT_EQ(views.shown.back(), "no bar");
-    EXPECT_GT(controller->bytesOnDisk(), 0);
-    EXPECT_NEAR(controller->secondsOnDisk(), reel.info.duration, 0.1);
+    EXPECT_GT(controller->progress()->bytesOnDisk(), 0);
+    EXPECT_NEAR(controller->progress()->secondsOnDisk(), reel.info.duration, 0.1);
 }
 
 TEST_F(RecordingControllerTest, CutsPausesOut) {
@@ -335,14 +371,6 @@ TEST_F(RecordingControllerTest, TakesBackAQuestionToTheUser) {
     controller->closeBar();
     EXPECT_EQ(controller->phase(), Phase::idle);
     ASSERT_TRUE(endsStarting());
-
-    controller->setCountdownOn(true);
-    choose();
-    controller->start();
-    ASSERT_TRUE(handleUntil([&] { return platform.screen().openings == 2; }));
-    controller->cancelCountdown();
-    EXPECT_EQ(controller->phase(), Phase::choosing);
-    ASSERT_TRUE(endsStarting());
     EXPECT_TRUE(views.alerts.isEmpty() && views.notices.isEmpty());
     EXPECT_EQ(library.made, 0);
 }
@@ -395,15 +423,16 @@ TEST_F(RecordingControllerTest, DrawsNoSecondPointerOverOneInThePicture) {
 
 TEST_F(RecordingControllerTest, SaysOnceWhatATakeIsWithout) {
     trouble.whyNoPresses = "Clicks can’t be seen here.";
-    controller->setMicOn(true);
-    controller->setCameraOn(true);
+    platform.sound().exists = platform.cameras().exists = false;
+    controller->switches()->setMicOn(true);
+    controller->switches()->setCameraOn(true);
     record();
     ASSERT_TRUE(recordsFor(0.5));
     controller->stop();
     ASSERT_TRUE(reaches(Phase::idle));
     views.notices.sort();
-    EXPECT_EQ(views.notices,
-              QStringList({"Clicks can’t be seen here.", "There is no camera.", "There is no microphone."}));
+    EXPECT_EQ(views.notices, QStringList({"Clicks can’t be seen here.", "No camera was found.",
+                                          "No microphone was found."}));
     EXPECT_EQ(views.reels.size(), 1U);
 }
 
@@ -416,21 +445,43 @@ TEST_F(RecordingControllerTest, FinishesItsTakeWhenTheProgramEnds) {
     EXPECT_FALSE(fs::exists(TakeJournal::fileIn(folder / "1")));
 }
 
+// A disk that hangs keeps neither the user nor the end of the program.
+TEST_F(RecordingControllerTest, LetsATakeGoWhoseFinishingHangs) {
+    for (const bool quits : {false, true}) {
+        SCOPED_TRACE(quits);
+        library.hang();
+        record();
+        ASSERT_TRUE(recordsFor(0.3));
+        views.alerts.clear();
+        controller->stop();
+        if (quits) {
+            controller.reset();
+        } else {
+            ASSERT_TRUE(reaches(Phase::idle));
+            ASSERT_EQ(views.alerts.size(), 1);
+            EXPECT_TRUE(views.alerts.front().contains("no longer answers")) << "and where the take is kept";
+            EXPECT_TRUE(views.alerts.front().contains(QString::fromStdString(folder.path().string())));
+        }
+        const auto reel = folder / std::to_string(library.made);
+        EXPECT_TRUE(fs::exists(reel / "raw.mov") && fs::exists(TakeJournal::fileIn(reel)));
+        EXPECT_TRUE(views.reels.empty());
+        library.answer();
+        ASSERT_TRUE(handleUntil([] { return test::DeskStream::alive == 0; })) << "the thread left behind";
+        if (quits) return;
+        record(); // the next take is as good as any
+        ASSERT_TRUE(recordsFor(0.3));
+        controller->stop();
+        ASSERT_TRUE(reaches(Phase::idle));
+        EXPECT_EQ(views.reels.size(), 1U);
+        views.reels.clear();
+    }
+}
+
 TEST_F(RecordingControllerTest, LeavesNothingWhenTheProgramEndsWhileItStarts) {
     choose();
     controller->start();
     controller.reset();
     EXPECT_TRUE(library.isEmpty());
-}
-
-TEST_F(RecordingControllerTest, RemembersItsSwitches) {
-    controller->setMicOn(true);
-    controller->setCameraOn(true);
-    controller->setCountdownOn(true);
-    const RecordingController next({platform, preferences, views, library});
-    EXPECT_TRUE(next.micOn());
-    EXPECT_TRUE(next.cameraOn());
-    EXPECT_TRUE(next.countdownOn());
 }
 
 } // namespace

@@ -57,7 +57,8 @@ class TakeFixture {
     Result<void> start() {
         auto made = std::make_unique<FakeStream>(settings_.pixelSize);
         stream = made.get();
-        return engine->start(std::move(made), settings_);
+        if (auto prepared = engine->prepare(std::move(made), settings_); !prepared) return prepared;
+        return engine->start();
     }
 
     // Waits until the engine has converted the frame or left it out.

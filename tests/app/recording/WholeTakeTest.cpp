@@ -15,6 +15,7 @@
 #include "core/reel/Finishing.h"
 #include "platform/HostClock.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "tests/app/recording/FolderLibrary.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"
@@ -22,25 +23,6 @@
 
 namespace glintro::test {
 namespace {
-
-class FolderLibrary final : public TakeLibrary {
-  public:
-    explicit FolderLibrary(std::filesystem::path folder) : folder_(std::move(folder)) {}
-    Result<std::filesystem::path> newProjectFolder(Timestamp) override {
-        std::filesystem::create_directories(folder_);
-        return folder_;
-    }
-    void discardFolder(const std::filesystem::path& folder) override { std::filesystem::remove_all(folder); }
-    Result<Project> registerRecording(const FinishedTake& take) override {
-        auto reel = finishReel(take.folder, {.name = take.name, .take = take.record});
-        if (!reel) return std::unexpected(reel.error());
-        return reel->project;
-    }
-    void setScreenAccess(bool) override {}
-
-  private:
-    std::filesystem::path folder_;
-};
 
 // The instants that the program has printed so far, in host time.
 std::vector<Seconds> instantsIn(const std::filesystem::path& log) {
@@ -109,7 +91,7 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     const auto content = platform->screen().content();
     ASSERT_TRUE(content) << content.error().message;
     ASSERT_FALSE(content->displays.empty());
-    FolderLibrary library(folder / "reel");
+    FolderLibrary library(folder.path());
     std::mutex complaining; // a take does so on its own threads
     std::vector<std::string> complaints;
     const auto complain = [&](const std::string& sentence) {
@@ -117,10 +99,12 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
         complaints.push_back(sentence);
     };
     const TakeHandlers handlers{[&](const Failure& failure) { complain(failure.message); }, complain};
-    auto take =
-        LiveTake::begin({DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
-                        *platform, library, handlers, {});
+    auto take = LiveTake::prepare(
+        {DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
+        {platform->screen(), platform->sound(), platform->cameras()}, library, handlers, {});
     ASSERT_TRUE(take) << take.error().message;
+    const auto started = (*take)->start();
+    ASSERT_TRUE(started) << started.error().message;
 
     const auto log = folder / "instants";
     const auto program = desktop->run({GLINTRO_FLASH_AND_CLICK, "12", "0.6", "micfeed"}, log.string());

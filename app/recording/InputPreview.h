@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "app/recording/BackgroundQueue.h"
+#include "app/recording/MainThreadPost.h"
+#include "core/base/Failure.h"
+
+namespace glintro {
+
+// A microphone or camera while somebody looks at it, before a take and during it. The device runs while
+// isActive and the take's switch are both on; it is opened and closed in the background. Main thread.
+class InputPreview : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(bool isActive READ isActive WRITE setActive NOTIFY stateChanged FINAL)
+    Q_PROPERTY(bool isRunning READ isRunning NOTIFY stateChanged FINAL)
+    Q_PROPERTY(QString problem READ problem NOTIFY stateChanged FINAL)
+
+  public:
+    ~InputPreview() override;
+
+    bool isActive() const { return isActive_; } // set by whoever shows it
+    void setActive(bool active);
+    bool isRunning() const { return device_ != nullptr; }
+    const QString& problem() const { return problem_; } // why there is nothing to see; one sentence
+
+    // The take's switch, and the device by id or name; the default one when absent.
+    void setInput(bool isOn, const std::optional<std::string>& device);
+
+  signals:
+    void stateChanged();
+
+  protected:
+    using Device = std::shared_ptr<void>; // closed with the last reference
+
+    InputPreview();
+    // Opens and starts a device; on a thread of the preview's. What it uses must not be this object.
+    using Opener = std::function<Result<Device>(const std::optional<std::string>&)>;
+    virtual Opener opener() = 0;
+    // The device has been closed, or is another one.
+    virtual void reset() = 0;
+    void lost(const Failure& failure); // main thread
+    const std::shared_ptr<MainThreadPost>& mainThread() const { return mainThread_; }
+
+  private:
+    void update();
+    void opened(int number, const Result<Device>& device);
+    void close();
+
+    bool isActive_ = false;
+    bool isOn_ = false;
+    std::optional<std::string> name_;
+    int number_ = 0; // of the newest opening; 0 while there is none
+    int lastNumber_ = 0;
+    Device device_;
+    QString problem_;
+    std::shared_ptr<MainThreadPost> mainThread_;
+    BackgroundQueue opening_;
+};
+
+} // namespace glintro

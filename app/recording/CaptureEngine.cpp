@@ -163,14 +163,14 @@ void CaptureEngine::Impl::stopSources() {
 
 void CaptureEngine::Impl::see(ScreenFrame frame) {
     ++framesSeen;
-    entrance.carry(frame);
+    entrance.addTo(frame);
     ScreenFrame rows = frame;
     rows.storage.reset();
     if (queue.offer([this, taken = std::move(frame)]() mutable { handle(std::move(taken)); })) {
-        entrance.settle();
+        entrance.clear();
         return;
     }
-    entrance.owe(rows);
+    entrance.accumulate(rows);
     ++framesDropped;
 }
 
@@ -186,7 +186,7 @@ void CaptureEngine::Impl::handle(ScreenFrame frame) {
     keepSoundGoing();
     const Seconds hostTime = frame.hostTime;
     const auto pts = pauses.shifted(hostTime);
-    if (!pts) return screen->leaveOut(std::move(frame));
+    if (!pts) return screen->drop(std::move(frame));
     if (!started) begin(hostTime, *pts);
     lastPts = std::max(lastPts, *pts);
     ++framesDue;

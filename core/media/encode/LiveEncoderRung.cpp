@@ -28,10 +28,13 @@ using BufferRef = std::unique_ptr<AVBufferRef, FreeByAddress<av_buffer_unref>>;
 // threads.
 constexpr double kPixelsPerThread = 1920.0 * 1080 * 66;
 
+int processorCount() {
+    return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
 int threadsFor(const LiveVideoSettings& settings) {
     const double pixels = 1.0 * settings.size.width * settings.size.height * settings.fps;
-    const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    return std::clamp(static_cast<int>(std::ceil(pixels / kPixelsPerThread)), 1, cores);
+    return std::clamp(static_cast<int>(std::ceil(pixels / kPixelsPerThread)), 1, processorCount());
 }
 
 void applySettings(AVCodecContext& context, const LiveVideoSettings& settings) {
@@ -198,12 +201,14 @@ std::vector<LiveEncoderRung> liveLadder(const LiveVideoSettings& settings) {
                 {.codec = "libx265", .preset = "superfast", .threads = 0},
                 {.codec = "libx265", .preset = "ultrafast", .threads = 0}};
     }
+    // The last rung slices a picture among all cores: for a machine that lets one thread have too little.
     return {{.codec = "h264_nvenc"},
             {.codec = "h264_qsv"},
             {.codec = "h264_vaapi", .deviceType = "vaapi"},
             {.codec = "libx264", .preset = "veryfast", .parameterSetId = 1, .threads = threads},
             {.codec = "libx264", .preset = "superfast", .parameterSetId = 2, .threads = threads},
-            {.codec = "libx264", .preset = "ultrafast", .parameterSetId = 3, .threads = threads}};
+            {.codec = "libx264", .preset = "ultrafast", .parameterSetId = 3, .threads = threads},
+            {.codec = "libx264", .preset = "ultrafast", .parameterSetId = 4, .threads = processorCount()}};
 }
 
 Result<CodecPtr> openRung(const LiveEncoderRung& rung, const LiveVideoSettings& settings) {

@@ -31,7 +31,7 @@ struct LiveMovieProgress {
 };
 
 // Writes a movie while it is being recorded: pictures at whatever times they come, and optional sound. The
-// file grows in fragments of at most half a second and is synchronised to the disk every second; finish()
+// file grows in fragments of about half a second and is synchronised to the disk every second; finish()
 // makes it an ordinary movie in place (see sealMovie), which costs no copy. When the process dies, sealMovie
 // does the same for all fragments that were whole.
 //

@@ -159,7 +159,7 @@ PAGE
 # What scrolls the whole screen; in $scrolling, and in $window the one whose title counts frames.
 start_scrolling() {
     window=
-    if ! command -v chromium xdotool >/dev/null; then
+    if ! command -v chromium >/dev/null || ! command -v xdotool >/dev/null; then
         "$build/bin/busy_screen" &
         scrolling=$!
         started+=("$scrolling")

@@ -65,7 +65,7 @@ class FragmentWriter {
     void handOver();
     void writeFragments(const std::stop_token& stop);
     void writeHanded(std::unique_lock<std::mutex>& lock);
-    Result<void> append(const Fragment& fragment);
+    [[nodiscard]] Result<void> append(const Fragment& fragment);
     void syncRegularly(const std::stop_token& stop);
     void sync();
 

@@ -78,7 +78,7 @@ bool hasRoomInIndex(const FragmentIndex& index) {
 }
 
 // One after the other, up to where the file was cut off or an earlier sealing had begun to append an index. A
-// damaged fragment is passed over.
+// damaged fragment is ignored.
 Result<void> readFragments(const FragmentFile& file, std::uint64_t position, Fragments& fragments) {
     BoxPlace head; // of the fragment whose data come next
     for (;;) {

@@ -45,7 +45,7 @@ void copyHeader(BoxWriter& out, const Box& box, std::uint64_t duration,
 }
 
 // Samples count from the first one in an index. What of it lies before the movie's beginning is not
-// presented, and where it comes later there is nothing before.
+// presented; where it begins later, the edit list begins with a gap.
 void writeEdits(BoxWriter& out, const PresentedTrack& track) {
     const std::int64_t gap = track.track->samples.front().time - track.start;
     const auto write = [&](std::int64_t length, std::int64_t from) {

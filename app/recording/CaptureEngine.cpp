@@ -34,6 +34,9 @@ constexpr Seconds kSilenceStep = 0.25;
 
 constexpr const char* kMicrophoneLost = "The microphone stopped, so the recording is silent from here on.";
 
+constexpr const char* kTooSlowForHevc =
+    "This computer is too slow to record HEVC in this size, so the recording is H.264.";
+
 } // namespace
 
 struct CaptureEngine::Impl {
@@ -114,6 +117,8 @@ Result<void> CaptureEngine::Impl::open(const CaptureSettings& settings) {
     const auto audio = settings.mic ? std::optional(glintro::microphoneSound()) : std::nullopt;
     auto created = LiveMovieWriter::create(rawMovie(), video, audio);
     if (!created) return std::unexpected(created.error());
+
+    if (settings.hevc && (*created)->codec() != VideoCodec::hevc) notice(kTooSlowForHevc);
 
     const std::scoped_lock lock(making);
     writer = std::move(*created);

@@ -14,6 +14,7 @@ constexpr double kComfortableLoad = 0.8;
 // The first frames after a change of pace tell little: one of them is a key frame.
 constexpr int kFramesToJudge = 6;
 constexpr double kMeanWeight = 1.0 / 8;
+constexpr std::size_t kManyPictures = 5;
 // From one picture to the next. Where a pause is cut out, two can lie as close as chance has it.
 constexpr Seconds kShortestShow = 0.001;
 
@@ -107,9 +108,9 @@ void VideoTrack::keepPace(Seconds busy, std::size_t waiting) {
 }
 
 // A queue a third full may be another program's short burst, or the disk's. With two thirds full the next
-// frames are lost unless the encoder does all it can.
+// frames are lost unless the encoder does all it can. A queue of a few is as full as that now and then.
 bool VideoTrack::stepDown(std::size_t waiting) {
-    const bool isFarBehind = waiting > 1 && waiting * 3 >= limit_ * 2;
+    const bool isFarBehind = waiting >= kManyPictures && waiting * 3 >= limit_ * 2;
     if (isFarBehind) {
         bool stepped = false;
         while (writer_.stepDown()) stepped = true;

@@ -4,7 +4,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <random>
+#include <thread>
 
 #include "core/media/encode/LiveVideoEncoder.h"
 
@@ -17,6 +19,9 @@ using Clock = std::chrono::steady_clock;
 constexpr double kHighestLoad = 1.0 / 3;
 // Hardware works beside the processor; it needs room only for what else the machine asks of it.
 constexpr double kHighestHardwareLoad = 1.0 / 2;
+
+// Of all cores together. Beyond this an encoder that uses them all drops frames.
+constexpr double kHighestReach = 2.0 / 3;
 
 constexpr PixelSize kSoftwareTrial{960, 540};
 // A picture is measured alone, or some in a burst; the median of the measurements counts, so that one of them
@@ -75,6 +80,7 @@ class Trial {
     // The median time of a picture; nullopt when packets are missing.
     std::optional<Seconds> run() {
         if (!timeOf(kWarmUp)) return std::nullopt;
+        processorTime_ = 0;
         std::vector<Seconds> times;
         const auto begin = Clock::now();
         while (times.size() < kMeasurements) {
@@ -88,6 +94,9 @@ class Trial {
         return times[times.size() / 2];
     }
 
+    // Of a picture, by all threads of the process, after run().
+    Seconds processorTime() const { return processorTime_ / (pictures_ - kWarmUp); }
+
   private:
     // Each picture is sent as soon as the encoder accepts it.
     std::optional<Seconds> timeOf(int pictures) {
@@ -96,12 +105,14 @@ class Trial {
             return {};
         };
         const auto begin = Clock::now();
+        const std::clock_t processorBegin = std::clock();
         for (int i = 0; i < pictures; ++i, ++pictures_) {
             auto frame = frameFor(encoder_, scrolled(page_, settings_.size, pictures_ * kScrolledRows));
             if (!frame) return std::nullopt;
             (*frame)->pts = static_cast<std::int64_t>(pictures_) * kLiveTimeBase.den / settings_.fps;
             if (!pumpEncoder(encoder_, frame->get(), count)) return std::nullopt;
         }
+        processorTime_ += static_cast<Seconds>(std::clock() - processorBegin) / CLOCKS_PER_SEC;
         return std::chrono::duration<Seconds>(Clock::now() - begin).count();
     }
 
@@ -111,6 +122,7 @@ class Trial {
     PictureBuffer page_;
     int pictures_ = 0;
     int packets_ = 0;
+    Seconds processorTime_ = 0;
 };
 
 double pixelsOf(PixelSize size) {
@@ -135,6 +147,17 @@ std::optional<double> measuredLoad(const LiveEncoderRung& rung, const LiveVideoS
     const auto time = Trial(**encoder, trial, rung.isSoftware() ? 1 : kHardwareBurst).run();
     if (!time) return std::nullopt;
     return *time * settings.fps * pixelsOf(settings.size) / pixelsOf(trial.size);
+}
+
+bool isWithinReach(const LiveEncoderRung& rung, const LiveVideoSettings& settings) {
+    const LiveVideoSettings small = softwareTrial(settings);
+    const auto encoder = openRung(rung, small);
+    if (!encoder) return false;
+    Trial trial(**encoder, small, 1);
+    if (!trial.run()) return false;
+    const double cores = std::max(1U, std::thread::hardware_concurrency());
+    const double share = pixelsOf(settings.size) / pixelsOf(small.size);
+    return trial.processorTime() * settings.fps * share <= kHighestReach * cores;
 }
 
 std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,

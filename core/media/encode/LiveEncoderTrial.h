@@ -18,6 +18,10 @@ using LoadMeasure =
 // hardware does not: it is given a burst of pictures in their real size.
 std::optional<double> measuredLoad(const LiveEncoderRung& rung, const LiveVideoSettings& settings);
 
+// Whether the machine can encode with a software rung at all when it has nothing else to do: by processor
+// time, whatever else it does now.
+bool isWithinReach(const LiveEncoderRung& rung, const LiveVideoSettings& settings);
+
 // The rungs of a ladder from the first one that is fast enough. A trial that goes wrong costs one rung only.
 // The last rung before the reserve needs no trial: it is what is left.
 std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,

@@ -111,6 +111,10 @@ bool LiveMovieWriter::stepDown() {
     return impl_->video->stepDown();
 }
 
+VideoCodec LiveMovieWriter::codec() const {
+    return impl_->video->codec();
+}
+
 std::string LiveMovieWriter::encoderName() const {
     return impl_->video->name();
 }

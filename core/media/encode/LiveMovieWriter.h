@@ -58,6 +58,8 @@ class LiveMovieWriter {
     // Encodes faster from the next picture on, at more bits for the same quality. False when there is no
     // faster encoder.
     bool stepDown();
+    // H.264 also where HEVC was asked for and the machine is too slow for that.
+    VideoCodec codec() const;
     std::string encoderName() const; // to show: "libx264 veryfast"
 
     LiveMovieProgress progress() const;

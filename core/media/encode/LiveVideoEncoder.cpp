@@ -25,7 +25,12 @@ ByteView descriptionOf(const AVCodecContext& encoder) {
 Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings) {
     if (!isEncodable(settings)) return failure(kCannotStartMovie, "video settings out of range");
     prepareFFmpeg();
-    return create(settings, fastEnough(liveLadder(settings), settings));
+    auto ladder = fastEnough(liveLadder(settings), settings);
+    const bool isLastOfHevc = settings.codec == VideoCodec::hevc && ladder.size() == 1;
+    if (!isLastOfHevc || isWithinReach(ladder.front(), settings)) return create(settings, std::move(ladder));
+    LiveVideoSettings cheaper = settings;
+    cheaper.codec = VideoCodec::h264;
+    return create(cheaper, fastEnough(liveLadder(cheaper), cheaper));
 }
 
 Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings,

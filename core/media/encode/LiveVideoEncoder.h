@@ -27,6 +27,7 @@ inline constexpr AVRational kLiveTimeBase{1, 90000};
 // a time, but any thread may call stepDown() and name().
 class LiveVideoEncoder {
   public:
+    // H.264 instead of HEVC where the machine has no hardware for that and is too slow without.
     [[nodiscard]] static Result<std::unique_ptr<LiveVideoEncoder>> create(const LiveVideoSettings& settings);
     // On the caller's ladder, from its top, without a trial.
     [[nodiscard]] static Result<std::unique_ptr<LiveVideoEncoder>> create(
@@ -39,6 +40,7 @@ class LiveVideoEncoder {
     // packet is handed to the sink in it. An encoder that fails is replaced by the next rung's.
     [[nodiscard]] Result<void> encode(const Picture& picture, std::int64_t time, const PacketSink& sink);
 
+    VideoCodec codec() const { return settings_.codec; }
     bool stepDown(); // to the next lower rung, from the next picture on; false at the lowest
     std::string name() const { return ladder_[rung_].name(); }
 

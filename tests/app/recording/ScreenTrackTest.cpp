@@ -190,20 +190,6 @@ TEST(ScreenTrack, KeepsHalfASecondOfFramesWhileTheEncoderStalls) {
     EXPECT_EQ(track.video().writtenFrames(), 30);
 }
 
-TEST(ScreenTrack, BoundsTheQueueByTimeAndByMemory) {
-    for (const auto& [size, fps] : {std::pair(PixelSize{64, 64}, 60),
-                                    {{1920, 1080}, 60},
-                                    {{3840, 2160}, 60},
-                                    {{7680, 4320}, 60},
-                                    {{1920, 1080}, 1}}) {
-        const auto limit = static_cast<double>(ScreenTrack::queueLimit(size, fps));
-        const double bytes = limit * size.width * size.height * 1.5;
-        EXPECT_TRUE(limit == 3 || (limit / fps <= 0.5 && bytes <= 100e6 * 1.01))
-            << size.width << ": " << limit;
-        EXPECT_GE(limit, 3);
-    }
-}
-
 TEST(VideoTrack, ReleasesABufferBeforeItsPictureIsEncodedAndRefusesWhileTheQueueIsFull) {
     const TemporaryFolder folder;
     const PixelSize size{64, 64};

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -184,6 +185,17 @@ TEST(LiveVideoEncoderTest, WhatDoesNotOpenIsIgnored) {
         EXPECT_GE(stream.show(0, 0), 0);
     }
     EXPECT_FALSE(LiveVideoEncoder::create(settingsFor(VideoCodec::h264), {{.codec = "none"}}));
+}
+
+TEST(LiveVideoEncoderTest, RecordsH264WhereHevcIsOutOfReach) {
+    for (const auto& [size, fps, codec] :
+         {std::tuple(kSize, 30, VideoCodec::hevc), {{1920, 1080}, 2000, VideoCodec::h264}}) {
+        const auto encoder = LiveVideoEncoder::create({size, fps, 8'000'000, VideoCodec::hevc, 2});
+        ASSERT_TRUE(encoder) << encoder.error().detail;
+        EXPECT_EQ((*encoder)->codec(), codec) << size.width;
+        EXPECT_EQ((*encoder)->context().codec_id,
+                  codec == VideoCodec::hevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
+    }
 }
 
 TEST(LiveVideoEncoderTest, RefusesWhatNoMovieCanHold) {

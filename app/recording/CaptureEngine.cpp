@@ -24,6 +24,9 @@ namespace {
 // buffers anyway.
 constexpr std::size_t kWaitingSamples = 32;
 
+constexpr const char* kTooSlowForHevc =
+    "This computer is too slow to record HEVC in this size, so the recording is H.264.";
+
 } // namespace
 
 struct CaptureEngine::Impl {
@@ -121,6 +124,7 @@ Result<void> CaptureEngine::Impl::openMovie() {
     const auto audio = settings.mic ? std::optional(microphoneSound()) : std::nullopt;
     auto created = LiveMovieWriter::create(rawMovie, video, audio);
     if (!created) return std::unexpected(created.error());
+    if (settings.hevc && (*created)->codec() != VideoCodec::hevc) notice(kTooSlowForHevc);
     queue.run([&] { openTracks(*std::move(created), video); });
     return {};
 }

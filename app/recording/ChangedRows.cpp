@@ -2,17 +2,17 @@
 
 namespace glintro {
 
-void ChangedRows::carry(ScreenFrame& frame) const {
+void ChangedRows::addTo(ScreenFrame& frame) const {
     // A frame of another size is changed everywhere by itself.
-    if (owed_.isEmpty() || frame.size != size_) return;
-    RowSet changed = owed_;
+    if (damage_.isEmpty() || frame.size != size_) return;
+    RowSet changed = damage_;
     changed.addAll(frame.changed);
     frame.changed = changed.ranges();
 }
 
-void ChangedRows::owe(const ScreenFrame& frame) {
-    owed_.clear();
-    owed_.addAll(frame.changed);
+void ChangedRows::accumulate(const ScreenFrame& frame) {
+    damage_.clear();
+    damage_.addAll(frame.changed);
     size_ = frame.size;
 }
 

@@ -5,19 +5,21 @@
 
 namespace glintro {
 
-// Remembers which rows changed in frames that were left out, so that the next frame that is used carries them
-// too and no row of the recorded picture is ever stale. One thread at a time.
+// Accumulates the damage of frames that were dropped, so that the next frame that is recorded carries it and
+// no row of the recorded picture is ever stale. One thread at a time.
 class ChangedRows {
   public:
-    // Adds the rows owed to those of the frame.
-    void carry(ScreenFrame& frame) const;
-    // The frame, with what it carries, was left out: its rows are owed from now on.
-    void owe(const ScreenFrame& frame);
-    void settle() { owed_.clear(); }
+    // Adds the accumulated damage to that of the frame.
+    void addTo(ScreenFrame& frame) const;
+    // The frame, with the damage that addTo() gave it, was dropped: its rows are damaged from now on. Only
+    // its size and changed rows are read.
+    void accumulate(const ScreenFrame& frame);
+    // A frame with all of the damage was recorded.
+    void clear() { damage_.clear(); }
 
   private:
-    PixelSize size_;
-    RowSet owed_;
+    PixelSize size_; // of the frame that was dropped last
+    RowSet damage_;
 };
 
 } // namespace glintro

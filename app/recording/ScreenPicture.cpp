@@ -10,8 +10,17 @@
 namespace glintro {
 namespace {
 
-void convertRows(const ScreenFrame& frame, PictureBuffer& destination) {
-    for (const RowRange& rows : frame.changed) {
+// A buffer that no snapshot used for so many frames is freed.
+constexpr std::int64_t kUnusedUpdates = 600;
+
+int rowCount(const RowSet& rows) {
+    int count = 0;
+    for (const RowRange& range : rows.ranges()) count += range.end - range.begin;
+    return count;
+}
+
+void convertRows(const ScreenFrame& frame, const std::vector<RowRange>& ranges, PictureBuffer& destination) {
+    for (const RowRange& rows : ranges) {
         const int begin = std::max(rows.begin, 0);
         const int end = std::min(rows.end, destination.size().height);
         if (begin < end) bgraToYuv420Rows(frame.bgra, frame.stride, begin, end, destination);
@@ -53,29 +62,77 @@ FittedAxis chromaAxis(const FittedAxis& luma, double phase) {
 
 } // namespace
 
-ScreenPicture::ScreenPicture(PixelSize size) : picture_(PixelLayout::yuv420, size) {
-    fillBlack(picture_);
-}
+struct ScreenPicture::Buffer {
+    explicit Buffer(PixelSize size) : picture(PixelLayout::yuv420, size), stale(RowRange{0, size.height}) {}
 
-void ScreenPicture::update(const ScreenFrame& frame) {
-    if (frame.changed.empty()) return;
-    if (evenSize(frame.size) == picture_.size()) {
-        resized_.reset();
-        convertRows(frame, picture_);
-    } else {
-        fit(frame);
-    }
+    PictureBuffer picture;
+    RowSet stale;    // rows that are older than the latest picture's
+    PixelSize shown; // of the frame it shows; empty at first
+    std::int64_t usedAt = 0;
+    // Snapshots in use. Raised by the updating thread, lowered on any.
+    std::atomic<int> readers = 0;
+
+    bool isFree() const { return readers.load(std::memory_order_acquire) == 0; }
+};
+
+ScreenPicture::ScreenPicture(PixelSize size) : size_(size) {}
+ScreenPicture::~ScreenPicture() = default;
+
+Picture ScreenPicture::update(const ScreenFrame& frame) {
+    if (frame.changed.empty() && latest_) return snapshotOf(latest_);
+    ++updates_;
+    for (const auto& buffer : buffers_) buffer->stale.addAll(frame.changed);
+    const auto& buffer = freeBuffer();
+    draw(frame, *buffer);
+    buffer->stale.clear();
+    buffer->usedAt = updates_;
+    latest_ = buffer;
     shown_ = frame.size;
+    freeUnused();
+    return snapshotOf(latest_);
 }
 
-void ScreenPicture::fit(const ScreenFrame& frame) {
-    if (!resized_ || frame.size != shown_) {
-        resized_.emplace(PixelLayout::yuv420, frame.size);
-        fillBlack(picture_);
+// The one with the fewest rows to convert.
+const std::shared_ptr<ScreenPicture::Buffer>& ScreenPicture::freeBuffer() {
+    const std::shared_ptr<Buffer>* best = nullptr;
+    for (const auto& buffer : buffers_) {
+        if (!buffer->isFree()) continue;
+        if (best == nullptr || rowCount(buffer->stale) < rowCount((*best)->stale)) best = &buffer;
     }
-    convertRows(frame, *resized_);
+    return best != nullptr ? *best : buffers_.emplace_back(std::make_shared<Buffer>(size_));
+}
 
-    const PixelSize canvas = picture_.size();
+void ScreenPicture::draw(const ScreenFrame& frame, Buffer& buffer) {
+    if (evenSize(frame.size) == size_) {
+        resized_.reset();
+        convertRows(frame, buffer.stale.ranges(), buffer.picture);
+    } else {
+        fit(frame, buffer);
+    }
+    buffer.shown = frame.size;
+}
+
+void ScreenPicture::freeUnused() {
+    std::erase_if(buffers_, [this](const auto& buffer) {
+        return buffer->isFree() && updates_ - buffer->usedAt > kUnusedUpdates;
+    });
+}
+
+Picture ScreenPicture::snapshotOf(const std::shared_ptr<Buffer>& buffer) {
+    buffer->readers.fetch_add(1, std::memory_order_relaxed);
+    Picture picture = std::as_const(buffer->picture).view();
+    picture.storage = {&buffer->picture, [kept = buffer](const void*) {
+                           kept->readers.fetch_sub(1, std::memory_order_release);
+                       }};
+    return picture;
+}
+
+void ScreenPicture::fit(const ScreenFrame& frame, Buffer& buffer) {
+    if (!resized_ || frame.size != shown_) resized_.emplace(PixelLayout::yuv420, frame.size);
+    if (frame.size != buffer.shown) fillBlack(buffer.picture);
+    convertRows(frame, frame.changed, *resized_);
+
+    const PixelSize canvas = size_;
     const Rect place =
         fitCentred({static_cast<double>(frame.size.width), static_cast<double>(frame.size.height)},
                    {static_cast<double>(canvas.width), static_cast<double>(canvas.height)});
@@ -84,8 +141,9 @@ void ScreenPicture::fit(const ScreenFrame& frame) {
     for (int i = 0; i < 3; ++i) {
         const FittedAxis x = i == 0 ? across : chromaAxis(across, 0);
         const FittedAxis y = i == 0 ? down : chromaAxis(down, 0.5);
-        resampler_.resample(std::as_const(*resized_).plane(i), x.map, y.map,
-                            picture_.plane(i).crop({x.begin, y.begin, x.end - x.begin, y.end - y.begin}));
+        resampler_.resample(
+            std::as_const(*resized_).plane(i), x.map, y.map,
+            buffer.picture.plane(i).crop({x.begin, y.begin, x.end - x.begin, y.end - y.begin}));
     }
 }
 

@@ -39,19 +39,19 @@ void ScreenRecorder::openTrack(LiveMovieWriter& writer, const LiveVideoSettings&
 
 void ScreenRecorder::see(ScreenFrame frame) {
     ++counts_.seen;
-    entrance_.carry(frame);
+    entrance_.addTo(frame);
     const ScreenFrame rows = rowsOf(frame);
     if (queue_.offer([this, moved = std::move(frame)]() mutable { arrived_(std::move(moved)); })) {
-        entrance_.settle();
+        entrance_.clear();
         return;
     }
-    entrance_.owe(rows);
+    entrance_.accumulate(rows);
     ++counts_.dropped;
 }
 
 void ScreenRecorder::record(ScreenFrame frame, Seconds recordedTime) {
-    replaced_.carry(frame);
-    replaced_.settle();
+    replaced_.addTo(frame);
+    replaced_.clear();
     if (!track_) return hold(std::move(frame), recordedTime);
     ++counts_.due;
     if (track_->offer(std::move(frame), recordedTime))
@@ -62,21 +62,21 @@ void ScreenRecorder::record(ScreenFrame frame, Seconds recordedTime) {
 
 void ScreenRecorder::hold(ScreenFrame frame, Seconds recordedTime) {
     if (held_.size() == kMostHeld) {
-        replaced_.owe(rowsOf(held_.back().frame));
-        replaced_.carry(frame);
-        replaced_.settle();
+        replaced_.accumulate(rowsOf(held_.back().frame));
+        replaced_.addTo(frame);
+        replaced_.clear();
         held_.pop_back();
     }
     held_.push_back({std::move(frame), recordedTime});
 }
 
 void ScreenRecorder::skip(ScreenFrame frame) {
-    replaced_.carry(frame);
-    replaced_.settle();
+    replaced_.addTo(frame);
+    replaced_.clear();
     if (track_)
-        track_->leaveOut(std::move(frame));
+        track_->drop(std::move(frame));
     else
-        replaced_.owe(rowsOf(frame));
+        replaced_.accumulate(rowsOf(frame));
 }
 
 void ScreenRecorder::close() {

@@ -3,6 +3,8 @@
 #include <future>
 #include <utility>
 
+#include "platform/ThreadPriority.h"
+
 namespace glintro {
 
 SerialQueue::SerialQueue(std::size_t sampleLimit) : sampleLimit_(sampleLimit), thread_([this] { work(); }) {}
@@ -37,6 +39,7 @@ void SerialQueue::run(Task task) {
 }
 
 void SerialQueue::work() {
+    raiseThreadPriority(ThreadUrgency::grabbing);
     std::unique_lock lock(mutex_);
     while (true) {
         changed_.wait(lock, [this] { return closed_ || !waiting_.empty(); });

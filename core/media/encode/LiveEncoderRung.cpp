@@ -1,11 +1,7 @@
 #include "core/media/encode/LiveEncoderRung.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstring>
-#include <optional>
-#include <random>
 #include <thread>
 #include <utility>
 
@@ -28,10 +24,13 @@ using BufferRef = std::unique_ptr<AVBufferRef, FreeByAddress<av_buffer_unref>>;
 // threads.
 constexpr double kPixelsPerThread = 1920.0 * 1080 * 66;
 
+int processorCount() {
+    return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+}
+
 int threadsFor(const LiveVideoSettings& settings) {
     const double pixels = 1.0 * settings.size.width * settings.size.height * settings.fps;
-    const int cores = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
-    return std::clamp(static_cast<int>(std::ceil(pixels / kPixelsPerThread)), 1, cores);
+    return std::clamp(static_cast<int>(std::ceil(pixels / kPixelsPerThread)), 1, processorCount());
 }
 
 void applySettings(AVCodecContext& context, const LiveVideoSettings& settings) {
@@ -53,7 +52,7 @@ void applySettings(AVCodecContext& context, const LiveVideoSettings& settings) {
     context.flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_LOW_DELAY;
 }
 
-// Encoders ignore what they have no option for.
+// Encoders ignore what they have no option for. The hardware's are told to hold no picture back.
 void applyOptions(AVCodecContext& context, const LiveEncoderRung& rung) {
     const auto set = [&](const char* option, const std::string& value) {
         av_opt_set(context.priv_data, option, value.c_str(), 0);
@@ -129,62 +128,6 @@ FramePtr interleaved(const Picture& picture) {
     return frame;
 }
 
-constexpr int kTrialPictures = 6;
-// An encoder to which the first picture is so much work, or which gets so little of the processor, need not
-// be tried on: somebody waits for the recording to begin.
-constexpr Seconds kHopelessPicture = 0.5;
-constexpr int kTrialStep = 4; // rows
-
-// Something like a page of text: letters of random strokes. Seen through a window that moves down, it
-// scrolls.
-PictureBuffer trialPage(PixelSize size) {
-    PictureBuffer page(PixelLayout::yuv420, {size.width, size.height + kTrialPictures * kTrialStep});
-    std::minstd_rand random(1);
-    const MutablePlaneView luma = page.plane(0);
-    for (int y = 0; y < luma.height; ++y) {
-        std::uint8_t* row = luma.row(y);
-        if (y % 3 != 0) {
-            std::copy_n(luma.row(y - 1), luma.width, row);
-            continue;
-        }
-        const bool isBetweenLines = y % 18 >= 12;
-        for (int x = 0; x < luma.width; x += 3)
-            std::memset(row + x, !isBetweenLines && random() % 3 == 0 ? 40 : 225,
-                        static_cast<std::size_t>(std::min(3, luma.width - x)));
-    }
-    for (int plane = 1; plane < 3; ++plane) {
-        const MutablePlaneView view = page.plane(plane);
-        for (int y = 0; y < view.height; ++y) std::fill_n(view.row(y), view.width, std::uint8_t{128});
-    }
-    return page;
-}
-
-Picture scrolled(const PictureBuffer& page, PixelSize size, int rows) {
-    Picture picture = page.view();
-    picture.size = size;
-    for (std::size_t i = 0; i < 3; ++i) {
-        PlaneView& plane = picture.planes[i];
-        plane.data = plane.row(i == 0 ? rows : rows / 2);
-        plane.height = planeSize(PixelLayout::yuv420, static_cast<int>(i), size).height;
-    }
-    return picture;
-}
-
-// How long one picture takes; nothing when it gives no packet.
-std::optional<Seconds> timeToEncode(AVCodecContext& encoder, const Picture& picture, std::int64_t time) {
-    const auto begin = std::chrono::steady_clock::now();
-    auto frame = frameFor(encoder, picture);
-    if (!frame) return std::nullopt;
-    (*frame)->pts = time;
-    int packets = 0;
-    const auto count = [&packets](AVPacket&) -> Result<void> {
-        ++packets;
-        return {};
-    };
-    if (!pumpEncoder(encoder, frame->get(), count) || packets != 1) return std::nullopt;
-    return std::chrono::duration<Seconds>(std::chrono::steady_clock::now() - begin).count();
-}
-
 } // namespace
 
 std::vector<LiveEncoderRung> liveLadder(const LiveVideoSettings& settings) {
@@ -203,7 +146,12 @@ std::vector<LiveEncoderRung> liveLadder(const LiveVideoSettings& settings) {
             {.codec = "h264_vaapi", .deviceType = "vaapi"},
             {.codec = "libx264", .preset = "veryfast", .parameterSetId = 1, .threads = threads},
             {.codec = "libx264", .preset = "superfast", .parameterSetId = 2, .threads = threads},
-            {.codec = "libx264", .preset = "ultrafast", .parameterSetId = 3, .threads = threads}};
+            {.codec = "libx264", .preset = "ultrafast", .parameterSetId = 3, .threads = threads},
+            {.codec = "libx264",
+             .preset = "ultrafast",
+             .parameterSetId = 4,
+             .threads = processorCount(),
+             .isReserve = true}};
 }
 
 Result<CodecPtr> openRung(const LiveEncoderRung& rung, const LiveVideoSettings& settings) {
@@ -233,22 +181,6 @@ Result<FramePtr> frameFor(const AVCodecContext& encoder, const Picture& picture)
     if (code >= 0) code = av_hwframe_transfer_data(carried.get(), frame.get(), 0);
     if (code < 0) return ffmpegFailure(kCannotEncodeMovie, code);
     return carried;
-}
-
-std::optional<double> loadOf(AVCodecContext& encoder, const LiveVideoSettings& settings) {
-    const PictureBuffer page = trialPage(settings.size);
-    std::vector<double> loads;
-    for (int i = 0; i < kTrialPictures; ++i) {
-        const std::int64_t time = static_cast<std::int64_t>(i) * kLiveTimeBase.den / settings.fps;
-        const auto taken = timeToEncode(encoder, scrolled(page, settings.size, i * kTrialStep), time);
-        if (!taken) return std::nullopt;
-        if (*taken > kHopelessPicture) return *taken * settings.fps;
-        // The first is a key frame, of which there are few.
-        if (i > 0) loads.push_back(*taken * settings.fps);
-        if (loads.size() == 2 && std::ranges::min(loads) > 1) break;
-    }
-    std::ranges::sort(loads);
-    return loads[loads.size() / 2];
 }
 
 } // namespace glintro

@@ -18,20 +18,20 @@ enum class VideoCodec { h264, hevc };
 
 struct LiveVideoSettings {
     PixelSize size; // even
-    int fps = 60;   // what is expected; pictures may come at any times
+    int fps = 60;   // expected; pictures may come at any times
     std::int64_t bitRate = 0;
     VideoCodec codec = VideoCodec::h264;
     Seconds keyFrameSpacing = 2; // at most so long from one key frame to the next
 };
 
-// What of a movie being recorded could not be lost any more by a kill or a power cut.
+// How much of a movie being recorded is safe from a kill or a power cut.
 struct LiveMovieProgress {
     Seconds seconds = 0;    // of the movie's time
     std::int64_t bytes = 0; // of the file
 };
 
 // Writes a movie while it is being recorded: pictures at whatever times they come, and optional sound. The
-// file grows in fragments of at most half a second and is synchronised to the disk every second; finish()
+// file grows in fragments of about half a second and is synchronised to the disk every second; finish()
 // makes it an ordinary movie in place (see sealMovie), which costs no copy. When the process dies, sealMovie
 // does the same for all fragments that were whole.
 //
@@ -39,25 +39,28 @@ struct LiveMovieProgress {
 // finish() once both threads are done. While the object lives no other can write the file, in any process.
 class LiveMovieWriter {
   public:
-    static Result<std::unique_ptr<LiveMovieWriter>> create(const std::filesystem::path& file,
-                                                           const LiveVideoSettings& video,
-                                                           std::optional<AudioTrackSettings> audio);
+    [[nodiscard]] static Result<std::unique_ptr<LiveMovieWriter>> create(
+        const std::filesystem::path& file, const LiveVideoSettings& video,
+        std::optional<AudioTrackSettings> audio);
     // Without finish(): the file stays as after a kill.
     ~LiveMovieWriter();
 
     // `time` in seconds from the start of the movie, ascending, the first one 0. The picture is read before
     // the call returns.
-    Result<void> writeFrame(const Picture& picture, Seconds time);
+    [[nodiscard]] Result<void> writeFrame(const Picture& picture, Seconds time);
     // Interleaved samples, appended to those before; the first one is heard at time 0.
-    Result<void> writeAudio(std::span<const float> samples);
+    [[nodiscard]] Result<void> writeAudio(std::span<const float> samples);
     // The last picture is shown until `end`, or not beyond its own time when `end` is earlier. Sound beyond
     // `end` is not heard. Fails, too, when any earlier write did; the file then still holds all that was
     // written.
-    Result<void> finish(Seconds end);
+    [[nodiscard]] Result<void> finish(Seconds end);
 
-    // Encode faster from now on, at more bits for the same picture. False when there is no faster way.
+    // Encodes faster from the next picture on, at more bits for the same quality. False when there is no
+    // faster encoder.
     bool stepDown();
-    std::string encoderName() const; // for people: "libx264 veryfast"
+    // H.264 also where HEVC was asked for and the machine is too slow for that.
+    VideoCodec codec() const;
+    std::string encoderName() const; // to show: "libx264 veryfast"
 
     LiveMovieProgress progress() const;
 

@@ -4,6 +4,8 @@
 #include <cmath>
 
 #include "core/media/MovieSentences.h"
+#include "core/media/encode/LiveEncoderTrial.h"
+#include "core/media/fragments/ParameterSets.h"
 
 namespace glintro {
 namespace {
@@ -14,39 +16,8 @@ bool isEncodable(const LiveVideoSettings& settings) {
            && settings.bitRate > 0 && settings.keyFrameSpacing > 0;
 }
 
-// A recorder that takes more than this of one core's time makes what it records stutter.
-constexpr double kHighestLoad = 1.0 / 3;
-
-// A trial needs no whole picture: the work grows with the pixels.
-constexpr PixelSize kTrialSize{960, 540};
-
-double pixelsOf(PixelSize size) {
-    return static_cast<double>(size.width) * size.height;
-}
-
-// What loadOf a rung is for pictures of the settings' size.
-std::optional<double> loadOf(const LiveEncoderRung& rung, const LiveVideoSettings& settings) {
-    LiveVideoSettings trial = settings;
-    trial.size = {std::min(settings.size.width, kTrialSize.width),
-                  std::min(settings.size.height, kTrialSize.height)};
-    const double part = pixelsOf(trial.size) / pixelsOf(settings.size);
-    trial.bitRate = std::max<std::int64_t>(1, std::llround(static_cast<double>(settings.bitRate) * part));
-    const auto encoder = openRung(rung, trial);
-    const auto load = encoder ? loadOf(**encoder, trial) : std::nullopt;
-    return load ? std::optional(*load / part) : std::nullopt;
-}
-
-// The rungs from the first one that is fast enough. The last one is what is left, and needs no trial.
-std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,
-                                        const LiveVideoSettings& settings) {
-    while (ladder.size() > 1) {
-        const auto load = loadOf(ladder.front(), settings);
-        if (load && *load <= kHighestLoad) break;
-        // No rung is three times as fast as another.
-        const bool isHopeless = load && *load > 3 * kHighestLoad;
-        ladder.erase(ladder.begin(), isHopeless ? ladder.end() - 1 : ladder.begin() + 1);
-    }
-    return ladder;
+ByteView descriptionOf(const AVCodecContext& encoder) {
+    return {encoder.extradata, static_cast<std::size_t>(encoder.extradata_size)};
 }
 
 } // namespace
@@ -54,7 +25,12 @@ std::vector<LiveEncoderRung> fastEnough(std::vector<LiveEncoderRung> ladder,
 Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings) {
     if (!isEncodable(settings)) return failure(kCannotStartMovie, "video settings out of range");
     prepareFFmpeg();
-    return create(settings, fastEnough(liveLadder(settings), settings));
+    auto ladder = fastEnough(liveLadder(settings), settings);
+    const bool isLastOfHevc = settings.codec == VideoCodec::hevc && ladder.size() == 1;
+    if (!isLastOfHevc || isWithinReach(ladder.front(), settings)) return create(settings, std::move(ladder));
+    LiveVideoSettings cheaper = settings;
+    cheaper.codec = VideoCodec::h264;
+    return create(cheaper, fastEnough(liveLadder(cheaper), cheaper));
 }
 
 Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVideoSettings& settings,
@@ -66,10 +42,13 @@ Result<std::unique_ptr<LiveVideoEncoder>> LiveVideoEncoder::create(const LiveVid
     return encoder;
 }
 
-// Leaves out the rungs that do not open, and those below one that cannot be left.
+// Keeps the rungs that open and whose parameter sets have ids of their own, down to one that cannot be
+// replaced. Hardware all uses the same id, so only the first card of a ladder is kept: with two of them in
+// one description a decoder would read the pictures of one by the sets of the other.
 Result<void> LiveVideoEncoder::describe() {
     std::vector<LiveEncoderRung> open;
-    std::vector<std::uint8_t> parameterSets;
+    Bytes parameterSets;
+    ParameterSetIds used;
     Failure last;
     for (const LiveEncoderRung& rung : ladder_) {
         auto encoder = openRung(rung, settings_);
@@ -77,15 +56,17 @@ Result<void> LiveVideoEncoder::describe() {
             last = encoder.error();
             continue;
         }
-        const std::uint8_t* sets = (*encoder)->extradata;
-        parameterSets.insert(parameterSets.end(), sets, sets + (*encoder)->extradata_size);
-        if (open.empty()) encoder_ = std::move(*encoder);
+        const ByteView description = descriptionOf(**encoder);
+        const ParameterSetIds ids = rung.canBeReplaced() ? parameterSetIds(description) : ParameterSetIds{};
+        if (!open.empty() && (ids.isEmpty() || !ids.areDisjoint(used))) continue;
+        parameterSets.insert(parameterSets.end(), description.begin(), description.end());
         open.push_back(rung);
-        if (!rung.mayBeLeft()) break;
+        if (!encoder_) encoder_ = std::move(*encoder);
+        if (ids.isEmpty()) break;
+        used.add(ids);
     }
     if (open.empty()) return std::unexpected(last);
     ladder_ = std::move(open);
-
     return copyDescription(parameterSets);
 }
 

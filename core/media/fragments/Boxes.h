@@ -41,7 +41,7 @@ class BoxReader {
     void skip(std::size_t count);
     bool ok() const { return ok_; }
     ByteView rest() const { return rest_; }
-    // The next box that is there as a whole; nothing at the end or where no box can be read.
+    // The next box that is there as a whole; nullopt at the end and where no box can be read.
     std::optional<Box> box();
 
   private:

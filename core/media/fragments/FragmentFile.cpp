@@ -31,16 +31,15 @@ int writeAll(int descriptor, ByteView bytes, std::uint64_t position) {
     return 0;
 }
 
-// Without this a power cut may lose the name of a new file whose content is safe. Not every file system can.
+// Without this a power cut may lose the name of a new file whose content is safe. Errors are ignored: not
+// every file system can.
 void syncFolder(const std::filesystem::path& file) {
     const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0) return;
-    ::fsync(descriptor);
-    ::close(descriptor);
+    const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor.isOpen()) ::fsync(descriptor.value());
 }
 
-// Some file systems know no locks: then nobody is kept out.
+// Where a file system has no locks, other writers are not kept out.
 bool isWrittenElsewhere(int descriptor) {
     return ::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
@@ -52,10 +51,10 @@ std::unexpected<Failure> busyFailure() {
 } // namespace
 
 Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (descriptor < 0) return outputFailure("movie", errno, kCannotStartMovie);
-    FragmentFile created(descriptor, 0);
-    if (isWrittenElsewhere(descriptor)) return busyFailure();
+    FileDescriptor descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!descriptor.isOpen()) return outputFailure("movie", errno, kCannotStartMovie);
+    FragmentFile created(std::move(descriptor), 0);
+    if (isWrittenElsewhere(created.descriptor_.value())) return busyFailure();
     if (auto emptied = created.truncate(0); !emptied) return std::unexpected(emptied.error());
     syncFolder(file);
     return created;
@@ -64,33 +63,26 @@ Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
 Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Access access) {
     const int mode = access == Access::read ? O_RDONLY : O_RDWR;
     // Opening a pipe would wait for its other end.
-    const int descriptor = ::open(file.c_str(), mode | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
+    FileDescriptor descriptor(::open(file.c_str(), mode | O_CLOEXEC | O_NONBLOCK));
+    if (!descriptor.isOpen()) {
         const int error = errno;
         if (error == ENOENT) return failure("There is no such movie file.", file.string(), error);
         return outputFailure("movie", error, "The movie can’t be opened.");
     }
-    FragmentFile opened(descriptor, 0);
+    FragmentFile opened(std::move(descriptor), 0);
     struct stat status {};
-    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(opened.descriptor_.value(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return failure(kCannotOpenMovie, "no regular file");
     }
-    if (access == Access::readWrite && isWrittenElsewhere(descriptor)) return busyFailure();
+    if (access == Access::readWrite && isWrittenElsewhere(opened.descriptor_.value())) return busyFailure();
     opened.size_ = static_cast<std::uint64_t>(status.st_size);
     return opened;
 }
 
-FragmentFile::FragmentFile(FragmentFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)), size_(other.size_) {}
-
-FragmentFile::~FragmentFile() {
-    if (descriptor_ >= 0) ::close(descriptor_);
-}
-
 Result<void> FragmentFile::append(ByteView bytes) {
-    if (const int error = writeAll(descriptor_, bytes, size_); error != 0) {
+    if (const int error = writeAll(descriptor_.value(), bytes, size_); error != 0) {
         // Half a fragment is of no use, and takes room on a disk that has none left.
-        [[maybe_unused]] const int ignored = ::ftruncate(descriptor_, static_cast<off_t>(size_));
+        [[maybe_unused]] const int ignored = ::ftruncate(descriptor_.value(), static_cast<off_t>(size_));
         return writeFailure(error);
     }
     size_ += bytes.size();
@@ -98,18 +90,19 @@ Result<void> FragmentFile::append(ByteView bytes) {
 }
 
 Result<void> FragmentFile::truncate(std::uint64_t size) {
-    if (::ftruncate(descriptor_, static_cast<off_t>(size)) != 0) return writeFailure(errno);
+    if (::ftruncate(descriptor_.value(), static_cast<off_t>(size)) != 0) return writeFailure(errno);
     size_ = size;
     return {};
 }
 
 Result<void> FragmentFile::overwrite(std::uint64_t position, ByteView bytes) {
-    if (const int error = writeAll(descriptor_, bytes, position); error != 0) return writeFailure(error);
+    if (const int error = writeAll(descriptor_.value(), bytes, position); error != 0)
+        return writeFailure(error);
     return {};
 }
 
 Result<void> FragmentFile::sync() {
-    if (::fdatasync(descriptor_) != 0) return writeFailure(errno);
+    if (::fdatasync(descriptor_.value()) != 0) return writeFailure(errno);
     return {};
 }
 
@@ -117,7 +110,7 @@ Result<Bytes> FragmentFile::read(std::uint64_t position, std::size_t count) cons
     Bytes bytes(count);
     std::size_t filled = 0;
     while (filled < count) {
-        const ssize_t got = ::pread(descriptor_, bytes.data() + filled, count - filled,
+        const ssize_t got = ::pread(descriptor_.value(), bytes.data() + filled, count - filled,
                                     static_cast<off_t>(position + filled));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return failure(kCannotReadMovie, std::strerror(errno), errno);

@@ -2,40 +2,40 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <utility>
 
 #include "core/base/Failure.h"
+#include "core/base/FileDescriptor.h"
 #include "core/media/fragments/Boxes.h"
 
 namespace glintro {
 
-// A file that grows at its end, and whose beginning can be read and patched. What append() wrote survives the
-// process, what sync() covered survives a power cut. Only one such object at a time, in any process, may
-// write a file. append() from one thread at a time; sync() from any.
+// A file that grows at its end, and whose beginning can be read and patched. Appended bytes survive the
+// process, synchronised ones a power cut. The object holds the file's lock while it may write: there is one
+// at a time, in any process. append() from one thread at a time; sync() from any.
 class FragmentFile {
   public:
     enum class Access { read, readWrite };
 
-    // Empty, readable by its owner only; a file of that name is replaced.
-    static Result<FragmentFile> create(const std::filesystem::path& file);
-    static Result<FragmentFile> open(const std::filesystem::path& file, Access access);
-    ~FragmentFile();
-    FragmentFile(FragmentFile&& other) noexcept;
-    FragmentFile& operator=(FragmentFile&&) = delete;
+    // An empty file that only its owner may read; a file of that name is replaced.
+    [[nodiscard]] static Result<FragmentFile> create(const std::filesystem::path& file);
+    [[nodiscard]] static Result<FragmentFile> open(const std::filesystem::path& file, Access access);
 
     std::uint64_t size() const { return size_; }
 
     // All of the bytes, or none of them.
-    Result<void> append(ByteView bytes);
-    Result<void> truncate(std::uint64_t size);
-    Result<void> overwrite(std::uint64_t position, ByteView bytes);
-    Result<void> sync();
-    // As many as are there, at most `count`.
-    Result<Bytes> read(std::uint64_t position, std::size_t count) const;
+    [[nodiscard]] Result<void> append(ByteView bytes);
+    [[nodiscard]] Result<void> truncate(std::uint64_t size);
+    [[nodiscard]] Result<void> overwrite(std::uint64_t position, ByteView bytes);
+    [[nodiscard]] Result<void> sync();
+    // Up to `count` bytes, fewer at the end of the file.
+    [[nodiscard]] Result<Bytes> read(std::uint64_t position, std::size_t count) const;
 
   private:
-    FragmentFile(int descriptor, std::uint64_t size) : descriptor_(descriptor), size_(size) {}
+    FragmentFile(FileDescriptor descriptor, std::uint64_t size)
+        : descriptor_(std::move(descriptor)), size_(size) {}
 
-    int descriptor_;
+    FileDescriptor descriptor_;
     std::uint64_t size_;
 };
 

@@ -28,20 +28,20 @@ struct FragmentTrack {
     std::uint32_t timescale = 0; // units per second
     std::vector<Sample> samples = {};
     std::vector<Run> runs = {};
-    std::uint32_t lastDuration = 0; // of the last sample, as the one who wrote it guessed
+    std::uint32_t lastDuration = 0; // of the last sample, as the writer guessed
 };
 
 // Of a "trak" box.
 std::optional<std::uint32_t> readTrackId(ByteView payload);
 
-// The samples of all tracks, collected from one fragment after the other. Nothing read is trusted.
+// The samples of all tracks, collected fragment by fragment. Nothing that is read is trusted.
 class FragmentIndex {
   public:
-    // The tracks of a movie's (empty) index; nothing unless it announces fragments and has tracks.
+    // The tracks of a movie's (empty) index; nullopt unless it announces fragments and has tracks.
     static std::optional<FragmentIndex> fromMovie(ByteView movieBox);
 
-    // Takes in a fragment: its "moof" box at `position` in the file and the data that follow the box up to
-    // `end`. False, and nothing is taken in, when it is damaged or does not continue what came before.
+    // Adds a fragment: its "moof" box at `position` in the file and the data between the box and `end`.
+    // Returns false, and adds nothing, when it is damaged or does not continue the fragments before it.
     bool add(ByteView fragmentBox, std::uint64_t position, std::uint64_t end);
 
     const std::vector<FragmentTrack>& tracks() const { return tracks_; }

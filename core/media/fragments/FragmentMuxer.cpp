@@ -59,7 +59,7 @@ Result<void> FragmentMuxer::writeBeginning() {
     const int code = avformat_write_header(output_.get(), &options);
     av_dict_free(&options);
     if (code < 0) return ffmpegFailure(kCannotStartMovie, code);
-    auto header = takeOutput();
+    auto header = collectOutput();
     if (!header) return std::unexpected(header.error());
     const auto type = BoxReader(*header).box();
     if (!type || type->type != BoxType("ftyp")) return failure(kCannotStartMovie, "no file type");
@@ -93,10 +93,10 @@ Result<Bytes> FragmentMuxer::cut() {
     // Else the next fragment would begin where the last packet's guessed length ends.
     if (code >= 0) code = av_opt_set(output_->priv_data, "movflags", "+frag_discont", 0);
     if (code < 0) return ffmpegFailure(kCannotWriteMovie, code);
-    return takeOutput();
+    return collectOutput();
 }
 
-Result<Bytes> FragmentMuxer::takeOutput() {
+Result<Bytes> FragmentMuxer::collectOutput() {
     std::uint8_t* data = nullptr;
     const int size = avio_close_dyn_buf(output_->pb, &data);
     output_->pb = nullptr;

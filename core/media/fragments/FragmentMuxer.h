@@ -8,20 +8,22 @@
 
 namespace glintro {
 
-// Turns packets into the fragments of a QuickTime movie, in memory. One thread at a time.
+// Muxes packets into the fragments of a QuickTime movie, in memory. One thread at a time; best always the
+// same one, for malloc keeps a fragment's megabytes for each thread that ever allocated them.
 class FragmentMuxer {
   public:
     // `sound` is null for a silent movie.
-    static Result<FragmentMuxer> create(const AVCodecContext& pictures, const AVCodecContext* sound);
+    [[nodiscard]] static Result<FragmentMuxer> create(const AVCodecContext& pictures,
+                                                      const AVCodecContext* sound);
 
     // The file's beginning: its type, a placeholder (see FragmentSealing.h) and an empty index.
     const Bytes& beginning() const { return beginning_; }
 
     // Packets with their encoder's times, ascending in each track.
-    Result<void> writePicture(AVPacket& packet);
-    Result<void> writeSound(AVPacket& packet);
-    // What was written since the last call, as one fragment; empty when nothing was.
-    Result<Bytes> cut();
+    [[nodiscard]] Result<void> writePicture(AVPacket& packet);
+    [[nodiscard]] Result<void> writeSound(AVPacket& packet);
+    // The packets written since the last call as one fragment; empty when there were none.
+    [[nodiscard]] Result<Bytes> cut();
 
   private:
     struct Close {
@@ -30,9 +32,9 @@ class FragmentMuxer {
     using OutputInMemory = std::unique_ptr<AVFormatContext, Close>;
 
     explicit FragmentMuxer(OutputInMemory output) : output_(std::move(output)) {}
-    Result<void> writeBeginning();
-    Result<void> write(AVPacket& packet, int stream, AVRational timeBase);
-    Result<Bytes> takeOutput();
+    [[nodiscard]] Result<void> writeBeginning();
+    [[nodiscard]] Result<void> write(AVPacket& packet, int stream, AVRational timeBase);
+    [[nodiscard]] Result<Bytes> collectOutput();
 
     OutputInMemory output_;
     Bytes beginning_;

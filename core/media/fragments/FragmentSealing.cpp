@@ -8,6 +8,7 @@
 
 #include "core/media/fragments/FragmentIndex.h"
 #include "core/media/fragments/MovieIndex.h"
+#include "core/media/fragments/ParameterSets.h"
 
 namespace glintro {
 namespace {
@@ -77,7 +78,7 @@ bool hasRoomInIndex(const FragmentIndex& index) {
 }
 
 // One after the other, up to where the file was cut off or an earlier sealing had begun to append an index. A
-// damaged fragment is passed over.
+// damaged fragment is ignored.
 Result<void> readFragments(const FragmentFile& file, std::uint64_t position, Fragments& fragments) {
     BoxPlace head; // of the fragment whose data come next
     for (;;) {
@@ -153,6 +154,43 @@ Seconds guessedEnd(const FragmentTrack& pictures, const std::optional<PresentedT
     return std::max(ticks / pictures.timescale, sound ? soundEnd(*sound) : 0);
 }
 
+// The picture parameter set that a sample names; nullopt when none can be read. A sample is a number of
+// units, each behind its size in four bytes.
+std::optional<std::uint8_t> pictureSetAt(const FragmentFile& file, std::uint64_t position,
+                                         std::uint32_t size) {
+    constexpr std::uint64_t kLength = 4;
+    const std::uint64_t end = position + size;
+    while (position + kLength < end) {
+        const auto bytes = file.read(position, kLength + kUnitHeadSize);
+        if (!bytes) return std::nullopt;
+        BoxReader length(*bytes);
+        const std::uint64_t unitSize = length.u32();
+        if (!length.ok() || unitSize > end - position - kLength) return std::nullopt;
+        const ByteView unit = length.rest().first(std::min<std::uint64_t>(length.rest().size(), unitSize));
+        if (const UnitHead head = readUnitHead(unit); head.isSlice) return head.pictureSet;
+        position += kLength + unitSize;
+    }
+    return std::nullopt;
+}
+
+// Encoders change at key frames only.
+std::optional<std::bitset<256>> usedPictureSets(const FragmentFile& file, const FragmentTrack& pictures) {
+    std::bitset<256> used;
+    auto sample = pictures.samples.begin();
+    for (const FragmentTrack::Run& run : pictures.runs) {
+        std::uint64_t position = run.position;
+        for (std::uint32_t i = 0; i < run.samples; ++i, ++sample) {
+            if (sample->isKey) {
+                const auto set = pictureSetAt(file, position, sample->size);
+                if (!set) return std::nullopt;
+                used.set(*set);
+            }
+            position += sample->size;
+        }
+    }
+    return used.any() ? std::optional(used) : std::nullopt;
+}
+
 Bytes dataHeader(std::uint64_t size) {
     BoxWriter out;
     out.u32(1); // the size follows the type
@@ -208,6 +246,7 @@ Result<SealedMovie> sealFragments(FragmentFile& file, std::optional<Seconds> end
         sound = presentSound(*track, (*beginning)->priming, end);
     }
     std::vector tracks{presentPictures(*pictures, end ? *end : guessedEnd(*pictures, sound))};
+    tracks[0].pictureSets = usedPictureSets(file, *pictures);
     if (sound) tracks.push_back(*sound);
     if (auto made = makeOrdinary(file, **fragments, placeholder, tracks); !made)
         return std::unexpected(made.error());

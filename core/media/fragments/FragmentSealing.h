@@ -16,16 +16,16 @@ namespace glintro {
 //     ftyp  free  moov  moof mdat  moof mdat  ...
 //     ftyp [mdat .................................] moov
 //
-// `priming` is what the sound's encoder put before the first sample; the fragments' sound is late by it,
-// because fragments can't begin before time 0.
+// `priming` is the number of samples that the sound's encoder put before the first one. The sound in the
+// fragments is late by that many, because fragments cannot begin before time 0.
 inline constexpr std::size_t kPlaceholderSize = 16;
 Bytes placeholder(std::uint32_t priming);
 
 // Whether a file is one being recorded, or was when its process died.
-Result<bool> isUnsealed(const FragmentFile& file);
+[[nodiscard]] Result<bool> isUnsealed(const FragmentFile& file);
 
-// See sealMovie(). The last picture is shown until `end`, in seconds; without it as long as pictures last as
-// a rule, or as long as there is sound.
-Result<SealedMovie> sealFragments(FragmentFile& file, std::optional<Seconds> end);
+// See sealMovie(). The last picture is shown until `end`, in seconds of the movie; without it for one frame
+// of the expected rate, or until the sound ends.
+[[nodiscard]] Result<SealedMovie> sealFragments(FragmentFile& file, std::optional<Seconds> end);
 
 } // namespace glintro

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "core/media/fragments/ParameterSets.h"
+
 extern "C" {
 #include <libavutil/mathematics.h>
 }
@@ -43,7 +45,7 @@ void copyHeader(BoxWriter& out, const Box& box, std::uint64_t duration,
 }
 
 // Samples count from the first one in an index. What of it lies before the movie's beginning is not
-// presented, and where it comes later there is nothing before.
+// presented; where it begins later, the edit list begins with a gap.
 void writeEdits(BoxWriter& out, const PresentedTrack& track) {
     const std::int64_t gap = track.track->samples.front().time - track.start;
     const auto write = [&](std::int64_t length, std::int64_t from) {
@@ -134,9 +136,37 @@ void writePositions(BoxWriter& out, const FragmentTrack& track) {
     });
 }
 
+// A sample entry of H.264 with the parameter sets that are used.
+void writeVideoEntry(BoxWriter& out, const Box& entry, const std::bitset<256>& used) {
+    constexpr std::size_t kFields = 78; // of every video sample entry
+    if (entry.type != BoxType("avc1") || entry.payload.size() < kFields) return out.copy(entry.whole);
+    out.box(entry.type, [&] {
+        out.copy(entry.payload.first(kFields));
+        BoxReader in(entry.payload.subspan(kFields));
+        while (const auto inner = in.box()) {
+            const auto sets =
+                inner->type == BoxType("avcC") ? withPictureSets(inner->payload, used) : std::nullopt;
+            if (!sets)
+                out.copy(inner->whole);
+            else
+                out.box(inner->type, [&] { out.copy(*sets); });
+        }
+    });
+}
+
+void writeDescription(BoxWriter& out, const Box& box, const PresentedTrack& track) {
+    if (!track.pictureSets) return out.copy(box.whole);
+    out.box(box.type, [&] {
+        BoxReader in(box.payload);
+        out.u32(in.u32()); // version and flags
+        out.u32(in.u32()); // the number of entries
+        while (const auto entry = in.box()) writeVideoEntry(out, *entry, *track.pictureSets);
+    });
+}
+
 void writeSampleTables(BoxWriter& out, const Box& box, const PresentedTrack& track) {
     out.box(box.type, [&] {
-        if (const auto codecs = findBox(box.payload, "stsd")) out.copy(codecs->whole);
+        if (const auto codecs = findBox(box.payload, "stsd")) writeDescription(out, *codecs, track);
         writeDurations(out, track);
         if (track.track->kind == FragmentTrack::Kind::video) writeKeyFrames(out, *track.track);
         writeRunLengths(out, *track.track);

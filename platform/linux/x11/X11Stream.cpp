@@ -9,6 +9,7 @@
 #include <sys/socket.h>
 
 #include "platform/HostClock.h"
+#include "platform/ThreadPriority.h"
 #include "platform/linux/x11/X11PointerSource.h"
 
 namespace glintro {
@@ -63,6 +64,7 @@ void X11Stream::stop() {
 }
 
 void X11Stream::run(const std::stop_token& stop) {
+    raiseThreadPriority(ThreadUrgency::grabbing);
     const std::stop_callback wake(stop, [this] { wakeUp_.ring(); });
     while (!stop.stop_requested()) {
         const Result<void> going = step();

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <deque>
 #include <future>
 #include <random>
 
@@ -32,19 +33,28 @@ RowRange someRows(int height, std::mt19937& random) {
     return {begin, std::min(height, begin + 1 + static_cast<int>(random() % 9))};
 }
 
-// A change of a row and of the one that shares its chroma, at random, for every kind of edge.
+// A change of a row and of the one that shares its chroma, at random, for every kind of edge, while some of
+// the earlier pictures still wait to be encoded.
 TEST(ScreenPicture, ShowsTheWholeScreenAfterOnlyTheChangedRowsWereConverted) {
     for (const PixelSize size : {PixelSize{64, 48}, PixelSize{63, 47}, PixelSize{64, 47}, PixelSize{2, 2}}) {
         std::mt19937 random(7);
         Screen screen(size);
         ScreenPicture picture(evenSize(size));
+        struct Held {
+            Picture snapshot;
+            PictureBuffer expected;
+        };
+        std::deque<Held> held; // as a queue does that grows and shrinks
         picture.update(screen.whole(0));
         for (int i = 0; i < 200; ++i) {
             const RowRange one = someRows(size.height, random);
             addNoise(screen, one, random);
-            picture.update(screen.frame(i, {one}));
-            ASSERT_TRUE(samePixels(picture.view(), converted(screen, evenSize(size)).view()))
-                << size.width << " x " << size.height << ", rows " << one.begin << " to " << one.end;
+            held.push_back({picture.update(screen.frame(i, {one})), converted(screen, evenSize(size))});
+            for (const Held& each : held) {
+                ASSERT_TRUE(samePixels(each.snapshot, each.expected.view()))
+                    << size.width << " x " << size.height << ", rows " << one.begin << " to " << one.end;
+            }
+            while (held.size() > random() % 6) held.pop_front();
         }
     }
 }
@@ -59,8 +69,8 @@ TEST(ScreenPicture, FitsAndCentresAFrameOfAnotherSize) {
         Screen screen(row.frame);
         screen.paint(235);
         ScreenPicture picture({320, 200});
-        picture.update(screen.whole(0));
-        const PlaneView luma = picture.view().planes[0];
+        const Picture fitted = picture.update(screen.whole(0));
+        const PlaneView luma = fitted.planes[0];
         const int white = converted(screen, evenSize(row.frame)).plane(0).row(0)[0];
         const PixelRect& shown = row.shown;
         for (const int x : {0, shown.x - 1, shown.x, shown.right() - 1, shown.right(), 319}) {
@@ -71,7 +81,7 @@ TEST(ScreenPicture, FitsAndCentresAFrameOfAnotherSize) {
                     << row.frame.width << " x " << row.frame.height << " at " << x << ", " << y;
             }
         }
-        for (const int plane : {1, 2}) EXPECT_NEAR(picture.view().planes[plane].row(99)[159], 128, 1);
+        for (const int plane : {1, 2}) EXPECT_NEAR(fitted.planes[plane].row(99)[159], 128, 1);
     }
 }
 
@@ -81,16 +91,16 @@ TEST(ScreenPicture, FollowsAWindowThatIsResizedAndBack) {
     Screen larger({400, 300});
     ScreenPicture picture({320, 200});
     addNoise(window, {0, 200}, random);
-    picture.update(window.whole(0));
+    const Picture first = picture.update(window.whole(0));
     larger.paint({150, 300}, 255);
-    picture.update(larger.whole(1));
-    const int before = picture.view().planes[0].row(20)[160];
+    const Picture fitted = picture.update(larger.whole(1));
     larger.paint({0, 150}, 255);
-    picture.update(larger.frame(2, {{0, 150}}));
-    EXPECT_GT(picture.view().planes[0].row(20)[160], before + 50) << "a resized window goes on changing";
-    picture.update(window.whole(3));
-    EXPECT_TRUE(samePixels(picture.view(), converted(window, {320, 200}).view()))
-        << "nothing is left of the bars";
+    const Picture changed = picture.update(larger.frame(2, {{0, 150}}));
+    EXPECT_GT(changed.planes[0].row(20)[160], fitted.planes[0].row(20)[160] + 50)
+        << "a resized window goes on changing";
+    EXPECT_EQ(changed.planes[0].row(100)[10], 16) << "the bars of a buffer that showed something else";
+    const Picture back = picture.update(window.whole(3));
+    EXPECT_TRUE(samePixels(back, converted(window, {320, 200}).view())) << "nothing is left of the bars";
 }
 
 std::unique_ptr<LiveMovieWriter> openWriter(const std::filesystem::path& file, PixelSize size) {
@@ -99,9 +109,9 @@ std::unique_ptr<LiveMovieWriter> openWriter(const std::filesystem::path& file, P
     return *std::move(writer);
 }
 
-// Every frame changes a band, most are left out, and the last one changes nothing at all: the movie must end
+// Every frame changes a band, most are dropped, and the last one changes nothing at all: the movie must end
 // with all that the screen shows.
-TEST(ScreenTrack, LeavesNoRowStaleHoweverManyFramesAreLeftOut) {
+TEST(ScreenTrack, LeavesNoRowStaleHoweverManyFramesAreDropped) {
     const TemporaryFolder folder;
     const PixelSize size{640, 480};
     const auto writer = openWriter(folder / "raw.mov", size);
@@ -129,7 +139,7 @@ TEST(ScreenTrack, LeavesNoRowStaleHoweverManyFramesAreLeftOut) {
             }
             if (band == 140) release.set_value();
             if (band % 10 == 3)
-                track.leaveOut(screen.frame(time, {rows}));
+                track.drop(screen.frame(time, {rows}));
             else
                 dropped += track.offer(screen.frame(time, {rows}), time) ? 0 : 1;
         }
@@ -151,7 +161,36 @@ TEST(ScreenTrack, LeavesNoRowStaleHoweverManyFramesAreLeftOut) {
     }
 }
 
-TEST(VideoTrack, GivesABufferBackBeforeItsPictureIsEncodedAndRefusesWhileTheMailboxIsFull) {
+// An encoder that gets no processor for almost half a second: nothing is lost, and the stream has its buffers
+// back meanwhile.
+TEST(ScreenTrack, KeepsHalfASecondOfFramesWhileTheEncoderStalls) {
+    const TemporaryFolder folder;
+    const PixelSize size{320, 240};
+    const auto writer = openWriter(folder / "raw.mov", size);
+    Screen screen(size);
+    ScreenTrack track(*writer, size, 60, [](const Failure&) {});
+    std::promise<void> release, stalled;
+    const PictureBuffer first = converted(screen, size);
+    ASSERT_TRUE(track.video().offer(
+        [&] {
+            stalled.set_value();
+            release.get_future().wait();
+            return first.view();
+        },
+        0));
+    stalled.get_future().wait();
+    for (int i = 1; i <= 29; ++i) {
+        screen.paint({i, i + 20}, i * 8);
+        const ScreenFrame frame = screen.frame(i / 60.0, {{i, i + 20}});
+        EXPECT_TRUE(track.offer(frame, i / 60.0)) << i;
+        EXPECT_EQ(frame.storage.use_count(), 1) << i;
+    }
+    release.set_value();
+    track.video().close();
+    EXPECT_EQ(track.video().writtenFrames(), 30);
+}
+
+TEST(VideoTrack, ReleasesABufferBeforeItsPictureIsEncodedAndRefusesWhileTheQueueIsFull) {
     const TemporaryFolder folder;
     const PixelSize size{64, 64};
     const auto writer = openWriter(folder / "raw.mov", size);

@@ -184,6 +184,32 @@ TEST(LiveMovieWriter, TakesPicturesAndSoundFromTwoThreads) {
     test::expectClicks(test::soundOf(file, times.back()), clicks);
 }
 
+int parameterSetsOf(const std::filesystem::path& file) {
+    auto movie = MovieFile::open(file, MovieFile::Probe::header);
+    EXPECT_TRUE(movie);
+    const AVCodecParameters& codec = *(*movie)->video().codecpar;
+    return codec.extradata_size > 5 ? codec.extradata[5] & 31 : 0;
+}
+
+// All that may take over are described while the movie grows, for nobody knows yet which of them will.
+TEST(LiveMovieWriter, DescribesTheEncodersThatWereUsedAndNoOther) {
+    const TemporaryFolder folder;
+    const auto times = test::takeTimes(40);
+    for (const std::size_t change : {std::size_t{20}, times.size()}) {
+        const auto file = folder / "movie.mov";
+        auto writer = test::startTake(file, {});
+        ASSERT_TRUE(writer);
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            while (i == change && writer->stepDown()) {
+            }
+            ASSERT_TRUE(writer->writeFrame(test::numbered(static_cast<int>(i)).view(), times[i]));
+        }
+        ASSERT_TRUE(writer->finish(times.back() + 0.1));
+        EXPECT_EQ(parameterSetsOf(file), change < times.size() ? 2 : 1);
+        test::expectPictures(file, times, times.size());
+    }
+}
+
 TEST(LiveMovieWriter, RefusesPicturesOutOfOrderAndGoesOn) {
     const TemporaryFolder folder;
     const auto file = folder / "movie.mov";
@@ -273,7 +299,7 @@ pid_t recordInChild(const std::filesystem::path& file, int reports) {
     ::_exit(1);
 }
 
-TEST(LiveMovieWriter, LosesLessThanAFragmentWhenItsProcessIsKilled) {
+TEST(LiveMovieWriter, LosesAtMostTwoFragmentsWhenItsProcessIsKilled) {
     const TemporaryFolder folder;
     std::mt19937 random(11);
     const auto times = test::takeTimes(1000);
@@ -296,11 +322,11 @@ TEST(LiveMovieWriter, LosesLessThanAFragmentWhenItsProcessIsKilled) {
         const auto sealed = sealMovie(file);
         ASSERT_TRUE(sealed) << sealed.error().message;
         EXPECT_TRUE(sealed->hasAudio);
-        EXPECT_GT(sealed->duration, report[0] - 0.5);
+        EXPECT_GT(sealed->duration, report[0] - 1.1);
         EXPECT_GE(sealed->duration, report[1] - 1e-4);
         const auto frames = std::stoul(probe(file, "v", "nb_frames"));
         test::expectPictures(file, times, frames);
-        EXPECT_GE(times[frames], report[0] - 0.5);
+        EXPECT_GE(times[frames], report[0] - 1.1);
     }
 }
 

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
+#include "core/media/encode/LiveEncoderTrial.h"
 #include "core/media/encode/LiveVideoEncoder.h"
 #include "tests/support/Pictures.h"
 
@@ -118,7 +120,55 @@ TEST(LiveVideoEncoderTest, ADecoderFollowsDownTheWholeLadder) {
     EXPECT_EQ((*encoder)->name(), "libx264 ultrafast");
 }
 
-TEST(LiveVideoEncoderTest, WhatDoesNotOpenIsPassedOver) {
+// Encoders that stand for cards: both number their parameter sets 0, as cards do, and code differently.
+TEST(LiveVideoEncoderTest, ADecoderFollowsFromACardToSoftwareThoughThereAreTwoCards) {
+    const std::vector<LiveEncoderRung> ladder = {
+        {.codec = "libx264", .preset = "veryfast", .parameterSetId = 0},
+        {.codec = "libx264", .preset = "ultrafast", .parameterSetId = 0},
+        {.codec = "libx264", .preset = "superfast", .parameterSetId = 1},
+    };
+    auto encoder = LiveVideoEncoder::create(settingsFor(VideoCodec::h264), ladder);
+    ASSERT_TRUE(encoder) << encoder.error().detail;
+    LiveStream stream(**encoder);
+    for (int i = 0; i < 10; ++i) {
+        if (i == 5) {
+            EXPECT_TRUE((*encoder)->stepDown());
+        }
+        const double error = stream.show(i, i * 3000);
+        EXPECT_GE(error, 0) << i << " by " << (*encoder)->name();
+        EXPECT_LT(error, 4) << i << " by " << (*encoder)->name();
+    }
+    EXPECT_EQ((*encoder)->name(), "libx264 superfast");
+    EXPECT_FALSE((*encoder)->stepDown());
+}
+
+TEST(LiveVideoEncoderTest, ATrialThatGoesWrongCostsOneRung) {
+    const std::vector<LiveEncoderRung> ladder = {
+        {.codec = "h264_card"},
+        {.codec = "libx264", .preset = "slow"},
+        {.codec = "libx264", .preset = "quick"},
+        {.codec = "libx264", .preset = "quicker"},
+        {.codec = "libx264", .preset = "quicker, sliced", .isReserve = true},
+    };
+    struct Row {
+        std::vector<std::optional<double>> loads; // of the rungs, as far as one is asked
+        std::string chosen;
+    };
+    for (const Row& row : {Row{{0.4}, "h264_card"}, Row{{0.6, 0.4, 0.3}, "libx264 quick"},
+                           Row{{std::nullopt, 0.3}, "libx264 slow"}, Row{{9, 9, 0.1}, "libx264 quick"},
+                           Row{{9, 9, 9}, "libx264 quicker"}}) {
+        std::size_t asked = 0;
+        const auto rungs = fastEnough(ladder, settingsFor(VideoCodec::h264),
+                                      [&](const LiveEncoderRung&, const LiveVideoSettings&) {
+                                          return asked < row.loads.size() ? row.loads[asked++] : 0.0;
+                                      });
+        EXPECT_EQ(rungs.front().name(), row.chosen);
+        EXPECT_TRUE(rungs.back().isReserve);
+        EXPECT_EQ(asked, row.loads.size());
+    }
+}
+
+TEST(LiveVideoEncoderTest, WhatDoesNotOpenIsIgnored) {
     const LiveEncoderRung working{.codec = "libx264", .preset = "ultrafast", .parameterSetId = 3};
     const std::vector<std::vector<LiveEncoderRung>> ladders = {
         {{.codec = "an encoder that FFmpeg lacks"}, working},
@@ -135,6 +185,17 @@ TEST(LiveVideoEncoderTest, WhatDoesNotOpenIsPassedOver) {
         EXPECT_GE(stream.show(0, 0), 0);
     }
     EXPECT_FALSE(LiveVideoEncoder::create(settingsFor(VideoCodec::h264), {{.codec = "none"}}));
+}
+
+TEST(LiveVideoEncoderTest, RecordsH264WhereHevcIsOutOfReach) {
+    for (const auto& [size, fps, codec] :
+         {std::tuple(kSize, 30, VideoCodec::hevc), {{1920, 1080}, 2000, VideoCodec::h264}}) {
+        const auto encoder = LiveVideoEncoder::create({size, fps, 8'000'000, VideoCodec::hevc, 2});
+        ASSERT_TRUE(encoder) << encoder.error().detail;
+        EXPECT_EQ((*encoder)->codec(), codec) << size.width;
+        EXPECT_EQ((*encoder)->context().codec_id,
+                  codec == VideoCodec::hevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
+    }
 }
 
 TEST(LiveVideoEncoderTest, RefusesWhatNoMovieCanHold) {

@@ -72,6 +72,7 @@ Result<void> LiveTake::Impl::start(std::unique_ptr<ScreenStream> stream, const T
     engine->onNotice = handlers.notice;
     pointerIsEmbedded = stream->pointerIsEmbedded();
     if (pointerIsEmbedded) journal->pointerIsEmbedded();
+    if (const auto choice = stream->rememberedChoice()) handlers.notice(*choice);
     CaptureSettings settings = order.settings;
     settings.pixelSize = stream->pixelSize();
     // Before the first picture, so that it is known where the pointer was then.

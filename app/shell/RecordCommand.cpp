@@ -240,6 +240,8 @@ Result<void> runRecord(const RecordArguments& arguments, Platform& platform, con
             "This desktop asks nothing, so --choose has no effect; name what to record with --display, "
             "--window or --area.");
 
+    platform.screen().nameChoice(arguments.window.value_or(arguments.display.value_or("")));
+
     char name[] = "glintro";
     char* words[] = {name, nullptr};
     int count = 1;

@@ -71,8 +71,8 @@ class PortalBus {
     std::string freshToken();
 
     // How long number() waits at most for the portal, which may have to be started first.
-    void setPatience(std::chrono::microseconds limit) {
-        sd_bus_set_method_call_timeout(bus_.get(), static_cast<std::uint64_t>(limit.count()));
+    void setTimeout(std::chrono::microseconds timeout) {
+        sd_bus_set_method_call_timeout(bus_.get(), static_cast<std::uint64_t>(timeout.count()));
     }
 
     // Whether it has ended since the last call, as far as process() has seen.

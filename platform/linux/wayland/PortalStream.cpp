@@ -46,16 +46,22 @@ CastPicture cropped(const CastPicture& picture, const PixelRect& crop) {
 
 Result<std::unique_ptr<ScreenStream>> PortalStream::open(std::unique_ptr<ScreenCast> cast,
                                                          const std::optional<Rect>& area,
+                                                         const CastRequest& request,
                                                          const std::stop_token& cancel) {
-    std::unique_ptr<PortalStream> stream(new PortalStream(std::move(cast), area));
+    std::unique_ptr<PortalStream> stream(new PortalStream(std::move(cast), area, request));
     Result<void> step = stream->connect();
     if (step) step = stream->waitForPicture(cancel);
     if (!step) return std::unexpected(step.error());
     return stream;
 }
 
-PortalStream::PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area)
-    : cast_(std::move(cast)), pointerMode_(cast_->pointerMode()), area_(area) {}
+PortalStream::PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area,
+                           CastRequest request)
+    : cast_(std::move(cast)),
+      pointerMode_(cast_->pointerMode()),
+      area_(area),
+      request_(std::move(request)),
+      pointer_(pointerMode_) {}
 
 PortalStream::~PortalStream() {
     pointer_.stop();
@@ -67,7 +73,7 @@ PortalStream::~PortalStream() {
 }
 
 Result<void> PortalStream::connect() {
-    auto connection = PipeWireConnection::connect(cast_->takeRemote().release());
+    auto connection = PipeWireConnection::connect(cast_->releaseRemote().release());
     if (!connection) return std::unexpected(connection.error());
     connection_ = std::move(*connection);
     const std::scoped_lock lock(*connection_);
@@ -101,6 +107,14 @@ Result<void> PortalStream::waitForPicture(const std::stop_token& cancel) {
         "no first picture");
 }
 
+std::optional<std::string> PortalStream::rememberedChoice() const {
+    if (!cast_->isRestored()) return std::nullopt;
+    const std::string what = describe(cast_->source(), request_.kind);
+    const std::string name = request_.name.empty() ? "" : " for “" + request_.name + "”";
+    return std::string("This records ") + (area_ ? "an area of " : "") + what + " that you chose" + name
+           + " the last time.";
+}
+
 Result<void> PortalStream::start(const StreamConfiguration& configuration, StreamHandlers handlers) {
     const std::scoped_lock lock(*connection_);
     if (end_) return std::unexpected(*end_);
@@ -127,9 +141,9 @@ void PortalStream::sessionSpoke() {
 
 // Where the recording lies, once the size of the pictures is known; false when the area is outside.
 bool PortalStream::place(PixelSize pixels) {
-    const Size points =
-        cast_->size().value_or(Size{static_cast<double>(pixels.width), static_cast<double>(pixels.height)});
-    const Point origin = cast_->position();
+    const Size points = cast_->source().size.value_or(
+        Size{static_cast<double>(pixels.width), static_cast<double>(pixels.height)});
+    const Point origin = cast_->source().position.value_or(Point{});
     crop_ = {0, 0, pixels.width, pixels.height};
     frame_ = {origin.x, origin.y, points.width, points.height};
     if (area_) {

@@ -24,6 +24,7 @@ class PortalStream final : public ScreenStream {
     // Waits for the first picture.
     [[nodiscard]] static Result<std::unique_ptr<ScreenStream>> open(std::unique_ptr<ScreenCast> cast,
                                                                     const std::optional<Rect>& area,
+                                                                    const CastRequest& request,
                                                                     const std::stop_token& cancel);
     ~PortalStream() override;
 
@@ -31,13 +32,14 @@ class PortalStream final : public ScreenStream {
     Rect frame() const override { return frame_; }
     PointerSource& pointer() override { return pointer_; }
     bool pointerIsEmbedded() const override { return pointerMode_ == ScreenCast::PointerMode::embedded; }
+    std::optional<std::string> rememberedChoice() const override;
     Result<void> start(const StreamConfiguration& configuration, StreamHandlers handlers) override;
     void stop() override;
 
   private:
-    PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area);
-    Result<void> connect();
-    Result<void> waitForPicture(const std::stop_token& cancel);
+    PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area, CastRequest request);
+    [[nodiscard]] Result<void> connect();
+    [[nodiscard]] Result<void> waitForPicture(const std::stop_token& cancel);
 
     // On the connection's thread, with its lock held.
     void sessionSpoke();
@@ -51,6 +53,7 @@ class PortalStream final : public ScreenStream {
     const std::unique_ptr<ScreenCast> cast_;
     const ScreenCast::PointerMode pointerMode_;
     const std::optional<Rect> area_;
+    const CastRequest request_;
     PortalPointer pointer_;
     std::unique_ptr<PipeWireConnection> connection_;
     std::unique_ptr<CastStream> pictures_;

@@ -102,6 +102,7 @@ int FakePortal::handle(sd_bus_message* message) {
         const std::scoped_lock lock(mutex_);
         calls_.push_back(call);
     }
+    if (method == "SelectSources") hasToken_ = call.options.contains("restore_token");
     if (method == "OpenPipeWireRemote") return sd_bus_reply_method_return(message, "h", 0);
     if (kLeading.contains(method)) return answerRequest(message, call);
     return sd_bus_reply_method_return(message, "");
@@ -153,8 +154,33 @@ void FakePortal::respond(const std::string& path, const std::string& method, std
     };
     if (method == "CreateSession") return emit("ua{sv}", 1, "session_handle", "s", kSession);
     if (method != "Start" || verdict != 0) return emit("ua{sv}", 0);
-    emit("ua{sv}", 2, "streams", "a(ua{sv})", 1, std::uint32_t{42}, 2, "position", "(ii)", 1920, 30, "size",
-         "(ii)", 1600, 900, "restore_token", "s", "next");
+    sendSource(path, hasToken_ ? behaviour_.restored.value_or(behaviour_.shared) : behaviour_.shared);
+}
+
+int FakePortal::sendSource(const std::string& path, const SharedSource& source) {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_signal(bus_.get(), &made, path.c_str(), "org.freedesktop.portal.Request", "Response");
+    const BusMessage message(made);
+    sd_bus_message_append(made, "u", std::uint32_t{0});
+    sd_bus_message_open_container(made, 'a', "{sv}");
+    sd_bus_message_append(made, "{sv}", "restore_token", "s", "next");
+    sd_bus_message_open_container(made, 'e', "sv");
+    sd_bus_message_append(made, "s", "streams");
+    for (const auto& [type, contents] : {std::pair{'v', "a(ua{sv})"}, {'a', "(ua{sv})"}, {'r', "ua{sv}"}})
+        sd_bus_message_open_container(made, type, contents);
+    sd_bus_message_append(made, "u", std::uint32_t{42});
+    sd_bus_message_open_container(made, 'a', "{sv}");
+    if (source.kind != SharedSource::Kind::unknown)
+        sd_bus_message_append(made, "{sv}", "source_type", "u", static_cast<std::uint32_t>(source.kind));
+    if (!source.id.empty()) sd_bus_message_append(made, "{sv}", "id", "s", source.id.c_str());
+    if (source.position)
+        sd_bus_message_append(made, "{sv}", "position", "(ii)", static_cast<int>(source.position->x),
+                              static_cast<int>(source.position->y));
+    if (source.size)
+        sd_bus_message_append(made, "{sv}", "size", "(ii)", static_cast<int>(source.size->width),
+                              static_cast<int>(source.size->height));
+    for (int open = 0; open < 6; ++open) sd_bus_message_close_container(made);
+    return sd_bus_send(bus_.get(), made, nullptr);
 }
 
 } // namespace glintro::test

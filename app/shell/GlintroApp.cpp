@@ -21,8 +21,18 @@
 namespace glintro {
 namespace {
 
+// The desktop that is asked for by option or environment variable, else the one this process runs in.
+Result<LinuxDesktop> desktopFor(std::optional<LinuxDesktop> wanted, const Environment& environment) {
+    if (wanted) return *wanted;
+    const auto name = environment("GLINTRO_ON");
+    if (!name || name->empty()) return currentLinuxDesktop();
+    if (const auto desktop = linuxDesktopNamed(*name)) return *desktop;
+    return failure(fmt::format("GLINTRO_ON is “{}”; set it to x11 or wayland, or unset it.", *name));
+}
+
 struct CommandRunner {
     const Console& console;
+    const Environment& environment;
     Result<void> operator()(const RenderArguments& arguments) const { return runRender(arguments, console); }
     Result<void> operator()(const StillArguments& arguments) const { return runStill(arguments, console); }
     Result<void> operator()(const InspectArguments& arguments) const {
@@ -30,10 +40,14 @@ struct CommandRunner {
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
     Result<void> operator()(const RecordArguments& arguments) const {
-        return runRecord(arguments, *createLinuxPlatform(), console);
+        const auto desktop = desktopFor(arguments.on, environment);
+        if (!desktop) return std::unexpected(desktop.error());
+        return runRecord(arguments, *createLinuxPlatform(*desktop), console);
     }
     Result<void> operator()(const SourcesArguments& arguments) const {
-        return runSources(arguments, *createLinuxPlatform(), console);
+        const auto desktop = desktopFor(arguments.on, environment);
+        if (!desktop) return std::unexpected(desktop.error());
+        return runSources(arguments, *createLinuxPlatform(*desktop), console);
     }
     Result<void> operator()(const RecoverArguments& arguments) const {
         return runRecover(arguments, console);
@@ -75,7 +89,7 @@ ExitStatus GlintroApp::runCommand(const std::vector<std::string>& arguments) con
         (notice.status == ExitStatus::success ? console_.out : console_.error) << notice.text;
         return notice.status;
     }
-    const auto done = std::visit(CommandRunner{console_}, *command);
+    const auto done = std::visit(CommandRunner{console_, environment_}, *command);
     if (done) return ExitStatus::success;
     console_.warn(done.error().message);
     return ExitStatus::failed;

@@ -136,7 +136,7 @@ class BlindDesk final : public CameraSystem {
 
 class KeylessDesk final : public HotKeySource {
   public:
-    Result<void> listen(const KeyCombination&, std::function<void()>) override { return failure("No keys."); }
+    Result<void> listen(const KeyCombination&, HotKeyHandlers) override { return failure("No keys."); }
     void stop() override {}
 };
 

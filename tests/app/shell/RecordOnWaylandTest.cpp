@@ -1,5 +1,6 @@
 #include <csignal>
 #include <fstream>
+#include <map>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 #include "tests/platform/linux/wayland/WaylandWindow.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/support/WaylandSession.h"
+#include "tests/support/XSession.h"
 
 namespace glintro {
 namespace {
@@ -189,6 +191,75 @@ TEST(RecordOnWayland, RecordsWhatThePortalShares) {
 // In a desktop of its own: GNOME's portal at times dies of a dialog that is taken back.
 TEST(RecordOnWayland, AsksWhenAnotherScreenIsNamedThanTheOneRemembered) {
     insideWaylandSession([] { expectToBeAskedAgain(Desk(), {"--display", "2"}); }, GLINTRO_PROGRAM);
+}
+
+// What `glintro sources` says where both kinds of desktop could be meant.
+class Surroundings {
+  public:
+    explicit Surroundings(const std::string& display) : display_(display) {}
+
+    // "x11" or "wayland", else why nothing is known.
+    std::string seen(std::map<std::string, std::string> environment,
+                     std::vector<std::string> options = {}) const {
+        environment.insert({"DISPLAY", display_});
+        options.insert(options.begin(), {"sources", "--json"});
+        const ProgramResult result =
+            runProgram({.arguments = options,
+                        .environment = {environment.begin(), environment.end()},
+                        .folder = folder_.path(),
+                        .program = test::environmentOf("GLINTRO_TEST_SESSION").empty()
+                                       ? GLINTRO_PROGRAM
+                                       : environmentOf("GLINTRO_TEST_COMPANION")});
+        if (result.status != 0) return result.error;
+        const auto sources = json::parse(result.out);
+        if (sources["unknown"].contains("displays")) // no portal answers outside of the test desktop
+            return sources["unknown"]["displays"].get<std::string>().find("session bus") != std::string::npos
+                       ? "wayland"
+                       : "neither";
+        return sources["chosenInDialog"].get<bool>() ? "wayland" : "x11";
+    }
+
+  private:
+    std::string display_;
+    TemporaryFolder folder_;
+};
+
+TEST(RecordOnWayland, IsLeftForAnXServerOfItsOwnRightOrWhenToldSo) {
+    if (const auto why = test::XSession::whyNoXvfb()) GTEST_SKIP() << *why;
+    const auto session = test::XSession::xvfb(800, 600, test::XSession::WindowManager::none);
+    const Surroundings desk(session->display());
+    const std::map<std::string, std::string> both = {{"WAYLAND_DISPLAY", "any"},
+                                                     {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/none"}};
+    const auto with = [&](std::map<std::string, std::string> more) {
+        more.insert(both.begin(), both.end());
+        return more;
+    };
+    EXPECT_EQ(desk.seen(both), "x11");
+    EXPECT_EQ(desk.seen(with({{"DISPLAY", ""}})), "wayland");
+    EXPECT_EQ(desk.seen(with({{"DISPLAY", ":9999"}})), "wayland");
+    EXPECT_EQ(desk.seen(with({{"WAYLAND_DISPLAY", ""}})), "x11");
+    EXPECT_EQ(desk.seen(with({{"GLINTRO_ON", "wayland"}})), "wayland");
+    EXPECT_EQ(desk.seen(with({{"GLINTRO_ON", "wayland"}}), {"--on", "x11"}), "x11");
+    EXPECT_EQ(desk.seen(with({{"GLINTRO_ON", "beos"}})),
+              "glintro: GLINTRO_ON is “beos”; set it to x11 or wayland, or unset it.\n");
+}
+
+TEST(RecordOnWayland, IsNotLeftForXwayland) {
+    if (!fs::exists("/usr/bin/Xwayland")) GTEST_SKIP() << "No test without /usr/bin/Xwayland.";
+    insideWaylandSession(
+        [] {
+            const TemporaryFolder folder;
+            const std::string number = folder / "display";
+            const test::ChildProcess server(
+                {"sh", "-c", "exec Xwayland -rootless -noreset -displayfd 3 3>" + number});
+            ASSERT_TRUE(waitUntil([&] { return fs::exists(number) && fs::file_size(number) > 1; }));
+            std::string display;
+            std::ifstream(number) >> display;
+            const Surroundings desk(":" + display);
+            EXPECT_EQ(desk.seen({}), "wayland");
+            EXPECT_EQ(desk.seen({}, {"--on", "x11"}), "x11");
+        },
+        GLINTRO_PROGRAM);
 }
 
 TEST(RecordOnWayland, SaysOnceThatTheUserRefused) {

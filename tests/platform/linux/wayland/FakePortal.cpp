@@ -13,11 +13,9 @@ constexpr const char* kPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kSession = "/org/freedesktop/portal/desktop/session/fake";
 
 // What comes before a method's options.
-const std::map<std::string, const char*> kLeading = {{"CreateSession", ""},
-                                                     {"SelectSources", "o"},
-                                                     {"Start", "os"},
-                                                     {"OpenPipeWireRemote", "o"},
-                                                     {"BindShortcuts", "oa(sa{sv})s"}};
+const std::map<std::string, const char*> kLeading = {
+    {"CreateSession", ""},       {"SelectSources", "o"},           {"Start", "os"},
+    {"OpenPipeWireRemote", "o"}, {"BindShortcuts", "oa(sa{sv})s"}, {"ListShortcuts", "o"}};
 
 std::filesystem::path writeConfiguration(const TemporaryFolder& folder) {
     const std::filesystem::path file = folder / "bus.conf";
@@ -71,6 +69,18 @@ void FakePortal::activate(const std::string& shortcut) {
     post([this, shortcut] {
         sd_bus_emit_signal(bus_.get(), kPath, "org.freedesktop.portal.GlobalShortcuts", "Activated",
                            "osta{sv}", kSession, shortcut.c_str(), std::uint64_t{0}, 0);
+    });
+}
+
+void FakePortal::changeTrigger(const std::string& trigger) {
+    post([this, trigger] {
+        sd_bus_message* made = nullptr;
+        sd_bus_message_new_signal(bus_.get(), &made, kPath, "org.freedesktop.portal.GlobalShortcuts",
+                                  "ShortcutsChanged");
+        const BusMessage message(made);
+        sd_bus_message_append(made, "oa(sa{sv})", kSession, 2, "another", 0, "record", 2, "description", "s",
+                              "what", "trigger_description", "s", trigger.c_str());
+        sd_bus_send(bus_.get(), made, nullptr);
     });
 }
 
@@ -153,6 +163,10 @@ void FakePortal::respond(const std::string& path, const std::string& method, std
                            verdict, values...);
     };
     if (method == "CreateSession") return emit("ua{sv}", 1, "session_handle", "s", kSession);
+    if (method.ends_with("Shortcuts") && verdict == 0) {
+        return emit("ua{sv}", 1, "shortcuts", "a(sa{sv})", 1, "record", 1, "trigger_description", "s",
+                    behaviour_.trigger.c_str());
+    }
     if (method != "Start" || verdict != 0) return emit("ua{sv}", 0);
     sendSource(path, hasToken_ ? behaviour_.restored.value_or(behaviour_.shared) : behaviour_.shared);
 }

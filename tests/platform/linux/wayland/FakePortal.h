@@ -36,6 +36,7 @@ class FakePortal {
         std::map<std::string, std::uint32_t> properties; // of all interfaces; an unknown one is an error
         std::map<std::string, std::uint32_t> verdicts;   // by method; granted where absent
         bool isHung = false;                             // and answers nothing
+        std::string trigger = "Meta+Alt+R";              // of the shortcut “record”; "" for none
         SharedSource shared = {SharedSource::Kind::unknown, "", Point{1920, 30}, Size{1600, 900}};
         std::optional<SharedSource> restored = {}; // instead, when a token asks for it
     };
@@ -50,6 +51,7 @@ class FakePortal {
     std::vector<Call> calls(const std::string& method);
     void closeSession();
     void activate(const std::string& shortcut);
+    void changeTrigger(const std::string& trigger);
 
   private:
     void run(const std::stop_token& stop);

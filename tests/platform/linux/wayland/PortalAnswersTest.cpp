@@ -1,6 +1,7 @@
 #include <fstream>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -259,19 +260,90 @@ TEST_F(PortalAnswers, GiveAHotKeyWhereTheDesktopHasOne) {
     auto source = createPortalHotKeySource();
     {
         const FakePortal without({});
-        const auto refused = source->listen(keys, [] {});
+        const auto refused = source->listen(keys, {});
         ASSERT_FALSE(refused);
         EXPECT_TRUE(refused.error().message.starts_with("This desktop gives programs no key of their own"));
     }
     FakePortal portal({{{"version", 1}}, {}});
     std::atomic<int> presses = 0;
-    ASSERT_TRUE(source->listen(keys, [&] { ++presses; }));
+    ASSERT_TRUE(source->listen(keys, {.pressed = [&] { ++presses; }, .bound = {}, .lost = {}}));
     ASSERT_TRUE(waitUntil([&] { return portal.calls("BindShortcuts").size() == 1; }));
     portal.activate("another");
     portal.activate("record");
     EXPECT_TRUE(waitUntil([&] { return presses == 1; }));
     source->stop();
-    EXPECT_FALSE(source->listen({0xFF1B, 0}, [] {})) << "Escape";
+    EXPECT_FALSE(source->listen({0xFF1B, 0}, {})) << "Escape";
+}
+
+// What a hot key's handlers were told, in order: the trigger, or "lost: " and the first words of why.
+class HotKeyLog {
+  public:
+    HotKeyHandlers handlers() {
+        return {.pressed = {},
+                .bound = [this](const std::string& trigger) { add(trigger); },
+                .lost = [this](const Failure& why) { add("lost: " + why.message.substr(0, 20)); }};
+    }
+    bool becomes(const std::vector<std::string>& expected) {
+        return waitUntil([&] { return told() == expected; });
+    }
+    std::vector<std::string> told() {
+        const std::scoped_lock lock(mutex_);
+        return told_;
+    }
+
+  private:
+    void add(const std::string& event) {
+        const std::scoped_lock lock(mutex_);
+        told_.push_back(event);
+    }
+
+    std::mutex mutex_;
+    std::vector<std::string> told_;
+};
+
+constexpr KeyCombination kRecordKeys{'r', KeyCombination::alt | KeyCombination::super};
+constexpr const char* kNoKey = "lost: The desktop has give";
+
+TEST_F(PortalAnswers, TellTheTriggerOfAHotKeyAndItsLoss) {
+    HotKeyLog log;
+    const auto source = createPortalHotKeySource();
+    FakePortal portal({{{"version", 1}}, {}});
+    ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
+    EXPECT_TRUE(log.becomes({"Meta+Alt+R"}));
+    portal.changeTrigger("Meta+Alt+R");
+    portal.changeTrigger("F9");
+    portal.changeTrigger("");
+    portal.changeTrigger("");
+    portal.changeTrigger("F9");
+    portal.closeSession();
+    EXPECT_TRUE(log.becomes({"Meta+Alt+R", "F9", kNoKey, "F9", "lost: The desktop has take"}))
+        << ::testing::PrintToString(log.told());
+}
+
+TEST_F(PortalAnswers, TellOfAHotKeyThatIsNotGranted) {
+    const auto source = createPortalHotKeySource();
+    const struct {
+        std::map<std::string, std::uint32_t> verdicts;
+        const char* trigger;
+        std::vector<std::string> told;
+    } rows[] = {{{{"BindShortcuts", 1}}, "F9", {"F9"}}, // came with the session
+                {{{"BindShortcuts", 1}, {"ListShortcuts", 2}}, "F9", {kNoKey}},
+                {{}, "", {kNoKey}},
+                {{{"CreateSession", 1}}, "F9", {kNoKey}}};
+    for (const auto& row : rows) {
+        HotKeyLog log;
+        FakePortal portal({.properties = {{"version", 1}}, .verdicts = row.verdicts, .trigger = row.trigger});
+        ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
+        EXPECT_TRUE(log.becomes(row.told)) << ::testing::PrintToString(log.told());
+        source->stop();
+        EXPECT_EQ(log.told(), row.told) << "a stop is no loss";
+    }
+    HotKeyLog log;
+    auto portal = std::make_unique<FakePortal>(FakePortal::Behaviour{{{"version", 1}}, {}});
+    ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
+    ASSERT_TRUE(log.becomes({"Meta+Alt+R"}));
+    portal.reset();
+    EXPECT_TRUE(log.becomes({"Meta+Alt+R", "lost: The desktop portal h"}));
 }
 
 } // namespace

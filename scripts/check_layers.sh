@@ -24,7 +24,7 @@ core/render          : core/model core/timeline core/raster core/media core/reel
 core/export          : core/model core/timeline core/raster core/media core/reel core/plan core/render : imagequant cgif
 sample               : core                                       : json cairo
 platform             :                                            :
-platform/linux       : platform                                   : x11 pipewire pulse portal
+platform/linux       : platform                                   : x11 pipewire pulse portal input
 platform/linux/camera : platform platform/linux                   : ffmpeg camera pipewire
 app/recording        : core platform                              : qt
 app/library          : core                                       : qt
@@ -48,6 +48,7 @@ pipewire   : ^(pipewire|spa)/
 pulse      : ^pulse/
 portal     : ^systemd/
 camera     : ^linux/videodev
+input      : ^lib(input|udev)
 qt         : ^(Q[A-Z]|Qt[A-Z])
 sodium     : ^sodium
 archive    : ^archive

@@ -10,7 +10,7 @@ void PortalPointer::moved(std::optional<Point> position) {
 }
 
 Result<void> PortalPointer::start(PressHandler pressed) {
-    return presses_.start([this, pressed = std::move(pressed)](const EvdevPresses::Press& press) {
+    return presses_.start([this, pressed = std::move(pressed)](const InputPresses::Press& press) {
         if (const auto where = position()) pressed({press.button, *where, press.hostTime});
     });
 }

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "platform/PointerSource.h"
-#include "platform/linux/wayland/EvdevPresses.h"
+#include "platform/linux/wayland/InputPresses.h"
 #include "platform/linux/wayland/ScreenCast.h"
 
 namespace glintro {
@@ -30,7 +30,7 @@ class PortalPointer final : public PointerSource {
     const ScreenCast::PointerMode mode_;
     std::mutex mutex_;
     std::optional<Point> position_; // under mutex_
-    EvdevPresses presses_;
+    InputPresses presses_;
 };
 
 } // namespace glintro

@@ -161,6 +161,7 @@ void expectCtrlCToKeepTheTake(const Desk& desk) {
 
 // Nobody answers the dialog here: that it is shown can be told from the take that does not begin.
 void expectToBeAskedAgain(const Desk& desk, const std::vector<std::string>& wish) {
+    std::signal(SIGINT, SIG_DFL); // shells start what runs in the background deaf to it
     std::vector<std::string> arguments{"record", "--seconds", "0.1", "-o", "chosen"};
     arguments.insert(arguments.end(), wish.begin(), wish.end());
     Program program(desk.call(arguments));

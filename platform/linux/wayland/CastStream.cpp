@@ -191,7 +191,12 @@ void CastStream::readBuffer(const spa_buffer& buffer) {
                             && !(data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) && !isCorrupted(buffer);
     const std::int64_t stride = data.chunk->stride > 0 ? data.chunk->stride : whole.width * 4;
     const std::int64_t needed = data.chunk->offset + stride * (whole.height - 1) + whole.width * 4;
-    if (!hasPicture || stride < whole.width * 4 || needed > data.maxsize) return;
+    auto damage = damageOf(buffer, crop);
+    if (!hasPicture || stride < whole.width * 4 || needed > data.maxsize) {
+        hasMissedDamage_ = hasMissedDamage_ || (damage && !damage->empty());
+        return;
+    }
+    if (std::exchange(hasMissedDamage_, false)) damage.reset();
     const auto* first = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset;
     hasPicture_ = true;
     handlers_.picture(upright({{crop.width, crop.height},
@@ -199,7 +204,7 @@ void CastStream::readBuffer(const spa_buffer& buffer) {
                                static_cast<std::ptrdiff_t>(stride),
                                orderOf(format_->format),
                                stampOf(buffer),
-                               damageOf(buffer, crop)},
+                               std::move(damage)},
                               buffer));
 }
 

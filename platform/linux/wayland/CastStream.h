@@ -51,6 +51,7 @@ class CastStream {
     CastHandlers handlers_;
     bool hasEnded_ = false;
     bool hasPicture_ = false;
+    bool hasMissedDamage_ = false; // a buffer that could not be read told of changes
     spa_source* nudgeTimer_ = nullptr;
     std::optional<spa_video_info_raw> format_;
     PipeWireRegistry registry_;

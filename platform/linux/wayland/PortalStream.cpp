@@ -120,7 +120,7 @@ Result<void> PortalStream::start(const StreamConfiguration& configuration, Strea
     if (end_) return std::unexpected(*end_);
     stopped_ = std::move(handlers.stopped);
     const Seconds now = hostTime();
-    relay_.begin(configuration, std::move(handlers), now);
+    pacer_.begin(configuration, std::move(handlers), now);
     wakeAt(now); // the first frame comes on the connection's thread, as all others do
     return {};
 }
@@ -128,7 +128,7 @@ Result<void> PortalStream::start(const StreamConfiguration& configuration, Strea
 void PortalStream::stop() {
     const std::scoped_lock lock(*connection_);
     isOver_ = true;
-    relay_.end();
+    pacer_.end();
     stopped_ = {};
 }
 
@@ -164,14 +164,14 @@ void PortalStream::pictureArrived(const CastPicture& picture) {
         isPlaced_ ? !area_ || (crop_.right() <= picture.size.width && crop_.bottom() <= picture.size.height)
                   : place(picture.size);
     if (!fits) return ended({"The area lies outside of the screen that is shared; choose it again."});
-    relay_.take(area_ ? cropped(picture, crop_) : picture);
+    pacer_.accept(area_ ? cropped(picture, crop_) : picture);
     publishPointer(); // the size may have changed what its pixel means
     deliver();
 }
 
 void PortalStream::publishPointer() {
     if (!pointerPixel_ || !isPlaced_) return pointer_.moved(std::nullopt);
-    const PixelSize shown = relay_.size();
+    const PixelSize shown = pacer_.size();
     const Size picture{static_cast<double>(shown.width), static_cast<double>(shown.height)};
     const Size canvas{static_cast<double>(crop_.width), static_cast<double>(crop_.height)};
     if (picture.width == 0) return;
@@ -185,7 +185,7 @@ void PortalStream::publishPointer() {
 
 void PortalStream::ended(Failure why) {
     if (std::exchange(isOver_, true)) return;
-    relay_.end();
+    pacer_.end();
     {
         const std::scoped_lock lock(mutex_);
         end_ = why;
@@ -195,7 +195,7 @@ void PortalStream::ended(Failure why) {
 }
 
 void PortalStream::deliver() {
-    if (const auto next = relay_.deliver(hostTime())) wakeAt(*next);
+    if (const auto next = pacer_.deliver(hostTime())) wakeAt(*next);
 }
 
 void PortalStream::wakeAt(Seconds time) {

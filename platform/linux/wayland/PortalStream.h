@@ -9,7 +9,7 @@
 #include "platform/ScreenStream.h"
 #include "platform/linux/pipewire/PipeWireConnection.h"
 #include "platform/linux/wayland/CastStream.h"
-#include "platform/linux/wayland/FrameRelay.h"
+#include "platform/linux/wayland/FramePacer.h"
 #include "platform/linux/wayland/PortalPointer.h"
 #include "platform/linux/wayland/ScreenCast.h"
 
@@ -65,7 +65,7 @@ class PortalStream final : public ScreenStream {
     Rect frame_;
 
     // Under the connection's lock.
-    FrameRelay relay_;
+    FramePacer pacer_;
     std::function<void(Failure)> stopped_;
     bool isOver_ = false;
     std::optional<Point> pointerPixel_;

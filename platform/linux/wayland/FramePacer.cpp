@@ -170,7 +170,7 @@ void FramePacer::hand(const Picture& picture, Seconds time, const RowSet& change
     ScreenFrame frame;
     frame.size = picture.size;
     frame.bgra = picture.buffer->pixels.data();
-    frame.stride = picture.size.width * 4;
+    frame.stride = std::ptrdiff_t{picture.size.width} * 4;
     frame.hostTime = lastTime_;
     frame.changed = changed.ranges();
     frame.storage = picture.buffer;

@@ -10,9 +10,9 @@
 namespace glintro {
 namespace {
 
-constexpr std::chrono::seconds kFirstPictureLimit{20};
+constexpr std::chrono::seconds kFirstPictureTimeout{20};
 
-// The pixels of a screen that an area of it covers, or nothing when a part of it lies outside.
+// The pixels of a screen that an area of it covers; nullopt when a part of it lies outside.
 std::optional<PixelRect> pixelsOf(const Rect& area, Size screen, PixelSize pixels) {
     const double across = pixels.width / screen.width, down = pixels.height / screen.height;
     const auto rounded = [](double value) { return static_cast<int>(std::lround(value)); };
@@ -27,6 +27,7 @@ std::optional<PixelRect> pixelsOf(const Rect& area, Size screen, PixelSize pixel
 
 std::vector<RowRange> rowsWithin(const std::vector<RowRange>& rows, const PixelRect& crop) {
     std::vector<RowRange> within;
+    within.reserve(rows.size());
     for (const RowRange& range : rows) {
         within.push_back({std::clamp(range.begin - crop.y, 0, crop.height),
                           std::clamp(range.end - crop.y, 0, crop.height)});
@@ -98,7 +99,7 @@ Result<void> PortalStream::connect() {
 
 Result<void> PortalStream::waitForPicture(const std::stop_token& cancel) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, cancel, kFirstPictureLimit, [this] { return isPlaced_ || end_; });
+    changed_.wait_for(lock, cancel, kFirstPictureTimeout, [this] { return isPlaced_ || end_; });
     if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
     if (end_) return std::unexpected(*end_);
     if (isPlaced_) return {};
@@ -134,7 +135,7 @@ void PortalStream::stop() {
 
 void PortalStream::sessionSpoke() {
     if (cast_->process()) return;
-    // A lost connection would report itself for ever.
+    // A lost connection would wake the loop for ever.
     pw_loop_destroy_source(connection_->loop(), std::exchange(sessionWatch_, nullptr));
     ended({"The desktop has stopped sharing what is recorded.", "session closed"});
 }

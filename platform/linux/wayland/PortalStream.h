@@ -16,7 +16,7 @@
 namespace glintro {
 
 // The stream of what the user has agreed to share. Pictures arrive from the moment it is opened, so that its
-// size is known; they are handed on between start and stop. The desktop shows that the screen is shared until
+// size is known; they are delivered between start and stop. The desktop shows that the screen is shared until
 // the stream is destroyed.
 class PortalStream final : public ScreenStream {
   public:
@@ -60,7 +60,7 @@ class PortalStream final : public ScreenStream {
     spa_source* timer_ = nullptr;
     spa_source* sessionWatch_ = nullptr;
 
-    // Settled by the first picture, constant from then on.
+    // Set by the first picture, constant from then on.
     PixelRect crop_; // of the screen's pictures, or all of the first
     Rect frame_;
 

@@ -79,7 +79,8 @@ void RestoreToken::save(const RememberedChoice& choice) const {
     // The text is written only once nobody else can open the file; replacing it keeps its permissions.
     if (!fs::exists(file_, ignored) && !writeFile(file_, {})) return;
     fs::permissions(file_, fs::perms::owner_read | fs::perms::owner_write, ignored);
-    (void)writeFileAtomically(file_, textOf(choice));
+    // Half a choice is none.
+    if (!writeFileAtomically(file_, textOf(choice))) fs::remove(file_, ignored);
 }
 
 } // namespace glintro

@@ -49,22 +49,23 @@ std::uint32_t cursorMode(ScreenCast::PointerMode mode) {
 Result<std::unique_ptr<ScreenCast>> ScreenCast::open(const CastRequest& request,
                                                      const std::stop_token& cancel) {
     const RestoreToken memory(request.kind, request.name);
-    const auto before = request.mayRestore ? memory.load() : std::nullopt;
-    Result<std::unique_ptr<ScreenCast>> cast = std::unexpected(Failure{});
-    if (before) {
-        cast = openWith(before->token, request.kind, cancel);
+    const auto shared = [&](const ScreenCast& cast) {
+        return RememberedChoice{cast.nextToken_, cast.source_};
+    };
+    if (const auto before = request.mayRestore ? memory.load() : std::nullopt) {
+        auto cast = openWith(before->token, request.kind, cancel);
         if (!cast && cast.error().isCancelled()) return cast;
-        if (cast) (*cast)->isRestored_ = true;
+        if (cast && answers(request.kind, (*cast)->source_.kind)
+            && isSameSource(before->source, (*cast)->source_)) {
+            (*cast)->isRestored_ = true;
+            memory.save(shared(**cast));
+            return cast;
+        }
+        // Portals fail on a token they do not know, or that names what is no longer there. Some bring back
+        // something else: that session ends here, and without the token they ask.
     }
-    // Portals fail on a token they do not know, or that names what is no longer there. Some bring back
-    // something else: without the token they ask.
-    const bool isWanted = cast && answers(request.kind, (*cast)->source_.kind)
-                          && isSameSource(before->source, (*cast)->source_);
-    if (!isWanted) {
-        if (cast) cast->reset(); // the desktop must not show two sessions while it asks
-        cast = openWith({}, request.kind, cancel);
-    }
-    if (cast) memory.save({(*cast)->nextToken_, (*cast)->source_});
+    auto cast = openWith({}, request.kind, cancel);
+    if (cast) memory.save(shared(**cast));
     return cast;
 }
 

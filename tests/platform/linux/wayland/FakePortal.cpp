@@ -31,7 +31,14 @@ std::filesystem::path writeConfiguration(const TemporaryFolder& folder) {
 PrivateBus::PrivateBus()
     : address_("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (folder_ / "bus").string()),
       daemon_({"dbus-daemon", "--nofork", "--config-file=" + writeConfiguration(folder_).string()}) {
-    if (!waitUntil([&] { return std::filesystem::exists(folder_ / "bus"); })) {
+    // The socket is there a moment before the daemon listens to it.
+    const auto answers = [] {
+        sd_bus* opened = nullptr;
+        const int code = sd_bus_open_user(&opened);
+        const BusHandle bus(opened);
+        return code >= 0;
+    };
+    if (!waitUntil(answers)) {
         throw std::runtime_error("dbus-daemon does not start");
     }
 }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <string>
 #include <variant>
 
 #include "core/base/Failure.h"
@@ -43,9 +44,13 @@ class ScreenCapture {
     [[nodiscard]] virtual Result<std::unique_ptr<ScreenStream>> open(const ContentFilter& filter,
                                                                      std::stop_token cancel) = 0;
 
-    // Where the system's dialog is passed over in favour of what the user chose the last time, the next
-    // open() shows it again. From any thread.
+    // Where the system's dialog is skipped in favour of what the user chose the last time, the next open()
+    // shows it again. From any thread.
     virtual void forgetChoice() {}
+
+    // Where the system's dialog chooses: what the user calls the source they want, empty for none. A choice
+    // made before is then used only if it was made under the same name. From any thread, before open().
+    virtual void nameChoice(const std::string& /*name*/) {}
 };
 
 } // namespace glintro

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "core/base/Failure.h"
@@ -69,6 +71,10 @@ class ScreenStream {
 
     // Whether the system draws the pointer into the frames after all, because it cannot leave it out.
     virtual bool pointerIsEmbedded() const { return false; }
+
+    // One sentence for the user on what is recorded when the system shares a choice remembered from an
+    // earlier take, so that they need not have been asked; nullopt otherwise.
+    virtual std::optional<std::string> rememberedChoice() const { return std::nullopt; }
 
     // Handlers are called on one thread of the stream's. Once.
     [[nodiscard]] virtual Result<void> start(const StreamConfiguration& configuration,

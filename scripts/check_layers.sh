@@ -22,6 +22,7 @@ pipewire   : ^(pipewire|spa)/
 pulse      : ^pulse/
 portal     : ^systemd/
 camera     : ^linux/videodev
+input      : ^lib(input|udev)
 qt         : ^(Q[A-Z]|Qt[A-Z])
 sodium     : ^sodium
 archive    : ^archive

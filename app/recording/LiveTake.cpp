@@ -66,6 +66,7 @@ Result<void> LiveTake::Impl::prepare(std::unique_ptr<ScreenStream> stream, const
     engine->onError = handlers.failed;
     engine->onNotice = handlers.notice;
     if (stream->pointerIsEmbedded()) journal->pointerIsEmbedded();
+    if (const auto choice = stream->rememberedChoice()) handlers.notice(*choice);
     CaptureSettings settings = order.settings;
     settings.pixelSize = stream->pixelSize();
     // Before the first picture, so that it is known where the pointer was then.

@@ -226,6 +226,7 @@ void Grammar::describeRecord() {
     record_->add_flag_callback(
         "--choose", [&to] { to.choose = true; },
         "Choose again, where the desktop asks\nonly once what to record");
+    addDesktop(*record_, to.on);
     addSeconds(*record_, "--seconds", kTakeSeconds, to.seconds, "End by itself after so long");
     addDevice(*record_, "--mic", to.microphone, "Record the microphone, the default one\nor the one named");
     addDevice(*record_, "--camera", to.camera, "Record the camera, the default one\nor the one named");
@@ -252,6 +253,7 @@ void Grammar::describeSources() {
     sources_ = addCommand(app_, "sources", "List what can be recorded: displays, windows, devices",
                           "  glintro sources\n"
                           "  glintro sources --json");
+    addDesktop(*sources_, sourcesArguments_.on);
     addReport(*sources_, sourcesArguments_.report);
 }
 

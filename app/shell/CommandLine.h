@@ -12,6 +12,7 @@
 #include "core/base/Geometry.h"
 #include "core/export/ExportOptions.h"
 #include "core/model/Look.h"
+#include "platform/linux/LinuxDesktop.h"
 #include "sample/SampleReel.h"
 
 namespace glintro {
@@ -63,6 +64,7 @@ struct RecordArguments {
     std::optional<std::string> window;  // a title, or a part of it, or an id
     std::optional<Rect> area;           // points of the desktop; not checked against any display
     bool choose = false;                // to be asked again in the desktop's dialog
+    std::optional<LinuxDesktop> on;     // absent: as the environment says
     std::optional<Seconds> seconds;     // absent: until a signal ends it
     DeviceWish microphone;
     DeviceWish camera;
@@ -73,6 +75,7 @@ struct RecordArguments {
 };
 
 struct SourcesArguments {
+    std::optional<LinuxDesktop> on; // absent: as the environment says
     Report report = Report::text;
 };
 

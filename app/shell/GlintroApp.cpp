@@ -24,33 +24,50 @@
 namespace glintro {
 namespace {
 
-std::optional<DesktopPicture> askDesktopPicture() {
-    return createLinuxPlatform()->desktopPicture().picture();
+// The desktop that is asked for by option or environment variable, else the one this process runs in.
+Result<LinuxDesktop> desktopFor(std::optional<LinuxDesktop> wanted, const Environment& environment) {
+    if (wanted) return *wanted;
+    const auto name = environment("GLINTRO_ON");
+    if (!name || name->empty()) return currentLinuxDesktop();
+    if (const auto desktop = linuxDesktopNamed(*name)) return *desktop;
+    return failure(fmt::format("GLINTRO_ON is “{}”; set it to x11 or wayland, or unset it.", *name));
 }
 
 struct CommandRunner {
     const Preferences& user;
     const Console& console;
+    const Environment& environment;
     Result<void> operator()(RenderArguments arguments) const {
         arguments.folder = user.exportFolder().value_or("");
-        return runRender(arguments, console, askDesktopPicture);
+        return runRender(arguments, console, [this] { return desktopPicture(); });
     }
     Result<void> operator()(StillArguments arguments) const {
         arguments.folder = user.exportFolder().value_or("");
-        return runStill(arguments, console, askDesktopPicture);
+        return runStill(arguments, console, [this] { return desktopPicture(); });
     }
     Result<void> operator()(const InspectArguments& arguments) const {
         return runInspect(arguments, console);
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
     Result<void> operator()(const RecordArguments& arguments) const {
-        return runRecord(arguments, user, *createLinuxPlatform(), console);
+        const auto desktop = desktopFor(arguments.on, environment);
+        if (!desktop) return std::unexpected(desktop.error());
+        return runRecord(arguments, user, *createLinuxPlatform(*desktop), console);
     }
     Result<void> operator()(const SourcesArguments& arguments) const {
-        return runSources(arguments, *createLinuxPlatform(), console);
+        const auto desktop = desktopFor(arguments.on, environment);
+        if (!desktop) return std::unexpected(desktop.error());
+        return runSources(arguments, *createLinuxPlatform(*desktop), console);
     }
     Result<void> operator()(const RecoverArguments& arguments) const {
         return runRecover(arguments, reelDefaults(user), console);
+    }
+
+  private:
+    std::optional<DesktopPicture> desktopPicture() const {
+        const auto desktop = desktopFor({}, environment);
+        if (!desktop) return std::nullopt;
+        return createLinuxPlatform(*desktop)->desktopPicture().picture();
     }
 };
 
@@ -91,7 +108,7 @@ ExitStatus GlintroApp::runCommand(const std::vector<std::string>& arguments) con
     }
     IniPreferenceStore store(IniPreferenceStore::fileOfUser());
     const Preferences user(store);
-    const auto done = std::visit(CommandRunner{user, console_}, *command);
+    const auto done = std::visit(CommandRunner{user, console_, environment_}, *command);
     if (done) return ExitStatus::success;
     console_.warn(done.error().message);
     return ExitStatus::failed;

@@ -242,6 +242,8 @@ Result<void> runRecord(const RecordArguments& wishes, const Preferences& user, P
             "This desktop asks nothing, so --choose has no effect; name what to record with --display, "
             "--window or --area.");
 
+    platform.screen().nameChoice(arguments.window.value_or(arguments.display.value_or("")));
+
     char name[] = "glintro";
     char* words[] = {name, nullptr};
     int count = 1;

@@ -51,6 +51,16 @@ CLI::Option* addDevice(CLI::App& app, const std::string& names, DeviceWish& valu
     return addText(app, names, parse, description)->type_name("[DEVICE]")->expected(0, 1);
 }
 
+CLI::Option* addDesktop(CLI::App& app, std::optional<LinuxDesktop>& value) {
+    const auto accept = [&value](const std::string& text) {
+        value = linuxDesktopNamed(text);
+        if (!value) reject(fmt::format("--on expects x11 or wayland, not “{}”.", text));
+    };
+    return addText(app, "--on", accept,
+                   "Which desktop: x11 or wayland\n(default: $GLINTRO_ON, else the one you are in)")
+        ->type_name("KIND");
+}
+
 CLI::Option* addCaptureRate(CLI::App& app, std::optional<int>& value) {
     const auto parse = [&value](const std::string& text) {
         if (text != "30" && text != "60") reject(fmt::format("--fps expects 30 or 60, not “{}”.", text));

@@ -6,7 +6,7 @@
 #include "app/shell/ArgumentValues.h"
 #include "app/shell/CommandLine.h"
 
-// The options of `glintro record` with values of their own kind.
+// The options of `glintro record` and `glintro sources` with values of their own kind.
 namespace glintro {
 
 // A name that is not empty.
@@ -17,6 +17,8 @@ CLI::Option* addArea(CLI::App& app, std::optional<Rect>& value);
 // A switch that may be followed by a name.
 CLI::Option* addDevice(CLI::App& app, const std::string& names, DeviceWish& value,
                        const std::string& description);
+// "x11" or "wayland".
+CLI::Option* addDesktop(CLI::App& app, std::optional<LinuxDesktop>& value);
 CLI::Option* addCaptureRate(CLI::App& app, std::optional<int>& value);
 
 } // namespace glintro

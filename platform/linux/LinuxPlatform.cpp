@@ -1,7 +1,5 @@
 #include "platform/linux/LinuxPlatform.h"
 
-#include <cstdlib>
-
 #include "platform/linux/camera/LinuxCameras.h"
 #include "platform/linux/sound/PulseSound.h"
 #include "platform/linux/wayland/WaylandDesktop.h"
@@ -10,16 +8,11 @@
 namespace glintro {
 namespace {
 
-bool runsOnWayland() {
-    const char* display = std::getenv("WAYLAND_DISPLAY");
-    return display != nullptr && *display != '\0';
-}
-
 class LinuxPlatform final : public Platform {
   public:
-    LinuxPlatform()
-        : screen_(runsOnWayland() ? createPortalScreenCapture() : createX11ScreenCapture()),
-          hotKey_(runsOnWayland() ? createPortalHotKeySource() : createX11HotKeySource()),
+    explicit LinuxPlatform(LinuxDesktop desktop)
+        : screen_(desktop == LinuxDesktop::wayland ? createPortalScreenCapture() : createX11ScreenCapture()),
+          hotKey_(desktop == LinuxDesktop::wayland ? createPortalHotKeySource() : createX11HotKeySource()),
           desktopPicture_(createDesktopPictureSource()),
           sound_(createPulseSound()),
           cameras_(createLinuxCameras()) {}
@@ -40,8 +33,8 @@ class LinuxPlatform final : public Platform {
 
 } // namespace
 
-std::unique_ptr<Platform> createLinuxPlatform() {
-    return std::make_unique<LinuxPlatform>();
+std::unique_ptr<Platform> createLinuxPlatform(LinuxDesktop desktop) {
+    return std::make_unique<LinuxPlatform>(desktop);
 }
 
 } // namespace glintro

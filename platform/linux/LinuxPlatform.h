@@ -3,10 +3,11 @@
 #include <memory>
 
 #include "platform/Platform.h"
+#include "platform/linux/LinuxDesktop.h"
 
 namespace glintro {
 
-// The Linux desktop this process runs in: Wayland's when WAYLAND_DISPLAY is set, else that of an X server.
-std::unique_ptr<Platform> createLinuxPlatform();
+// The system as seen from a desktop of this kind. Connects to nothing before it is used.
+std::unique_ptr<Platform> createLinuxPlatform(LinuxDesktop desktop = currentLinuxDesktop());
 
 } // namespace glintro

@@ -6,8 +6,8 @@
 
 namespace glintro {
 
-// When the picture in the buffer was taken, in hostTime(): as its header says if that is on the same clock,
-// else now.
+// The time of the picture in the buffer, on the clock of hostTime(): its header's if that is within a second
+// of now, and never later than now; else now.
 Seconds stampOf(const spa_buffer& buffer);
 
 } // namespace glintro

@@ -19,7 +19,7 @@ struct PipeWireDeleter {
 using PipeWireStream = std::unique_ptr<pw_stream, PipeWireDeleter>;
 using PipeWireRegistry = std::unique_ptr<pw_registry, PipeWireDeleter>;
 
-// A listener that stays hooked in while it lives.
+// Registers a listener for as long as it lives.
 struct PipeWireHook : spa_hook {
     PipeWireHook() : spa_hook{} {}
     PipeWireHook(const PipeWireHook&) = delete;
@@ -40,7 +40,7 @@ class PipeWireConnection {
     void lock() { pw_thread_loop_lock(loop_.get()); }
     void unlock() { pw_thread_loop_unlock(loop_.get()); }
 
-    // Waits for the end of the thread: no listener runs any more. Without the lock.
+    // Waits for the end of the thread: no listener runs any more. Call it without the lock.
     void stop() { pw_thread_loop_stop(loop_.get()); }
 
     pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
@@ -48,7 +48,7 @@ class PipeWireConnection {
 
     // Called on the connection's thread when the daemon is gone; set it under the lock.
     void onLost(std::function<void()> handler) { lost_ = std::move(handler); }
-    // Called on the connection's thread once the daemon has worked off all that was asked before this.
+    // Called on the connection's thread once the daemon has handled all requests made before this.
     void afterRoundTrip(std::function<void()> handler);
 
   private:

@@ -8,7 +8,7 @@
 namespace glintro {
 namespace {
 
-constexpr std::chrono::seconds kPatience{2};
+constexpr std::chrono::seconds kTimeout{2};
 
 struct Search {
     std::string mediaClass;
@@ -60,7 +60,7 @@ std::vector<PipeWireNode> nodesOfClass(PipeWireConnection& connection, const std
     pipewire.unlock();
     {
         std::unique_lock lock(search.mutex);
-        search.changed.wait_for(lock, kPatience, [&search] { return search.isComplete; });
+        search.changed.wait_for(lock, kTimeout, [&search] { return search.isComplete; });
     }
     pipewire.lock(); // the listener goes while it cannot be called
     connection.afterRoundTrip(nullptr);

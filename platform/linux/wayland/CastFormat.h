@@ -7,13 +7,13 @@
 
 namespace glintro {
 
-// What a cast stream says in PipeWire's parameter language. The pods lie in the builder's memory.
+// The stream's side of the negotiation with PipeWire. The returned pods lie in the builder's memory.
 
-// The pictures it can read: 32-bit RGB of any size and rate.
+// The formats that CastStream reads: 32-bit RGB of any size and rate.
 const spa_pod* offeredFormats(spa_pod_builder& builder);
 
-// How it wants them handed over once the format is settled: mappable memory, with time, crop, turn,
-// damage and pointer beside the pixels.
+// The buffers it asks for once the format is agreed: mappable memory, with time stamp, crop, rotation, damage
+// and pointer as metadata.
 std::vector<const spa_pod*> wantedBuffers(spa_pod_builder& builder);
 
 } // namespace glintro

@@ -10,7 +10,7 @@
 
 namespace glintro {
 
-// One picture in a buffer of the compositor's, borrowed during a call.
+// One picture in a buffer of the compositor, borrowed for the length of a call.
 struct CastPicture {
     enum class Order { bgrx, rgbx };
 
@@ -19,10 +19,10 @@ struct CastPicture {
     std::ptrdiff_t stride = 0;
     Order order = Order::bgrx;
     Seconds hostTime = 0;
-    // The rows that differ from the picture before; nothing when the compositor does not tell.
+    // The rows that differ from the picture before; nullopt when the compositor does not tell.
     std::optional<std::vector<RowRange>> damage = {};
-    // Bytes from a pixel to the one at its right: of a turned screen others than 4, and maybe, as the
-    // stride's, negative.
+    // Bytes from a pixel to the one at its right. For a rotated screen it is not 4; it and the stride may
+    // then be negative.
     std::ptrdiff_t step = 4;
 };
 

@@ -74,15 +74,15 @@ CastPicture mirrored(CastPicture picture) {
     return picture;
 }
 
-// Compositors hand over a screen that stands on its side as it lies in its memory, and tell how it was
-// turned: mirrored, perhaps, and then turned anticlockwise. The way back only changes where reading begins.
+// Compositors hand over a rotated screen as it lies in memory, and tell how it was transformed: perhaps
+// mirrored, then rotated anticlockwise. Undoing it only changes where reading begins and the steps.
 CastPicture upright(CastPicture picture, const spa_buffer& buffer) {
     const auto* turn = metadata<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
     if (!turn || turn->transform == SPA_META_TRANSFORMATION_None) return picture;
     const auto quarters = turn->transform % 4;
     for (std::uint32_t i = 0; i < quarters; ++i) picture = turnedClockwise(std::move(picture));
     if (turn->transform >= SPA_META_TRANSFORMATION_Flipped) picture = mirrored(std::move(picture));
-    picture.damage.reset(); // tells of the buffer's rows
+    picture.damage.reset(); // it counts the buffer's rows
     return picture;
 }
 
@@ -134,6 +134,7 @@ Result<std::unique_ptr<CastStream>> CastStream::connect(PipeWireConnection& conn
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
     const spa_pod* parameters[] = {offeredFormats(builder)};
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags are or-ed
     const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS
                                                     | PW_STREAM_FLAG_DONT_RECONNECT);
     const int code = pw_stream_connect(cast->stream_.get(), PW_DIRECTION_INPUT, node, flags, parameters, 1);
@@ -151,8 +152,8 @@ CastStream::~CastStream() {
     if (nudgeTimer_) pw_loop_destroy_source(connection_.loop(), nudgeTimer_);
 }
 
-// Compositors show a still window once, when the stream begins, and mutter may do so before it has a buffer
-// to show it in: nothing would come until the window changes. Beginning again brings the picture.
+// Compositors send a still window once, when the stream starts. Mutter may do so before it has a buffer to
+// send it in, and then sends nothing until the window changes. Starting again brings the picture.
 void CastStream::nudge() {
     if (hasPicture_ || hasEnded_) {
         pw_loop_update_timer(connection_.loop(), nudgeTimer_, nullptr, nullptr, false);
@@ -174,9 +175,9 @@ void CastStream::formatChanged(const spa_pod* parameter) {
 }
 
 void CastStream::process() {
-    while (pw_buffer* taken = pw_stream_dequeue_buffer(stream_.get())) {
-        readBuffer(*taken->buffer);
-        pw_stream_queue_buffer(stream_.get(), taken);
+    while (pw_buffer* dequeued = pw_stream_dequeue_buffer(stream_.get())) {
+        readBuffer(*dequeued->buffer);
+        pw_stream_queue_buffer(stream_.get(), dequeued);
     }
 }
 
@@ -189,17 +190,23 @@ void CastStream::readBuffer(const spa_buffer& buffer) {
     const spa_data& data = buffer.datas[0];
     const bool hasPicture = data.data && data.chunk->size > 0
                             && !(data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) && !isCorrupted(buffer);
-    const std::int64_t stride = data.chunk->stride > 0 ? data.chunk->stride : whole.width * 4;
-    const std::int64_t needed = data.chunk->offset + stride * (whole.height - 1) + whole.width * 4;
-    if (!hasPicture || stride < whole.width * 4 || needed > data.maxsize) return;
+    const std::int64_t rowBytes = std::int64_t{whole.width} * 4;
+    const std::int64_t stride = data.chunk->stride > 0 ? data.chunk->stride : rowBytes;
+    const std::int64_t needed = data.chunk->offset + stride * (whole.height - 1) + rowBytes;
+    auto damage = damageOf(buffer, crop);
+    if (!hasPicture || stride < rowBytes || needed > data.maxsize) {
+        hasMissedDamage_ = hasMissedDamage_ || (damage && !damage->empty());
+        return;
+    }
+    if (std::exchange(hasMissedDamage_, false)) damage.reset();
     const auto* first = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset;
     hasPicture_ = true;
     handlers_.picture(upright({{crop.width, crop.height},
-                               first + crop.y * stride + crop.x * 4,
+                               first + crop.y * stride + std::int64_t{crop.x} * 4,
                                static_cast<std::ptrdiff_t>(stride),
                                orderOf(format_->format),
                                stampOf(buffer),
-                               damageOf(buffer, crop)},
+                               std::move(damage)},
                               buffer));
 }
 

@@ -17,14 +17,14 @@ namespace glintro {
 
 struct CastHandlers {
     std::function<void(const CastPicture&)> picture;
-    // In pixels of the picture; nothing while the pointer is elsewhere.
+    // In pixels of the picture; nullopt while the pointer is elsewhere.
     std::function<void(std::optional<Point>)> pointer;
-    // No more will come; at most once.
+    // The stream has ended by itself; called at most once.
     std::function<void(Failure)> ended;
 };
 
-// What one PipeWire node shows, read from buffers in shared memory. Handlers are called on the connection's
-// thread; create and destroy it under the connection's lock, or when its thread has ended.
+// The pictures of one PipeWire node, read from buffers in shared memory. Handlers are called on the
+// connection's thread. Create and destroy it under the connection's lock, or after its thread has ended.
 class CastStream {
   public:
     [[nodiscard]] static Result<std::unique_ptr<CastStream>> connect(PipeWireConnection& connection,
@@ -51,6 +51,7 @@ class CastStream {
     CastHandlers handlers_;
     bool hasEnded_ = false;
     bool hasPicture_ = false;
+    bool hasMissedDamage_ = false; // a buffer that could not be read told of changes
     spa_source* nudgeTimer_ = nullptr;
     std::optional<spa_video_info_raw> format_;
     PipeWireRegistry registry_;

@@ -110,7 +110,7 @@ Result<BusMessage> PortalBus::call(const char* interface, const char* method,
     BusMessage reply;
     SignalHandler answered = [&](sd_bus_message* arrived) { reply.reset(sd_bus_message_ref(arrived)); };
     BusSlot slot;
-    portalIsGone_ = false; // the bus may start it anew for this call
+    portalIsGone_ = false; // the bus may start it again for this call
     if (auto sent = send(std::move(message), answered, slot); !sent) return std::unexpected(sent.error());
     if (auto waited = waitUntil([&] { return reply != nullptr; }, cancel); !waited) {
         return std::unexpected(waited.error());
@@ -202,7 +202,8 @@ Result<void> PortalBus::waitUntil(const std::function<bool()>& done, const std::
         if (done()) return {};
         if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
         if (portalIsGone_)
-            return failure("The desktop portal has ended; try again, or log in anew if that does not help.");
+            return failure(
+                "The desktop portal has ended; try again, or log out and in if that does not help.");
         sleepUntilSomethingHappens(wakeUp);
     }
 }

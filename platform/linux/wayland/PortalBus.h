@@ -25,7 +25,7 @@ using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
 using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
 using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
 
-// What came of a question to the user.
+// The user's answer to a question of the portal.
 struct PortalAnswer {
     enum class Verdict : std::uint32_t { granted = 0, refused = 1, ended = 2 };
 
@@ -52,8 +52,8 @@ class PortalBus {
                                           const std::function<int(sd_bus_message*)>& write,
                                           const std::stop_token& cancel);
 
-    // A call that the portal answers when the user has: waits as long as they take, unless the portal dies.
-    // A stop request takes the question back.
+    // A call that the portal answers when the user has: waits as long as they take, unless the portal ends.
+    // A stop request closes the dialog.
     [[nodiscard]] Result<PortalAnswer> ask(const char* interface, const char* method,
                                            const ArgumentWriter& write, const std::stop_token& cancel);
 
@@ -61,31 +61,32 @@ class PortalBus {
     [[nodiscard]] Result<BusSlot> onSignal(const std::string& path, const char* interface, const char* member,
                                            SignalHandler& handler);
 
-    // Works off what arrives until done() holds. Fails when cancelled, or when portal or bus are gone.
-    Result<void> waitUntil(const std::function<bool()>& done, const std::stop_token& cancel);
+    // Handles what arrives until done() holds. Fails when cancelled, or when portal or bus are gone.
+    [[nodiscard]] Result<void> waitUntil(const std::function<bool()>& done, const std::stop_token& cancel);
 
-    // Sends a call whose answer does not matter.
+    // Sends a call whose answer is ignored.
     void tell(const std::string& path, const char* interface, const char* method);
 
     // A name that no other object of this connection has.
     std::string freshToken();
 
-    // How long number() waits at most for the portal, which may have to be started first.
-    void setPatience(std::chrono::microseconds limit) {
-        sd_bus_set_method_call_timeout(bus_.get(), static_cast<std::uint64_t>(limit.count()));
+    // How long number() waits for the portal, which may have to be started first.
+    void setTimeout(std::chrono::microseconds timeout) {
+        sd_bus_set_method_call_timeout(bus_.get(), static_cast<std::uint64_t>(timeout.count()));
     }
 
     // Whether it has ended since the last call, as far as process() has seen.
     bool portalIsGone() const { return portalIsGone_; }
 
     int descriptor() const { return sd_bus_get_fd(bus_.get()); }
-    // Works off all that has arrived, without waiting; false when the connection is lost.
+    // Handles all that has arrived, without waiting; false when the connection is lost.
     bool process();
 
   private:
     explicit PortalBus(BusHandle bus) : bus_(std::move(bus)) {}
-    Result<void> watchPortal();
-    Result<void> send(BusMessage message, std::function<void(sd_bus_message*)>& answered, BusSlot& slot);
+    [[nodiscard]] Result<void> watchPortal();
+    [[nodiscard]] Result<void> send(BusMessage message, std::function<void(sd_bus_message*)>& answered,
+                                    BusSlot& slot);
     void sleepUntilSomethingHappens(const WakeUp& wakeUp);
     std::string requestPath(const std::string& token);
 
@@ -100,7 +101,7 @@ class PortalBus {
 // `read` consumes the variant and returns true, or leaves it and returns false.
 int readEntries(sd_bus_message* message, const std::function<bool(const char*, const char*)>& read);
 
-// What CreateSession's results tell; nothing when they do not.
+// The session's path out of CreateSession's results; nullopt when it is not there.
 std::optional<std::string> readSessionHandle(sd_bus_message* results);
 
 } // namespace glintro

@@ -9,6 +9,8 @@ namespace glintro {
 namespace {
 
 constexpr const char* kInterface = "org.freedesktop.portal.GlobalShortcuts";
+constexpr const char* kSession = "org.freedesktop.portal.Session";
+constexpr const char* kPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kShortcut = "record";
 constexpr std::uint32_t kFirstFunctionKey = 0xFFBE, kLastFunctionKey = 0xFFC9; // F1 to F12
 
@@ -26,7 +28,7 @@ int appendSessionOptions(sd_bus_message* message, const std::string& token, cons
         code = sd_bus_message_append(message, "{sv}{sv}", "handle_token", "s", token.c_str(),
                                      "session_handle_token", "s", session.c_str());
     }
-    // Earlier portals take the shortcuts here, later ones with BindShortcuts; each ignores the other.
+    // Earlier portals expect the shortcuts here, later ones with BindShortcuts; each ignores the other.
     if (code >= 0) code = sd_bus_message_open_container(message, 'e', "sv");
     if (code >= 0) code = sd_bus_message_append(message, "s", "shortcuts");
     if (code >= 0) code = sd_bus_message_open_container(message, 'v', "a(sa{sv})");
@@ -35,9 +37,49 @@ int appendSessionOptions(sd_bus_message* message, const std::string& token, cons
     return code;
 }
 
+// Our shortcut's trigger out of an a(sa{sv}): "" while it has none, nullopt when the shortcut is not listed.
+std::optional<std::string> readTrigger(sd_bus_message* message) {
+    std::optional<std::string> trigger;
+    sd_bus_message_enter_container(message, 'a', "(sa{sv})");
+    while (sd_bus_message_enter_container(message, 'r', "sa{sv}") > 0) {
+        const char* id = nullptr;
+        std::string description;
+        sd_bus_message_read(message, "s", &id);
+        const int code = readEntries(message, [&](const char* name, const char*) {
+            const char* text = nullptr;
+            if (std::strcmp(name, "trigger_description") != 0) return false;
+            if (sd_bus_message_read(message, "v", "s", &text) < 0) return false;
+            description = text;
+            return true;
+        });
+        if (code < 0) break;
+        if (std::strcmp(id, kShortcut) == 0) trigger = description;
+        sd_bus_message_exit_container(message);
+    }
+    sd_bus_message_exit_container(message);
+    return trigger;
+}
+
+// The same out of the results of BindShortcuts and ListShortcuts.
+std::optional<std::string> readTriggerResult(sd_bus_message* results) {
+    std::optional<std::string> trigger;
+    readEntries(results, [&](const char* name, const char*) {
+        if (std::strcmp(name, "shortcuts") != 0) return false;
+        if (sd_bus_message_enter_container(results, 'v', "a(sa{sv})") < 0) return false;
+        trigger = readTrigger(results);
+        return sd_bus_message_exit_container(results) >= 0;
+    });
+    return trigger;
+}
+
+std::unexpected<Failure> noKey(const char* detail) {
+    return failure("The desktop has given Glintro no key; choose one in its settings, under shortcuts.",
+                   detail);
+}
+
 } // namespace
 
-Result<void> PortalHotKey::listen(const KeyCombination& keys, std::function<void()> pressed) {
+Result<void> PortalHotKey::listen(const KeyCombination& keys, HotKeyHandlers handlers) {
     stop();
     const auto trigger = shortcutTrigger(keys);
     if (!trigger)
@@ -50,7 +92,9 @@ Result<void> PortalHotKey::listen(const KeyCombination& keys, std::function<void
             version.error().detail, version.error().nativeCode);
     }
     bus_ = std::move(*bus);
-    pressed_ = std::move(pressed);
+    handlers_ = std::move(handlers);
+    shown_.reset();
+    isLost_ = false;
     thread_ = std::jthread([this, trigger](const std::stop_token& token) { run(*trigger, token); });
     return {};
 }
@@ -64,34 +108,83 @@ void PortalHotKey::stop() {
 }
 
 void PortalHotKey::run(const std::string& trigger, const std::stop_token& stop) {
+    const auto served = serve(trigger, stop);
+    if (stop.stop_requested() || served || !handlers_.lost) return;
+    handlers_.lost(served.error());
+}
+
+// Until the stop; fails when the key is lost for good.
+Result<void> PortalHotKey::serve(const std::string& trigger, const std::stop_token& stop) {
     const auto session = createSession(trigger, stop);
-    if (!session) return;
+    if (!session) return std::unexpected(session.error());
+    bool isClosed = false;
+    PortalBus::SignalHandler closed = [&](sd_bus_message*) { isClosed = true; };
     PortalBus::SignalHandler activated = [&](sd_bus_message* message) {
         const char *of = nullptr, *shortcut = nullptr;
         if (sd_bus_message_read(message, "os", &of, &shortcut) < 0) return;
-        if (*session == of && std::strcmp(shortcut, kShortcut) == 0) pressed_();
+        if (*session == of && std::strcmp(shortcut, kShortcut) == 0 && handlers_.pressed) handlers_.pressed();
     };
-    const auto slot = bus_->onSignal("/org/freedesktop/portal/desktop", kInterface, "Activated", activated);
-    const auto bind = [&](sd_bus_message* message, const std::string& token) {
-        int code = sd_bus_message_append(message, "o", session->c_str());
-        if (code >= 0) code = appendShortcuts(message, trigger);
-        return code < 0 ? code
-                        : sd_bus_message_append(message, "sa{sv}", "", 1, "handle_token", "s", token.c_str());
+    PortalBus::SignalHandler changed = [&](sd_bus_message* message) {
+        const char* of = nullptr;
+        if (sd_bus_message_read(message, "o", &of) >= 0 && *session == of) show(readTrigger(message));
     };
-    // Even a refusal is no end: the key that came with the session may stand.
-    (void)bus_->ask(kInterface, "BindShortcuts", bind, stop);
-    (void)bus_->waitUntil([] { return false; }, stop);
+    const auto closedSlot = bus_->onSignal(*session, kSession, "Closed", closed);
+    const auto activatedSlot = bus_->onSignal(kPath, kInterface, "Activated", activated);
+    const auto changedSlot = bus_->onSignal(kPath, kInterface, "ShortcutsChanged", changed);
+    for (const auto* slot : {&closedSlot, &activatedSlot, &changedSlot})
+        if (!*slot) return std::unexpected(slot->error());
+    if (auto bound = bind(*session, trigger, stop); !bound) return bound;
+    if (auto waited = bus_->waitUntil([&] { return isClosed; }, stop); !waited) return waited;
+    return failure("The desktop has taken Glintro’s key away; switch it on again in Glintro’s settings.",
+                   "session closed");
 }
 
-std::optional<std::string> PortalHotKey::createSession(const std::string& trigger,
-                                                       const std::stop_token& stop) {
+Result<std::string> PortalHotKey::createSession(const std::string& trigger, const std::stop_token& stop) {
     const std::string sessionToken = bus_->freshToken();
     const auto write = [&](sd_bus_message* message, const std::string& token) {
         return appendSessionOptions(message, token, sessionToken, trigger);
     };
     const auto answer = bus_->ask(kInterface, "CreateSession", write, stop);
-    if (!answer || answer->verdict != PortalAnswer::Verdict::granted) return std::nullopt;
-    return readSessionHandle(answer->results.get());
+    if (!answer) return std::unexpected(answer.error());
+    if (answer->verdict != PortalAnswer::Verdict::granted) return noKey("CreateSession");
+    auto session = readSessionHandle(answer->results.get());
+    if (!session) return noKey("no session handle");
+    return *session;
+}
+
+Result<void> PortalHotKey::bind(const std::string& session, const std::string& trigger,
+                                const std::stop_token& stop) {
+    const auto writeBind = [&](sd_bus_message* message, const std::string& token) {
+        int code = sd_bus_message_append(message, "o", session.c_str());
+        if (code >= 0) code = appendShortcuts(message, trigger);
+        return code < 0 ? code
+                        : sd_bus_message_append(message, "sa{sv}", "", 1, "handle_token", "s", token.c_str());
+    };
+    const auto writeList = [&](sd_bus_message* message, const std::string& token) {
+        return sd_bus_message_append(message, "oa{sv}", session.c_str(), 1, "handle_token", "s",
+                                     token.c_str());
+    };
+    auto answer = bus_->ask(kInterface, "BindShortcuts", writeBind, stop);
+    auto shown = answer ? readTriggerResult(answer->results.get()) : std::nullopt;
+    // A refusal is no end: the key that came with the session may stand.
+    if (!shown && (answer || !answer.error().isCancelled())) {
+        answer = bus_->ask(kInterface, "ListShortcuts", writeList, stop);
+        if (answer) shown = readTriggerResult(answer->results.get());
+    }
+    if (!answer) return std::unexpected(answer.error());
+    show(shown);
+    return {};
+}
+
+// Tells the trigger, or that there is none, once for each change.
+void PortalHotKey::show(const std::optional<std::string>& trigger) {
+    if (trigger && !trigger->empty()) {
+        isLost_ = false;
+        if (std::exchange(shown_, trigger) != trigger && handlers_.bound) handlers_.bound(*trigger);
+        return;
+    }
+    shown_.reset();
+    if (!std::exchange(isLost_, true) && handlers_.lost) handlers_.lost(noKey("no trigger").error());
 }
 
 std::optional<std::string> shortcutTrigger(const KeyCombination& keys) {

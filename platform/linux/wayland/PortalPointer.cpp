@@ -10,7 +10,7 @@ void PortalPointer::moved(std::optional<Point> position) {
 }
 
 Result<void> PortalPointer::start(PressHandler pressed) {
-    return presses_.start([this, pressed = std::move(pressed)](const EvdevPresses::Press& press) {
+    return presses_.start([this, pressed = std::move(pressed)](const InputPresses::Press& press) {
         if (const auto where = position()) pressed({press.button, *where, press.hostTime});
     });
 }
@@ -25,10 +25,16 @@ std::optional<Point> PortalPointer::position() {
 }
 
 std::optional<std::string> PortalPointer::whyNoPresses() const {
+    using Mode = ScreenCast::PointerMode;
+    if (mode_ == Mode::embedded) {
+        return "This desktop draws the pointer into the picture without telling where it is, so zooms cannot "
+               "follow it.";
+    }
+    if (mode_ == Mode::hidden)
+        return "This desktop neither shows the pointer nor tells where it is, so zooms cannot follow it.";
     if (presses_.canSee()) return std::nullopt;
     return "Clicks cannot be seen on this desktop; to have them recorded, add your user to the group “input” "
-           "and log "
-           "in again.";
+           "and log in again.";
 }
 
 } // namespace glintro

@@ -1,6 +1,7 @@
-#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <mutex>
+#include <string>
 #include <utility>
 
 #include "platform/linux/wayland/PortalBus.h"
@@ -16,13 +17,13 @@ constexpr std::uint32_t kChosenDisplay = 1;
 constexpr std::uint32_t kChosenWindow = 1;
 
 // For a question that a window waits for, and for one that it does not wait for.
-constexpr std::chrono::milliseconds kGlance{250};
-constexpr std::chrono::seconds kPatience{25};
+constexpr std::chrono::milliseconds kShortTimeout{250};
+constexpr std::chrono::seconds kLongTimeout{25};
 
-Result<void> askWhetherThePortalCanDoIt(std::chrono::microseconds patience) {
+Result<void> askWhetherThePortalCanDoIt(std::chrono::microseconds timeout) {
     auto bus = PortalBus::connect();
     if (!bus) return std::unexpected(bus.error());
-    (*bus)->setPatience(patience);
+    (*bus)->setTimeout(timeout);
     const auto version = (*bus)->number("org.freedesktop.portal.ScreenCast", "version");
     if (!version) return std::unexpected(version.error());
     return {};
@@ -31,12 +32,13 @@ Result<void> askWhetherThePortalCanDoIt(std::chrono::microseconds patience) {
 class PortalScreenCapture final : public ScreenCapture {
   public:
     bool hasAccess() override {
-        const auto able = askWhetherThePortalCanDoIt(kGlance);
-        return able || able.error().nativeCode == ETIMEDOUT; // then it is asked again, with patience
+        const auto able = askWhetherThePortalCanDoIt(kShortTimeout);
+        return able
+               || able.error().nativeCode == ETIMEDOUT; // then content() asks again, with the longer timeout
     }
 
     Result<ShareableContent> content() override {
-        if (auto able = askWhetherThePortalCanDoIt(kPatience); !able) return std::unexpected(able.error());
+        if (auto able = askWhetherThePortalCanDoIt(kLongTimeout); !able) return std::unexpected(able.error());
         ShareableContent content;
         content.displays.push_back({.id = kChosenDisplay, .name = "Screen", .frame = {}});
         content.windows.push_back({.id = kChosenWindow, .title = "Window", .application = {}, .frame = {}});
@@ -50,18 +52,38 @@ class PortalScreenCapture final : public ScreenCapture {
                                      : std::get<WindowFilter>(filter).window == kChosenWindow;
         if (!isKnown)
             return failure("The screen or window does not exist; on this desktop it is chosen in a dialog.");
-        auto cast = ScreenCast::open(display ? ScreenCast::Kind::screen : ScreenCast::Kind::window,
-                                     choice_.load(), cancel);
+        const CastRequest request =
+            this->request(display ? SharedSource::Kind::screen : SharedSource::Kind::window);
+        auto cast = ScreenCast::open(request, cancel);
         if (!cast) return std::unexpected(cast.error());
-        choice_ = ScreenCast::Choice::asTheLastTime;
-        return PortalStream::open(std::move(*cast), display ? display->sourceRect : std::nullopt, cancel);
+        choiceMade();
+        return PortalStream::open(std::move(*cast), display ? display->sourceRect : std::nullopt, request,
+                                  cancel);
     }
 
-    // Until they have chosen: a user who gives up has not agreed to the old choice.
-    void forgetChoice() override { choice_ = ScreenCast::Choice::anew; }
+    void forgetChoice() override {
+        const std::scoped_lock lock(mutex_);
+        mayRestore_ = false;
+    }
+    void nameChoice(const std::string& name) override {
+        const std::scoped_lock lock(mutex_);
+        name_ = name;
+    }
 
   private:
-    std::atomic<ScreenCast::Choice> choice_ = ScreenCast::Choice::asTheLastTime;
+    CastRequest request(SharedSource::Kind kind) {
+        const std::scoped_lock lock(mutex_);
+        return {kind, name_, mayRestore_};
+    }
+    // Not before: a user who closes the dialog has not agreed to the old choice.
+    void choiceMade() {
+        const std::scoped_lock lock(mutex_);
+        mayRestore_ = true;
+    }
+
+    std::mutex mutex_;
+    std::string name_;       // under mutex_
+    bool mayRestore_ = true; // under mutex_
 };
 
 } // namespace

@@ -10,9 +10,9 @@
 namespace glintro {
 namespace {
 
-constexpr std::chrono::seconds kFirstPictureLimit{20};
+constexpr std::chrono::seconds kFirstPictureTimeout{20};
 
-// The pixels of a screen that an area of it covers, or nothing when a part of it lies outside.
+// The pixels of a screen that an area of it covers; nullopt when a part of it lies outside.
 std::optional<PixelRect> pixelsOf(const Rect& area, Size screen, PixelSize pixels) {
     const double across = pixels.width / screen.width, down = pixels.height / screen.height;
     const auto rounded = [](double value) { return static_cast<int>(std::lround(value)); };
@@ -27,6 +27,7 @@ std::optional<PixelRect> pixelsOf(const Rect& area, Size screen, PixelSize pixel
 
 std::vector<RowRange> rowsWithin(const std::vector<RowRange>& rows, const PixelRect& crop) {
     std::vector<RowRange> within;
+    within.reserve(rows.size());
     for (const RowRange& range : rows) {
         within.push_back({std::clamp(range.begin - crop.y, 0, crop.height),
                           std::clamp(range.end - crop.y, 0, crop.height)});
@@ -46,16 +47,22 @@ CastPicture cropped(const CastPicture& picture, const PixelRect& crop) {
 
 Result<std::unique_ptr<ScreenStream>> PortalStream::open(std::unique_ptr<ScreenCast> cast,
                                                          const std::optional<Rect>& area,
+                                                         const CastRequest& request,
                                                          const std::stop_token& cancel) {
-    std::unique_ptr<PortalStream> stream(new PortalStream(std::move(cast), area));
+    std::unique_ptr<PortalStream> stream(new PortalStream(std::move(cast), area, request));
     Result<void> step = stream->connect();
     if (step) step = stream->waitForPicture(cancel);
     if (!step) return std::unexpected(step.error());
     return stream;
 }
 
-PortalStream::PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area)
-    : cast_(std::move(cast)), pointerMode_(cast_->pointerMode()), area_(area) {}
+PortalStream::PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area,
+                           CastRequest request)
+    : cast_(std::move(cast)),
+      pointerMode_(cast_->pointerMode()),
+      area_(area),
+      request_(std::move(request)),
+      pointer_(pointerMode_) {}
 
 PortalStream::~PortalStream() {
     pointer_.stop();
@@ -67,7 +74,7 @@ PortalStream::~PortalStream() {
 }
 
 Result<void> PortalStream::connect() {
-    auto connection = PipeWireConnection::connect(cast_->takeRemote().release());
+    auto connection = PipeWireConnection::connect(cast_->releaseRemote().release());
     if (!connection) return std::unexpected(connection.error());
     connection_ = std::move(*connection);
     const std::scoped_lock lock(*connection_);
@@ -92,7 +99,7 @@ Result<void> PortalStream::connect() {
 
 Result<void> PortalStream::waitForPicture(const std::stop_token& cancel) {
     std::unique_lock lock(mutex_);
-    changed_.wait_for(lock, cancel, kFirstPictureLimit, [this] { return isPlaced_ || end_; });
+    changed_.wait_for(lock, cancel, kFirstPictureTimeout, [this] { return isPlaced_ || end_; });
     if (cancel.stop_requested()) return std::unexpected(Failure::cancelled());
     if (end_) return std::unexpected(*end_);
     if (isPlaced_) return {};
@@ -101,12 +108,20 @@ Result<void> PortalStream::waitForPicture(const std::stop_token& cancel) {
         "no first picture");
 }
 
+std::optional<std::string> PortalStream::rememberedChoice() const {
+    if (!cast_->isRestored()) return std::nullopt;
+    const std::string what = describe(cast_->source(), request_.kind);
+    const std::string name = request_.name.empty() ? "" : " for “" + request_.name + "”";
+    return std::string("This records ") + (area_ ? "an area of " : "") + what + " that you chose" + name
+           + " the last time.";
+}
+
 Result<void> PortalStream::start(const StreamConfiguration& configuration, StreamHandlers handlers) {
     const std::scoped_lock lock(*connection_);
     if (end_) return std::unexpected(*end_);
     stopped_ = std::move(handlers.stopped);
     const Seconds now = hostTime();
-    relay_.begin(configuration, std::move(handlers), now);
+    pacer_.begin(configuration, std::move(handlers), now);
     wakeAt(now); // the first frame comes on the connection's thread, as all others do
     return {};
 }
@@ -114,22 +129,22 @@ Result<void> PortalStream::start(const StreamConfiguration& configuration, Strea
 void PortalStream::stop() {
     const std::scoped_lock lock(*connection_);
     isOver_ = true;
-    relay_.end();
+    pacer_.end();
     stopped_ = {};
 }
 
 void PortalStream::sessionSpoke() {
     if (cast_->process()) return;
-    // A lost connection would report itself for ever.
+    // A lost connection would wake the loop for ever.
     pw_loop_destroy_source(connection_->loop(), std::exchange(sessionWatch_, nullptr));
     ended({"The desktop has stopped sharing what is recorded.", "session closed"});
 }
 
 // Where the recording lies, once the size of the pictures is known; false when the area is outside.
 bool PortalStream::place(PixelSize pixels) {
-    const Size points =
-        cast_->size().value_or(Size{static_cast<double>(pixels.width), static_cast<double>(pixels.height)});
-    const Point origin = cast_->position();
+    const Size points = cast_->source().size.value_or(
+        Size{static_cast<double>(pixels.width), static_cast<double>(pixels.height)});
+    const Point origin = cast_->source().position.value_or(Point{});
     crop_ = {0, 0, pixels.width, pixels.height};
     frame_ = {origin.x, origin.y, points.width, points.height};
     if (area_) {
@@ -150,14 +165,14 @@ void PortalStream::pictureArrived(const CastPicture& picture) {
         isPlaced_ ? !area_ || (crop_.right() <= picture.size.width && crop_.bottom() <= picture.size.height)
                   : place(picture.size);
     if (!fits) return ended({"The area lies outside of the screen that is shared; choose it again."});
-    relay_.take(area_ ? cropped(picture, crop_) : picture);
+    pacer_.accept(area_ ? cropped(picture, crop_) : picture);
     publishPointer(); // the size may have changed what its pixel means
     deliver();
 }
 
 void PortalStream::publishPointer() {
     if (!pointerPixel_ || !isPlaced_) return pointer_.moved(std::nullopt);
-    const PixelSize shown = relay_.size();
+    const PixelSize shown = pacer_.size();
     const Size picture{static_cast<double>(shown.width), static_cast<double>(shown.height)};
     const Size canvas{static_cast<double>(crop_.width), static_cast<double>(crop_.height)};
     if (picture.width == 0) return;
@@ -171,7 +186,7 @@ void PortalStream::publishPointer() {
 
 void PortalStream::ended(Failure why) {
     if (std::exchange(isOver_, true)) return;
-    relay_.end();
+    pacer_.end();
     {
         const std::scoped_lock lock(mutex_);
         end_ = why;
@@ -181,7 +196,7 @@ void PortalStream::ended(Failure why) {
 }
 
 void PortalStream::deliver() {
-    if (const auto next = relay_.deliver(hostTime())) wakeAt(*next);
+    if (const auto next = pacer_.deliver(hostTime())) wakeAt(*next);
 }
 
 void PortalStream::wakeAt(Seconds time) {

@@ -9,14 +9,14 @@
 #include "platform/ScreenStream.h"
 #include "platform/linux/pipewire/PipeWireConnection.h"
 #include "platform/linux/wayland/CastStream.h"
-#include "platform/linux/wayland/FrameRelay.h"
+#include "platform/linux/wayland/FramePacer.h"
 #include "platform/linux/wayland/PortalPointer.h"
 #include "platform/linux/wayland/ScreenCast.h"
 
 namespace glintro {
 
 // The stream of what the user has agreed to share. Pictures arrive from the moment it is opened, so that its
-// size is known; they are handed on between start and stop. The desktop shows that the screen is shared until
+// size is known; they are delivered between start and stop. The desktop shows that the screen is shared until
 // the stream is destroyed.
 class PortalStream final : public ScreenStream {
   public:
@@ -24,6 +24,7 @@ class PortalStream final : public ScreenStream {
     // Waits for the first picture.
     [[nodiscard]] static Result<std::unique_ptr<ScreenStream>> open(std::unique_ptr<ScreenCast> cast,
                                                                     const std::optional<Rect>& area,
+                                                                    const CastRequest& request,
                                                                     const std::stop_token& cancel);
     ~PortalStream() override;
 
@@ -31,13 +32,14 @@ class PortalStream final : public ScreenStream {
     Rect frame() const override { return frame_; }
     PointerSource& pointer() override { return pointer_; }
     bool pointerIsEmbedded() const override { return pointerMode_ == ScreenCast::PointerMode::embedded; }
+    std::optional<std::string> rememberedChoice() const override;
     Result<void> start(const StreamConfiguration& configuration, StreamHandlers handlers) override;
     void stop() override;
 
   private:
-    PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area);
-    Result<void> connect();
-    Result<void> waitForPicture(const std::stop_token& cancel);
+    PortalStream(std::unique_ptr<ScreenCast> cast, const std::optional<Rect>& area, CastRequest request);
+    [[nodiscard]] Result<void> connect();
+    [[nodiscard]] Result<void> waitForPicture(const std::stop_token& cancel);
 
     // On the connection's thread, with its lock held.
     void sessionSpoke();
@@ -51,18 +53,19 @@ class PortalStream final : public ScreenStream {
     const std::unique_ptr<ScreenCast> cast_;
     const ScreenCast::PointerMode pointerMode_;
     const std::optional<Rect> area_;
+    const CastRequest request_;
     PortalPointer pointer_;
     std::unique_ptr<PipeWireConnection> connection_;
     std::unique_ptr<CastStream> pictures_;
     spa_source* timer_ = nullptr;
     spa_source* sessionWatch_ = nullptr;
 
-    // Settled by the first picture, constant from then on.
+    // Set by the first picture, constant from then on.
     PixelRect crop_; // of the screen's pictures, or all of the first
     Rect frame_;
 
     // Under the connection's lock.
-    FrameRelay relay_;
+    FramePacer pacer_;
     std::function<void(Failure)> stopped_;
     bool isOver_ = false;
     std::optional<Point> pointerPixel_;

@@ -1,20 +1,31 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
+
+#include "platform/linux/wayland/SharedSource.h"
 
 namespace glintro {
 
-// What lets the portal give again what the user has once chosen, without asking; kept in a file of the user's
-// state folder. A token is good for one use: the portal hands out the next one each time.
+// What the user agreed to share once: the portal's token, which shares it again without a dialog, and what it
+// then stood for.
+struct RememberedChoice {
+    std::string token; // one word
+    SharedSource source;
+    bool operator==(const RememberedChoice&) const = default;
+};
+
+// The remembered choice of one kind and name, in a file of the user's state folder that nobody else may read:
+// whoever holds a token may see the screen. Errors are ignored; the user is then asked again.
 class RestoreToken {
   public:
-    // `kind` names the file: "screen" or "window".
-    explicit RestoreToken(const std::string& kind);
+    // `name`: what the user called the source ("Terminal", "2"); empty when they named none.
+    RestoreToken(SharedSource::Kind kind, const std::string& name);
 
-    std::string load() const; // empty when there is none
-    // Without a word when it cannot be written: the portal then asks again the next time.
-    void save(const std::string& token) const;
+    std::optional<RememberedChoice> load() const; // nullopt when there is none
+    // Forgets the choice when its token is empty.
+    void save(const RememberedChoice& choice) const;
 
   private:
     std::filesystem::path file_;

@@ -12,7 +12,6 @@ namespace {
 constexpr const char* kInterface = "org.freedesktop.portal.ScreenCast";
 constexpr const char* kSession = "org.freedesktop.portal.Session";
 
-enum SourceType : std::uint32_t { monitorSource = 1, windowSource = 2 };
 enum CursorMode : std::uint32_t { hiddenCursor = 1, embeddedCursor = 2, metadataCursor = 4 };
 enum PersistMode : std::uint32_t { persistUntilRevoked = 2 };
 
@@ -29,7 +28,7 @@ Result<void> granted(const PortalAnswer& answer, const char* question) {
             question, 0, Failure::Kind::cancelled});
     }
     return failure(
-        "The desktop could not ask what to share; try again, or log in anew if that does not help.",
+        "The desktop could not ask what to share; try again, or log out and in if that does not help.",
         question);
 }
 
@@ -47,19 +46,30 @@ std::uint32_t cursorMode(ScreenCast::PointerMode mode) {
 
 } // namespace
 
-Result<std::unique_ptr<ScreenCast>> ScreenCast::open(Kind kind, Choice choice,
+Result<std::unique_ptr<ScreenCast>> ScreenCast::open(const CastRequest& request,
                                                      const std::stop_token& cancel) {
-    const RestoreToken remembered(kind == Kind::window ? "window" : "screen");
-    const std::string token = choice == Choice::asTheLastTime ? remembered.load() : std::string();
-    auto cast = openWith(token, kind, cancel);
-    // Portals fail on a token they do not know, or that names what is no longer there; without it they ask.
-    const bool hasFailed = !cast && !cast.error().isCancelled();
-    if (hasFailed && !token.empty()) cast = openWith({}, kind, cancel);
-    if (cast) remembered.save((*cast)->nextToken_);
+    const RestoreToken memory(request.kind, request.name);
+    const auto shared = [&](const ScreenCast& cast) {
+        return RememberedChoice{cast.nextToken_, cast.source_};
+    };
+    if (const auto before = request.mayRestore ? memory.load() : std::nullopt) {
+        auto cast = openWith(before->token, request.kind, cancel);
+        if (!cast && cast.error().isCancelled()) return cast;
+        if (cast && answers(request.kind, (*cast)->source_.kind)
+            && isSameSource(before->source, (*cast)->source_)) {
+            (*cast)->isRestored_ = true;
+            memory.save(shared(**cast));
+            return cast;
+        }
+        // Portals fail on a token they do not know, or that names what is no longer there. Some bring back
+        // something else: that session ends here, and without the token they ask.
+    }
+    auto cast = openWith({}, request.kind, cancel);
+    if (cast) memory.save(shared(**cast));
     return cast;
 }
 
-Result<std::unique_ptr<ScreenCast>> ScreenCast::openWith(const std::string& token, Kind kind,
+Result<std::unique_ptr<ScreenCast>> ScreenCast::openWith(const std::string& token, SharedSource::Kind kind,
                                                          const std::stop_token& cancel) {
     auto bus = PortalBus::connect();
     if (!bus) return std::unexpected(bus.error());
@@ -82,9 +92,10 @@ Result<void> ScreenCast::choosePointerMode() {
     if (!version) return std::unexpected(version.error());
     // Portals before version 2 draw the pointer, and know no choice.
     const std::uint32_t modes = bus_->number(kInterface, "AvailableCursorModes").value_or(embeddedCursor);
-    pointerMode_ = modes & metadataCursor ? PointerMode::metadata
-                   : modes & hiddenCursor ? PointerMode::hidden
-                                          : PointerMode::embedded;
+    // Without metadata nobody knows where the pointer is, so it must at least be seen.
+    pointerMode_ = modes & metadataCursor   ? PointerMode::metadata
+                   : modes & embeddedCursor ? PointerMode::embedded
+                                            : PointerMode::hidden;
     return {};
 }
 
@@ -109,8 +120,9 @@ Result<void> ScreenCast::createSession(const std::stop_token& cancel) {
     return {};
 }
 
-Result<void> ScreenCast::selectSources(Kind kind, const std::string& token, const std::stop_token& cancel) {
-    const std::uint32_t type = kind == Kind::window ? windowSource : monitorSource;
+Result<void> ScreenCast::selectSources(SharedSource::Kind kind, const std::string& token,
+                                       const std::stop_token& cancel) {
+    const auto type = static_cast<std::uint32_t>(kind);
     auto answer = bus_->ask(
         kInterface, "SelectSources",
         [&](sd_bus_message* message, const std::string& handle) {
@@ -174,12 +186,24 @@ int ScreenCast::readStreams(sd_bus_message* results) {
 }
 
 bool ScreenCast::readStreamEntry(sd_bus_message* message, const std::string& name) {
+    if (name == "id") {
+        const char* id = nullptr;
+        if (sd_bus_message_read(message, "v", "s", &id) < 0) return false;
+        source_.id = id;
+        return true;
+    }
+    if (name == "source_type") {
+        std::uint32_t kind = 0;
+        if (sd_bus_message_read(message, "v", "u", &kind) < 0) return false;
+        source_.kind = static_cast<SharedSource::Kind>(kind);
+        return true;
+    }
     if (name != "position" && name != "size") return false;
     std::int32_t first = 0, second = 0;
     if (sd_bus_message_read(message, "v", "(ii)", &first, &second) < 0) return false;
-    if (name == "position") position_ = {static_cast<double>(first), static_cast<double>(second)};
+    if (name == "position") source_.position = Point{static_cast<double>(first), static_cast<double>(second)};
     if (name == "size" && first > 0 && second > 0)
-        size_ = {static_cast<double>(first), static_cast<double>(second)};
+        source_.size = Size{static_cast<double>(first), static_cast<double>(second)};
     return true;
 }
 

@@ -15,6 +15,7 @@ struct FreeKeySymbols {
 };
 using KeySymbols = std::unique_ptr<xcb_key_symbols_t, FreeKeySymbols>;
 
+constexpr xcb_keysym_t kFirstFunctionKey = 0xFFBE, kLastFunctionKey = 0xFFE0; // F1 to F35
 constexpr xcb_keysym_t kNumLock = 0xFF7F;
 constexpr std::array<xcb_keysym_t, 2> kAlt{0xFFE9, 0xFFEA};
 constexpr std::array<xcb_keysym_t, 2> kSuper{0xFFEB, 0xFFEC};
@@ -131,9 +132,12 @@ std::string nameOf(const KeyCombination& keys) {
     if ((keys.modifiers & KeyCombination::shift) != 0) name += "Shift+";
     if ((keys.modifiers & KeyCombination::alt) != 0) name += "Alt+";
     if ((keys.modifiers & KeyCombination::super) != 0) name += "Super+";
-    const bool isLetter = keys.keySymbol > 0x20 && keys.keySymbol < 0x7F;
-    return name
-           + (isLetter ? std::string(1, static_cast<char>(std::toupper(int(keys.keySymbol)))) : "that key");
+    const xcb_keysym_t symbol = keys.keySymbol;
+    if (symbol > 0x20 && symbol < 0x7F)
+        return name + static_cast<char>(std::toupper(static_cast<int>(symbol)));
+    if (symbol >= kFirstFunctionKey && symbol <= kLastFunctionKey)
+        return name + "F" + std::to_string(symbol - kFirstFunctionKey + 1);
+    return name + "that key";
 }
 
 } // namespace glintro

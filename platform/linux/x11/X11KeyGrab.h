@@ -21,8 +21,8 @@ struct X11KeyChoice {
 // Fails when no key of the keyboard carries the symbol.
 [[nodiscard]] Result<X11KeyChoice> findX11Keys(const X11Connection& connection, const KeyCombination& keys);
 
-// A key combination kept for one connection: while it is, the server sends the key's presses and releases
-// there, whichever window has the focus and whether Num Lock and Caps Lock are on. Ends with release() or the
+// A key combination grabbed for one connection: the server sends the key's presses and releases there,
+// whichever window has the focus and whether Num Lock and Caps Lock are on. Ends with release() or the
 // connection.
 class X11KeyGrab {
   public:

@@ -123,7 +123,7 @@ class DeskScreen final : public ScreenCapture {
 
 class KeylessDesk final : public HotKeySource {
   public:
-    Result<void> listen(const KeyCombination&, std::function<void()>) override { return failure("No keys."); }
+    Result<void> listen(const KeyCombination&, HotKeyHandlers) override { return failure("No keys."); }
     void stop() override {}
 };
 

@@ -263,11 +263,18 @@ TEST_F(NodeCast, BuffersWithoutAPictureMoveThePointerOnly) {
         node.send(99, [&](const ScreenNode::Sheet& sheet) {
             sheet.pointer->id = 1;
             sheet.pointer->position = {x, 7};
+            sheet.damage[0] = {{0, 0}, {64, 1}};
             spoil(sheet);
         });
         EXPECT_TRUE(until([&] { return pointers_.back() == there; })) << x;
     }
     EXPECT_TRUE(until([&] { return std::ranges::count(values_, 99) == 0; }));
+    for (const bool isKnown : {false, true}) { // what changed in the pictures that could not be read is not
+        const std::uint8_t value = isKnown ? 3 : 2;
+        node.send(value, [](const ScreenNode::Sheet& sheet) { sheet.damage[0] = {{0, 5}, {64, 2}}; });
+        ASSERT_TRUE(untilValue(value));
+        EXPECT_EQ(last().damage.has_value(), isKnown);
+    }
 }
 
 TEST_F(NodeCast, FollowsAScreenThatChangesItsSize) {

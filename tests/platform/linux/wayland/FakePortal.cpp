@@ -13,11 +13,9 @@ constexpr const char* kPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kSession = "/org/freedesktop/portal/desktop/session/fake";
 
 // What comes before a method's options.
-const std::map<std::string, const char*> kLeading = {{"CreateSession", ""},
-                                                     {"SelectSources", "o"},
-                                                     {"Start", "os"},
-                                                     {"OpenPipeWireRemote", "o"},
-                                                     {"BindShortcuts", "oa(sa{sv})s"}};
+const std::map<std::string, const char*> kLeading = {
+    {"CreateSession", ""},       {"SelectSources", "o"},           {"Start", "os"},
+    {"OpenPipeWireRemote", "o"}, {"BindShortcuts", "oa(sa{sv})s"}, {"ListShortcuts", "o"}};
 
 std::filesystem::path writeConfiguration(const TemporaryFolder& folder) {
     const std::filesystem::path file = folder / "bus.conf";
@@ -33,7 +31,14 @@ std::filesystem::path writeConfiguration(const TemporaryFolder& folder) {
 PrivateBus::PrivateBus()
     : address_("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (folder_ / "bus").string()),
       daemon_({"dbus-daemon", "--nofork", "--config-file=" + writeConfiguration(folder_).string()}) {
-    if (!waitUntil([&] { return std::filesystem::exists(folder_ / "bus"); })) {
+    // The socket is there a moment before the daemon listens to it.
+    const auto answers = [] {
+        sd_bus* opened = nullptr;
+        const int code = sd_bus_open_user(&opened);
+        const BusHandle bus(opened);
+        return code >= 0;
+    };
+    if (!waitUntil(answers)) {
         throw std::runtime_error("dbus-daemon does not start");
     }
 }
@@ -74,6 +79,18 @@ void FakePortal::activate(const std::string& shortcut) {
     });
 }
 
+void FakePortal::changeTrigger(const std::string& trigger) {
+    post([this, trigger] {
+        sd_bus_message* made = nullptr;
+        sd_bus_message_new_signal(bus_.get(), &made, kPath, "org.freedesktop.portal.GlobalShortcuts",
+                                  "ShortcutsChanged");
+        const BusMessage message(made);
+        sd_bus_message_append(made, "oa(sa{sv})", kSession, 2, "another", 0, "record", 2, "description", "s",
+                              "what", "trigger_description", "s", trigger.c_str());
+        sd_bus_send(bus_.get(), made, nullptr);
+    });
+}
+
 void FakePortal::post(std::function<void()> action) {
     const std::scoped_lock lock(mutex_);
     posted_.push_back(std::move(action));
@@ -102,6 +119,7 @@ int FakePortal::handle(sd_bus_message* message) {
         const std::scoped_lock lock(mutex_);
         calls_.push_back(call);
     }
+    if (method == "SelectSources") hasToken_ = call.options.contains("restore_token");
     if (method == "OpenPipeWireRemote") return sd_bus_reply_method_return(message, "h", 0);
     if (kLeading.contains(method)) return answerRequest(message, call);
     return sd_bus_reply_method_return(message, "");
@@ -152,9 +170,38 @@ void FakePortal::respond(const std::string& path, const std::string& method, std
                            verdict, values...);
     };
     if (method == "CreateSession") return emit("ua{sv}", 1, "session_handle", "s", kSession);
+    if (method.ends_with("Shortcuts") && verdict == 0) {
+        return emit("ua{sv}", 1, "shortcuts", "a(sa{sv})", 1, "record", 1, "trigger_description", "s",
+                    behaviour_.trigger.c_str());
+    }
     if (method != "Start" || verdict != 0) return emit("ua{sv}", 0);
-    emit("ua{sv}", 2, "streams", "a(ua{sv})", 1, std::uint32_t{42}, 2, "position", "(ii)", 1920, 30, "size",
-         "(ii)", 1600, 900, "restore_token", "s", "next");
+    sendSource(path, hasToken_ ? behaviour_.restored.value_or(behaviour_.shared) : behaviour_.shared);
+}
+
+int FakePortal::sendSource(const std::string& path, const SharedSource& source) {
+    sd_bus_message* made = nullptr;
+    sd_bus_message_new_signal(bus_.get(), &made, path.c_str(), "org.freedesktop.portal.Request", "Response");
+    const BusMessage message(made);
+    sd_bus_message_append(made, "u", std::uint32_t{0});
+    sd_bus_message_open_container(made, 'a', "{sv}");
+    sd_bus_message_append(made, "{sv}", "restore_token", "s", "next");
+    sd_bus_message_open_container(made, 'e', "sv");
+    sd_bus_message_append(made, "s", "streams");
+    for (const auto& [type, contents] : {std::pair{'v', "a(ua{sv})"}, {'a', "(ua{sv})"}, {'r', "ua{sv}"}})
+        sd_bus_message_open_container(made, type, contents);
+    sd_bus_message_append(made, "u", std::uint32_t{42});
+    sd_bus_message_open_container(made, 'a', "{sv}");
+    if (source.kind != SharedSource::Kind::unknown)
+        sd_bus_message_append(made, "{sv}", "source_type", "u", static_cast<std::uint32_t>(source.kind));
+    if (!source.id.empty()) sd_bus_message_append(made, "{sv}", "id", "s", source.id.c_str());
+    if (source.position)
+        sd_bus_message_append(made, "{sv}", "position", "(ii)", static_cast<int>(source.position->x),
+                              static_cast<int>(source.position->y));
+    if (source.size)
+        sd_bus_message_append(made, "{sv}", "size", "(ii)", static_cast<int>(source.size->width),
+                              static_cast<int>(source.size->height));
+    for (int open = 0; open < 6; ++open) sd_bus_message_close_container(made);
+    return sd_bus_send(bus_.get(), made, nullptr);
 }
 
 } // namespace glintro::test

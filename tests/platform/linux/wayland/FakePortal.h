@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/linux/wayland/PortalBus.h"
+#include "platform/linux/wayland/SharedSource.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
@@ -35,6 +36,9 @@ class FakePortal {
         std::map<std::string, std::uint32_t> properties; // of all interfaces; an unknown one is an error
         std::map<std::string, std::uint32_t> verdicts;   // by method; granted where absent
         bool isHung = false;                             // and answers nothing
+        std::string trigger = "Meta+Alt+R";              // of the shortcut “record”; "" for none
+        SharedSource shared = {SharedSource::Kind::unknown, "", Point{1920, 30}, Size{1600, 900}};
+        std::optional<SharedSource> restored = {}; // instead, when a token asks for it
     };
     struct Call {
         std::string method;
@@ -47,6 +51,7 @@ class FakePortal {
     std::vector<Call> calls(const std::string& method);
     void closeSession();
     void activate(const std::string& shortcut);
+    void changeTrigger(const std::string& trigger);
 
   private:
     void run(const std::stop_token& stop);
@@ -55,11 +60,13 @@ class FakePortal {
     int answerProperty(sd_bus_message* message);
     int answerRequest(sd_bus_message* message, const Call& call);
     void respond(const std::string& path, const std::string& method, std::uint32_t verdict);
+    int sendSource(const std::string& path, const SharedSource& source);
     Call read(sd_bus_message* message);
 
     const Behaviour behaviour_;
     BusHandle bus_;
     BusSlot slot_;
+    bool hasToken_ = false; // the last SelectSources
     std::mutex mutex_;
     std::vector<Call> calls_;                   // under mutex_
     std::vector<std::function<void()>> posted_; // under mutex_

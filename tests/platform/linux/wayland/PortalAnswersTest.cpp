@@ -1,12 +1,14 @@
 #include <fstream>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "platform/linux/wayland/PortalHotKey.h"
+#include "platform/linux/wayland/PortalPointer.h"
 #include "platform/linux/wayland/ScreenCast.h"
 #include "platform/linux/wayland/WaylandDesktop.h"
 #include "tests/platform/linux/wayland/FakePortal.h"
@@ -20,7 +22,7 @@ using test::PrivateBus;
 using test::ScopedEnvironment;
 using test::waitUntil;
 
-using Choice = ScreenCast::Choice;
+using Kind = SharedSource::Kind;
 
 const std::map<std::string, std::uint32_t> kScreenCast = {{"version", 4}, {"AvailableCursorModes", 7}};
 
@@ -40,6 +42,14 @@ class PortalAnswers : public ::testing::Test {
     static std::string complaint() {
         const auto opened = createPortalScreenCapture()->open(DisplayFilter{1}, {});
         return opened ? "" : opened.error().message;
+    }
+
+    // The tokens that the portal was given, one for each time it was asked; "" for none.
+    static std::vector<std::string> tokensTried(FakePortal& portal) {
+        std::vector<std::string> tried;
+        for (const auto& call : portal.calls("SelectSources"))
+            tried.push_back(call.options.contains("restore_token") ? call.options.at("restore_token") : "");
+        return tried;
     }
 
     TemporaryFolder state_;
@@ -81,16 +91,12 @@ TEST_F(PortalAnswers, ATokenThatFailsIsTriedOnceWithoutButARefusalStands) {
         remember("old");
         FakePortal portal({kScreenCast, {{"Start", verdict}}});
         EXPECT_NE(complaint(), "");
-        std::vector<std::string> tried;
-        for (const auto& call : portal.calls("SelectSources")) {
-            tried.push_back(call.options.contains("restore_token") ? call.options.at("restore_token") : "");
-        }
-        EXPECT_EQ(tried, tokens) << verdict;
+        EXPECT_EQ(tokensTried(portal), tokens) << verdict;
         EXPECT_EQ(remembered(), "old");
     }
 }
 
-TEST_F(PortalAnswers, AreAskedForAnewUntilTheUserHasChosen) {
+TEST_F(PortalAnswers, AreAskedForAgainUntilTheUserHasChosen) {
     remember("old");
     const auto capture = createPortalScreenCapture();
     capture->forgetChoice();
@@ -107,6 +113,83 @@ TEST_F(PortalAnswers, AreAskedForAnewUntilTheUserHasChosen) {
     }
 }
 
+// Sharing the wrong window is worse than asking once too often.
+TEST_F(PortalAnswers, AreRestoredOnlyForTheSameKindAndNameAndOnlyTheSameSource) {
+    const SharedSource screen{Kind::screen, "DP-1", Point{0, 0}, Size{1920, 1080}};
+    const SharedSource window{Kind::window, "", {}, Size{800, 600}};
+    const SharedSource nameless{Kind::screen, "", Point{0, 0}, Size{1920, 1080}};
+    const CastRequest aScreen{}, aWindow{Kind::window, "Terminal"};
+    const struct {
+        const char* what;
+        CastRequest first;
+        SharedSource chosen;
+        CastRequest then;
+        SharedSource restored;
+        bool asks;
+    } rows[] = {{"the same", aScreen, screen, aScreen, screen, false},
+                {"a screen with a new resolution",
+                 aScreen,
+                 screen,
+                 aScreen,
+                 {Kind::screen, "DP-1", {}, Size{1280, 720}},
+                 false},
+                {"a window that was resized",
+                 aWindow,
+                 window,
+                 aWindow,
+                 {Kind::window, "", {}, Size{900, 500}},
+                 false},
+                {"another kind", aScreen, screen, aWindow, window, true},
+                {"another name", aWindow, window, {Kind::window, "Browser"}, window, true},
+                {"no name", aWindow, window, {Kind::window}, window, true},
+                {"told to ask", aScreen, screen, {Kind::screen, "", false}, screen, true},
+                {"another screen",
+                 aScreen,
+                 screen,
+                 aScreen,
+                 {Kind::screen, "DP-2", Point{0, 0}, Size{1920, 1080}},
+                 true},
+                {"a screen elsewhere",
+                 aScreen,
+                 nameless,
+                 aScreen,
+                 {Kind::screen, "", Point{1920, 0}, Size{1920, 1080}},
+                 true},
+                {"a window for a screen", aScreen, nameless, aScreen, window, true}};
+    for (const auto& row : rows) {
+        std::filesystem::remove_all(tokenFile_.parent_path());
+        {
+            FakePortal portal({.properties = kScreenCast, .verdicts = {}, .shared = row.chosen});
+            const auto cast = ScreenCast::open(row.first, {});
+            ASSERT_TRUE(cast) << row.what;
+            EXPECT_FALSE((*cast)->isRestored());
+        }
+        FakePortal portal(
+            {.properties = kScreenCast, .verdicts = {}, .shared = row.chosen, .restored = row.restored});
+        const auto cast = ScreenCast::open(row.then, {});
+        ASSERT_TRUE(cast) << row.what;
+        EXPECT_EQ((*cast)->isRestored(), !row.asks) << row.what;
+        EXPECT_EQ(tokensTried(portal).back(), row.asks ? "" : "next") << row.what;
+        EXPECT_EQ((*cast)->source(), row.asks ? row.chosen : row.restored) << row.what;
+    }
+}
+
+TEST_F(PortalAnswers, AreRememberedForTheirOwnerOnly) {
+    using std::filesystem::perms;
+    remember("old"); // by a version that left the file open to others
+    std::filesystem::permissions(tokenFile_, perms::all);
+    FakePortal portal({kScreenCast, {}});
+    ASSERT_TRUE(ScreenCast::open({}, {}));
+    ASSERT_TRUE(ScreenCast::open({.kind = Kind::window, .name = "a/b"}, {}));
+    int files = 0;
+    for (const auto& file : std::filesystem::directory_iterator(tokenFile_.parent_path())) {
+        EXPECT_EQ(file.status().permissions(), perms::owner_read | perms::owner_write) << file.path();
+        ++files;
+    }
+    EXPECT_EQ(files, 2);
+    EXPECT_EQ(std::filesystem::status(tokenFile_.parent_path()).permissions(), perms::owner_all);
+}
+
 TEST_F(PortalAnswers, ThatAreLongInComingDoNotHoldUpAWindow) {
     FakePortal portal({.properties = {}, .verdicts = {}, .isHung = true});
     EXPECT_TRUE(createPortalScreenCapture()->hasAccess()) << "nobody has said that it cannot be done";
@@ -115,33 +198,35 @@ TEST_F(PortalAnswers, ThatAreLongInComingDoNotHoldUpAWindow) {
 TEST_F(PortalAnswers, AskForTheBestPointerThatIsOffered) {
     using Mode = ScreenCast::PointerMode;
     const std::tuple<std::uint32_t, const char*, Mode> rows[] = {
-        {7, "4", Mode::metadata}, {3, "1", Mode::hidden}, {2, "2", Mode::embedded}};
+        {7, "4", Mode::metadata}, {3, "2", Mode::embedded}, {1, "1", Mode::hidden}};
     for (const auto& [offered, asked, mode] : rows) {
         FakePortal portal({{{"version", 4}, {"AvailableCursorModes", offered}}, {}});
-        const auto cast = ScreenCast::open(ScreenCast::Kind::window, Choice::asTheLastTime, {});
+        const auto cast = ScreenCast::open({.kind = Kind::window}, {});
         ASSERT_TRUE(cast) << cast.error().message;
         EXPECT_EQ((*cast)->pointerMode(), mode);
         const auto options = portal.calls("SelectSources").at(0).options;
         EXPECT_EQ(options.at("cursor_mode"), asked);
         EXPECT_EQ(options.at("types"), "2");
         EXPECT_EQ(options.at("persist_mode"), "2");
+        const auto why = PortalPointer((*cast)->pointerMode()).whyNoPresses().value_or("");
+        EXPECT_EQ(why.find("zooms cannot follow") != std::string::npos, mode != Mode::metadata) << why;
     }
 }
 
 TEST_F(PortalAnswers, TellWhereTheScreenIsAndWhenTheDesktopEndsTheSession) {
     FakePortal portal({kScreenCast, {}});
     {
-        auto cast = ScreenCast::open(ScreenCast::Kind::screen, Choice::asTheLastTime, {});
+        auto cast = ScreenCast::open({}, {});
         ASSERT_TRUE(cast) << cast.error().message;
         EXPECT_EQ((*cast)->node(), 42U);
-        EXPECT_EQ((*cast)->position(), (Point{1920, 30}));
-        EXPECT_EQ((*cast)->size(), (Size{1600, 900}));
+        EXPECT_EQ((*cast)->source().position, (Point{1920, 30}));
+        EXPECT_EQ((*cast)->source().size, (Size{1600, 900}));
         EXPECT_EQ(remembered(), "next");
         EXPECT_TRUE((*cast)->process());
         portal.closeSession();
         EXPECT_TRUE(waitUntil([&] { return !(*cast)->process(); }));
     }
-    ASSERT_TRUE(ScreenCast::open(ScreenCast::Kind::screen, Choice::asTheLastTime, {}));
+    ASSERT_TRUE(ScreenCast::open({}, {}));
     // A session that the desktop has ended is not there to be closed; the other one is.
     EXPECT_TRUE(waitUntil([&] { return portal.calls("Close").size() == 1; }));
 }
@@ -175,19 +260,90 @@ TEST_F(PortalAnswers, GiveAHotKeyWhereTheDesktopHasOne) {
     auto source = createPortalHotKeySource();
     {
         const FakePortal without({});
-        const auto refused = source->listen(keys, [] {});
+        const auto refused = source->listen(keys, {});
         ASSERT_FALSE(refused);
         EXPECT_TRUE(refused.error().message.starts_with("This desktop gives programs no key of their own"));
     }
     FakePortal portal({{{"version", 1}}, {}});
     std::atomic<int> presses = 0;
-    ASSERT_TRUE(source->listen(keys, [&] { ++presses; }));
+    ASSERT_TRUE(source->listen(keys, {.pressed = [&] { ++presses; }, .bound = {}, .lost = {}}));
     ASSERT_TRUE(waitUntil([&] { return portal.calls("BindShortcuts").size() == 1; }));
     portal.activate("another");
     portal.activate("record");
     EXPECT_TRUE(waitUntil([&] { return presses == 1; }));
     source->stop();
-    EXPECT_FALSE(source->listen({0xFF1B, 0}, [] {})) << "Escape";
+    EXPECT_FALSE(source->listen({0xFF1B, 0}, {})) << "Escape";
+}
+
+// What a hot key's handlers were told, in order: the trigger, or "lost: " and the first words of why.
+class HotKeyLog {
+  public:
+    HotKeyHandlers handlers() {
+        return {.pressed = {},
+                .bound = [this](const std::string& trigger) { add(trigger); },
+                .lost = [this](const Failure& why) { add("lost: " + why.message.substr(0, 20)); }};
+    }
+    bool becomes(const std::vector<std::string>& expected) {
+        return waitUntil([&] { return told() == expected; });
+    }
+    std::vector<std::string> told() {
+        const std::scoped_lock lock(mutex_);
+        return told_;
+    }
+
+  private:
+    void add(const std::string& event) {
+        const std::scoped_lock lock(mutex_);
+        told_.push_back(event);
+    }
+
+    std::mutex mutex_;
+    std::vector<std::string> told_;
+};
+
+constexpr KeyCombination kRecordKeys{'r', KeyCombination::alt | KeyCombination::super};
+constexpr const char* kNoKey = "lost: The desktop has give";
+
+TEST_F(PortalAnswers, TellTheTriggerOfAHotKeyAndItsLoss) {
+    HotKeyLog log;
+    const auto source = createPortalHotKeySource();
+    FakePortal portal({{{"version", 1}}, {}});
+    ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
+    EXPECT_TRUE(log.becomes({"Meta+Alt+R"}));
+    portal.changeTrigger("Meta+Alt+R");
+    portal.changeTrigger("F9");
+    portal.changeTrigger("");
+    portal.changeTrigger("");
+    portal.changeTrigger("F9");
+    portal.closeSession();
+    EXPECT_TRUE(log.becomes({"Meta+Alt+R", "F9", kNoKey, "F9", "lost: The desktop has take"}))
+        << ::testing::PrintToString(log.told());
+}
+
+TEST_F(PortalAnswers, TellOfAHotKeyThatIsNotGranted) {
+    const auto source = createPortalHotKeySource();
+    const struct {
+        std::map<std::string, std::uint32_t> verdicts;
+        const char* trigger;
+        std::vector<std::string> told;
+    } rows[] = {{{{"BindShortcuts", 1}}, "F9", {"F9"}}, // came with the session
+                {{{"BindShortcuts", 1}, {"ListShortcuts", 2}}, "F9", {kNoKey}},
+                {{}, "", {kNoKey}},
+                {{{"CreateSession", 1}}, "F9", {kNoKey}}};
+    for (const auto& row : rows) {
+        HotKeyLog log;
+        FakePortal portal({.properties = {{"version", 1}}, .verdicts = row.verdicts, .trigger = row.trigger});
+        ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
+        EXPECT_TRUE(log.becomes(row.told)) << ::testing::PrintToString(log.told());
+        source->stop();
+        EXPECT_EQ(log.told(), row.told) << "a stop is no loss";
+    }
+    HotKeyLog log;
+    auto portal = std::make_unique<FakePortal>(FakePortal::Behaviour{{{"version", 1}}, {}});
+    ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
+    ASSERT_TRUE(log.becomes({"Meta+Alt+R"}));
+    portal.reset();
+    EXPECT_TRUE(log.becomes({"Meta+Alt+R", "lost: The desktop portal h"}));
 }
 
 } // namespace

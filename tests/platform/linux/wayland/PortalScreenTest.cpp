@@ -155,7 +155,9 @@ TEST(PortalScreen, RemembersTheChoice) {
         EXPECT_FALSE(next.empty());
         // Nobody answers a dialog here: only what is remembered lets this one succeed.
         auto again = createPortalScreenCapture()->open(DisplayFilter{1}, {});
-        EXPECT_TRUE(again) << again.error().message;
+        ASSERT_TRUE(again) << again.error().message;
+        EXPECT_EQ((*again)->rememberedChoice(),
+                  "This records the screen of 1280 × 720 points at 0, 0 that you chose the last time.");
     });
 }
 

@@ -1,4 +1,5 @@
 #include <atomic>
+#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/x11/X11Desktop.h"
+#include "platform/linux/x11/X11KeyGrab.h"
 #include "tests/support/WaitUntil.h"
 #include "tests/support/XSession.h"
 
@@ -18,6 +20,9 @@ using test::XSession;
 constexpr std::uint32_t kAltLeft = 0xFFE9, kSuperLeft = 0xFFEB, kNumLock = 0xFF7F, kCapsLock = 0xFFE5,
                         kF30 = 0xFFDB;
 constexpr KeyCombination kRecord{'r', KeyCombination::alt | KeyCombination::super};
+
+constexpr const char* kHeld =
+    "Another program already uses Alt+Super+R: free the keys there, or choose others for Glintro.";
 
 class X11HotKeySourceTest : public testing::Test {
   protected:
@@ -38,8 +43,26 @@ class X11HotKeySourceTest : public testing::Test {
     }
     // Nobody presses a key again within the millisecond, which is what tells a repeat.
     static void pause() { std::this_thread::sleep_for(std::chrono::milliseconds(3)); }
-    std::function<void()> counter() {
-        return [this] { ++presses_; };
+    HotKeyHandlers counter() { return counting(presses_); }
+    static HotKeyHandlers counting(std::atomic<int>& presses) {
+        return {.pressed = [&presses] { ++presses; }, .bound = {}, .lost = {}};
+    }
+    // Counts, and keeps what else the handlers are told: the trigger, or the sentence of a loss.
+    HotKeyHandlers logger() {
+        HotKeyHandlers handlers = counter();
+        handlers.bound = [this](const std::string& trigger) { add(trigger); };
+        handlers.lost = [this](const Failure& why) { add(why.message); };
+        return handlers;
+    }
+    void add(const std::string& event) {
+        const std::scoped_lock lock(mutex_);
+        told_.push_back(event);
+    }
+    bool isTold(const std::vector<std::string>& expected) {
+        return waitUntil([&] {
+            const std::scoped_lock lock(mutex_);
+            return told_ == expected;
+        });
     }
     bool reach(int count) {
         return waitUntil([&] { return presses_ >= count; }) && presses_ == count;
@@ -49,6 +72,8 @@ class X11HotKeySourceTest : public testing::Test {
     std::optional<XSession::Environment> environment_;
     std::unique_ptr<HotKeySource> source_;
     std::atomic<int> presses_ = 0;
+    std::mutex mutex_;
+    std::vector<std::string> told_; // under mutex_
 };
 
 TEST_F(X11HotKeySourceTest, FiresWhicheverLocksAreOnAndForNothingElse) {
@@ -79,23 +104,23 @@ TEST_F(X11HotKeySourceTest, FiresOnceHoweverLongTheKeyIsHeld) {
 TEST_F(X11HotKeySourceTest, SaysThatAnotherProgramHoldsTheKeys) {
     ASSERT_TRUE(source_->listen(kRecord, counter()));
     const auto second = createX11HotKeySource();
-    const Result<void> refused = second->listen(kRecord, [] {});
+    const Result<void> refused = second->listen(kRecord, {});
     ASSERT_FALSE(refused);
     EXPECT_NE(refused.error().message.find("Alt+Super+R"), std::string::npos);
     // What was refused half-way must not keep the keys it got.
-    ASSERT_TRUE(second->listen({'r', KeyCombination::alt | KeyCombination::control}, [] {}));
+    ASSERT_TRUE(second->listen({'r', KeyCombination::alt | KeyCombination::control}, {}));
     type('r', {kAltLeft, kSuperLeft});
     EXPECT_TRUE(reach(1));
     source_->stop();
-    EXPECT_TRUE(waitUntil([&] { return second->listen(kRecord, [] {}).has_value(); }));
+    EXPECT_TRUE(waitUntil([&] { return second->listen(kRecord, {}).has_value(); }));
 }
 
 TEST_F(X11HotKeySourceTest, ListensToTheLastCombinationOnlyAndToNoneAfterTheStop) {
     std::atomic<int> later = 0;
     for (int i = 0; i < 20; ++i) {
         ASSERT_TRUE(source_->listen(kRecord, counter()));
-        ASSERT_TRUE(source_->listen(kRecord, [&] { ++later; })) << "the same again";
-        ASSERT_TRUE(source_->listen({'k', KeyCombination::control}, [&] { ++later; }));
+        ASSERT_TRUE(source_->listen(kRecord, counting(later))) << "the same again";
+        ASSERT_TRUE(source_->listen({'k', KeyCombination::control}, counting(later)));
     }
     type('r', {kAltLeft, kSuperLeft});
     type('k', {0xFFE3});
@@ -120,9 +145,45 @@ TEST_F(X11HotKeySourceTest, FollowsTheKeyToAnotherPlaceOfTheKeyboard) {
     EXPECT_FALSE(waitUntil([&] { return presses_ > before; }, std::chrono::milliseconds(100)));
 }
 
+TEST_F(X11HotKeySourceTest, TellsOfAKeyThatTheKeyboardLosesAndFindsAgain) {
+    ASSERT_TRUE(source_->listen(kRecord, logger()));
+    std::vector<std::string> expected{"Alt+Super+R"};
+    EXPECT_TRUE(isTold(expected));
+    session_->output({"xmodmap", "-e", "keysym r = F30"});
+    expected.push_back("This keyboard has no key for Alt+Super+R: choose other keys.");
+    EXPECT_TRUE(isTold(expected));
+    session_->output({"xmodmap", "-e", "keysym F30 = r R"});
+    expected.push_back("Alt+Super+R");
+    EXPECT_TRUE(isTold(expected));
+    type('r', {kAltLeft, kSuperLeft});
+    EXPECT_TRUE(reach(1));
+}
+
+TEST_F(X11HotKeySourceTest, TellsThatAnotherProgramHoldsTheKeyItWasMovedToAndWaitsForIt) {
+    auto other = connectToX11();
+    ASSERT_TRUE(other);
+    const auto place = findX11Keys(*other, {'z', 0});
+    ASSERT_TRUE(place);
+    xcb_grab_key(other->get(), 0, other->root(), XCB_MOD_MASK_ANY, place->keys.front(), XCB_GRAB_MODE_ASYNC,
+                 XCB_GRAB_MODE_ASYNC);
+    xcb_flush(other->get());
+    ASSERT_TRUE(source_->listen(kRecord, logger()));
+    session_->output({"xmodmap", "-e", "keysym z = r R", "-e", "keysym r = F30"});
+    EXPECT_TRUE(isTold({"Alt+Super+R", kHeld}));
+    other->handle.reset();
+    EXPECT_TRUE(waitUntil([&] {
+        const std::scoped_lock lock(mutex_);
+        return told_.size() == 3 && told_.back() == "Alt+Super+R";
+    }));
+    type('r', {kAltLeft, kSuperLeft});
+    EXPECT_TRUE(reach(1));
+}
+
 TEST_F(X11HotKeySourceTest, OutlivesItsServer) {
-    ASSERT_TRUE(source_->listen(kRecord, counter()));
+    ASSERT_TRUE(source_->listen(kRecord, logger()));
+    ASSERT_TRUE(isTold({"Alt+Super+R"}));
     session_->killServer();
+    EXPECT_TRUE(isTold({"Alt+Super+R", "The X server has ended, and the key with it."}));
     EXPECT_FALSE(source_->listen(kRecord, counter()));
     source_->stop();
     EXPECT_EQ(source_->listen({0x1234567, 0}, counter()).error().message.find("X server"), 4U);

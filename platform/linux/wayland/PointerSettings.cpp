@@ -1,0 +1,97 @@
+#include "platform/linux/wayland/PointerSettings.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+
+#include <fmt/format.h>
+
+namespace glintro {
+namespace {
+
+namespace fs = std::filesystem;
+using ClickMethod = PointerSettings::ClickMethod;
+
+struct ClosePipe {
+    void operator()(std::FILE* pipe) const { ::pclose(pipe); }
+};
+
+std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+// XDG_CURRENT_DESKTOP lists names from the most to the least particular, as "ubuntu:GNOME".
+bool desktopIs(const std::string& name) {
+    return (":" + environment("XDG_CURRENT_DESKTOP") + ":").find(":" + name + ":") != std::string::npos;
+}
+
+// Asked through the program, so that the settings' library stays out of this process; empty when unknown.
+std::string gnomeSetting(const std::string& schemaAndKey) {
+    const std::string command =
+        "timeout 3 gsettings get org.gnome.desktop.peripherals." + schemaAndKey + " 2>/dev/null";
+    const std::unique_ptr<std::FILE, ClosePipe> pipe(::popen(command.c_str(), "re"));
+    std::array<char, 64> line{};
+    if (!pipe || std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) == nullptr) return {};
+    std::string value = line.data();
+    std::erase_if(value, [](char each) { return each == '\'' || each == '\n'; });
+    return value;
+}
+
+PointerSettings gnomeSettings(const PointingDevice& device) {
+    PointerSettings settings;
+    const bool isMouseLeft = gnomeSetting("mouse left-handed") == "true";
+    settings.isLeftHanded = isMouseLeft;
+    if (!device.isTouchpad) return settings;
+    const std::string hand = gnomeSetting("touchpad left-handed"); // left, right or as the mouse
+    settings.isLeftHanded = hand == "left" || (hand != "right" && isMouseLeft);
+    settings.tapToClick = gnomeSetting("touchpad tap-to-click") != "false";
+    const std::string method = gnomeSetting("touchpad click-method");
+    if (method == "areas") settings.clickMethod = ClickMethod::areas;
+    if (method == "fingers") settings.clickMethod = ClickMethod::fingers;
+    return settings;
+}
+
+// The entries of a device's group in the file that KDE keeps its input settings in.
+std::map<std::string, std::string> kdeEntries(const PointingDevice& device) {
+    const std::string configured = environment("XDG_CONFIG_HOME");
+    const fs::path folder =
+        configured.empty() ? fs::path(environment("HOME")) / ".config" : fs::path(configured);
+    const std::string group =
+        fmt::format("[Libinput][{}][{}][{}]", device.vendor, device.product, device.name);
+    std::ifstream file(folder / "kcminputrc");
+    std::map<std::string, std::string> entries;
+    bool isGroup = false;
+    for (std::string line; std::getline(file, line);) {
+        const std::size_t equals = line.find('=');
+        if (line.starts_with("["))
+            isGroup = line == group;
+        else if (isGroup && equals != std::string::npos)
+            entries[line.substr(0, equals)] = line.substr(equals + 1);
+    }
+    return entries;
+}
+
+PointerSettings kdeSettings(const PointingDevice& device) {
+    auto entries = kdeEntries(device);
+    PointerSettings settings;
+    settings.tapToClick = entries["TapToClick"] != "false";
+    settings.isLeftHanded = entries["LeftHanded"] == "true";
+    if (entries["ClickMethod"] == "1") settings.clickMethod = ClickMethod::areas;
+    if (entries["ClickMethod"] == "2") settings.clickMethod = ClickMethod::fingers;
+    return settings;
+}
+
+} // namespace
+
+PointerSettings desktopPointerSettings(const PointingDevice& device) {
+    if (desktopIs("KDE")) return kdeSettings(device);
+    if (desktopIs("GNOME")) return gnomeSettings(device);
+    return {};
+}
+
+} // namespace glintro

@@ -54,7 +54,7 @@ class PortalScreenCapture final : public ScreenCapture {
                                      choice_.load(), cancel);
         if (!cast) return std::unexpected(cast.error());
         choice_ = ScreenCast::Choice::asTheLastTime;
-        return PortalStream::open(std::move(*cast), display ? display->sourceRect : std::nullopt, cancel);
+        return PortalStream::open(std::move(*cast), display ? display->area : std::nullopt, cancel);
     }
 
     // Until they have chosen: a user who gives up has not agreed to the old choice.

@@ -173,7 +173,7 @@ X11Composition::Layer X11Composition::layerOf(const X11TopLevel& window) {
     return layer;
 }
 
-std::optional<PixelRect> X11Composition::take(const xcb_generic_event_t& event) {
+std::optional<PixelRect> X11Composition::handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     if (type == XCB_PROPERTY_NOTIFY) {
         const auto& changed = reinterpret_cast<const xcb_property_notify_event_t&>(event);

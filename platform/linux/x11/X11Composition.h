@@ -28,7 +28,7 @@ class X11Composition {
     void follow(const std::vector<X11TopLevel>& bottomToTop);
 
     // The part of the root window where a followed window has changed, or the wallpaper has.
-    std::optional<PixelRect> take(const xcb_generic_event_t& event);
+    std::optional<PixelRect> handle(const xcb_generic_event_t& event);
 
     // Draws rows of the picture anew, and the windows in `cover` (from the root's corner). The picture.
     xcb_pixmap_t draw(const RowSet& rows, const std::vector<PixelRect>& cover);

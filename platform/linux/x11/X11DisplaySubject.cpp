@@ -22,6 +22,11 @@ PixelRect inPixels(const Rect& rect, double scale) {
     return {pixels(rect.x), pixels(rect.y), pixels(rect.width), pixels(rect.height)};
 }
 
+// From desktop coordinates to points from the display's corner.
+Rect onDisplay(const Rect& area, const ShareableDisplay& display) {
+    return {area.x - display.frame.x, area.y - display.frame.y, area.width, area.height};
+}
+
 PixelRect grown(const PixelRect& rect, int margin) {
     return {rect.x - margin, rect.y - margin, rect.width + 2 * margin, rect.height + 2 * margin};
 }
@@ -35,12 +40,12 @@ X11DisplaySubject::X11DisplaySubject(const X11Connection& connection, const Shar
 
 Result<std::unique_ptr<X11DisplaySubject>> X11DisplaySubject::create(const X11Connection& connection,
                                                                      const ShareableDisplay& display,
-                                                                     std::optional<Rect> sourceRect) {
+                                                                     const std::optional<Rect>& area) {
     std::unique_ptr<X11DisplaySubject> subject(new X11DisplaySubject(connection, display));
-    if (sourceRect) subject->part_ = inPixels(*sourceRect, display.scale);
-    const Result<PixelRect> area = subject->place(display);
-    if (!area) return std::unexpected(area.error());
-    subject->moveTo(*area);
+    if (area) subject->part_ = inPixels(onDisplay(*area, display), display.scale);
+    const Result<PixelRect> place = subject->place(display);
+    if (!place) return std::unexpected(place.error());
+    subject->moveTo(*place);
     return subject;
 }
 
@@ -78,7 +83,7 @@ Result<void> X11DisplaySubject::begin() {
     return relocate();
 }
 
-void X11DisplaySubject::take(const xcb_generic_event_t& event) {
+void X11DisplaySubject::handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     const xcb_query_extension_reply_t* damage = xcb_get_extension_data(connection_.get(), &xcb_damage_id);
     const xcb_query_extension_reply_t* randr = xcb_get_extension_data(connection_.get(), &xcb_randr_id);
@@ -86,10 +91,10 @@ void X11DisplaySubject::take(const xcb_generic_event_t& event) {
         takeDamage(reinterpret_cast<const xcb_damage_notify_event_t&>(event));
     } else if (randr->present != 0 && (type == randr->first_event || type == randr->first_event + 1)) {
         layoutHasChanged_ = true;
-    } else if (topLevels_.take(event)) {
+    } else if (topLevels_.handle(event)) {
         windowsHaveChanged_ = true;
     } else if (composition_) {
-        if (const auto changed = composition_->take(event)) addDirty(*changed);
+        if (const auto changed = composition_->handle(event)) addDirty(*changed);
     }
 }
 
@@ -99,7 +104,7 @@ void X11DisplaySubject::takeDamage(const xcb_damage_notify_event_t& damage) {
         const PixelRect part{damage.area.x, damage.area.y, damage.area.width, damage.area.height};
         if (!cover_.holds(intersected(part, area_))) addDirty(part);
     } else if (composition_) {
-        const auto changed = composition_->take(reinterpret_cast<const xcb_generic_event_t&>(damage));
+        const auto changed = composition_->handle(reinterpret_cast<const xcb_generic_event_t&>(damage));
         if (!changed) return;
         for (const PixelRect& rect : cover_.rects()) addDirty(intersected(rect, *changed));
     }

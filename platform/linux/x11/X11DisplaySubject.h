@@ -19,13 +19,14 @@ namespace glintro {
 // without them in the rows where one of them is.
 class X11DisplaySubject final : public X11Subject {
   public:
-    // The connection must outlive this. Fails when the area does not lie on the display.
+    // The connection must outlive this. `area`: desktop coordinates; all of the display when absent. Fails
+    // when it does not lie on the display.
     [[nodiscard]] static Result<std::unique_ptr<X11DisplaySubject>> create(const X11Connection& connection,
                                                                            const ShareableDisplay& display,
-                                                                           std::optional<Rect> sourceRect);
+                                                                           const std::optional<Rect>& area);
 
     [[nodiscard]] Result<void> begin() override;
-    void take(const xcb_generic_event_t& event) override;
+    void handle(const xcb_generic_event_t& event) override;
     [[nodiscard]] Result<void> update(Seconds now) override;
     std::optional<Seconds> wakeTime() const override;
     PixelSize size() const override { return {area_.width, area_.height}; }
@@ -53,7 +54,7 @@ class X11DisplaySubject final : public X11Subject {
     const X11Connection& connection_;
     std::uint32_t display_;
     double scale_;
-    std::optional<PixelRect> part_; // of the display, in pixels; all of it when absent
+    std::optional<PixelRect> part_; // pixels from the display's corner; all of it when absent
 
     mutable std::mutex mutex_; // of area_ where it is written, and where other threads read it
     PixelRect area_;           // of the root window

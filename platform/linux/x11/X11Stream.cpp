@@ -87,7 +87,7 @@ Result<void> X11Stream::step() {
 
 Result<void> X11Stream::takeEvents() {
     while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_->get())}) {
-        subject_->take(*event);
+        subject_->handle(*event);
     }
     if (connection_->isAlive()) return {};
     return failure("The X server no longer answers, so the recording ended.", "xcb connection",
@@ -98,7 +98,7 @@ Result<void> X11Stream::takeEvents() {
 bool X11Stream::takeQueuedEvents() {
     bool any = false;
     while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_queued_event(connection_->get())}) {
-        subject_->take(*event);
+        subject_->handle(*event);
         any = true;
     }
     return any;

@@ -22,7 +22,7 @@ class X11Subject {
     // Registers with the server for what must be known. Once, before all below.
     [[nodiscard]] virtual Result<void> begin() = 0;
 
-    virtual void take(const xcb_generic_event_t& event) = 0;
+    virtual void handle(const xcb_generic_event_t& event) = 0;
 
     // Brings about what follows from the events taken. A failure ends the stream.
     [[nodiscard]] virtual Result<void> update(Seconds now) = 0;

@@ -33,7 +33,7 @@ class X11TopLevels {
     void begin();
 
     // Whether the event has changed anything.
-    bool take(const xcb_generic_event_t& event);
+    bool handle(const xcb_generic_event_t& event);
 
     const std::vector<X11TopLevel>& bottomToTop() const { return windows_; }
     // What is seen of windows of this process, were nothing above them.

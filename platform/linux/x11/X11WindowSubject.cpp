@@ -57,7 +57,7 @@ void X11WindowSubject::watch(xcb_window_t frame) {
     xcb_damage_create(connection_.get(), damage_.id(), frame, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES);
 }
 
-void X11WindowSubject::take(const xcb_generic_event_t& event) {
+void X11WindowSubject::handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     if (type == xcb_get_extension_data(connection_.get(), &xcb_damage_id)->first_event) {
         const auto& damage = as<xcb_damage_notify_event_t>(event);

@@ -21,7 +21,7 @@ class X11WindowSubject final : public X11Subject {
                                                                           xcb_window_t window, double scale);
 
     [[nodiscard]] Result<void> begin() override;
-    void take(const xcb_generic_event_t& event) override;
+    void handle(const xcb_generic_event_t& event) override;
     [[nodiscard]] Result<void> update(Seconds now) override;
     std::optional<Seconds> wakeTime() const override;
     PixelSize size() const override { return {shown_.visible.width, shown_.visible.height}; }

@@ -197,7 +197,7 @@ TEST_F(RecordingControllerTest, StartsOnlyWhatIsChosen) {
     EXPECT_EQ(views.shown.back(), "bar");
     controller->start();
     ASSERT_TRUE(reaches(Phase::recording));
-    EXPECT_EQ(std::get<DisplayFilter>(platform.screen().opened).sourceRect, (Rect{10, 10, 300, 200}));
+    EXPECT_EQ(std::get<DisplayFilter>(platform.screen().opened).area, (Rect{1930, 10, 300, 200}));
 }
 
 TEST_F(RecordingControllerTest, CountsDownBeforeItRecords) {

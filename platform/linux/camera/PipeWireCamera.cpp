@@ -23,7 +23,7 @@ namespace glintro {
 namespace {
 
 constexpr const char* kPrefix = "pipewire:"; // of identifiers; the node's name follows
-constexpr timespec kPatience{5, 0};          // with a camera that sends nothing
+constexpr timespec kTimeout{5, 0};           // for a camera's next picture
 
 std::vector<PipeWireNode> cameraNodes(PipeWireConnection& connection) {
     std::vector<PipeWireNode> nodes = nodesOfClass(connection, "Video/Source");
@@ -65,8 +65,8 @@ class PipeWireCamera final : public Camera {
     std::function<void(Failure)> lost_;
     std::optional<spa_video_info_raw> format_;
     CameraPictures pictures_;
-    AvFrame view_{av_frame_alloc()};
-    spa_source* patience_ = nullptr;
+    FramePtr view_ = newFrame();
+    spa_source* timeout_ = nullptr;
     PipeWireRegistry registry_;
     std::optional<PipeWireHook> registryHook_;
     PipeWireStream stream_;
@@ -119,7 +119,7 @@ Result<void> PipeWireCamera::start(std::function<void(CameraFrame)> seen, std::f
 
 Result<void> PipeWireCamera::connectStream() {
     connection_->onLost([this] { lose(EIO); });
-    patience_ = pw_loop_add_timer(
+    timeout_ = pw_loop_add_timer(
         connection_->loop(),
         [](void* self, std::uint64_t) { static_cast<PipeWireCamera*>(self)->lose(ETIMEDOUT); }, this);
     waitForNext();
@@ -148,9 +148,10 @@ void PipeWireCamera::stop() {
     stream_.reset();
     registryHook_.reset();
     registry_.reset();
-    pw_loop_destroy_source(connection_->loop(), patience_);
+    pw_loop_destroy_source(connection_->loop(), timeout_);
     connection_.reset();
     format_.reset();
+    pictures_ = {};
 }
 
 void PipeWireCamera::formatChanged(const spa_pod* parameter) {
@@ -184,8 +185,8 @@ void PipeWireCamera::process() {
 }
 
 void PipeWireCamera::waitForNext() {
-    timespec patience = kPatience;
-    pw_loop_update_timer(connection_->loop(), patience_, &patience, nullptr, false);
+    timespec timeout = kTimeout;
+    pw_loop_update_timer(connection_->loop(), timeout_, &timeout, nullptr, false);
 }
 
 void PipeWireCamera::lose(int systemError) {

@@ -7,6 +7,7 @@
 #include "core/base/Geometry.h"
 #include "platform/RowSet.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Infill.h"
 #include "platform/linux/x11/X11Resource.h"
 #include "platform/linux/x11/X11TopLevels.h"
 
@@ -29,6 +30,9 @@ class X11Composition {
 
     // The part of the root window where a followed window has changed, or the wallpaper has.
     std::optional<PixelRect> handle(const xcb_generic_event_t& event);
+
+    // Whether nobody tells what the wallpaper is, so that it is guessed from the pixels around each place.
+    bool guessesWallpaper() const { return !wallpaper_.picture; }
 
     // Draws rows of the picture anew, and the windows in `cover` (from the root's corner). The picture.
     xcb_pixmap_t draw(const RowSet& rows, const std::vector<PixelRect>& cover);
@@ -56,13 +60,14 @@ class X11Composition {
     Wallpaper announcedBackground();
     void copyRows(const RowSet& rows);
     X11Region coveredRegion(const RowSet& rows, const std::vector<PixelRect>& cover);
-    void drawWallpaper(const X11Region& region);
+    void drawWallpaper(const X11Region& region, const std::vector<PixelRect>& places);
     void drawLayer(const Layer& layer, const X11Region& region);
 
     const X11Connection& connection_;
     PixelRect area_;
     bool isScreenComposed_;
     std::map<xcb_visualid_t, xcb_render_pictformat_t> formats_;
+    X11Infill infill_;
     xcb_atom_t wallpaperAtom_;
     X11Pixmap pixmap_;
     X11GraphicsContext copying_;

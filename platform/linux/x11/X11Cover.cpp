@@ -36,6 +36,13 @@ bool X11Cover::holds(const PixelRect& rect) const {
     });
 }
 
+bool X11Cover::touches(const PixelRect& rect) const {
+    return std::ranges::any_of(rects_, [&](const PixelRect& place) {
+        return rect.x <= place.right() && place.x <= rect.right() && rect.y <= place.bottom()
+               && place.y <= rect.bottom();
+    });
+}
+
 std::optional<Seconds> X11Cover::nextEnd() const {
     std::optional<Seconds> next;
     for (const std::optional<Seconds>& end : ends_) {

@@ -18,6 +18,8 @@ class X11Cover {
     bool isEmpty() const { return rects_.empty(); }
     // Whether the whole of `rect` lies in one of the places.
     bool holds(const PixelRect& rect) const;
+    // Whether it overlaps one of the places, or lies right beside it.
+    bool touches(const PixelRect& rect) const;
     // When the next place must be given up.
     std::optional<Seconds> nextEnd() const;
 

@@ -102,7 +102,12 @@ void X11DisplaySubject::handle(const xcb_generic_event_t& event) {
 void X11DisplaySubject::takeDamage(const xcb_damage_notify_event_t& damage) {
     if (damage.damage == damage_.id()) {
         const PixelRect part{damage.area.x, damage.area.y, damage.area.width, damage.area.height};
-        if (!cover_.holds(intersected(part, area_))) addDirty(part);
+        if (cover_.holds(intersected(part, area_))) return;
+        addDirty(part);
+        // What is guessed from the pixels around the places follows them.
+        if (composition_ && composition_->guessesWallpaper() && cover_.touches(part)) {
+            for (const PixelRect& rect : cover_.rects()) addDirty(rect);
+        }
     } else if (composition_) {
         const auto changed = composition_->handle(reinterpret_cast<const xcb_generic_event_t&>(damage));
         if (!changed) return;

@@ -329,6 +329,30 @@ TEST_P(X11OwnWindowTest, LetsShapedAndTransparentWindowsBeSeenAsTheyAre) {
     EXPECT_EQ(watch.wrong(), "");
 }
 
+// A compositing manager that shows a desktop of its own tells nobody what it is.
+TEST_P(X11OwnWindowTest, GivesWayToTheDesktopAroundItAndNeverToBlack) {
+    const auto stream = openFirstDisplay();
+    FrameWatch watch(*stream);
+    ASSERT_TRUE(waitUntil([&] { return watch.pixel(300, 200).value_or(0) != 0; }));
+    const int before = watch.frames() - watch.repeats();
+    OwnWindow own(session_->display(), {200, 150, 200, 100});
+    ASSERT_TRUE(waitUntil([&] { return watch.frames() - watch.repeats() > before; }));
+    watch.forbid(kForbidden);
+    painter_->show(XPainter::Kind::unmanaged, {100, 130, 80, 40}, 0x00AA00);
+    ASSERT_TRUE(watch.shows(120, 150, 0x00AA00)) << "beside ours";
+    // The manager may take its time to show its desktop.
+    const auto isDesktop = [&](int x, int y) {
+        const std::uint32_t colour = watch.pixel(x, y).value_or(0);
+        return colour != 0 && colour == watch.pixel(600, 460);
+    };
+    EXPECT_TRUE(waitUntil([&] { return isDesktop(300, 200) && isDesktop(210, 160) && isDesktop(390, 240); }))
+        << std::hex << watch.pixel(300, 200).value_or(0) << ' ' << watch.pixel(600, 460).value_or(0);
+    const OwnWindow all(session_->display(), {0, 0, 640, 480});
+    painter_->fill(0, {0, 0, 10, 10}, 0x0000BB);
+    EXPECT_TRUE(waitUntil([&] { return watch.pixel(300, 200).value_or(0) != 0; }));
+    EXPECT_EQ(watch.wrong(), "");
+}
+
 INSTANTIATE_TEST_SUITE_P(Screens, X11OwnWindowTest,
                          testing::Values(Composing{"Plain", ""}, Composing{"Composed", "picom"}),
                          [](const auto& row) { return row.param.name; });

@@ -49,7 +49,7 @@ void reduceRow(const std::vector<float>& sums, int width, float area, std::uint8
             const float* pixel = sums.data() + static_cast<std::ptrdiff_t>(column) * kChannels;
             for (int c = 0; c < kChannels - 1; ++c) sum[c] += span.weight(column) * pixel[c];
         }
-        for (const float each : sum) *pixels++ = static_cast<std::uint8_t>(each / area + 0.5F);
+        for (const float each : sum) *pixels++ = static_cast<std::uint8_t>(std::lround(each / area));
         *pixels++ = 0xFF;
     }
 }

@@ -39,7 +39,7 @@ class Reader {
     Result<void> openDecoder();
     Reading read();
     void decode(const std::function<void(CameraFrame)>& seen);
-    Seconds takenAt(const AVFrame& frame) const;
+    Seconds captureTime(const AVFrame& frame) const;
     void waitForData();
     Failure ended() const;
 
@@ -138,14 +138,14 @@ void Reader::decode(const std::function<void(CameraFrame)>& seen) {
     while (avcodec_receive_frame(decoder_.get(), frame_.get()) == 0) {
         const bool isDamaged =
             (frame_->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame_->decode_error_flags != 0;
-        auto picture = isDamaged ? std::nullopt : pictures_.convert(*frame_, takenAt(*frame_));
+        auto picture = isDamaged ? std::nullopt : pictures_.convert(*frame_, captureTime(*frame_));
         if (!picture) continue;
         seen(std::move(*picture));
         lastPicture_ = hostTime();
     }
 }
 
-Seconds Reader::takenAt(const AVFrame& frame) const {
+Seconds Reader::captureTime(const AVFrame& frame) const {
     if (frame.pts == AV_NOPTS_VALUE) return arrival_;
     const Seconds own = static_cast<Seconds>(frame.pts) * av_q2d(input_->streams[stream_]->time_base);
     return own <= arrival_ && arrival_ - own < kTrustedOffset ? own : arrival_;

@@ -151,7 +151,7 @@ void X11Composition::follow(const std::vector<X11TopLevel>& bottomToTop) {
     layers_ = std::move(layers);
 }
 
-// Pixels are named anew when the window has others: each time it is mapped or resized.
+// Pixels are named again when the window has others: each time it is mapped or resized.
 X11Composition::Layer X11Composition::keptOrNew(const X11TopLevel& window) {
     const auto known =
         std::ranges::find(layers_, window.id, [](const Layer& layer) { return layer.window.id; });
@@ -194,15 +194,15 @@ std::optional<PixelRect> X11Composition::handle(const xcb_generic_event_t& event
                      window.outer.y + window.border + damage.area.y, damage.area.width, damage.area.height};
 }
 
-xcb_pixmap_t X11Composition::draw(const RowSet& rows, const std::vector<PixelRect>& cover) {
+xcb_pixmap_t X11Composition::draw(const RowSet& rows, const std::vector<PixelRect>& occluded) {
     for (Layer& layer : layers_) {
         if (std::exchange(layer.hasReported, false)) {
             xcb_damage_subtract(connection_.get(), layer.damage.id(), XCB_NONE, XCB_NONE);
         }
     }
     copyRows(rows);
-    const X11Region region = coveredRegion(rows, cover);
-    drawWallpaper(region, cover);
+    const X11Region region = occludedRegion(rows, occluded);
+    drawWallpaper(region, occluded);
     for (const Layer& layer : layers_) drawLayer(layer, region);
     return pixmap_.id();
 }
@@ -216,9 +216,9 @@ void X11Composition::copyRows(const RowSet& rows) {
     }
 }
 
-X11Region X11Composition::coveredRegion(const RowSet& rows, const std::vector<PixelRect>& cover) {
+X11Region X11Composition::occludedRegion(const RowSet& rows, const std::vector<PixelRect>& occluded) {
     std::vector<xcb_rectangle_t> rectangles;
-    for (const PixelRect& rect : cover) {
+    for (const PixelRect& rect : occluded) {
         for (const RowRange& band : rows.ranges()) {
             const PixelRect rowsOfRoot{area_.x, area_.y + band.begin, area_.width, band.end - band.begin};
             const PixelRect part = intersected(rect, rowsOfRoot);

@@ -8,7 +8,7 @@
 #include "platform/ShareableContent.h"
 #include "platform/linux/x11/X11Composition.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Cover.h"
+#include "platform/linux/x11/X11Occlusion.h"
 #include "platform/linux/x11/X11Resource.h"
 #include "platform/linux/x11/X11Subject.h"
 #include "platform/linux/x11/X11TopLevels.h"
@@ -43,13 +43,13 @@ class X11DisplaySubject final : public X11Subject {
     Result<void> relocate();
     void moveTo(const PixelRect& area);
     std::vector<PixelRect> placesOf(const std::vector<PixelRect>& ownWindows) const;
-    void followCover(Seconds now);
-    void noteVisits(const std::vector<PixelRect>& places);
+    void updateOcclusion(Seconds now);
+    void addOwnPlaces(const std::vector<PixelRect>& places);
     void prepareComposition(Seconds now);
     void redirect(Seconds now);
-    void takeDamage(const xcb_damage_notify_event_t& damage);
+    void addDamage(const xcb_damage_notify_event_t& damage);
     void addDirty(const PixelRect& partOfRoot);
-    RowSet coveredRows() const;
+    RowSet occludedRows() const;
 
     const X11Connection& connection_;
     std::uint32_t display_;
@@ -65,13 +65,13 @@ class X11DisplaySubject final : public X11Subject {
     bool layoutHasChanged_ = false;
     bool windowsHaveChanged_ = true;
 
-    X11Cover cover_;
-    std::vector<PixelRect> visits_; // where windows of ours have been since the cover was made
+    X11Occlusion occlusion_;
+    std::vector<PixelRect> ownPlaces_; // where windows of ours have been since occlusion_ was updated
     std::optional<X11Composition> composition_;
-    Seconds linger_ = 0;            // how long a window's place stays covered after it has gone
-    int margin_ = 0;                // how far a window's shadow may reach
-    bool isRedirected_ = false;     // the server keeps the pixels of covered windows
-    std::optional<Seconds> settle_; // when programs have drawn what was covered before that
+    Seconds linger_ = 0;                 // how long a window's place stays occluded after it has gone
+    int margin_ = 0;                     // how far a window's shadow may reach
+    bool isRedirected_ = false;          // the server keeps the pixels of covered windows
+    std::optional<Seconds> redrawnTime_; // when programs have drawn what was covered before that
 };
 
 } // namespace glintro

@@ -35,8 +35,8 @@ class X11Stream final : public ScreenStream {
   private:
     void run(const std::stop_token& stop);
     Result<void> step();
-    Result<void> takeEvents();
-    bool takeQueuedEvents();
+    Result<void> handleEvents();
+    bool handleQueuedEvents();
     void deliver();
     void deliverFrom(X11FrameBuffer& buffer);
     void repeatWhenDue();

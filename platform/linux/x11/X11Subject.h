@@ -24,7 +24,7 @@ class X11Subject {
 
     virtual void handle(const xcb_generic_event_t& event) = 0;
 
-    // Brings about what follows from the events taken. A failure ends the stream.
+    // Does what follows from the events handled. A failure ends the stream.
     [[nodiscard]] virtual Result<void> update(Seconds now) = 0;
     // When update() wants to be called although no event comes.
     virtual std::optional<Seconds> wakeTime() const = 0;

@@ -140,7 +140,7 @@ bool X11TopLevels::configured(const xcb_configure_notify_event_t& event) {
     return true;
 }
 
-// A sibling that is not known, because the two sides crossed: what is there now is read anew.
+// A sibling that is not known, because the two sides crossed: what is there now is read again.
 void X11TopLevels::putAbove(Position window, xcb_window_t sibling) {
     const X11TopLevel moved = *window;
     windows_.erase(window);

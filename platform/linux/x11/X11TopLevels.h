@@ -39,7 +39,7 @@ class X11TopLevels {
     // What is seen of windows of this process, were nothing above them.
     std::vector<PixelRect> ownRects() const;
     // Where windows of this process have come to since the last call, also those that have gone again.
-    std::vector<PixelRect> takeOwnPlacesSeen() { return std::exchange(ownPlacesSeen_, {}); }
+    std::vector<PixelRect> drainOwnPlaces() { return std::exchange(ownPlacesSeen_, {}); }
 
   private:
     using Position = std::vector<X11TopLevel>::iterator;

@@ -43,8 +43,7 @@ class ScreenCapture {
     // pointer. Fails when what the filter names does not exist, or is minimised, and always where
     // `chosenInDialog` says that the system lets the user choose. Takes a tenth of a second or so: not for
     // the main thread. Several threads may call it at the same time.
-    [[nodiscard]] virtual Result<BgraPicture> picture(const ContentFilter& filter, int maxSide) {
-        (void)filter, (void)maxSide;
+    [[nodiscard]] virtual Result<BgraPicture> picture(const ContentFilter& /*filter*/, int /*maxSide*/) {
         return failure("This desktop shows no picture of its screens before a recording begins.");
     }
 

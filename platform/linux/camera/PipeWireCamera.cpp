@@ -134,6 +134,7 @@ Result<void> PipeWireCamera::connectStream() {
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
     const spa_pod* parameters[] = {offeredCameraFormats(builder)};
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags, of which several are set.
     const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS
                                                     | PW_STREAM_FLAG_DONT_RECONNECT);
     const int code = pw_stream_connect(stream_.get(), PW_DIRECTION_INPUT, PW_ID_ANY, flags, parameters, 1);

@@ -39,8 +39,8 @@ class X11DisplaySubject final : public X11Subject {
   private:
     X11DisplaySubject(const X11Connection& connection, const ShareableDisplay& display);
 
-    Result<PixelRect> place(const ShareableDisplay& display) const;
-    Result<void> relocate();
+    [[nodiscard]] Result<PixelRect> place(const ShareableDisplay& display) const;
+    [[nodiscard]] Result<void> relocate();
     void moveTo(const PixelRect& area);
     std::vector<PixelRect> placesOf(const std::vector<PixelRect>& ownWindows) const;
     void updateOcclusion(Seconds now);

@@ -39,7 +39,7 @@ class X11WindowSubject final : public X11Subject {
     void watch(xcb_window_t frame);
     bool concerns(xcb_window_t window) const { return window == window_ || window == shown_.frame; }
     void addDamage(const PixelRect& partOfFrame);
-    Result<void> readShape(Seconds now);
+    [[nodiscard]] Result<void> readShape(Seconds now);
     bool hasOtherPixels(const X11WindowShape& shape) const;
     void moveTo(const X11WindowShape& shape);
     void accept(const X11WindowShape& shape);

@@ -15,8 +15,8 @@
 namespace glintro {
 
 struct CameraDevice {
-    std::string id;   // what the system calls it, for example "/dev/video0"
-    std::string name; // what a person calls it
+    std::string id;   // the system's identifier, for example "/dev/video0"
+    std::string name; // for the user
     bool isDefault = false;
     bool operator==(const CameraDevice&) const = default;
 };
@@ -27,17 +27,19 @@ struct CameraFrame {
     PixelSize size;
     std::array<const std::uint8_t*, 3> planes{};
     std::array<std::ptrdiff_t, 3> strides{};
-    Seconds hostTime = 0;                // when it was taken
+    Seconds hostTime = 0;                // when the camera saw it
     std::shared_ptr<const void> storage; // keeps the planes alive and unchanged
 };
 
-// A camera that was found. Records between start and stop, in its best picture up to 1920 x 1080 at 30 a
-// second.
+// A camera that was found. Records between start and stop, in its best mode up to 1920 x 1080 at 30 pictures
+// a second. All pictures between a start and its stop have the size of the first: a camera that changes its
+// size meanwhile is scaled to cover that.
 class Camera {
   public:
     virtual ~Camera() = default;
 
-    // Handlers are called on one thread of the camera's. `lost` at most once, when no more will come.
+    // Handlers are called on one thread of the camera's. `lost` is called at most once, after the last
+    // picture.
     [[nodiscard]] virtual Result<void> start(std::function<void(CameraFrame)> seen,
                                              std::function<void(Failure)> lost) = 0;
     // No handler runs any more when this returns. Not from a handler.

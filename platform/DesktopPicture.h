@@ -1,30 +1,26 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <variant>
-#include <vector>
 
-#include "core/base/Geometry.h"
+#include "platform/BgraPicture.h"
 
 namespace glintro {
 
-// A picture that no file holds: rows of B, G, R, x bytes, top to bottom without padding.
-struct DesktopPixels {
-    PixelSize size;
-    std::vector<std::uint8_t> bgra;
-};
+// A picture that no file holds.
+using DesktopPixels = BgraPicture;
 
-// The picture behind the icons of the desktop: the file the desktop was told to show, or the pixels that an
-// older way of setting it has left.
+// The picture behind the icons of the desktop: the file that the desktop's settings name, or the pixels that
+// a program has left on the root window.
 using DesktopPicture = std::variant<std::filesystem::path, DesktopPixels>;
 
 class DesktopPictureSource {
   public:
     virtual ~DesktopPictureSource() = default;
 
-    // Nothing when the desktop shows a plain colour, or does not tell.
+    // `nullopt` when the desktop shows a plain colour, or does not tell. From any thread but the main one:
+    // the desktop's settings may take seconds to answer.
     virtual std::optional<DesktopPicture> picture() = 0;
 };
 

@@ -10,7 +10,7 @@ namespace glintro {
 class RowSet {
   public:
     RowSet() = default;
-    // An empty set when the range is empty.
+    // Empty when the range is.
     explicit RowSet(RowRange range) { add(range); }
 
     bool isEmpty() const { return ranges_.empty(); }

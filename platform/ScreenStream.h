@@ -21,7 +21,7 @@ struct RowRange {
     bool operator==(const RowRange&) const = default;
 };
 
-// One picture of what is recorded, complete, without the pointer.
+// One complete picture of what is recorded, without the pointer.
 struct ScreenFrame {
     PixelSize size;                     // may differ from frame to frame when a window is resized
     const std::uint8_t* bgra = nullptr; // rows of B, G, R, x bytes, top to bottom
@@ -30,8 +30,8 @@ struct ScreenFrame {
     // Where it differs from the frame delivered before it: ascending, disjoint. Empty when it is the same
     // picture again; all rows for the first frame and after a change of size.
     std::vector<RowRange> changed;
-    // Keeps the pixels alive and unchanged. Give it up soon: a stream has only `queueDepth` buffers, and
-    // leaves out frames while none is free.
+    // Keeps the pixels alive and unchanged. Release it soon: a stream has only `queueDepth` buffers, and
+    // drops frames while none is free.
     std::shared_ptr<const void> storage;
 };
 
@@ -44,7 +44,7 @@ struct StreamHandlers {
     std::function<void(ScreenFrame)> frame;
     // The stream ended by itself, for good; called at most once, after the last frame.
     std::function<void(Failure)> stopped;
-    // A frame was left out because no buffer was free.
+    // A frame was dropped because no buffer was free.
     std::function<void()> dropped;
 };
 
@@ -60,7 +60,7 @@ class ScreenStream {
     // The size of the recording in pixels: that of the first frame, not yet made even.
     virtual PixelSize pixelSize() const = 0;
 
-    // The rectangle of the desktop, in points, that a recorded picture of pixelSize() covers now. It follows
+    // The rectangle, in desktop coordinates, that a recorded picture of pixelSize() covers now. It follows
     // a window that is moved; when the window is resized, it is what the fitted and centred picture covers,
     // bars included (see fitCentred). From any thread.
     virtual Rect frame() const = 0;
@@ -76,7 +76,7 @@ class ScreenStream {
     // earlier take, so that they need not have been asked; nullopt otherwise.
     virtual std::optional<std::string> rememberedChoice() const { return std::nullopt; }
 
-    // Handlers are called on one thread of the stream's. Once.
+    // Handlers are called on one thread of the stream's. Call once.
     [[nodiscard]] virtual Result<void> start(const StreamConfiguration& configuration,
                                              StreamHandlers handlers) = 0;
 

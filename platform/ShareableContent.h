@@ -8,14 +8,18 @@
 
 namespace glintro {
 
-// Positions and sizes on the desktop are in points from the top left corner of the whole desktop; a display
-// shows `scale` pixels for each point along each side.
+// Desktop coordinates: points from the top left corner of the whole desktop. A display shows `scale` pixels
+// for each point along each side.
 
 struct ShareableDisplay {
     std::uint32_t id = 0;
-    std::string name; // as the system names it, for example "HDMI-1"; may be empty
-    Rect frame;       // points
+    std::string name; // the connector as the system names it, for example "HDMI-1"; may be empty
+    Rect frame;       // desktop coordinates
     double scale = 1;
+    // The same rectangle in the system's own pixels. By its corner or by the name a window toolkit's screen
+    // is matched with the display, whatever points that toolkit counts in. Empty where the system does not
+    // tell.
+    PixelRect pixels = {};
     bool operator==(const ShareableDisplay&) const = default;
 };
 
@@ -25,7 +29,8 @@ struct ShareableWindow {
     std::string application;  // empty when no application owns the window
     std::int64_t process = 0; // 0 when unknown
     int layer = 0;            // 0: an ordinary window; others are panels, docks, menus
-    Rect frame;               // points, what the user sees of it: with its title bar, without its shadow
+    // Desktop coordinates, what the user sees of it: with its title bar, without its shadow.
+    Rect frame;
     bool operator==(const ShareableWindow&) const = default;
 };
 
@@ -34,7 +39,7 @@ struct ShareableContent {
     std::vector<ShareableDisplay> displays; // in the system's order, the main display first
     std::vector<ShareableWindow> windows;   // front to back
     // The system lets the user choose in a dialog of its own when a stream is opened. The lists then hold one
-    // entry each, which stands for whatever will be chosen; its frame is empty.
+    // entry each, which stands for whatever will be chosen; its frame is empty, and it has no picture.
     bool chosenInDialog = false;
 };
 

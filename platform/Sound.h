@@ -15,8 +15,8 @@ namespace glintro {
 inline constexpr int kSoundRate = 48000; // samples a second, of all sound here
 
 struct SoundDevice {
-    std::string id;   // what the system calls it
-    std::string name; // what a person calls it
+    std::string id;   // the system's identifier
+    std::string name; // for the user
     bool isDefault = false;
     bool operator==(const SoundDevice&) const = default;
 };
@@ -32,7 +32,8 @@ class Microphone {
   public:
     virtual ~Microphone() = default;
 
-    // Handlers are called on one thread of the microphone's. `lost` at most once, when no more will come.
+    // Handlers are called on one thread of the microphone's. `lost` is called at most once, after the last
+    // block.
     [[nodiscard]] virtual Result<void> start(std::function<void(const SoundBlock&)> heard,
                                              std::function<void(Failure)> lost) = 0;
     // No handler runs any more when this returns. Not from a handler.
@@ -48,7 +49,7 @@ class SoundOutput {
     virtual ~SoundOutput() = default;
 
     [[nodiscard]] virtual Result<void> start(Source source) = 0;
-    // Drops what was asked for and not heard yet. No call of the source runs when this returns.
+    // Discards what was asked for and not heard yet. No call of the source runs when this returns.
     virtual void stop() = 0;
     // How much later than now a sample asked for now will be heard.
     virtual Seconds latency() const = 0;

@@ -14,7 +14,14 @@ command -v $tidy >/dev/null || {
     exit 1
 }
 
-sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$build/compile_commands.json" |
-    grep -E "^$PWD/(core|app|sample)/" | sort -u |
-    xargs -P "$jobs" -n 1 $tidy -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
-echo "clang-tidy: nothing to say."
+sources=$(sed -n 's/^ *"file": "\(.*\)",\{0,1\}$/\1/p' "$build/compile_commands.json" |
+    grep -E "^$PWD/(app|core|platform|sample)/" | sort -u) || true
+for folder in app core platform sample; do
+    grep -q "^$PWD/$folder/" <<<"$sources" || {
+        echo "clang-tidy: $build/compile_commands.json names no source of $folder/" >&2
+        exit 1
+    }
+done
+
+xargs -P "$jobs" -n 1 $tidy -p "$build" --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null <<<"$sources"
+echo "clang-tidy: nothing to say of $(wc -l <<<"$sources") sources."

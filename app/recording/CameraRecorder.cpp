@@ -1,5 +1,6 @@
 #include "app/recording/CameraRecorder.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -7,6 +8,9 @@
 
 namespace glintro {
 namespace {
+
+// A camera that has sent nothing for so long has died, said or not.
+constexpr Seconds kLongestHold = 1;
 
 constexpr const char* kLost = "The camera stopped, so the recording goes on without it.";
 constexpr const char* kCannotWrite =
@@ -36,7 +40,10 @@ void CameraRecorder::start(CameraSystem& cameras, std::optional<std::string> dev
     if (!camera) return handlers_.notice(camera.error().message);
     camera_ = std::move(*camera);
     const auto started = camera_->start([this](CameraFrame frame) { see(std::move(frame)); },
-                                        [this](const Failure&) { handlers_.notice(kLost); });
+                                        [this](const Failure&) {
+                                            isLost_ = true;
+                                            handlers_.notice(kLost);
+                                        });
     if (!started) {
         camera_.reset();
         handlers_.notice(started.error().message);
@@ -50,9 +57,8 @@ void CameraRecorder::stop() {
 // On the camera's thread, which can wait for an encoder to open; the queue cannot.
 void CameraRecorder::see(CameraFrame frame) {
     if (!track_ && !open(frame.size)) return;
-    if (frame.size != size_) return;
     // A camera that outruns the queue loses a picture.
-    (void)queue_.offer([this, taken = std::move(frame)]() mutable { handle(std::move(taken)); });
+    (void)queue_.offer([this, held = std::move(frame)]() mutable { handle(std::move(held)); });
 }
 
 bool CameraRecorder::open(PixelSize size) {
@@ -64,7 +70,7 @@ bool CameraRecorder::open(PixelSize size) {
         handlers_.notice(kCannotWrite);
         return false;
     }
-    size_ = size;
+    interval_ = 1.0 / settings.fps;
     writer_ = std::move(*writer);
     track_ = std::make_unique<VideoTrack>(*writer_, settings.fps,
                                           [this](const Failure&) { handlers_.notice(kCannotWrite); });
@@ -78,12 +84,17 @@ void CameraRecorder::handle(CameraFrame frame) {
         firstTime_ = time;
         handlers_.started(frame.hostTime);
     }
+    lastTime_ = *time;
     // A picture for which there is no room is left out: the one before it stays.
-    (void)track_->offer([taken = std::move(frame)] { return evenPicture(taken); }, *time - *firstTime_);
+    (void)track_->offer([held = std::move(frame)] { return evenPicture(held); }, *time - *firstTime_);
 }
 
-void CameraRecorder::setEnd(Seconds shiftedEnd) {
-    end_ = firstTime_ ? shiftedEnd - *firstTime_ : 0;
+// The movie of a camera that has died ends with it, rather than showing its last picture to the take's end.
+void CameraRecorder::setEnd(Seconds recordingEnd) {
+    if (!firstTime_) return;
+    const bool hasDied = isLost_ || recordingEnd - lastTime_ > kLongestHold;
+    const Seconds end = hasDied ? std::min(lastTime_ + interval_, recordingEnd) : recordingEnd;
+    end_ = end - *firstTime_;
 }
 
 bool CameraRecorder::finish() {

@@ -14,12 +14,13 @@
 
 namespace glintro {
 
-// Writes a camera's pictures as a movie of their own. Whatever goes wrong is a notice: the take goes on.
+// Writes a camera's pictures as a movie of their own, which ends early when the camera dies. Whatever goes
+// wrong is a notice: the take goes on.
 class CameraRecorder {
   public:
     struct Handlers {
         std::function<void(const std::string&)> notice; // one sentence, from any thread
-        std::function<void(Seconds)> started;           // host time of the first picture, on the queue
+        std::function<void(Seconds)> started;           // host time of the first picture; on the queue
     };
 
     // Pictures are handled on the queue, which is also the one thread that uses `pauses`; both outlive this.
@@ -30,12 +31,13 @@ class CameraRecorder {
     void start(CameraSystem& cameras, std::optional<std::string> device);
     // No picture comes any more when this returns. Not on the queue.
     void stop();
-    // On the queue, after stop(): when the last picture's time is over, the pauses cut out.
-    void setEnd(Seconds shiftedEnd);
+    // On the queue, after stop(): the end of the take, a host time with the pauses cut out. A camera that
+    // still works shows its last picture until then.
+    void setEnd(Seconds recordingEnd);
     // Finishes the file, or removes one without a picture. Not on the queue. Whether there is a movie.
     bool finish();
 
-    // On the queue: the time of the first picture, pauses cut out; 0 when there was none.
+    // On the queue: the host time of the first picture with the pauses cut out; 0 when there was none.
     Seconds startTime() const { return firstTime_.value_or(0); }
 
   private:
@@ -48,14 +50,18 @@ class CameraRecorder {
     const PauseClock& pauses_;
     const Handlers handlers_;
 
+    std::atomic<bool> isLost_ = false;
+
     // Made on the camera's thread with the first picture, before any is handed to the queue.
-    PixelSize size_;
+    Seconds interval_ = 0; // between two pictures
     bool cannotOpen_ = false;
     std::unique_ptr<LiveMovieWriter> writer_;
     std::unique_ptr<VideoTrack> track_;
 
-    std::optional<Seconds> firstTime_; // of the queue
-    Seconds end_ = 0;                  // of the queue
+    // Of the queue. Host times with the pauses cut out.
+    std::optional<Seconds> firstTime_;
+    Seconds lastTime_ = 0;
+    Seconds end_ = 0; // after the first picture
 
     std::unique_ptr<Camera> camera_; // last: its thread uses all of the above
 };

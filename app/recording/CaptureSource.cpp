@@ -45,19 +45,18 @@ std::string areaText(const Rect& area) {
     return fmt::format("{:g} × {:g} at {:g}, {:g}", area.width, area.height, area.x, area.y);
 }
 
-Failure misplaced(const Rect& area, const ShareableContent& content) {
-    const auto touched = std::ranges::count_if(content.displays, [&](const ShareableDisplay& display) {
-        const Rect seen = intersected(display.frame, area);
-        return seen.width > 0 && seen.height > 0;
-    });
-    if (touched == 0)
-        return {
-            fmt::format("The area {} is outside of every display. Choose one on a display.", areaText(area))};
-    if (touched == 1)
-        return {fmt::format("The area {} reaches over the edge of its display. Choose one within it.",
-                            areaText(area))};
-    return {fmt::format("The area {} lies on {} displays. Choose one within a single display.",
-                        areaText(area), touched)};
+// How much of the area a display shows, in square points.
+double shownBy(const ShareableDisplay& display, const Rect& area) {
+    const Rect seen = intersected(display.frame, area);
+    return std::max(0.0, seen.width) * std::max(0.0, seen.height);
+}
+
+// An area that reaches from one display to others is meant; one that reaches into nowhere is a mistake.
+bool isOnDisplays(const Rect& area, const ShareableContent& content) {
+    if (std::ranges::any_of(content.displays, [&](const auto& each) { return holds(each.frame, area); }))
+        return true;
+    return std::ranges::count_if(content.displays, [&](const auto& each) { return shownBy(each, area) > 0; })
+           > 1;
 }
 
 } // namespace
@@ -102,6 +101,12 @@ std::optional<ShareableDisplay> displayOf(const CaptureSource::Kind& kind, const
     return window != content.windows.end() ? displayAt(centreOf(window->frame), content) : std::nullopt;
 }
 
+std::optional<ShareableDisplay> displayOf(const Rect& area, const ShareableContent& content) {
+    const auto shown = [&](const ShareableDisplay& display) { return shownBy(display, area); };
+    const auto most = std::ranges::max_element(content.displays, {}, shown);
+    return most != content.displays.end() && shown(*most) > 0 ? std::optional(*most) : std::nullopt;
+}
+
 ContentFilter filterFor(const CaptureSource::Kind& kind) {
     if (kind.isWindow()) return WindowFilter{kind.id()};
     return DisplayFilter{kind.id()};
@@ -114,14 +119,14 @@ Result<ContentFilter> filterFor(const Rect& area, const ShareableContent& conten
             fmt::format("The area {} is empty. Choose one with a width and a height.", areaText(area)));
     if (content.chosenInDialog && !content.displays.empty())
         return DisplayFilter{content.displays.front().id, area};
-    for (const ShareableDisplay& display : content.displays) {
-        if (!holds(display.frame, area)) continue;
-        Rect seen = intersected(display.frame, area);
-        seen.x -= display.frame.x;
-        seen.y -= display.frame.y;
-        return DisplayFilter{display.id, seen};
-    }
-    return std::unexpected(misplaced(area, content));
+    const auto display = displayOf(area, content);
+    if (!display)
+        return failure(
+            fmt::format("The area {} is outside of every display. Choose one on a display.", areaText(area)));
+    if (!isOnDisplays(area, content))
+        return failure(fmt::format("The area {} reaches over the edge of its display. Choose one within it.",
+                                   areaText(area)));
+    return DisplayFilter{display->id, intersected(display->frame, area)};
 }
 
 } // namespace glintro

@@ -75,8 +75,12 @@ std::optional<ShareableDisplay> displayOf(const CaptureSource::Kind& kind, const
 // What to record for a display or window.
 ContentFilter filterFor(const CaptureSource::Kind& kind);
 
-// What to record for an area, in points of the desktop. Fails for an area that is empty or does not lie on
-// one display. Where the system's own dialog chooses the display, the area counts from that display's corner.
+// The display that shows most of an area, in desktop coordinates; `nullopt` when none shows any of it.
+std::optional<ShareableDisplay> displayOf(const Rect& area, const ShareableContent& content);
+
+// What to record for an area, in desktop coordinates: an area across several displays is recorded on the one
+// that shows most of it, as far as that shows it. Fails for an area that is empty or reaches beyond the only
+// display that shows a part of it. Where the system's own dialog chooses the display, it is the area itself.
 [[nodiscard]] Result<ContentFilter> filterFor(const Rect& area, const ShareableContent& content);
 
 } // namespace glintro

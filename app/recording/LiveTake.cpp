@@ -51,6 +51,7 @@ struct LiveTake::Impl {
 void LiveTake::Impl::follow(ScreenStream& stream, const TakeHandlers& handlers) {
     PointerSource& pointer = stream.pointer();
     logger = std::make_unique<EventLogger>();
+    pointer.setWarningHandler(handlers.notice);
     if (auto started = logger->start([&stream] { return stream.frame(); }, pointer, *journal); !started)
         handlers.notice(started.error().message);
     else if (const auto why = pointer.whyNoPresses())

@@ -54,7 +54,7 @@ Result<ContentFilter> RecordingChoice::filter() const {
 
 std::optional<ShareableDisplay> RecordingChoice::targetScreen() const {
     std::optional<ShareableDisplay> screen;
-    if (mode_ == Mode::area && area_) screen = displayAt(centreOf(*area_), content_);
+    if (mode_ == Mode::area && area_) screen = displayOf(*area_, content_);
     if (mode_ != Mode::area && selection_) screen = displayOf(*selection_, content_);
     if (screen || content_.displays.empty()) return screen;
     return content_.displays.front();

@@ -93,11 +93,16 @@ json frameJson(const Rect& frame) {
     return {{"x", frame.x}, {"y", frame.y}, {"width", frame.width}, {"height", frame.height}};
 }
 
+json frameJson(const PixelRect& frame) {
+    return {{"x", frame.x}, {"y", frame.y}, {"width", frame.width}, {"height", frame.height}};
+}
+
 json toJson(const ShareableDisplay& display) {
     return {{"id", display.id},
             {"name", display.name},
             {"frame", frameJson(display.frame)},
-            {"scale", display.scale}};
+            {"scale", display.scale},
+            {"pixels", frameJson(display.pixels)}};
 }
 
 json toJson(const ShareableWindow& window) {

@@ -44,6 +44,9 @@ using InputPtr = std::unique_ptr<AVFormatContext, FreeByAddress<avformat_close_i
 using OutputPtr = std::unique_ptr<AVFormatContext, CloseOutput>;
 using FilterGraphPtr = std::unique_ptr<AVFilterGraph, FreeByAddress<avfilter_graph_free>>;
 using ResamplerPtr = std::unique_ptr<SwrContext, FreeByAddress<swr_free>>;
+// Buffers that are still in use outlive the pool.
+using BufferPoolPtr = std::unique_ptr<AVBufferPool, FreeByAddress<av_buffer_pool_uninit>>;
+using DictionaryPtr = std::unique_ptr<AVDictionary, FreeByAddress<av_dict_free>>;
 using ScalerPtr = std::unique_ptr<SwsContext, FreeScaler>;
 
 inline FramePtr newFrame() {

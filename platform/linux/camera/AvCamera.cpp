@@ -7,8 +7,8 @@
 #include <optional>
 #include <stop_token>
 
+#include "core/media/FFmpegHandles.h"
 #include "platform/HostClock.h"
-#include "platform/linux/camera/AvHandles.h"
 #include "platform/linux/camera/CameraPictures.h"
 #include "platform/linux/camera/V4l2Devices.h"
 
@@ -19,39 +19,35 @@ extern "C" {
 namespace glintro {
 namespace {
 
-constexpr Seconds kSilence = 5;
-constexpr Seconds kPlausible = 1; // how far a camera's own time may be from ours
+constexpr Seconds kTimeout = 5;       // for a camera's next picture
+constexpr Seconds kTrustedOffset = 1; // how far a camera's own time may be from ours
 constexpr std::chrono::milliseconds kPollInterval{4};
-
-struct AvDictionaryDeleter {
-    void operator()(AVDictionary* dictionary) const { av_dict_free(&dictionary); }
-};
 
 // An open camera on its thread.
 class Reader {
   public:
     Result<void> open(const AvCameraInput& input);
-    // Until the stop, or what ended the pictures.
+    // Reads until the stop, or until the pictures end: then why.
     std::optional<Failure> run(std::stop_token stop, const std::function<void(CameraFrame)>& seen);
 
   private:
     enum class Reading { picture, nothingYet, damaged, ended };
 
-    bool isSilent() const { return hostTime() - lastPicture_ > kSilence; }
+    bool isSilent() const { return hostTime() - lastPicture_ > kTimeout; }
     bool mustEnd() const { return stop_.stop_requested() || isSilent(); }
     Result<void> openInput(const AvCameraInput& input);
     Result<void> openDecoder();
     Reading read();
     void decode(const std::function<void(CameraFrame)>& seen);
-    Seconds takenAt(const AVFrame& frame) const;
-    void waitABit();
+    Seconds captureTime(const AVFrame& frame) const;
+    void waitForData();
     Failure ended() const;
 
     std::string name_;
-    AvInput input_;
-    AvDecoder decoder_;
-    AvPacket packet_{av_packet_alloc()};
-    AvFrame frame_{av_frame_alloc()};
+    InputPtr input_;
+    CodecPtr decoder_;
+    PacketPtr packet_ = newPacket();
+    FramePtr frame_ = newFrame();
     CameraPictures pictures_;
     std::stop_token stop_;
     int stream_ = 0;
@@ -81,7 +77,7 @@ Result<void> Reader::openInput(const AvCameraInput& input) {
         [](void* self) { return static_cast<const Reader*>(self)->mustEnd() ? 1 : 0; }, this};
     const int opened = avformat_open_input(&context, input.url.c_str(),
                                            av_find_input_format(input.format.c_str()), &options);
-    const std::unique_ptr<AVDictionary, AvDictionaryDeleter> unused(options);
+    const DictionaryPtr unused(options);
     if (opened < 0) return std::unexpected(cameraFailure(name_, AVUNERROR(opened)));
     input_.reset(context);
     return {};
@@ -112,7 +108,7 @@ std::optional<Failure> Reader::run(std::stop_token stop, const std::function<voi
                 decode(seen);
                 break;
             case Reading::nothingYet:
-                waitABit();
+                waitForData();
                 break;
             case Reading::damaged:
                 break;
@@ -142,29 +138,29 @@ void Reader::decode(const std::function<void(CameraFrame)>& seen) {
     while (avcodec_receive_frame(decoder_.get(), frame_.get()) == 0) {
         const bool isDamaged =
             (frame_->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame_->decode_error_flags != 0;
-        auto picture = isDamaged ? std::nullopt : pictures_.convert(*frame_, takenAt(*frame_));
+        auto picture = isDamaged ? std::nullopt : pictures_.convert(*frame_, captureTime(*frame_));
         if (!picture) continue;
         seen(std::move(*picture));
         lastPicture_ = hostTime();
     }
 }
 
-Seconds Reader::takenAt(const AVFrame& frame) const {
+Seconds Reader::captureTime(const AVFrame& frame) const {
     if (frame.pts == AV_NOPTS_VALUE) return arrival_;
     const Seconds own = static_cast<Seconds>(frame.pts) * av_q2d(input_->streams[stream_]->time_base);
-    return own <= arrival_ && arrival_ - own < kPlausible ? own : arrival_;
+    return own <= arrival_ && arrival_ - own < kTrustedOffset ? own : arrival_;
 }
 
-void Reader::waitABit() {
+void Reader::waitForData() {
     std::unique_lock lock(mutex_);
     never_.wait_for(lock, stop_, kPollInterval, [] { return false; });
 }
 
 Failure Reader::ended() const {
     if (isSilent()) return {"The camera “" + name_ + "” has stopped sending pictures; plug it in again."};
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(error_, text, sizeof text);
-    return {"The camera “" + name_ + "” was disconnected; what follows has no camera picture.", text, error_};
+    return ffmpegFailure("The camera “" + name_ + "” was disconnected; what follows has no camera picture.",
+                         error_)
+        .error();
 }
 
 } // namespace

@@ -21,8 +21,8 @@ struct CameraMode {
 };
 
 // The mode to record in: fluent, not beyond 1920 x 1080 where there is a choice, as large as that allows, at
-// no more than 30 a second; packed where raw pictures would fill the cable that other devices share. Nothing
-// when there is no mode.
+// no more than 30 a second; packed where raw pictures would fill the cable that other devices share.
+// `nullopt` when there is no mode.
 std::optional<CameraMode> bestCameraMode(std::span<const CameraMode> modes);
 
 } // namespace glintro

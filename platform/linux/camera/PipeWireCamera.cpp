@@ -23,7 +23,7 @@ namespace glintro {
 namespace {
 
 constexpr const char* kPrefix = "pipewire:"; // of identifiers; the node's name follows
-constexpr timespec kPatience{5, 0};          // with a camera that sends nothing
+constexpr timespec kTimeout{5, 0};           // for a camera's next picture
 
 std::vector<PipeWireNode> cameraNodes(PipeWireConnection& connection) {
     std::vector<PipeWireNode> nodes = nodesOfClass(connection, "Video/Source");
@@ -65,8 +65,8 @@ class PipeWireCamera final : public Camera {
     std::function<void(Failure)> lost_;
     std::optional<spa_video_info_raw> format_;
     CameraPictures pictures_;
-    AvFrame view_{av_frame_alloc()};
-    spa_source* patience_ = nullptr;
+    FramePtr view_ = newFrame();
+    spa_source* timeout_ = nullptr;
     PipeWireRegistry registry_;
     std::optional<PipeWireHook> registryHook_;
     PipeWireStream stream_;
@@ -119,7 +119,7 @@ Result<void> PipeWireCamera::start(std::function<void(CameraFrame)> seen, std::f
 
 Result<void> PipeWireCamera::connectStream() {
     connection_->onLost([this] { lose(EIO); });
-    patience_ = pw_loop_add_timer(
+    timeout_ = pw_loop_add_timer(
         connection_->loop(),
         [](void* self, std::uint64_t) { static_cast<PipeWireCamera*>(self)->lose(ETIMEDOUT); }, this);
     waitForNext();
@@ -134,6 +134,7 @@ Result<void> PipeWireCamera::connectStream() {
     std::array<std::uint8_t, 1024> memory{};
     spa_pod_builder builder = SPA_POD_BUILDER_INIT(memory.data(), static_cast<std::uint32_t>(memory.size()));
     const spa_pod* parameters[] = {offeredCameraFormats(builder)};
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags, of which several are set.
     const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS
                                                     | PW_STREAM_FLAG_DONT_RECONNECT);
     const int code = pw_stream_connect(stream_.get(), PW_DIRECTION_INPUT, PW_ID_ANY, flags, parameters, 1);
@@ -148,9 +149,10 @@ void PipeWireCamera::stop() {
     stream_.reset();
     registryHook_.reset();
     registry_.reset();
-    pw_loop_destroy_source(connection_->loop(), patience_);
+    pw_loop_destroy_source(connection_->loop(), timeout_);
     connection_.reset();
     format_.reset();
+    pictures_ = {};
 }
 
 void PipeWireCamera::formatChanged(const spa_pod* parameter) {
@@ -184,8 +186,8 @@ void PipeWireCamera::process() {
 }
 
 void PipeWireCamera::waitForNext() {
-    timespec patience = kPatience;
-    pw_loop_update_timer(connection_->loop(), patience_, &patience, nullptr, false);
+    timespec timeout = kTimeout;
+    pw_loop_update_timer(connection_->loop(), timeout_, &timeout, nullptr, false);
 }
 
 void PipeWireCamera::lose(int systemError) {

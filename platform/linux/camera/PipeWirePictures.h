@@ -4,7 +4,7 @@
 #include <spa/param/video/raw.h>
 #include <spa/pod/builder.h>
 
-#include "platform/linux/camera/AvHandles.h"
+#include "core/media/FFmpegHandles.h"
 
 namespace glintro {
 
@@ -12,7 +12,7 @@ namespace glintro {
 // builder's memory.
 const spa_pod* offeredCameraFormats(spa_pod_builder& builder);
 
-// Lets the picture point at the pixels in the buffer; false when they are not all there.
+// Makes the picture refer to the pixels in the buffer; false when they are not all there.
 bool viewPicture(AVFrame& picture, const spa_buffer& buffer, const spa_video_info_raw& format);
 
 } // namespace glintro

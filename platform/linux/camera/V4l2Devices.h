@@ -18,7 +18,7 @@ std::vector<CameraDevice> v4l2Cameras(const std::filesystem::path& folder = "/de
 // A camera of Video4Linux, as it told about itself.
 struct V4l2Camera {
     CameraDevice device;
-    std::optional<CameraMode> mode; // the best it has; nothing when it does not tell any
+    std::optional<CameraMode> mode; // the best it has; absent when it does not tell any
 };
 
 // Fails when the file is none, may not be opened, or is not a camera.

@@ -52,7 +52,7 @@ class PulseConnection {
 
   private:
     PulseConnection() = default;
-    Result<void> connect();
+    [[nodiscard]] Result<void> connect();
 
     struct LoopDeleter {
         void operator()(pa_threaded_mainloop* loop) const { pa_threaded_mainloop_free(loop); }

@@ -95,7 +95,7 @@ void PulseMicrophone::read(std::size_t readable) {
         if (pa_stream_peek(stream_.get(), &data, &bytes) < 0 || bytes == 0) return;
         // The server leaves a hole where samples got lost: time goes on, silently.
         if (data == nullptr) {
-            clock_->take(bytes / frame);
+            clock_->consume(bytes / frame);
         } else {
             hear(static_cast<const float*>(data), bytes / frame);
         }
@@ -114,7 +114,7 @@ void PulseMicrophone::hear(const float* interleaved, std::size_t count) {
         }
         samples = mono_;
     }
-    heard_({samples, clock_->take(count)});
+    heard_({samples, clock_->consume(count)});
 }
 
 void PulseMicrophone::noteLatency() {

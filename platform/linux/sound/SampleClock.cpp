@@ -31,7 +31,7 @@ void SampleClock::reportLatency(Seconds latency, Seconds hostTime) {
 }
 
 void SampleClock::arrived(std::size_t count, Seconds hostTime) {
-    const auto arrivedInAll = static_cast<double>(taken_) + static_cast<double>(count);
+    const auto arrivedInAll = static_cast<double>(consumed_) + static_cast<double>(count);
     const Seconds offset = hostTime - arrivedInAll / rate_;
     noteLateness(offset, hostTime);
     arrivals_.add(hostTime, offset);
@@ -55,11 +55,11 @@ void SampleClock::interrupted() {
     jumps_ = true;
 }
 
-Seconds SampleClock::take(std::size_t count) {
+Seconds SampleClock::consume(std::size_t count) {
     const Seconds duration = static_cast<double>(count) / rate_;
     if (arrivals_.value()) follow(measuredOffset(), duration);
-    const Seconds time = *offset_ + static_cast<double>(taken_) / rate_;
-    taken_ += static_cast<std::int64_t>(count);
+    const Seconds time = *offset_ + static_cast<double>(consumed_) / rate_;
+    consumed_ += static_cast<std::int64_t>(count);
     return time;
 }
 

@@ -38,10 +38,10 @@ class SampleClock {
 
     // The device said that it hands samples over this long after they were heard.
     void reportLatency(Seconds latency, Seconds hostTime);
-    // `count` samples beyond those taken so far have arrived by now.
+    // `count` samples beyond those consumed so far have arrived by now.
     void arrived(std::size_t count, Seconds hostTime);
-    // Takes samples and tells when the first of them was heard. Not before the first arrival.
-    Seconds take(std::size_t count);
+    // Consumes samples: when the first of them was heard. Not before the first arrival.
+    Seconds consume(std::size_t count);
     // An unknown number of samples is missing before the next arrival.
     void interrupted();
 
@@ -56,9 +56,9 @@ class SampleClock {
     void follow(Seconds measured, Seconds duration);
 
     int rate_;
-    std::int64_t taken_ = 0;
+    std::int64_t consumed_ = 0;
     std::optional<Seconds> offset_; // when sample 0 was heard, as the samples to come are counted from it
-    bool jumps_ = false;            // the next samples are not the successors of those taken
+    bool jumps_ = false;            // the next samples are not the successors of those consumed
     SlidingMinimum arrivals_{2};    // when sample 0 would have arrived without a lump and a delay
     SlidingMinimum latencies_{10};
     std::optional<Lateness> late_;

@@ -148,10 +148,11 @@ bool PortalStream::place(PixelSize pixels) {
     crop_ = {0, 0, pixels.width, pixels.height};
     frame_ = {origin.x, origin.y, points.width, points.height};
     if (area_) {
-        const auto part = pixelsOf(*area_, points, pixels);
+        const Rect onScreen{area_->x - origin.x, area_->y - origin.y, area_->width, area_->height};
+        const auto part = pixelsOf(onScreen, points, pixels);
         if (!part) return false;
         crop_ = *part;
-        frame_ = {origin.x + area_->x, origin.y + area_->y, area_->width, area_->height};
+        frame_ = *area_;
     }
     const std::scoped_lock lock(mutex_);
     isPlaced_ = true;

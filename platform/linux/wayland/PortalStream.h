@@ -20,7 +20,7 @@ namespace glintro {
 // the stream is destroyed.
 class PortalStream final : public ScreenStream {
   public:
-    // `area`: the part of the screen to record, in points from its top left corner; all of it when absent.
+    // `area`: the part of the screen to record, in desktop coordinates; all of it when absent.
     // Waits for the first picture.
     [[nodiscard]] static Result<std::unique_ptr<ScreenStream>> open(std::unique_ptr<ScreenCast> cast,
                                                                     const std::optional<Rect>& area,

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
@@ -31,7 +32,11 @@ bool isFile(const fs::path& path) {
 
 // XDG_CURRENT_DESKTOP lists names from the most to the least particular, as "ubuntu:GNOME".
 bool desktopIs(const std::string& name) {
-    return (":" + environment("XDG_CURRENT_DESKTOP") + ":").find(":" + name + ":") != std::string::npos;
+    std::istringstream names(environment("XDG_CURRENT_DESKTOP"));
+    for (std::string each; std::getline(names, each, ':');) {
+        if (each == name) return true;
+    }
+    return false;
 }
 
 // 'it\'s' or "it's" without quotes and backslashes.

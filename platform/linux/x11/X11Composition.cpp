@@ -74,6 +74,7 @@ X11Composition::X11Composition(const X11Connection& connection, const PixelRect&
       area_(area),
       isScreenComposed_(isX11ScreenComposed(connection)),
       formats_(readFormats(connection.get())),
+      infill_(connection, area, formats_[connection.screen->root_visual]),
       pixmap_(connection.get(), xcb_generate_id(connection.get())),
       copying_(connection.get(), xcb_generate_id(connection.get())) {
     xcb_connection_t* server = connection_.get();
@@ -125,7 +126,8 @@ X11Composition::Wallpaper X11Composition::rootBackground() {
     return wallpaper;
 }
 
-// Beside a compositing manager such a window would be seen, but those who draw a wallpaper tell what of.
+// Beside a compositing manager such a window would be seen. Programs that put a picture on the root window
+// say which one; a compositing manager that draws a picture of its own does not.
 X11Composition::Wallpaper X11Composition::announcedBackground() {
     const auto property =
         x11Property(connection_.get(), askX11Property(connection_.get(), connection_.root(), wallpaperAtom_));
@@ -149,7 +151,7 @@ void X11Composition::follow(const std::vector<X11TopLevel>& bottomToTop) {
     layers_ = std::move(layers);
 }
 
-// Pixels are named anew when the window has others: each time it is mapped or resized.
+// Pixels are named again when the window has others: each time it is mapped or resized.
 X11Composition::Layer X11Composition::keptOrNew(const X11TopLevel& window) {
     const auto known =
         std::ranges::find(layers_, window.id, [](const Layer& layer) { return layer.window.id; });
@@ -173,7 +175,7 @@ X11Composition::Layer X11Composition::layerOf(const X11TopLevel& window) {
     return layer;
 }
 
-std::optional<PixelRect> X11Composition::take(const xcb_generic_event_t& event) {
+std::optional<PixelRect> X11Composition::handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     if (type == XCB_PROPERTY_NOTIFY) {
         const auto& changed = reinterpret_cast<const xcb_property_notify_event_t&>(event);
@@ -192,15 +194,15 @@ std::optional<PixelRect> X11Composition::take(const xcb_generic_event_t& event) 
                      window.outer.y + window.border + damage.area.y, damage.area.width, damage.area.height};
 }
 
-xcb_pixmap_t X11Composition::draw(const RowSet& rows, const std::vector<PixelRect>& cover) {
+xcb_pixmap_t X11Composition::draw(const RowSet& rows, const std::vector<PixelRect>& occluded) {
     for (Layer& layer : layers_) {
         if (std::exchange(layer.hasReported, false)) {
             xcb_damage_subtract(connection_.get(), layer.damage.id(), XCB_NONE, XCB_NONE);
         }
     }
     copyRows(rows);
-    const X11Region region = coveredRegion(rows, cover);
-    drawWallpaper(region);
+    const X11Region region = occludedRegion(rows, occluded);
+    drawWallpaper(region, occluded);
     for (const Layer& layer : layers_) drawLayer(layer, region);
     return pixmap_.id();
 }
@@ -214,9 +216,9 @@ void X11Composition::copyRows(const RowSet& rows) {
     }
 }
 
-X11Region X11Composition::coveredRegion(const RowSet& rows, const std::vector<PixelRect>& cover) {
+X11Region X11Composition::occludedRegion(const RowSet& rows, const std::vector<PixelRect>& occluded) {
     std::vector<xcb_rectangle_t> rectangles;
-    for (const PixelRect& rect : cover) {
+    for (const PixelRect& rect : occluded) {
         for (const RowRange& band : rows.ranges()) {
             const PixelRect rowsOfRoot{area_.x, area_.y + band.begin, area_.width, band.end - band.begin};
             const PixelRect part = intersected(rect, rowsOfRoot);
@@ -227,14 +229,11 @@ X11Region X11Composition::coveredRegion(const RowSet& rows, const std::vector<Pi
     return regionOf(connection_.get(), rectangles);
 }
 
-void X11Composition::drawWallpaper(const X11Region& region) {
+void X11Composition::drawWallpaper(const X11Region& region, const std::vector<PixelRect>& places) {
     xcb_connection_t* server = connection_.get();
     xcb_xfixes_set_picture_clip_region(server, picture_.id(), region.id(), 0, 0);
+    if (guessesWallpaper()) return infill_.draw(picture_.id(), places);
     const xcb_rectangle_t all = asRectangle({0, 0, area_.width, area_.height});
-    if (!wallpaper_.picture) {
-        xcb_render_fill_rectangles(server, XCB_RENDER_PICT_OP_SRC, picture_.id(), {0, 0, 0, 0xffff}, 1, &all);
-        return;
-    }
     xcb_render_composite(server, XCB_RENDER_PICT_OP_SRC, wallpaper_.picture.id(), XCB_NONE, picture_.id(),
                          static_cast<std::int16_t>(wallpaper_.x), static_cast<std::int16_t>(wallpaper_.y), 0,
                          0, 0, 0, all.width, all.height);

@@ -7,6 +7,7 @@
 #include "core/base/Geometry.h"
 #include "platform/RowSet.h"
 #include "platform/linux/x11/X11Connection.h"
+#include "platform/linux/x11/X11Infill.h"
 #include "platform/linux/x11/X11Resource.h"
 #include "platform/linux/x11/X11TopLevels.h"
 
@@ -24,14 +25,18 @@ class X11Composition {
     // The connection must outlive this.
     X11Composition(const X11Connection& connection, const PixelRect& area);
 
-    // Takes in which windows there are and where; windows of this process are left out.
+    // Told which windows there are and where; windows of this process are left out.
     void follow(const std::vector<X11TopLevel>& bottomToTop);
 
     // The part of the root window where a followed window has changed, or the wallpaper has.
-    std::optional<PixelRect> take(const xcb_generic_event_t& event);
+    std::optional<PixelRect> handle(const xcb_generic_event_t& event);
 
-    // Draws rows of the picture anew, and the windows in `cover` (from the root's corner). The picture.
-    xcb_pixmap_t draw(const RowSet& rows, const std::vector<PixelRect>& cover);
+    // Whether nobody tells what the wallpaper is, so that it is guessed from the pixels around each place.
+    bool guessesWallpaper() const { return !wallpaper_.picture; }
+
+    // Draws rows of the picture again: the root's own pixels, and in the occluded places, told from the
+    // root's corner, the windows. Returns the picture.
+    xcb_pixmap_t draw(const RowSet& rows, const std::vector<PixelRect>& occluded);
 
   private:
     struct Layer {
@@ -42,7 +47,7 @@ class X11Composition {
         bool hasReported = false;
     };
     struct Wallpaper {
-        X11Pixmap pixmap; // nothing when the picture is of a pixmap that is not ours
+        X11Pixmap pixmap; // none when the picture is of a pixmap that is not ours
         X11Picture picture;
         int x = 0; // where the area's corner is in it
         int y = 0;
@@ -55,14 +60,15 @@ class X11Composition {
     Wallpaper rootBackground();
     Wallpaper announcedBackground();
     void copyRows(const RowSet& rows);
-    X11Region coveredRegion(const RowSet& rows, const std::vector<PixelRect>& cover);
-    void drawWallpaper(const X11Region& region);
+    X11Region occludedRegion(const RowSet& rows, const std::vector<PixelRect>& occluded);
+    void drawWallpaper(const X11Region& region, const std::vector<PixelRect>& places);
     void drawLayer(const Layer& layer, const X11Region& region);
 
     const X11Connection& connection_;
     PixelRect area_;
     bool isScreenComposed_;
     std::map<xcb_visualid_t, xcb_render_pictformat_t> formats_;
+    X11Infill infill_;
     xcb_atom_t wallpaperAtom_;
     X11Pixmap pixmap_;
     X11GraphicsContext copying_;

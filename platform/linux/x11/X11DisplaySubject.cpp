@@ -22,6 +22,11 @@ PixelRect inPixels(const Rect& rect, double scale) {
     return {pixels(rect.x), pixels(rect.y), pixels(rect.width), pixels(rect.height)};
 }
 
+// From desktop coordinates to points from the display's corner.
+Rect onDisplay(const Rect& area, const ShareableDisplay& display) {
+    return {area.x - display.frame.x, area.y - display.frame.y, area.width, area.height};
+}
+
 const RowSet kNoRows;
 
 } // namespace
@@ -31,12 +36,12 @@ X11DisplaySubject::X11DisplaySubject(const X11Connection& connection, const Shar
 
 Result<std::unique_ptr<X11DisplaySubject>> X11DisplaySubject::create(const X11Connection& connection,
                                                                      const ShareableDisplay& display,
-                                                                     std::optional<Rect> sourceRect) {
+                                                                     const std::optional<Rect>& area) {
     std::unique_ptr<X11DisplaySubject> subject(new X11DisplaySubject(connection, display));
-    if (sourceRect) subject->part_ = inPixels(*sourceRect, display.scale);
-    const Result<PixelRect> area = subject->place(display);
-    if (!area) return std::unexpected(area.error());
-    subject->moveTo(*area);
+    if (area) subject->part_ = inPixels(onDisplay(*area, display), display.scale);
+    const Result<PixelRect> place = subject->place(display);
+    if (!place) return std::unexpected(place.error());
+    subject->moveTo(*place);
     return subject;
 }
 
@@ -74,30 +79,36 @@ Result<void> X11DisplaySubject::begin() {
     return relocate();
 }
 
-void X11DisplaySubject::take(const xcb_generic_event_t& event) {
+void X11DisplaySubject::handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     const xcb_query_extension_reply_t* damage = xcb_get_extension_data(connection_.get(), &xcb_damage_id);
     const xcb_query_extension_reply_t* randr = xcb_get_extension_data(connection_.get(), &xcb_randr_id);
     if (type == damage->first_event) {
-        takeDamage(reinterpret_cast<const xcb_damage_notify_event_t&>(event));
+        addDamage(reinterpret_cast<const xcb_damage_notify_event_t&>(event));
     } else if (randr->present != 0 && (type == randr->first_event || type == randr->first_event + 1)) {
         layoutHasChanged_ = true;
-    } else if (topLevels_.take(event)) {
+    } else if (topLevels_.handle(event)) {
         windowsHaveChanged_ = true;
     } else if (composition_) {
-        if (const auto changed = composition_->take(event)) addDirty(*changed);
+        if (const auto changed = composition_->handle(event)) addDirty(*changed);
     }
 }
 
-// Under the cover the root window shows what the picture does not, and windows tell of their own changes.
-void X11DisplaySubject::takeDamage(const xcb_damage_notify_event_t& damage) {
+// In occluded places the root window shows what the picture does not; windows tell of their own changes
+// there.
+void X11DisplaySubject::addDamage(const xcb_damage_notify_event_t& damage) {
     if (damage.damage == damage_.id()) {
         const PixelRect part{damage.area.x, damage.area.y, damage.area.width, damage.area.height};
-        if (!cover_.holds(intersected(part, area_))) addDirty(part);
+        if (occlusion_.contains(intersected(part, area_))) return;
+        addDirty(part);
+        // What is guessed from the pixels around the places follows them.
+        if (composition_ && composition_->guessesWallpaper() && occlusion_.touches(part)) {
+            for (const PixelRect& rect : occlusion_.rects()) addDirty(rect);
+        }
     } else if (composition_) {
-        const auto changed = composition_->take(reinterpret_cast<const xcb_generic_event_t&>(damage));
+        const auto changed = composition_->handle(reinterpret_cast<const xcb_generic_event_t&>(damage));
         if (!changed) return;
-        for (const PixelRect& rect : cover_.rects()) addDirty(intersected(rect, *changed));
+        for (const PixelRect& rect : occlusion_.rects()) addDirty(intersected(rect, *changed));
     }
 }
 
@@ -110,8 +121,8 @@ Result<void> X11DisplaySubject::update(Seconds now) {
     if (std::exchange(layoutHasChanged_, false)) {
         if (const Result<void> moved = relocate(); !moved) return moved;
     }
-    if (settle_ && *settle_ <= now) settle_.reset();
-    followCover(now);
+    if (redrawnTime_ && *redrawnTime_ <= now) redrawnTime_.reset();
+    updateOcclusion(now);
     return {};
 }
 
@@ -144,28 +155,28 @@ std::vector<PixelRect> X11DisplaySubject::placesOf(const std::vector<PixelRect>&
     return places;
 }
 
-// A compositing manager may show a window late in any place it has been, so all of those are covered.
-void X11DisplaySubject::followCover(Seconds now) {
-    noteVisits(topLevels_.takeOwnPlacesSeen());
+// A compositing manager may show a window late in any place it has been, so all of those are occluded.
+void X11DisplaySubject::updateOcclusion(Seconds now) {
+    addOwnPlaces(topLevels_.drainOwnPlaces());
     std::vector<PixelRect> places = topLevels_.ownRects();
-    if (cover_.isEmpty() && windowsHaveChanged_ && !(places.empty() && visits_.empty())) {
+    if (occlusion_.isEmpty() && windowsHaveChanged_ && !(places.empty() && ownPlaces_.empty())) {
         const bool isComposed = isX11ScreenComposed(connection_);
         linger_ = isComposed ? kFading : 0;
         margin_ = isComposed ? kShadow : 0;
     }
-    if (linger_ > 0) places.insert(places.end(), visits_.begin(), visits_.end());
-    visits_.clear();
-    for (const PixelRect& changed : cover_.follow(placesOf(places), now, linger_)) addDirty(changed);
+    if (linger_ > 0) places.insert(places.end(), ownPlaces_.begin(), ownPlaces_.end());
+    ownPlaces_.clear();
+    for (const PixelRect& changed : occlusion_.update(placesOf(places), now, linger_)) addDirty(changed);
     const bool windowsChanged = std::exchange(windowsHaveChanged_, false);
-    if (cover_.isEmpty()) {
+    if (occlusion_.isEmpty()) {
         composition_.reset();
     } else if (windowsChanged || !composition_) {
         prepareComposition(now);
     }
 }
 
-void X11DisplaySubject::noteVisits(const std::vector<PixelRect>& places) {
-    visits_.insert(visits_.end(), places.begin(), places.end());
+void X11DisplaySubject::addOwnPlaces(const std::vector<PixelRect>& places) {
+    ownPlaces_.insert(ownPlaces_.end(), places.begin(), places.end());
 }
 
 void X11DisplaySubject::prepareComposition(Seconds now) {
@@ -175,7 +186,7 @@ void X11DisplaySubject::prepareComposition(Seconds now) {
         makeAllDirty();
     }
     composition_->follow(topLevels_.bottomToTop());
-    for (const PixelRect& rect : cover_.rects()) addDirty(rect);
+    for (const PixelRect& rect : occlusion_.rects()) addDirty(rect);
 }
 
 // Stays until the stream ends: each change of it costs all programs a redrawing, and the root's own pixels
@@ -184,17 +195,17 @@ void X11DisplaySubject::redirect(Seconds now) {
     if (std::exchange(isRedirected_, true)) return;
     xcb_composite_redirect_subwindows(connection_.get(), connection_.root(),
                                       XCB_COMPOSITE_REDIRECT_AUTOMATIC);
-    settle_ = now + kRedrawing;
+    redrawnTime_ = now + kRedrawing;
 }
 
 std::optional<Seconds> X11DisplaySubject::wakeTime() const {
-    const std::optional<Seconds> end = cover_.nextEnd();
-    if (settle_ && end) return std::min(*settle_, *end);
-    return settle_ ? settle_ : end;
+    const std::optional<Seconds> end = occlusion_.nextExpiry();
+    if (redrawnTime_ && end) return std::min(*redrawnTime_, *end);
+    return redrawnTime_ ? redrawnTime_ : end;
 }
 
 const RowSet& X11DisplaySubject::dirty() const {
-    return settle_ ? kNoRows : dirty_;
+    return redrawnTime_ ? kNoRows : dirty_;
 }
 
 // Only rows that a window of ours touches are composed. All of them have been dirty since they are touched.
@@ -202,9 +213,9 @@ X11Sources X11DisplaySubject::expose() {
     xcb_damage_subtract(connection_.get(), damage_.id(), XCB_NONE, XCB_NONE);
     const RowSet rows = std::exchange(dirty_, {});
     const X11Source root{connection_.root(), area_.x, area_.y, {0, area_.height}};
-    if (cover_.isEmpty()) return {root};
-    const RowSet covered = coveredRows();
-    const X11Source composed{composition_->draw(rows.intersected(covered), cover_.rects()), 0, 0, {}};
+    if (occlusion_.isEmpty()) return {root};
+    const RowSet covered = occludedRows();
+    const X11Source composed{composition_->draw(rows.intersected(covered), occlusion_.rects()), 0, 0, {}};
     X11Sources sources;
     int row = 0;
     const auto addUntil = [&](X11Source source, int end) {
@@ -219,9 +230,9 @@ X11Sources X11DisplaySubject::expose() {
     return sources;
 }
 
-RowSet X11DisplaySubject::coveredRows() const {
+RowSet X11DisplaySubject::occludedRows() const {
     RowSet rows;
-    for (const PixelRect& rect : cover_.rects()) {
+    for (const PixelRect& rect : occlusion_.rects()) {
         rows.add(RowRange{rect.y - area_.y, rect.bottom() - area_.y});
     }
     return rows;
@@ -230,10 +241,11 @@ RowSet X11DisplaySubject::coveredRows() const {
 // A window of ours that came while the pixels were on their way may be among them, even when it has gone
 // again.
 bool X11DisplaySubject::isOutdated() {
-    const std::vector<PixelRect> seen = topLevels_.takeOwnPlacesSeen();
-    noteVisits(seen);
+    const std::vector<PixelRect> seen = topLevels_.drainOwnPlaces();
+    addOwnPlaces(seen);
     const std::vector<PixelRect> places = placesOf(seen);
-    return !std::ranges::all_of(places, [this](const PixelRect& place) { return cover_.holds(place); });
+    return !std::ranges::all_of(places,
+                                [this](const PixelRect& place) { return occlusion_.contains(place); });
 }
 
 Rect X11DisplaySubject::frame(PixelSize canvas) const {

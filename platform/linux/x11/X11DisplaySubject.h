@@ -8,7 +8,7 @@
 #include "platform/ShareableContent.h"
 #include "platform/linux/x11/X11Composition.h"
 #include "platform/linux/x11/X11Connection.h"
-#include "platform/linux/x11/X11Cover.h"
+#include "platform/linux/x11/X11Occlusion.h"
 #include "platform/linux/x11/X11Resource.h"
 #include "platform/linux/x11/X11Subject.h"
 #include "platform/linux/x11/X11TopLevels.h"
@@ -19,13 +19,14 @@ namespace glintro {
 // without them in the rows where one of them is.
 class X11DisplaySubject final : public X11Subject {
   public:
-    // The connection must outlive this. Fails when the area does not lie on the display.
+    // The connection must outlive this. `area`: desktop coordinates; all of the display when absent. Fails
+    // when it does not lie on the display.
     [[nodiscard]] static Result<std::unique_ptr<X11DisplaySubject>> create(const X11Connection& connection,
                                                                            const ShareableDisplay& display,
-                                                                           std::optional<Rect> sourceRect);
+                                                                           const std::optional<Rect>& area);
 
     [[nodiscard]] Result<void> begin() override;
-    void take(const xcb_generic_event_t& event) override;
+    void handle(const xcb_generic_event_t& event) override;
     [[nodiscard]] Result<void> update(Seconds now) override;
     std::optional<Seconds> wakeTime() const override;
     PixelSize size() const override { return {area_.width, area_.height}; }
@@ -38,22 +39,22 @@ class X11DisplaySubject final : public X11Subject {
   private:
     X11DisplaySubject(const X11Connection& connection, const ShareableDisplay& display);
 
-    Result<PixelRect> place(const ShareableDisplay& display) const;
-    Result<void> relocate();
+    [[nodiscard]] Result<PixelRect> place(const ShareableDisplay& display) const;
+    [[nodiscard]] Result<void> relocate();
     void moveTo(const PixelRect& area);
     std::vector<PixelRect> placesOf(const std::vector<PixelRect>& ownWindows) const;
-    void followCover(Seconds now);
-    void noteVisits(const std::vector<PixelRect>& places);
+    void updateOcclusion(Seconds now);
+    void addOwnPlaces(const std::vector<PixelRect>& places);
     void prepareComposition(Seconds now);
     void redirect(Seconds now);
-    void takeDamage(const xcb_damage_notify_event_t& damage);
+    void addDamage(const xcb_damage_notify_event_t& damage);
     void addDirty(const PixelRect& partOfRoot);
-    RowSet coveredRows() const;
+    RowSet occludedRows() const;
 
     const X11Connection& connection_;
     std::uint32_t display_;
     double scale_;
-    std::optional<PixelRect> part_; // of the display, in pixels; all of it when absent
+    std::optional<PixelRect> part_; // pixels from the display's corner; all of it when absent
 
     mutable std::mutex mutex_; // of area_ where it is written, and where other threads read it
     PixelRect area_;           // of the root window
@@ -64,13 +65,13 @@ class X11DisplaySubject final : public X11Subject {
     bool layoutHasChanged_ = false;
     bool windowsHaveChanged_ = true;
 
-    X11Cover cover_;
-    std::vector<PixelRect> visits_; // where windows of ours have been since the cover was made
+    X11Occlusion occlusion_;
+    std::vector<PixelRect> ownPlaces_; // where windows of ours have been since occlusion_ was updated
     std::optional<X11Composition> composition_;
-    Seconds linger_ = 0;            // how long a window's place stays covered after it has gone
-    int margin_ = 0;                // how far a window's shadow may reach
-    bool isRedirected_ = false;     // the server keeps the pixels of covered windows
-    std::optional<Seconds> settle_; // when programs have drawn what was covered before that
+    Seconds linger_ = 0;                 // how long a window's place stays occluded after it has gone
+    int margin_ = 0;                     // how far a window's shadow may reach
+    bool isRedirected_ = false;          // the server keeps the pixels of covered windows
+    std::optional<Seconds> redrawnTime_; // when programs have drawn what was covered before that
 };
 
 } // namespace glintro

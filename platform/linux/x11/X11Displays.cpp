@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <string>
+#include <utility>
 
 #include <xcb/randr.h>
 
@@ -9,8 +11,9 @@ namespace {
 
 constexpr std::uint32_t kWholeScreen = 0; // no monitor has the name of this atom
 
-Rect inPoints(double x, double y, double width, double height, double scale) {
-    return {x / scale, y / scale, width / scale, height / scale};
+ShareableDisplay displayOf(std::uint32_t id, std::string name, const PixelRect& pixels, double scale) {
+    const Rect frame{pixels.x / scale, pixels.y / scale, pixels.width / scale, pixels.height / scale};
+    return {.id = id, .name = std::move(name), .frame = frame, .scale = scale, .pixels = pixels};
 }
 
 X11Reply<xcb_randr_get_monitors_reply_t> askMonitors(const X11Connection& connection) {
@@ -44,8 +47,8 @@ std::vector<ShareableDisplay> describe(const X11Connection& connection,
     std::vector<ShareableDisplay> displays;
     for (std::size_t i = 0; i < monitors.size(); ++i) {
         const xcb_randr_monitor_info_t& monitor = monitors[i];
-        displays.push_back({monitor.name, nameOf(connection.get(), names[i]),
-                            inPoints(monitor.x, monitor.y, monitor.width, monitor.height, scale), scale});
+        displays.push_back(displayOf(monitor.name, nameOf(connection.get(), names[i]),
+                                     {monitor.x, monitor.y, monitor.width, monitor.height}, scale));
     }
     return displays;
 }
@@ -56,7 +59,7 @@ Result<std::vector<ShareableDisplay>> wholeScreen(const X11Connection& connectio
     const X11Reply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(connection.get(), cookie, nullptr));
     if (!root) return failure("The X server has gone.");
     return std::vector<ShareableDisplay>{
-        {kWholeScreen, {}, inPoints(0, 0, root->width, root->height, scale), scale}};
+        displayOf(kWholeScreen, {}, {0, 0, root->width, root->height}, scale)};
 }
 
 } // namespace

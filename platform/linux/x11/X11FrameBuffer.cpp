@@ -43,7 +43,7 @@ bool canPassFiles(xcb_connection_t* connection) {
            && peer.ss_family == AF_UNIX;
 }
 
-bool takesFiles(xcb_connection_t* connection) {
+bool acceptsFiles(xcb_connection_t* connection) {
     if (!hasX11Extension(connection, xcb_shm_id) || !canPassFiles(connection)) return false;
     const X11Reply<xcb_shm_query_version_reply_t> version(
         xcb_shm_query_version_reply(connection, xcb_shm_query_version(connection), nullptr));
@@ -51,10 +51,10 @@ bool takesFiles(xcb_connection_t* connection) {
 }
 
 // The server's name for the memory behind the file, which is given away; 0 when they cannot share it. Memory
-// that the server makes would come as a file along with a reply, and libxcb gives up the connection when such
+// that the server makes would come as a file along with a reply, and libxcb abandons the connection when such
 // a reply has more events before it than it reads at a time.
 std::uint32_t share(xcb_connection_t* connection, FileDescriptor file) {
-    if (!takesFiles(connection)) return 0;
+    if (!acceptsFiles(connection)) return 0;
     const std::uint32_t segment = xcb_generate_id(connection);
     const auto cookie = xcb_shm_attach_fd_checked(connection, segment, file.release(), 0);
     const X11Reply<xcb_generic_error_t> error(xcb_request_check(connection, cookie));

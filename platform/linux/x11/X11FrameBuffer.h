@@ -27,7 +27,7 @@ using X11Sources = std::vector<X11Source>;
 // The memory of one picture, shared with the server where that is possible.
 class X11FrameBuffer {
   public:
-    // Nothing when there is not enough memory.
+    // Null when there is not enough memory.
     static std::shared_ptr<X11FrameBuffer> create(xcb_connection_t* connection, PixelSize size);
     ~X11FrameBuffer();
     X11FrameBuffer(const X11FrameBuffer&) = delete;

@@ -23,7 +23,7 @@ X11FramePool::~X11FramePool() {
     for (const auto& buffer : buffers_) buffer->detach(connection_);
 }
 
-X11FrameBuffer* X11FramePool::takeFree() {
+X11FrameBuffer* X11FramePool::acquireFree() {
     X11FrameBuffer* best = nullptr;
     for (const auto& buffer : buffers_) {
         if (buffer->readers.load(std::memory_order_acquire) > 0) continue;

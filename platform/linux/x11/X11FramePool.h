@@ -10,9 +10,9 @@
 
 namespace glintro {
 
-// The buffers that a stream's pictures of one size take turns in. A buffer lags behind by what has changed
+// The buffers that a stream's pictures of one size use in turn. A buffer lags behind by what has changed
 // since its last turn, so a grab fetches those rows too and leaves the rest where it is. For one thread; the
-// frames may be given up on any.
+// frames may be released on any.
 class X11FramePool {
   public:
     // The connection must outlive the pool. At most `depth` buffers are made, each when it is first needed.
@@ -23,16 +23,17 @@ class X11FramePool {
 
     PixelSize size() const { return size_; }
 
-    // The free buffer with the fewest rows to fetch; nothing while all are in use or memory is short.
-    X11FrameBuffer* takeFree();
+    // The free buffer with the fewest rows to fetch; null while all are in use or memory is short.
+    X11FrameBuffer* acquireFree();
 
     // Makes the buffer's rows what the sources show: those in `changed` and those it lags behind by. The rows
-    // that were fetched, or nothing when the server could not give them; the buffer then lags behind in all.
+    // that were fetched, or `nullopt` when the server could not give them; the buffer then lags behind in
+    // all.
     std::optional<RowSet> fetch(X11FrameBuffer& buffer, const X11Sources& sources, const RowSet& changed);
 
     // Makes it the latest picture, which differs from the one before in `changed`.
     ScreenFrame publish(X11FrameBuffer& buffer, const RowSet& changed, Seconds hostTime);
-    // The latest picture once more; nothing before the first one.
+    // The latest picture again; `nullopt` before the first one.
     std::optional<ScreenFrame> repeat(Seconds hostTime);
 
   private:

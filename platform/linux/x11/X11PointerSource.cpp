@@ -11,11 +11,16 @@
 namespace glintro {
 namespace {
 
+constexpr const char* kBusy =
+    "Clicks are not seen as long as another program keeps the X server to itself: close that program to have "
+    "zooms placed at the clicks.";
+
 class X11PointerSource final : public PointerSource {
   public:
     explicit X11PointerSource(double scale) : scale_(scale) {}
     ~X11PointerSource() override { stop(); }
 
+    void setWarningHandler(WarningHandler warned) override { warned_ = std::move(warned); }
     Result<void> start(PressHandler pressed) override;
     void stop() override;
     std::optional<Point> position() override;
@@ -23,6 +28,7 @@ class X11PointerSource final : public PointerSource {
 
   private:
     double scale_;
+    WarningHandler warned_;
     std::unique_ptr<X11PressRecorder> recorder_; // of the thread that starts and stops
     // The lock is for position() on other threads while this one starts and stops.
     mutable std::mutex mutex_;
@@ -38,14 +44,15 @@ Result<void> X11PointerSource::start(PressHandler pressed) {
         const std::scoped_lock lock(mutex_);
         connection_ = std::move(*connection);
     }
-    auto recorder = X11PressRecorder::create(*connection_, scale_, std::move(pressed));
+    auto recorder = X11PressRecorder::create(*connection_, scale_, {std::move(pressed), warned_});
     const std::scoped_lock lock(mutex_);
     whyNoPresses_.reset();
-    if (recorder) {
-        recorder_ = std::move(*recorder);
-    } else {
+    if (!recorder) {
         whyNoPresses_ = recorder.error().message;
+        return {};
     }
+    recorder_ = std::move(*recorder);
+    if (!recorder_->isRecording()) whyNoPresses_ = kBusy;
     return {};
 }
 

@@ -16,35 +16,53 @@
 namespace glintro {
 
 // Sees every press of the left and right button on an X server from its making to its end, on a thread and a
-// connection of its own. The server sends what it records through that connection only, and takes orders
-// about it on another.
+// connection of its own. The server sends what it records through that connection only, and is told about it
+// on another.
 class X11PressRecorder {
   public:
-    // `control` must outlive the recorder.
-    [[nodiscard]] static Result<std::unique_ptr<X11PressRecorder>> create(
-        const X11Connection& control, double scale, PointerSource::PressHandler pressed);
+    // Called on the recorder's thread.
+    struct Handlers {
+        PointerSource::PressHandler pressed;
+        // The server has stopped showing presses. At most once, as the last call.
+        PointerSource::WarningHandler ended;
+    };
+
+    // `control` must outlive the recorder; positions are in points of `scale` pixels. Fails when the server
+    // refuses. Waits for its word, but for a second only: see isRecording().
+    [[nodiscard]] static Result<std::unique_ptr<X11PressRecorder>> create(const X11Connection& control,
+                                                                          double scale, Handlers handlers);
 
     // No handler runs any more when it is gone. Presses made before are handed over first.
     ~X11PressRecorder();
+
+    // False while a server that another program keeps to itself has not begun to show presses.
+    bool isRecording() const;
 
     X11PressRecorder(const X11PressRecorder&) = delete;
     X11PressRecorder& operator=(const X11PressRecorder&) = delete;
 
   private:
+    enum class State { starting, recording, refused, ended };
+
     X11PressRecorder(const X11Connection& control, X11Connection data, xcb_record_context_t context,
-                     double scale, PointerSource::PressHandler pressed);
+                     double scale, Handlers handlers);
+    State waitForStart();
     void run(xcb_record_enable_context_cookie_t cookie);
+    bool begin(xcb_record_enable_context_cookie_t cookie);
+    void end();
+    void enter(State state);
     void handle(xcb_record_enable_context_reply_t& reply, Seconds arrival) const;
 
     const X11Connection& control_;
     X11Connection data_;
     xcb_record_context_t context_;
     double scale_;
-    PointerSource::PressHandler pressed_;
+    Handlers handlers_;
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_; // of the two below
+    State state_ = State::starting;
+    bool isStopping_ = false;
     std::condition_variable changed_;
-    bool ended_ = false; // under the lock
     std::thread thread_;
 };
 

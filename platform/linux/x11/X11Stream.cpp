@@ -15,7 +15,7 @@
 namespace glintro {
 namespace {
 
-constexpr std::chrono::seconds kAnswerPatience{1};
+constexpr std::chrono::seconds kAnswerTimeout{1};
 
 timespec timeUntil(Seconds moment) {
     const Seconds left = std::clamp(moment - hostTime(), 0.0, ScreenStream::kRepeatInterval);
@@ -57,7 +57,7 @@ void X11Stream::stop() {
     {
         std::unique_lock lock(mutex_);
         // A server that hangs, or that another program keeps to itself, answers nobody: then without it.
-        if (!ended_.wait_for(lock, kAnswerPatience, [this] { return !isRunning_; }))
+        if (!ended_.wait_for(lock, kAnswerTimeout, [this] { return !isRunning_; }))
             ::shutdown(xcb_get_file_descriptor(connection_->get()), SHUT_RDWR);
     }
     thread_.join();
@@ -70,12 +70,12 @@ void X11Stream::run(const std::stop_token& stop) {
         const Result<void> going = step();
         if (stop.stop_requested()) return;
         if (!going) return handlers_.stopped(going.error());
-        if (!takeQueuedEvents()) sleep();
+        if (!handleQueuedEvents()) sleep();
     }
 }
 
 Result<void> X11Stream::step() {
-    const Result<void> taken = takeEvents();
+    const Result<void> taken = handleEvents();
     if (!taken) return taken;
     const Result<void> updated = subject_->update(hostTime());
     if (!updated) return updated;
@@ -87,9 +87,9 @@ Result<void> X11Stream::step() {
     return {};
 }
 
-Result<void> X11Stream::takeEvents() {
+Result<void> X11Stream::handleEvents() {
     while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_event(connection_->get())}) {
-        subject_->take(*event);
+        subject_->handle(*event);
     }
     if (connection_->isAlive()) return {};
     return failure("The X server no longer answers, so the recording ended.", "xcb connection",
@@ -97,10 +97,10 @@ Result<void> X11Stream::takeEvents() {
 }
 
 // Those that came along with replies. Whether there were any.
-bool X11Stream::takeQueuedEvents() {
+bool X11Stream::handleQueuedEvents() {
     bool any = false;
     while (const X11Reply<xcb_generic_event_t> event{xcb_poll_for_queued_event(connection_->get())}) {
-        subject_->take(*event);
+        subject_->handle(*event);
         any = true;
     }
     return any;
@@ -110,7 +110,7 @@ void X11Stream::deliver() {
     if (!pool_ || pool_->size() != subject_->size()) {
         pool_.emplace(connection_->get(), subject_->size(), configuration_.queueDepth);
     }
-    if (X11FrameBuffer* buffer = pool_->takeFree()) {
+    if (X11FrameBuffer* buffer = pool_->acquireFree()) {
         deliverFrom(*buffer);
     } else {
         handlers_.dropped();
@@ -122,7 +122,7 @@ void X11Stream::deliverFrom(X11FrameBuffer& buffer) {
     const X11Sources sources = subject_->expose();
     const Seconds now = hostTime();
     const std::optional<RowSet> fetched = pool_->fetch(buffer, sources, changed);
-    takeQueuedEvents();
+    handleQueuedEvents();
     if (!fetched || subject_->isOutdated()) return subject_->makeAllDirty();
     // A buffer's old rows are fetched as they are now: what was drawn there since the events were taken is in
     // the picture already, and has been told by an event that came before the pixels.

@@ -34,9 +34,9 @@ class X11Stream final : public ScreenStream {
 
   private:
     void run(const std::stop_token& stop);
-    Result<void> step();
-    Result<void> takeEvents();
-    bool takeQueuedEvents();
+    [[nodiscard]] Result<void> step();
+    [[nodiscard]] Result<void> handleEvents();
+    bool handleQueuedEvents();
     void deliver();
     void deliverFrom(X11FrameBuffer& buffer);
     void repeatWhenDue();

@@ -8,13 +8,18 @@
 #include <xcb/render.h>
 #include <xcb/xfixes.h>
 
+#include "platform/linux/x11/X11Composition.h"
 #include "platform/linux/x11/X11Connection.h"
 #include "platform/linux/x11/X11DisplaySubject.h"
+#include "platform/linux/x11/X11Snapshot.h"
 #include "platform/linux/x11/X11Stream.h"
 #include "platform/linux/x11/X11WindowSubject.h"
 
 namespace glintro {
 namespace {
+
+// How long a program gets to draw what of its window was covered before the server kept it.
+constexpr Seconds kRedrawing = 0.1;
 
 // The server must be told which version of an extension is meant before it obeys the extension's requests.
 Result<void> negotiate(xcb_connection_t* connection) {
@@ -83,8 +88,14 @@ Result<void> checkWindowPixels(const X11Connection& connection, xcb_window_t win
     return checkPixels(connection, geometry->depth, attributes->visual);
 }
 
-// At a place where it stays, because what is recorded refers to it.
-Result<std::unique_ptr<X11Connection>> connectForStream() {
+// What is recorded, with the connection at a place where it stays, because what is recorded refers to it.
+struct OpenSubject {
+    std::unique_ptr<X11Connection> connection;
+    std::unique_ptr<X11Subject> subject;
+    double scale = 1;
+};
+
+Result<std::unique_ptr<X11Connection>> connectForSubject() {
     Result<X11Connection> connection = connectToX11();
     if (!connection) return std::unexpected(connection.error());
     if (const Result<void> usable = negotiate(connection->get()); !usable) {
@@ -93,36 +104,60 @@ Result<std::unique_ptr<X11Connection>> connectForStream() {
     return std::make_unique<X11Connection>(std::move(*connection));
 }
 
-template <class Subject>
-Result<std::unique_ptr<ScreenStream>> streamOf(std::unique_ptr<X11Connection> connection,
-                                               Result<std::unique_ptr<Subject>> subject, double scale) {
-    if (!subject) return std::unexpected(subject.error());
-    return std::make_unique<X11Stream>(std::move(connection), std::move(*subject), scale);
-}
-
-} // namespace
-
-Result<std::unique_ptr<ScreenStream>> openX11Display(const ShareableDisplay& display,
-                                                     std::optional<Rect> sourceRect) {
-    Result<std::unique_ptr<X11Connection>> connection = connectForStream();
+Result<OpenSubject> displaySubject(const ShareableDisplay& display, const std::optional<Rect>& area) {
+    Result<std::unique_ptr<X11Connection>> connection = connectForSubject();
     if (!connection) return std::unexpected(connection.error());
     const xcb_screen_t& screen = *(*connection)->screen;
     if (const auto usable = checkPixels(**connection, screen.root_depth, screen.root_visual); !usable) {
         return std::unexpected(usable.error());
     }
-    auto subject = X11DisplaySubject::create(**connection, display, sourceRect);
-    return streamOf(std::move(*connection), std::move(subject), display.scale);
+    auto subject = X11DisplaySubject::create(**connection, display, area);
+    if (!subject) return std::unexpected(subject.error());
+    return OpenSubject{std::move(*connection), std::move(*subject), display.scale};
 }
 
-Result<std::unique_ptr<ScreenStream>> openX11Window(std::uint32_t window) {
-    Result<std::unique_ptr<X11Connection>> connection = connectForStream();
+Result<OpenSubject> windowSubject(xcb_window_t window) {
+    Result<std::unique_ptr<X11Connection>> connection = connectForSubject();
     if (!connection) return std::unexpected(connection.error());
     if (const auto usable = checkWindowPixels(**connection, window); !usable) {
         return std::unexpected(usable.error());
     }
     const double scale = x11DesktopScale(**connection);
     auto subject = X11WindowSubject::create(**connection, window, scale);
-    return streamOf(std::move(*connection), std::move(subject), scale);
+    if (!subject) return std::unexpected(subject.error());
+    return OpenSubject{std::move(*connection), std::move(*subject), scale};
+}
+
+Result<std::unique_ptr<ScreenStream>> streamOf(Result<OpenSubject> opened) {
+    if (!opened) return std::unexpected(opened.error());
+    return std::make_unique<X11Stream>(std::move(opened->connection), std::move(opened->subject),
+                                       opened->scale);
+}
+
+} // namespace
+
+Result<std::unique_ptr<ScreenStream>> openX11Display(const ShareableDisplay& display,
+                                                     const std::optional<Rect>& area) {
+    return streamOf(displaySubject(display, area));
+}
+
+Result<std::unique_ptr<ScreenStream>> openX11Window(std::uint32_t window) {
+    return streamOf(windowSubject(window));
+}
+
+Result<BgraPicture> pictureOfX11Display(const ShareableDisplay& display, const std::optional<Rect>& area,
+                                        int maxSide) {
+    const Result<OpenSubject> opened = displaySubject(display, area);
+    if (!opened) return std::unexpected(opened.error());
+    return x11Snapshot(*opened->connection, *opened->subject, maxSide, 0);
+}
+
+Result<BgraPicture> pictureOfX11Window(std::uint32_t window, int maxSide) {
+    const Result<OpenSubject> opened = windowSubject(window);
+    if (!opened) return std::unexpected(opened.error());
+    // A compositing manager has had the server keep all windows' pixels before.
+    const Seconds redrawing = isX11ScreenComposed(*opened->connection) ? 0 : kRedrawing;
+    return x11Snapshot(*opened->connection, *opened->subject, maxSide, redrawing);
 }
 
 } // namespace glintro

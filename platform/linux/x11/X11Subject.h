@@ -22,9 +22,9 @@ class X11Subject {
     // Registers with the server for what must be known. Once, before all below.
     [[nodiscard]] virtual Result<void> begin() = 0;
 
-    virtual void take(const xcb_generic_event_t& event) = 0;
+    virtual void handle(const xcb_generic_event_t& event) = 0;
 
-    // Brings about what follows from the events taken. A failure ends the stream.
+    // Does what follows from the events handled. A failure ends the stream.
     [[nodiscard]] virtual Result<void> update(Seconds now) = 0;
     // When update() wants to be called although no event comes.
     virtual std::optional<Seconds> wakeTime() const = 0;

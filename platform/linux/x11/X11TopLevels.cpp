@@ -65,7 +65,7 @@ void X11TopLevels::noteOwnPlace(const X11TopLevel& window) {
     if (window.owner == X11TopLevel::Owner::thisProcess) ownPlacesSeen_.push_back(window.outer);
 }
 
-bool X11TopLevels::take(const xcb_generic_event_t& event) {
+bool X11TopLevels::handle(const xcb_generic_event_t& event) {
     const xcb_window_t root = connection_.root();
     switch (event.response_type & 0x7f) {
         case XCB_CREATE_NOTIFY:
@@ -140,7 +140,7 @@ bool X11TopLevels::configured(const xcb_configure_notify_event_t& event) {
     return true;
 }
 
-// A sibling that is not known, because the two sides crossed: what is there now is read anew.
+// A sibling that is not known, because the two sides crossed: what is there now is read again.
 void X11TopLevels::putAbove(Position window, xcb_window_t sibling) {
     const X11TopLevel moved = *window;
     windows_.erase(window);

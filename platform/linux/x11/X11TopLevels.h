@@ -33,13 +33,13 @@ class X11TopLevels {
     void begin();
 
     // Whether the event has changed anything.
-    bool take(const xcb_generic_event_t& event);
+    bool handle(const xcb_generic_event_t& event);
 
     const std::vector<X11TopLevel>& bottomToTop() const { return windows_; }
     // What is seen of windows of this process, were nothing above them.
     std::vector<PixelRect> ownRects() const;
     // Where windows of this process have come to since the last call, also those that have gone again.
-    std::vector<PixelRect> takeOwnPlacesSeen() { return std::exchange(ownPlacesSeen_, {}); }
+    std::vector<PixelRect> drainOwnPlaces() { return std::exchange(ownPlacesSeen_, {}); }
 
   private:
     using Position = std::vector<X11TopLevel>::iterator;

@@ -20,7 +20,7 @@ struct X11WindowShape {
     bool isViewable = false; // it and all around it are mapped
 };
 
-// Nothing when there is no such window.
+// `nullopt` when there is no such window.
 std::optional<X11WindowShape> x11WindowShape(const X11Connection& connection, xcb_window_t window);
 
 } // namespace glintro

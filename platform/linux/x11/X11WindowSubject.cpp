@@ -8,8 +8,8 @@
 namespace glintro {
 namespace {
 
-// A shape is taken up when it has stayed for so long,
-constexpr Seconds kSettling = 0.12;
+// A shape is accepted when it has been stable for so long,
+constexpr Seconds kStableTime = 0.12;
 // or the picture has lagged behind for so long: somebody drags the window's edge.
 constexpr Seconds kLongestLag = 0.4;
 
@@ -44,7 +44,7 @@ Result<void> X11WindowSubject::begin() {
     const std::optional<X11WindowShape> shape = x11WindowShape(connection_, window_);
     if (!shape) return std::unexpected(closed());
     if (shape->frame != shown_.frame) watch(shape->frame);
-    takeUp(*shape);
+    accept(*shape);
     return {};
 }
 
@@ -57,12 +57,12 @@ void X11WindowSubject::watch(xcb_window_t frame) {
     xcb_damage_create(connection_.get(), damage_.id(), frame, XCB_DAMAGE_REPORT_LEVEL_DELTA_RECTANGLES);
 }
 
-void X11WindowSubject::take(const xcb_generic_event_t& event) {
+void X11WindowSubject::handle(const xcb_generic_event_t& event) {
     const int type = event.response_type & 0x7f;
     if (type == xcb_get_extension_data(connection_.get(), &xcb_damage_id)->first_event) {
         const auto& damage = as<xcb_damage_notify_event_t>(event);
         if (damage.damage != damage_.id()) return;
-        return takeDamage({damage.area.x, damage.area.y, damage.area.width, damage.area.height});
+        return addDamage({damage.area.x, damage.area.y, damage.area.width, damage.area.height});
     }
     switch (type) {
         case XCB_DESTROY_NOTIFY:
@@ -85,7 +85,7 @@ void X11WindowSubject::take(const xcb_generic_event_t& event) {
 }
 
 // Damage counts from the frame's corner inside its border, the pixels from the border's.
-void X11WindowSubject::takeDamage(const PixelRect& partOfFrame) {
+void X11WindowSubject::addDamage(const PixelRect& partOfFrame) {
     const int top = partOfFrame.y + shown_.border + shown_.outer.y - shown_.visible.y;
     const int height = shown_.visible.height;
     dirty_.add(RowRange{std::clamp(top, 0, height), std::clamp(top + partOfFrame.height, 0, height)});
@@ -96,7 +96,7 @@ Result<void> X11WindowSubject::update(Seconds now) {
     if (std::exchange(hasNewShape_, false)) {
         if (const Result<void> read = readShape(now); !read) return read;
     }
-    if (settle_ && *settle_ <= now) takeUp(wanted_);
+    if (acceptTime_ && *acceptTime_ <= now) accept(wanted_);
     return {};
 }
 
@@ -105,12 +105,12 @@ Result<void> X11WindowSubject::readShape(Seconds now) {
     if (!shape) return connection_.isAlive() ? std::unexpected(closed()) : Result<void>();
     if (!shape->isViewable) {
         wasUnmapped_ = true;
-        settle_.reset();
-        since_.reset();
+        acceptTime_.reset();
+        staleSince_.reset();
     } else if (wasUnmapped_ || hasOtherPixels(*shape)) {
         if (shape->frame != wanted_.frame) watch(shape->frame);
-        if (!since_) since_ = now;
-        settle_ = std::min(now + kSettling, *since_ + kLongestLag);
+        if (!staleSince_) staleSince_ = now;
+        acceptTime_ = std::min(now + kStableTime, *staleSince_ + kLongestLag);
     } else {
         moveTo(*shape);
     }
@@ -129,17 +129,17 @@ bool X11WindowSubject::hasOtherPixels(const X11WindowShape& shape) const {
 }
 
 void X11WindowSubject::moveTo(const X11WindowShape& shape) {
-    settle_.reset();
-    since_.reset();
+    acceptTime_.reset();
+    staleSince_.reset();
     const std::scoped_lock lock(mutex_);
     shown_ = shape;
 }
 
 // When the window has changed again meanwhile there may be no pixels to name: what the picture shows stays
 // until the events tell more.
-void X11WindowSubject::takeUp(const X11WindowShape& shape) {
-    settle_.reset();
-    since_.reset();
+void X11WindowSubject::accept(const X11WindowShape& shape) {
+    acceptTime_.reset();
+    staleSince_.reset();
     if (!shape.isViewable || !namePixels(shape.frame)) {
         wasUnmapped_ = true;
         return;
@@ -159,11 +159,11 @@ bool X11WindowSubject::namePixels(xcb_window_t frame) {
 }
 
 std::optional<Seconds> X11WindowSubject::wakeTime() const {
-    return settle_;
+    return acceptTime_;
 }
 
 const RowSet& X11WindowSubject::dirty() const {
-    return settle_ || wasUnmapped_ ? kNoRows : dirty_;
+    return acceptTime_ || wasUnmapped_ ? kNoRows : dirty_;
 }
 
 X11Sources X11WindowSubject::expose() {

@@ -11,9 +11,9 @@
 
 namespace glintro {
 
-// One window with its title bar, by the pixels that the server keeps of it: also while others cover it. A new
-// size is taken up when it has settled, because window managers animate windows through many. While the
-// window is minimised there is nothing new to show.
+// One window with its title bar, from the pixels that the server keeps of it: also while others cover it. A
+// new size is accepted when it has been stable for a moment, because window managers animate windows through
+// many. While the window is minimised there is nothing new to show.
 class X11WindowSubject final : public X11Subject {
   public:
     // The connection must outlive this. Fails when there is no such window, or it is minimised.
@@ -21,7 +21,7 @@ class X11WindowSubject final : public X11Subject {
                                                                           xcb_window_t window, double scale);
 
     [[nodiscard]] Result<void> begin() override;
-    void take(const xcb_generic_event_t& event) override;
+    void handle(const xcb_generic_event_t& event) override;
     [[nodiscard]] Result<void> update(Seconds now) override;
     std::optional<Seconds> wakeTime() const override;
     PixelSize size() const override { return {shown_.visible.width, shown_.visible.height}; }
@@ -38,11 +38,11 @@ class X11WindowSubject final : public X11Subject {
 
     void watch(xcb_window_t frame);
     bool concerns(xcb_window_t window) const { return window == window_ || window == shown_.frame; }
-    void takeDamage(const PixelRect& partOfFrame);
-    Result<void> readShape(Seconds now);
+    void addDamage(const PixelRect& partOfFrame);
+    [[nodiscard]] Result<void> readShape(Seconds now);
     bool hasOtherPixels(const X11WindowShape& shape) const;
     void moveTo(const X11WindowShape& shape);
-    void takeUp(const X11WindowShape& shape);
+    void accept(const X11WindowShape& shape);
     bool namePixels(xcb_window_t frame);
 
     const X11Connection& connection_;
@@ -52,9 +52,9 @@ class X11WindowSubject final : public X11Subject {
     mutable std::mutex mutex_; // of shown_ where it is written, and where other threads read it
     X11WindowShape shown_;     // as the picture shows it
 
-    X11WindowShape wanted_;         // as it is now
-    std::optional<Seconds> since_;  // since when the picture lags behind
-    std::optional<Seconds> settle_; // when to take up the wanted shape
+    X11WindowShape wanted_;             // as it is now
+    std::optional<Seconds> staleSince_; // since when the picture lags behind
+    std::optional<Seconds> acceptTime_; // when to accept the wanted shape
 
     X11Pixmap pixels_; // of the shown frame, kept by the server while named
     X11Damage damage_;

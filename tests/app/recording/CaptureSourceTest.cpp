@@ -46,7 +46,7 @@ TEST(CaptureSource, CallsSourcesByNamesPeopleKnow) {
     EXPECT_EQ(windowSources(content, 1), windows);
 }
 
-TEST(CaptureSource, CountsAnAreaFromTheDisplayItLiesOn) {
+TEST(CaptureSource, PutsAnAreaOnTheDisplayThatShowsMostOfIt) {
     const ShareableContent content{
         .displays = {{1, "left", {0, 0, 1920, 1080}, 1}, {2, "right", {1920, 200, 1536.5, 864}, 1.25}},
         .windows = {}};
@@ -59,14 +59,16 @@ TEST(CaptureSource, CountsAnAreaFromTheDisplayItLiesOn) {
     const Row rows[] = {
         {{100, 50, 640, 480}, 1, {100, 50, 640, 480}, ""},
         {{0, 0, 1920, 1080}, 1, {0, 0, 1920, 1080}, ""},
-        {{2000, 250, 64, 64}, 2, {80, 50, 64, 64}, ""},
-        {{1920, 200, 1537, 864}, 2, {0, 0, 1536.5, 864}, ""}, // rounded outwards to whole points
+        {{2000, 250, 64, 64}, 2, {2000, 250, 64, 64}, ""},
+        {{1920, 200, 1537, 864}, 2, {1920, 200, 1536.5, 864}, ""}, // rounded outwards to whole points
+        {{1800, 300, 400, 100}, 2, {1920, 300, 280, 100}, ""},     // across both displays
+        {{1700, 300, 400, 100}, 1, {1700, 300, 220, 100}, ""},
+        {{1700, 0, 400, 1080}, 1, {1700, 0, 220, 1080}, ""}, // and beside the right one
         {{100, 100, 0, 480}, 0, {}, "is empty"},
         {{100, 100, 640, -1}, 0, {}, "is empty"},
         {{100, 2000, 640, 480}, 0, {}, "outside of every display"},
         {{1920, 0, 100, 100}, 0, {}, "outside of every display"}, // beside the right one's top
         {{-10, 0, 100, 100}, 0, {}, "over the edge"},
-        {{1800, 300, 400, 100}, 0, {}, "lies on 2 displays"},
     };
     for (const Row& row : rows) {
         const auto filter = filterFor(row.area, content);
@@ -78,7 +80,7 @@ TEST(CaptureSource, CountsAnAreaFromTheDisplayItLiesOn) {
         }
         ASSERT_TRUE(filter) << filter.error().message;
         EXPECT_EQ(std::get<DisplayFilter>(*filter).display, row.display);
-        EXPECT_EQ(std::get<DisplayFilter>(*filter).sourceRect, row.inside);
+        EXPECT_EQ(std::get<DisplayFilter>(*filter).area, row.inside);
     }
 }
 
@@ -89,7 +91,7 @@ TEST(CaptureSource, LeavesTheChoiceToTheSystemsDialog) {
     EXPECT_EQ(windowSources(content, 1).size(), 1);
     const auto filter = filterFor(Rect{5, 6, 70, 80}, content);
     ASSERT_TRUE(filter);
-    EXPECT_EQ(std::get<DisplayFilter>(*filter).sourceRect, (Rect{5, 6, 70, 80}));
+    EXPECT_EQ(std::get<DisplayFilter>(*filter).area, (Rect{5, 6, 70, 80}));
 }
 
 } // namespace

@@ -175,7 +175,7 @@ TEST_F(RecordingControllerTest, StartsOnlyWhatIsChosen) {
     EXPECT_EQ(views.shown.back(), "bar");
     controller->start();
     ASSERT_TRUE(reaches(Phase::recording));
-    EXPECT_EQ(std::get<DisplayFilter>(platform.screen().opened).sourceRect, (Rect{10, 10, 300, 200}));
+    EXPECT_EQ(std::get<DisplayFilter>(platform.screen().opened).area, (Rect{1930, 10, 300, 200}));
 }
 
 // All that takes its time comes before the countdown, and nothing is recorded before its end.

@@ -66,7 +66,7 @@ TEST(AvCameraTest, JpegColoursComeOutAsBt709) {
     }
 }
 
-TEST(AvCameraTest, LeavesOutDamagedPicturesAndFollowsTheSize) {
+TEST(AvCameraTest, LeavesOutDamagedPicturesAndScalesThoseOfAnotherSize) {
     const TemporaryFolder folder;
     const std::string small = jpegs(folder, "testsrc2=size=64x48", 3);
     const std::string large = jpegs(folder, "testsrc2=size=96x80,scale=97:81", 4);
@@ -75,7 +75,31 @@ TEST(AvCameraTest, LeavesOutDamagedPicturesAndFollowsTheSize) {
     watch(folder, small + spoilt + small + large, watching);
     std::vector<int> widths;
     for (const CameraFrame& frame : watching.frames) widths.push_back(frame.size.width);
-    EXPECT_EQ(widths, (std::vector{64, 64, 64, 64, 64, 64, 97, 97, 97, 97}));
+    EXPECT_EQ(widths, std::vector(10, 64));
+}
+
+// A picture of another shape loses what reaches beyond the first one's; one of the same shape loses nothing.
+TEST(AvCameraTest, ScalesAPictureOfAnotherSizeToCoverTheFirst) {
+    const TemporaryFolder folder;
+    const std::string first = jpegs(folder, "color=size=64x48:color=white", 1);
+    const std::string wide = jpegs(folder, "color=size=64x48:color=red,pad=96:48:16:0:lime", 1);
+    const std::string tall = jpegs(folder, "color=size=64x48:color=red,pad=64:128:0:40:lime", 1);
+    const std::string larger = jpegs(folder, "color=size=128x192:color=red,pad=256:192:128:0:lime", 1);
+    Watching watching;
+    watch(folder, first + wide + tall + larger, watching);
+    ASSERT_EQ(watching.count, 4U);
+    constexpr int kRed = 63, kLime = 173; // luma
+    const struct {
+        std::size_t frame;
+        double x, y;
+        int luma;
+    } rows[] = {{1, 0.05, 0.5, kRed}, {1, 0.95, 0.5, kRed},  {2, 0.5, 0.05, kRed},
+                {2, 0.5, 0.95, kRed}, {3, 0.25, 0.5, kLime}, {3, 0.75, 0.5, kRed}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(watching.frames[row.frame].size, (PixelSize{64, 48}));
+        EXPECT_NEAR(test::colourAt(watching.frames[row.frame], row.x, row.y)[0], row.luma, 6)
+            << row.frame << " at " << row.x << ", " << row.y;
+    }
 }
 
 // A camera that falls silent after its first pictures: a socket whose other end says no more.

@@ -63,7 +63,7 @@ TEST_P(SampleClockTest, TellsWhenEachLumpWasHeard) {
 
         clock.arrived(device.lump, arrival);
         clock.reportLatency(device.latency + anyPart(random) * 0.005, arrival);
-        const Seconds told = clock.take(device.lump);
+        const Seconds told = clock.consume(device.lump);
         ASSERT_GE(told, endOfLast - 0.6 * static_cast<double>(device.lump) / kRate) << "goes back";
         endOfLast = told + static_cast<double>(device.lump) / kRate;
         const Seconds sinceLoss = heard - kStart - kDuration / 2;

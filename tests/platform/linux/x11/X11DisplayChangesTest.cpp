@@ -69,7 +69,7 @@ TEST_F(X11DisplayChangesTest, ADisplayThatIsUnpluggedEndsItsStreamAndNoOther) {
 TEST_F(X11DisplayChangesTest, ANewResolutionOrPlaceIsFollowed) {
     session_->output({"xrandr", "--addmode", "DUMMY1", "1920x1080"});
     const auto stream = open("DUMMY1");
-    const auto inside = open("DUMMY1", Rect{10, 20, 300, 200});
+    const auto inside = open("DUMMY1", Rect{1930, 20, 300, 200});
     const auto outside = open("DUMMY0", Rect{1500, 900, 300, 100});
     FrameWatch watch(*stream), insideWatch(*inside), outsideWatch(*outside);
     ASSERT_TRUE(watch.hasSize({1280, 720}) && insideWatch.hasSize({300, 200})

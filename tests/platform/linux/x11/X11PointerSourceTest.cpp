@@ -182,6 +182,53 @@ TEST_F(X11PointerSourceTest, StopsWhileTheServerServesAnotherProgramOnly) {
     EXPECT_TRUE(waitUntil([&] { return answered.load(); }));
 }
 
+// A server that has begun to show presses may stop, by another program's doing.
+TEST_F(X11PointerSourceTest, WarnsOnceWhenTheServerStopsShowingClicks) {
+    const Result<X11Connection> control = connectToX11();
+    const std::uint32_t before = xcb_generate_id(control->get());
+    std::atomic<int> warnings = 0;
+    std::atomic<int> presses = 0;
+    auto recorder = X11PressRecorder::create(
+        *control, 1, {[&](const PointerPress&) { ++presses; }, [&](const std::string&) { ++warnings; }});
+    ASSERT_TRUE(recorder);
+    EXPECT_TRUE((*recorder)->isRecording());
+    const xcb_record_context_t context = before + 1; // identifiers are given out in turn
+    const test::XConnection other = test::connectTo(session_->display());
+    xcb_record_disable_context(other.get(), context);
+    test::synchronise(other.get());
+    EXPECT_TRUE(waitUntil([&] { return warnings == 1; }));
+    injectClick(session_->injector(), 50, 60, 1);
+    recorder->reset();
+    EXPECT_EQ(presses, 0);
+    EXPECT_EQ(warnings, 1);
+}
+
+// Recording is asked for on one connection and received on another: here those are of different servers.
+TEST_F(X11PointerSourceTest, SaysThatTheServerRefusesToShowClicks) {
+    const Result<X11Connection> control = connectToX11();
+    const auto stranger = XSession::xvfb(320, 240, XSession::WindowManager::none);
+    const XSession::Environment environment(*stranger);
+    std::atomic<int> warnings = 0;
+    const auto refused = X11PressRecorder::create(
+        *control, 1, {[](const PointerPress&) {}, [&](const std::string&) { ++warnings; }});
+    ASSERT_FALSE(refused);
+    EXPECT_NE(refused.error().message.find("refused"), std::string::npos);
+    EXPECT_EQ(warnings, 0);
+}
+
+TEST_F(X11PointerSourceTest, SeesClicksWhileAnotherProgramKeepsTheServerToItself) {
+    Presses presses;
+    std::atomic<int> warnings = 0;
+    const auto source = createX11PointerSource(1);
+    source->setWarningHandler([&](const std::string&) { ++warnings; });
+    ASSERT_TRUE(source->start(presses.handler()));
+    test::XInjector greedy(session_->display());
+    greedy.grabServer();
+    injectClick(greedy, 700, 300, 1);
+    EXPECT_TRUE(presses.reach(1));
+    EXPECT_EQ(warnings, 0);
+}
+
 TEST(X11PointerSourceWithoutRecord, GivesPositionsAndSaysWhatIsMissing) {
     if (const auto why = XSession::whyNoXvfb()) GTEST_SKIP() << *why;
     const auto session = XSession::xvfb(800, 600, XSession::WindowManager::none, {"-extension", "RECORD"});

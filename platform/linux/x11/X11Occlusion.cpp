@@ -1,10 +1,11 @@
-#include "platform/linux/x11/X11Cover.h"
+#include "platform/linux/x11/X11Occlusion.h"
 
 #include <algorithm>
 
 namespace glintro {
 
-std::vector<PixelRect> X11Cover::follow(const std::vector<PixelRect>& places, Seconds now, Seconds linger) {
+std::vector<PixelRect> X11Occlusion::update(const std::vector<PixelRect>& places, Seconds now,
+                                            Seconds linger) {
     std::vector<PixelRect> differences;
     std::vector<PixelRect> rects;
     std::vector<std::optional<Seconds>> ends;
@@ -29,14 +30,21 @@ std::vector<PixelRect> X11Cover::follow(const std::vector<PixelRect>& places, Se
     return differences;
 }
 
-bool X11Cover::holds(const PixelRect& rect) const {
+bool X11Occlusion::contains(const PixelRect& rect) const {
     return std::ranges::any_of(rects_, [&](const PixelRect& place) {
         return rect.x >= place.x && rect.y >= place.y && rect.right() <= place.right()
                && rect.bottom() <= place.bottom();
     });
 }
 
-std::optional<Seconds> X11Cover::nextEnd() const {
+bool X11Occlusion::touches(const PixelRect& rect) const {
+    return std::ranges::any_of(rects_, [&](const PixelRect& place) {
+        return rect.x <= place.right() && place.x <= rect.right() && rect.y <= place.bottom()
+               && place.y <= rect.bottom();
+    });
+}
+
+std::optional<Seconds> X11Occlusion::nextExpiry() const {
     std::optional<Seconds> next;
     for (const std::optional<Seconds>& end : ends_) {
         if (end && (!next || *end < *next)) next = end;

@@ -1,0 +1,26 @@
+#include "core/media/FFmpegColours.h"
+
+namespace glintro {
+
+AVPixelFormat plainFormat(int format) {
+    switch (format) {
+        case AV_PIX_FMT_YUVJ411P:
+            return AV_PIX_FMT_YUV411P;
+        case AV_PIX_FMT_YUVJ420P:
+            return AV_PIX_FMT_YUV420P;
+        case AV_PIX_FMT_YUVJ422P:
+            return AV_PIX_FMT_YUV422P;
+        case AV_PIX_FMT_YUVJ440P:
+            return AV_PIX_FMT_YUV440P;
+        case AV_PIX_FMT_YUVJ444P:
+            return AV_PIX_FMT_YUV444P;
+        default:
+            return static_cast<AVPixelFormat>(format);
+    }
+}
+
+bool isFullRange(const AVFrame& frame) {
+    return frame.color_range == AVCOL_RANGE_JPEG || plainFormat(frame.format) != frame.format;
+}
+
+} // namespace glintro

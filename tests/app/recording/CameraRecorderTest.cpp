@@ -1,0 +1,38 @@
+#include <gtest/gtest.h>
+
+#include "tests/app/recording/TakeFixture.h"
+
+namespace glintro {
+namespace {
+
+using test::TakeFixture;
+
+constexpr Seconds kFrame = 1.0 / 30;
+
+// Whether it says so, as one that is unplugged does, or just sends nothing any more.
+TEST(CameraRecorder, EndsTheMovieWhereTheCameraDies) {
+    struct Row {
+        const char* what;
+        bool isUnplugged;
+        Seconds goesOn; // of the take, after the last picture
+        Seconds duration;
+    };
+    for (const Row& row : {Row{"unplugged", true, 0.4, 0.2 + kFrame}, Row{"silent", false, 1.5, 0.2 + kFrame},
+                           Row{"only slow", false, 0.6, 0.8}}) {
+        TakeFixture take({.pixelSize = {320, 240}, .camera = true});
+        ASSERT_TRUE(take.start());
+        const Seconds begin = hostTime() - row.goesOn;
+        take.show(40, begin);
+        for (const Seconds time : {0.0, 0.1, 0.2}) take.showCamera({160, 120}, 60, begin + time);
+        if (row.isUnplugged) take.cameras.unplug();
+        const Seconds end = begin + 0.2 + row.goesOn;
+        take.show(80, end - 0.1);
+        ASSERT_TRUE(test::waitUntil([&] { return hostTime() >= end; }));
+        EXPECT_TRUE(take.engine->stop().hasCamera);
+        EXPECT_NEAR(test::trackDuration(take.cameraMovie(), "v"), row.duration, 0.05) << row.what;
+        EXPECT_EQ(take.notices().size(), row.isUnplugged ? 1U : 0U) << row.what;
+    }
+}
+
+} // namespace
+} // namespace glintro

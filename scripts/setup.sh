@@ -19,7 +19,7 @@ build)
         libavcodec-dev libavdevice-dev libavfilter-dev libavformat-dev libavutil-dev libswresample-dev libswscale-dev
         libcairo2-dev libpango1.0-dev libimagequant-dev libcgif-dev fonts-inter
         qt6-base-dev
-        libpipewire-0.3-dev libpulse-dev libsystemd-dev
+        libpipewire-0.3-dev libpulse-dev libsystemd-dev libinput-dev libudev-dev
         libxcb1-dev libxcb-{shm0,damage0,composite0,xfixes0,randr0,xtest0,ewmh,icccm4,render0,keysyms1,res0,record0}-dev
     )
     fedora=(
@@ -27,13 +27,13 @@ build)
         json-devel fmt-devel cli11-devel highway-devel
         ffmpeg-devel # from RPM Fusion: Fedora's own FFmpeg has no libx264
         cairo-devel pango-devel libimagequant-devel libcgif-devel rsms-inter-fonts qt6-qtbase-devel
-        pipewire-devel pulseaudio-libs-devel systemd-devel
+        pipewire-devel pulseaudio-libs-devel systemd-devel libinput-devel
         libxcb-devel xcb-util-wm-devel xcb-util-keysyms-devel
     )
     arch=(
         gcc cmake ninja ccache make pkgconf
         nlohmann-json fmt cli11 highway ffmpeg cairo pango libimagequant cgif inter-font qt6-base
-        pipewire libpulse systemd-libs libxcb xcb-util-wm xcb-util-keysyms
+        pipewire libpulse systemd-libs libinput libxcb xcb-util-wm xcb-util-keysyms
     )
     ;;
 test)

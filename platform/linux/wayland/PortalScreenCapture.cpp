@@ -57,8 +57,7 @@ class PortalScreenCapture final : public ScreenCapture {
         auto cast = ScreenCast::open(request, cancel);
         if (!cast) return std::unexpected(cast.error());
         choiceMade();
-        return PortalStream::open(std::move(*cast), display ? display->area : std::nullopt, request,
-                                  cancel);
+        return PortalStream::open(std::move(*cast), display ? display->area : std::nullopt, request, cancel);
     }
 
     void forgetChoice() override {

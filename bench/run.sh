@@ -139,24 +139,8 @@ memory_over_length() {
 }
 
 # Stills at times spread over the long reel, the sum of all against FFmpeg's.
-stills() {
-    local source times="0.071 0.313 0.502 0.689 0.937" part time ours=0 theirs=0
-    source=$(reel $long)
-    say "Stills ..."
-    for part in $times; do
-        time=$(calc "$part * $long" %.3f)
-        unset "wall_of[still]" "wall_of[seek]"
-        for ((round = 0; round < 3; round++)); do
-            best still "$glintro" still "$source" --at "$time" -o "$work/still.png"
-            best seek ffmpeg -v error -nostdin -y -ss "$time" -i "$source/raw.mov" -frames:v 1 "$work/seek.png"
-        done
-        ours=$(calc "$ours + ${wall_of[still]} * 1000" %.0f)
-        theirs=$(calc "$theirs + ${wall_of[seek]} * 1000" %.0f)
-    done
-    row_at_most "Five stills of a reel of $long s, wall clock (ffmpeg -ss)" ms "$ours" "$theirs" 1.2
-}
-
-# The layers' own benchmarks, in milliseconds of processor time: first those that have a limit.
+# The layers' own benchmarks: first those that have a limit, in milliseconds of processor time, or of the clock on
+# the wall where several threads work for somebody who waits.
 kernels() {
     local program csv
     for program in "$build"/bin/bench/*; do
@@ -167,14 +151,17 @@ kernels() {
         awk -F , -v program="$(basename "$program")" -v limits="$(grep -v '^#' bench/limits.txt)" '
             BEGIN {
                 count = split(limits, lines, "\n")
-                for (i = 1; i <= count; i++) if (split(lines[i], part, / +/) == 2) limit[part[1]] = part[2]
+                for (i = 1; i <= count; i++) if (split(lines[i], part, / +/) >= 2) {
+                    limit[part[1]] = part[2]
+                    waits[part[1]] = part[3] == "wall"
+                }
                 factor["ns"] = 1e-6; factor["us"] = 1e-3; factor["ms"] = 1; factor["s"] = 1e3
             }
             started && $5 in factor {
                 gsub(/"/, "", $1)
-                time = $4 * factor[$5]
                 known = $1 in limit
-                printf "%s\t%.3g ms\t-\t-\t%s\t%s\n", $1, time, known ? "≤ " limit[$1] " ms" : "-",
+                time = (waits[$1] ? $3 : $4) * factor[$5]
+                printf "%s%s\t%.3g ms\t-\t-\t%s\t%s\n", $1, waits[$1] ? ", wall clock" : "", time, known ? "≤ " limit[$1] " ms" : "-",
                     known ? (time <= limit[$1] ? "yes" : "no") : "-"
             }
             /^name,/ { started = 1 }' "$csv"
@@ -221,9 +208,10 @@ export LC_ALL=C.UTF-8
 against_transcoding
 against_filter_graph
 memory_over_length
-stills
 kernels
 table | tee out/bench.md
+echo | tee -a out/bench.md
+bench/stills.sh "$build" | tee -a out/bench.md
 echo | tee -a out/bench.md
 bench/gif.sh "$build" | tee -a out/bench.md
 echo | tee -a out/bench.md

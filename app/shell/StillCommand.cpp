@@ -1,6 +1,5 @@
 #include "app/shell/StillCommand.h"
 
-#include <future>
 #include <system_error>
 #include <utility>
 
@@ -11,7 +10,7 @@
 #include "app/shell/SignalCancel.h"
 #include "core/export/Destination.h"
 #include "core/media/decode/StillImage.h"
-#include "core/render/Still.h"
+#include "core/render/StillSource.h"
 
 namespace glintro {
 namespace {
@@ -26,13 +25,11 @@ Result<BgraImage> render(const Project& project, const StillArguments& arguments
     auto picture =
         wallpaper.pictureFor(settings, outputSize(settings.aspect, project.sourceSize(), longSide));
     if (!picture) return std::unexpected(picture.error());
-    auto events = std::async(std::launch::async, [&] { return eventsOrWarning(project, console); });
+    auto source = StillSource::open(project, [&] { return eventsOrWarning(project, console); });
+    if (!source) return std::unexpected(source.error());
     const CameraUse camera = settings.showCamera ? CameraUse::with : CameraUse::without;
-    const auto frame =
-        Still::frame(project, {.at = arguments.at, .camera = camera, .tolerance = FrameTolerance::exact});
-    if (!frame) return std::unexpected(frame.error());
-    return Still::render(*frame, events.get(), settings, arguments.longSide, *std::move(picture),
-                         Framing::fit);
+    return (*source)->still({.at = arguments.at, .camera = camera, .tolerance = FrameTolerance::exact},
+                            settings, arguments.longSide, *std::move(picture), Framing::fit);
 }
 
 Result<void> saveTo(const fs::path& file, const BgraImage& image, const Console& console) {

@@ -1,6 +1,5 @@
 #include "core/render/Still.h"
 
-#include <future>
 #include <utility>
 
 namespace glintro {
@@ -25,12 +24,11 @@ BgraImage Still::render(const SourceFrame& frame, const RecordingEvents& events,
 Result<BgraImage> Still::render(const Project& project, Seconds at, int longSide,
                                 const std::optional<ProjectSettings>& settings, Framing framing,
                                 std::shared_ptr<const BgraImage> wallpaper) {
-    const ProjectSettings& used = settings ? *settings : project.info.settings;
-    auto events = std::async(std::launch::async, &Project::loadEvents, &project);
-    const CameraUse camera = used.showCamera ? CameraUse::with : CameraUse::without;
-    auto source = frame(project, {.at = at, .camera = camera});
+    auto source = StillSource::open(project);
     if (!source) return std::unexpected(source.error());
-    return render(*source, events.get(), used, longSide, std::move(wallpaper), framing);
+    const ProjectSettings& used = settings ? *settings : project.info.settings;
+    const CameraUse camera = used.showCamera ? CameraUse::with : CameraUse::without;
+    return (*source)->still({.at = at, .camera = camera}, used, longSide, std::move(wallpaper), framing);
 }
 
 } // namespace glintro

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "core/render/Preview.h"
-#include "core/render/Still.h"
 
 namespace glintro {
 namespace {
@@ -13,12 +12,21 @@ namespace {
 // The last frame of a recording may start a little before its end.
 constexpr Seconds kEndMargin = 0.02;
 
+Size exact(PixelSize size) {
+    return {static_cast<double>(size.width), static_cast<double>(size.height)};
+}
+
+PixelSize canvasOf(const ProjectSettings& settings, PixelSize source, int longSide) {
+    return outputSize(settings.aspect, exact(source), LongSide{static_cast<double>(longSide)});
+}
+
 } // namespace
 
-Result<std::unique_ptr<StillSource>> StillSource::open(Project project) {
+Result<std::unique_ptr<StillSource>> StillSource::open(Project project, EventsReader readEvents) {
     auto screen = MovieReader::open(project.rawURL(), MovieReader::Access::single);
     if (!screen) return std::unexpected(screen.error());
-    return std::unique_ptr<StillSource>(new StillSource(std::move(project), std::move(*screen)));
+    return std::unique_ptr<StillSource>(
+        new StillSource(std::move(project), std::move(*screen), std::move(readEvents)));
 }
 
 PicturePtr StillSource::cameraFrame(const StillRequest& request, Seconds sourceTime) {
@@ -46,14 +54,48 @@ Result<SourceFrame> StillSource::grab(const StillRequest& request) {
     return SourceFrame{screen->picture, std::move(cameraPicture), time};
 }
 
-const RecordingEvents& StillSource::events() {
-    if (!events_) events_ = project_.loadEvents();
-    return *events_;
+// The last renderer, or one that shares with it what stayed the same.
+const FrameRenderer& StillSource::rendererFor(const ProjectSettings& settings, PixelSize source,
+                                              std::shared_ptr<const BgraImage> wallpaper, Framing framing) {
+    if (!events_) {
+        events_ =
+            std::make_shared<const RecordingEvents>(readEvents_ ? readEvents_() : project_.loadEvents());
+    }
+    const bool isSameSource =
+        renderer_ && source_ == source && wallpaper_ == wallpaper && framing_ == framing;
+    if (!isSameSource) {
+        source_ = source;
+        wallpaper_ = std::move(wallpaper);
+        framing_ = framing;
+        const RenderSource rendered{exact(source), events_, wallpaper_};
+        renderer_ = std::make_shared<const FrameRenderer>(settings, rendered, framing);
+    } else if (renderer_->settings() != settings) {
+        renderer_ = renderer_->with(settings);
+    }
+    return *renderer_;
 }
 
 BgraImage StillSource::draw(const SourceFrame& frame, const ProjectSettings& settings, int longSide,
                             std::shared_ptr<const BgraImage> wallpaper, Framing framing) {
-    return Still::render(frame, events(), settings, longSide, std::move(wallpaper), framing);
+    const PixelSize source = frame.screen->size;
+    const FrameRenderer& renderer = rendererFor(settings, source, std::move(wallpaper), framing);
+    const Picture* camera = settings.showCamera ? frame.camera.get() : nullptr;
+    return renderer.render(frame.screen.get(), camera, frame.time, canvasOf(settings, source, longSide));
+}
+
+Result<BgraImage> StillSource::still(const StillRequest& request, const ProjectSettings& settings,
+                                     int longSide, std::shared_ptr<const BgraImage> wallpaper,
+                                     Framing framing) {
+    const PixelSize natural = movie().naturalSize;
+    const PixelSize source = request.maxSide > 0 ? fittedWithin(natural, request.maxSide) : natural;
+    auto prepared = std::async(std::launch::async, [&] {
+        const FrameRenderer& renderer = rendererFor(settings, source, wallpaper, framing);
+        return renderer.layers(PixelLayout::rgb444, canvasOf(settings, source, longSide));
+    });
+    const auto frame = grab(request);
+    prepared.wait();
+    if (!frame) return std::unexpected(frame.error());
+    return draw(*frame, settings, longSide, std::move(wallpaper), framing);
 }
 
 BgraImage plainImage(const Picture& picture) {

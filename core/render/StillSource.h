@@ -1,7 +1,7 @@
 #pragma once
 
+#include <functional>
 #include <memory>
-#include <optional>
 #include <stop_token>
 #include <utility>
 
@@ -34,31 +34,46 @@ struct StillRequest {
 // may be shared between threads.
 class StillSource {
   public:
-    // Opens the screen movie; fails where that cannot be read.
-    [[nodiscard]] static Result<std::unique_ptr<StillSource>> open(Project project);
+    using EventsReader = std::function<RecordingEvents()>;
+
+    // Opens the screen movie; fails where that cannot be read. `readEvents` is called at most once, possibly
+    // on another thread; without it, the project's own events are read.
+    [[nodiscard]] static Result<std::unique_ptr<StillSource>> open(Project project,
+                                                                   EventsReader readEvents = {});
 
     // A camera's frame that cannot be had is left out.
     [[nodiscard]] Result<SourceFrame> grab(const StillRequest& request);
 
-    // Draws a grabbed frame on the canvas that has the given long side, as an export would.
+    // Draws a grabbed frame on the canvas that has the given long side, as an export would. From one call to
+    // the next, what depends on unchanged settings is kept: pointer paths, backdrop, masks.
     BgraImage draw(const SourceFrame& frame, const ProjectSettings& settings, int longSide,
                    std::shared_ptr<const BgraImage> wallpaper, Framing framing);
 
-    // The recorded events, read at the first call.
-    const RecordingEvents& events();
+    // Both in one, sooner: the backdrop is drawn while the movies decode.
+    [[nodiscard]] Result<BgraImage> still(const StillRequest& request, const ProjectSettings& settings,
+                                          int longSide, std::shared_ptr<const BgraImage> wallpaper,
+                                          Framing framing);
 
     const MovieProperties& movie() const { return screen_->properties(); }
 
   private:
-    StillSource(Project project, std::unique_ptr<MovieReader> screen)
-        : project_(std::move(project)), screen_(std::move(screen)) {}
+    StillSource(Project project, std::unique_ptr<MovieReader> screen, EventsReader readEvents)
+        : project_(std::move(project)), screen_(std::move(screen)), readEvents_(std::move(readEvents)) {}
     PicturePtr cameraFrame(const StillRequest& request, Seconds sourceTime);
+    const FrameRenderer& rendererFor(const ProjectSettings& settings, PixelSize source,
+                                     std::shared_ptr<const BgraImage> wallpaper, Framing framing);
 
     Project project_;
     std::unique_ptr<MovieReader> screen_;
     std::unique_ptr<MovieReader> camera_; // opened at the first use; null when it cannot be read
     bool hasTriedCamera_ = false;
-    std::optional<RecordingEvents> events_;
+
+    EventsReader readEvents_;
+    std::shared_ptr<const RecordingEvents> events_; // null until they are needed first
+    std::shared_ptr<const FrameRenderer> renderer_; // of the last picture, with what it was made for:
+    PixelSize source_;
+    std::shared_ptr<const BgraImage> wallpaper_;
+    Framing framing_ = Framing::fit;
 };
 
 // The whole of a picture as BGRA, without anything drawn around it: a scrub frame, for instance.

@@ -82,7 +82,7 @@ Result<PicturePtr> MovieReader::Impl::natural(DecodedFrame& frame) {
 // What has to be converted anyway is converted straight to the reduced size.
 Result<PicturePtr> MovieReader::Impl::reduced(DecodedFrame& frame, int maxSide) {
     if (frame.reduced && frame.reducedSide == maxSide) return frame.reduced;
-    const PixelSize size = reducedSize(properties.naturalSize, maxSide);
+    const PixelSize size = fittedWithin(properties.naturalSize, maxSide);
     const bool isConverted = frame.picture || converter.isCommon(*frame.frame);
     auto picture = isConverted ? natural(frame) : converter.convert(*frame.frame, size);
     if (!picture) return picture;

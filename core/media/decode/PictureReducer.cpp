@@ -1,8 +1,5 @@
 #include "core/media/decode/PictureReducer.h"
 
-#include <algorithm>
-#include <cmath>
-
 namespace glintro {
 namespace {
 
@@ -19,18 +16,7 @@ AxisMap axis(Grid grid, double scale) {
     return {(grid.offset * scale - grid.offset) / grid.spacing, scale};
 }
 
-int scaled(int side, double scale) {
-    return std::max(1, static_cast<int>(std::lround(side * scale)));
-}
-
 } // namespace
-
-PixelSize reducedSize(PixelSize size, int maxSide) {
-    const int longer = std::max(size.width, size.height);
-    if (longer <= maxSide) return size;
-    const double scale = static_cast<double>(maxSide) / longer;
-    return {scaled(size.width, scale), scaled(size.height, scale)};
-}
 
 PicturePtr PictureReducer::reduce(const Picture& picture, PixelSize size) {
     PictureBuffer result(PixelLayout::yuv420, size);

@@ -5,9 +5,6 @@
 
 namespace glintro {
 
-// The size with the same shape whose longer side is at most `maxSide` pixels; never larger than `size`.
-PixelSize reducedSize(PixelSize size, int maxSide);
-
 // Scales whole 4:2:0 pictures down, every plane once and with its chroma sited as before. Keeps filters and
 // scratch memory from picture to picture; one object per thread.
 class PictureReducer {

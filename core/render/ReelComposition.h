@@ -22,7 +22,8 @@ struct ReelComposition {
     Size sourceSize; // of the screen movie, pixels
 
     // Fails where the screen movie cannot be read. A camera movie that is missing or broken is left out.
-    static Result<ReelComposition> build(const Project& project, const ProjectSettings& settings);
+    [[nodiscard]] static Result<ReelComposition> build(const Project& project,
+                                                       const ProjectSettings& settings);
 };
 
 } // namespace glintro

@@ -13,7 +13,7 @@ struct Colour {
     bool operator==(const Colour&) const = default;
 };
 
-// "#RRGGBB", either case; nothing for any other text.
+// "#RRGGBB", either case; `nullopt` for any other text.
 std::optional<Colour> parseHexColour(std::string_view text);
 
 // The colour of `text`, or the colour of a new reel's solid backdrop when the text is not one: project files

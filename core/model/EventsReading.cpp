@@ -15,21 +15,21 @@ constexpr std::size_t kDeepestNesting = 512;
 // Some 19 hours of pointer samples. A hostile file of empty lists would otherwise become ten times its size.
 constexpr std::size_t kMostSamples = 8U << 20;
 
-// Takes the parser's events straight into the lists: a document tree of an hour's samples would be far larger
+// Puts the parser's values straight into the lists: a document tree of an hour's samples would be far larger
 // than the samples. Every function returns false to stop the parser, which makes the file undecodable.
 class EventsHandler {
   public:
-    bool null() { return isPassedOver(); }
-    bool boolean(bool) { return isPassedOver(); }
-    bool string(std::string&) { return isPassedOver(); }
+    bool null() { return isIgnored(); }
+    bool boolean(bool) { return isIgnored(); }
+    bool string(std::string&) { return isIgnored(); }
     bool binary(nlohmann::json::binary_t&) { return false; }
-    bool number_integer(std::int64_t number) { return take(number); }
-    bool number_unsigned(std::uint64_t number) { return take(number); }
-    bool number_float(double number, const std::string&) { return take(number); }
+    bool number_integer(std::int64_t number) { return add(number); }
+    bool number_unsigned(std::uint64_t number) { return add(number); }
+    bool number_float(double number, const std::string&) { return add(number); }
 
-    bool start_object(std::size_t) { return (depth_ == 0 || isPassedOver()) && descend(); }
+    bool start_object(std::size_t) { return (depth_ == 0 || isIgnored()) && descend(); }
     bool end_object() { return ascend(); }
-    bool start_array(std::size_t) { return (isPassedOver() || startList()) && descend(); }
+    bool start_array(std::size_t) { return (isIgnored() || startList()) && descend(); }
     bool end_array() { return ascend(); }
 
     bool key(const std::string& name) {
@@ -39,7 +39,7 @@ class EventsHandler {
     bool parse_error(std::size_t, const std::string&, const nlohmann::json::exception&) { return false; }
 
     bool isComplete() const { return hasVersion_ && hasDuration_ && hasCursor_ && hasClicks_; }
-    RecordingEvents takeEvents() { return std::move(events_); }
+    RecordingEvents events() && { return std::move(events_); }
 
   private:
     enum class Value { version, duration, cursor, clicks, unknown };
@@ -52,7 +52,7 @@ class EventsHandler {
         return Value::unknown;
     }
 
-    bool isPassedOver() const { return depth_ > 0 && value_ == Value::unknown; }
+    bool isIgnored() const { return depth_ > 0 && value_ == Value::unknown; }
     bool isList() const { return value_ == Value::cursor || value_ == Value::clicks; }
     std::vector<EventSample>& list() { return value_ == Value::cursor ? events_.cursor : events_.clicks; }
 
@@ -76,8 +76,8 @@ class EventsHandler {
     }
 
     template <class Number>
-    bool take(Number number) {
-        if (isPassedOver()) return true;
+    bool add(Number number) {
+        if (isIgnored()) return true;
         if (depth_ == 3 && isList()) {
             EventSample& sample = list().back();
             if (sample.count < sample.numbers.size()) {
@@ -136,7 +136,7 @@ Result<RecordingEvents> decodeEvents(std::string_view json) {
     EventsHandler handler;
     const bool isText = json.find('\0') == std::string_view::npos;
     if (!isText || !nlohmann::json::sax_parse(json, &handler) || !handler.isComplete()) return damaged();
-    return handler.takeEvents();
+    return std::move(handler).events();
 }
 
 Result<RecordingEvents> readEvents(const std::filesystem::path& file) {
@@ -147,7 +147,7 @@ Result<RecordingEvents> readEvents(const std::filesystem::path& file) {
     EventsHandler handler;
     if (!nlohmann::json::sax_parse(stream, &handler) || !text.isSound() || !handler.isComplete())
         return damaged();
-    return handler.takeEvents();
+    return std::move(handler).events();
 }
 
 } // namespace glintro

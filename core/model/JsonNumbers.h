@@ -7,8 +7,8 @@
 
 namespace glintro {
 
-// The integer that a number of a JSON text stands for: 3.0 counts as 3; nothing for 3.5 and for what does not
-// fit.
+// The integer that a number of a JSON text stands for: 3.0 counts as 3; `nullopt` for 3.5 and for what does
+// not fit.
 inline std::optional<std::int64_t> exactInteger(double number) {
     constexpr double twoTo63 = 9223372036854775808.0;
     if (number != std::trunc(number) || number < -twoTo63 || number >= twoTo63) return std::nullopt;

@@ -33,7 +33,7 @@ struct Look {
 
     // Whether the settings show this Look: framing within 0.0005, the same backdrop unless the Look keeps it.
     bool matches(const ProjectSettings& settings) const;
-    // The first Look that matches, nothing for a hand-made style.
+    // The first Look that matches, `nullopt` for a hand-made style.
     static std::optional<Look> current(const ProjectSettings& settings);
 
     bool operator==(const Look&) const = default;

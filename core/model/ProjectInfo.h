@@ -29,12 +29,12 @@ struct ProjectInfo {
 inline constexpr std::size_t kLongestProjectText = 64U << 20; // bytes
 
 // Strict for the record: every one of the nine values must be there and of its type, else the failure says
-// what is wrong. Lenient for the settings: a value that is missing or malformed takes its default, a list
-// with one malformed element becomes empty. Keys that are not known are passed over.
-Result<ProjectInfo> decodeProjectInfo(std::string_view json);
+// what is wrong. Lenient for the settings: a value that is missing, malformed or too large for a double takes
+// its default, a list with one malformed element becomes empty. Unknown keys are ignored.
+[[nodiscard]] Result<ProjectInfo> decodeProjectInfo(std::string_view json);
 
 // Indented, with sorted keys; numbers read back bit for bit. Fails for numbers that are not finite, which
 // JSON cannot hold. A name that is not UTF-8 is stored with replacement characters.
-Result<std::string> encodeProjectInfo(const ProjectInfo& info);
+[[nodiscard]] Result<std::string> encodeProjectInfo(const ProjectInfo& info);
 
 } // namespace glintro

@@ -34,19 +34,20 @@ struct RecordingEvents {
     bool operator==(const RecordingEvents&) const = default;
 };
 
-// Strict: one JSON object with all four values of their types, unknown keys passed over. Whatever else the
+// Strict: one JSON object with all four values of their types, unknown keys are ignored. Whatever else the
 // text holds makes the whole of it a failure.
-Result<RecordingEvents> decodeEvents(std::string_view json);
+[[nodiscard]] Result<RecordingEvents> decodeEvents(std::string_view json);
 
 // The same from a file, which is read piece by piece: beyond the events themselves the memory taken does not
 // grow with the file. Fails for what is not a regular file.
-Result<RecordingEvents> readEvents(const std::filesystem::path& file);
+[[nodiscard]] Result<RecordingEvents> readEvents(const std::filesystem::path& file);
 
 // Compact, and every number reads back bit for bit. Fails when a number is not finite, which JSON cannot
 // hold.
-Result<std::string> encodeEvents(const RecordingEvents& events);
+[[nodiscard]] Result<std::string> encodeEvents(const RecordingEvents& events);
 
-// Replaces the file in one step, and has it on the disk when it returns: a take's journal is removed next.
-Result<void> writeEvents(const RecordingEvents& events, const std::filesystem::path& file);
+// Replaces the file in one step and synchronises it to the disk: a take's journal is removed next. A new file
+// is readable by its owner only.
+[[nodiscard]] Result<void> writeEvents(const RecordingEvents& events, const std::filesystem::path& file);
 
 } // namespace glintro

@@ -7,8 +7,9 @@
 
 namespace glintro {
 
-// Stretches of a recording, in source seconds. Kept segments have start < end; their order in a list and what
-// overlaps mean is the storyboard's business.
+// Ranges of a recording, in source seconds. Stored segments have start < end; the storyboard gives meaning to
+// their order and to overlaps. A default segment draws a new identity, which asks the system: read into
+// segments that were made with `.id = Uuid()`.
 struct ZoomSegment {
     Uuid id = Uuid::random();
     Seconds start = 0;

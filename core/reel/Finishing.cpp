@@ -106,7 +106,7 @@ Finishing::Events Finishing::placeEvents(Seconds duration) const {
     return written ? Events::placed : Events::unwritable;
 }
 
-// An earlier call was interrupted behind the registration, or could not write the events.
+// An earlier call was interrupted after the registration, or could not write the events.
 Result<FinishedReel> Finishing::complete(Project project) {
     const Events events = placeEvents(project.info.duration);
     ProjectSettings& settings = project.info.settings;

@@ -28,9 +28,9 @@ class Project {
     [[nodiscard]] static std::optional<Project> load(const std::filesystem::path& folder);
 
     // Writes the project file of a folder that already holds the screen movie, with default settings and
-    // zooms at the recorded clicks. A project file that is there is kept as "project-damaged.json". Nothing
-    // when the movie cannot be read or has no length, or the file cannot be written. Opens the movie: not for
-    // the main thread.
+    // zooms at the recorded clicks. A project file that is there is kept as "project-damaged.json".
+    // `nullopt` when the movie cannot be read or has no length, or the file cannot be written. Opens the
+    // movie: not for the main thread.
     [[nodiscard]] static std::optional<Project> registerReel(const std::filesystem::path& folder,
                                                              const Registration& registration);
 

@@ -17,7 +17,7 @@ struct AutoZoom {
     //
     // A zoom lasts at least 2.4 s where the recording allows and lies inside it; zooms that would nearly
     // touch become one. `level` is the scale of an ordinary zoom, busy groups get a little less. Clicks may
-    // come in any order; only their times count, and those that are not finite are passed over. The result
+    // come in any order; only their times count, and those that are not finite are ignored. The result
     // ascends and does not overlap; it is empty for a recording of a second or less.
     static std::vector<ZoomSegment> segments(const std::vector<EventSample>& clicks, Seconds duration,
                                              double level);

@@ -29,7 +29,7 @@ class PointerSource {
     // Before start(): who is told, in one sentence for the user, when presses are no longer seen between
     // start and stop. Called at most once for each start, on a thread of the source's. Ignored by sources
     // that cannot lose them.
-    virtual void setWarningHandler(WarningHandler /*warned*/) {}
+    virtual void setWarningHandler(const WarningHandler& /*warned*/) {}
 
     // From then on `pressed` is called, on a thread of the source's, for each press of the left or right
     // button. Succeeds with the pointer alone when presses cannot be seen: see whyNoPresses().

@@ -24,7 +24,7 @@ Result<void> PulseMicrophone::start(std::function<void(const SoundBlock&)> heard
     if (!connection) return std::unexpected(connection.error());
     connection_ = std::move(*connection);
     heard_ = std::move(heard);
-    clock_.emplace(kSoundRate);
+    clock_ = SampleClock(kSoundRate);
     if (auto connected = connectStream(); !connected) {
         stop();
         return connected;
@@ -43,6 +43,7 @@ Result<void> PulseMicrophone::connectStream() {
     constexpr auto unset = static_cast<std::uint32_t>(-1);
     const auto fragment = static_cast<std::uint32_t>(kFragment * sizeof(float) * channels);
     const pa_buffer_attr buffer{unset, unset, unset, unset, fragment};
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags, of which several are set.
     const auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE
                                                       | PA_STREAM_DONT_MOVE);
     if (stream_) setCallbacks();
@@ -63,7 +64,7 @@ void PulseMicrophone::setCallbacks() {
         stream, [](pa_stream*, std::size_t readable, void* self) { owner(self)->read(readable); }, this);
     pa_stream_set_latency_update_callback(
         stream, [](pa_stream*, void* self) { owner(self)->noteLatency(); }, this);
-    const auto interrupted = [](pa_stream*, void* self) { owner(self)->clock_->interrupted(); };
+    const auto interrupted = [](pa_stream*, void* self) { owner(self)->clock_.interrupted(); };
     pa_stream_set_overflow_callback(stream, interrupted, this);
     pa_stream_set_suspended_callback(stream, interrupted, this);
 }
@@ -88,14 +89,14 @@ void PulseMicrophone::stop() {
 
 void PulseMicrophone::read(std::size_t readable) {
     const std::size_t frame = sizeof(float) * source_.channels.channels;
-    clock_->arrived(readable / frame, hostTime());
+    clock_.arrived(readable / frame, hostTime());
     while (pa_stream_readable_size(stream_.get()) > 0) {
         const void* data = nullptr;
         std::size_t bytes = 0;
         if (pa_stream_peek(stream_.get(), &data, &bytes) < 0 || bytes == 0) return;
         // The server leaves a hole where samples got lost: time goes on, silently.
         if (data == nullptr) {
-            clock_->consume(bytes / frame);
+            clock_.consume(bytes / frame);
         } else {
             hear(static_cast<const float*>(data), bytes / frame);
         }
@@ -114,13 +115,13 @@ void PulseMicrophone::hear(const float* interleaved, std::size_t count) {
         }
         samples = mono_;
     }
-    heard_({samples, clock_->consume(count)});
+    heard_({samples, clock_.consume(count)});
 }
 
 void PulseMicrophone::noteLatency() {
     const pa_timing_info* timing = pa_stream_get_timing_info(stream_.get());
     if (timing == nullptr) return;
-    clock_->reportLatency(static_cast<Seconds>(timing->source_usec) / PA_USEC_PER_SEC, hostTime());
+    clock_.reportLatency(static_cast<Seconds>(timing->source_usec) / PA_USEC_PER_SEC, hostTime());
 }
 
 void PulseMicrophone::checkState() {

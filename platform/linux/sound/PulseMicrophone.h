@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "platform/Sound.h"
@@ -40,7 +39,7 @@ class PulseMicrophone final : public Microphone {
     PulseSource source_;
     std::function<void(const SoundBlock&)> heard_;
     std::function<void(Failure)> lost_; // empty before the start has succeeded, and once called
-    std::optional<SampleClock> clock_;
+    SampleClock clock_{kSoundRate};
     std::vector<float> mono_;
     std::unique_ptr<PulseConnection> connection_;
     PulseStream stream_; // goes before its connection

@@ -41,6 +41,7 @@ Result<void> PulseOutput::connectStream() {
     constexpr auto unset = static_cast<std::uint32_t>(-1);
     const auto frame = static_cast<std::uint32_t>(pa_frame_size(&format));
     const pa_buffer_attr buffer{unset, kBuffer * frame, unset, kRequest * frame, unset};
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags, of which several are set.
     const auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_AUTO_TIMING_UPDATE
                                                       | PA_STREAM_INTERPOLATE_TIMING);
     if (stream_ && pa_stream_connect_playback(stream_.get(), nullptr, &buffer, flags, nullptr, nullptr) == 0

@@ -57,14 +57,10 @@ void SampleClock::interrupted() {
 
 Seconds SampleClock::consume(std::size_t count) {
     const Seconds duration = static_cast<double>(count) / rate_;
-    if (arrivals_.value()) follow(measuredOffset(), duration);
-    const Seconds time = *offset_ + static_cast<double>(consumed_) / rate_;
+    if (const auto arrival = arrivals_.value()) follow(*arrival - latencies_.value().value_or(0), duration);
+    const Seconds time = offset_.value_or(0) + static_cast<double>(consumed_) / rate_;
     consumed_ += static_cast<std::int64_t>(count);
     return time;
-}
-
-Seconds SampleClock::measuredOffset() const {
-    return *arrivals_.value() - latencies_.value().value_or(0);
 }
 
 void SampleClock::follow(Seconds measured, Seconds duration) {

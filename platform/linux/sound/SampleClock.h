@@ -52,7 +52,6 @@ class SampleClock {
     };
 
     void noteLateness(Seconds offset, Seconds hostTime);
-    Seconds measuredOffset() const;
     void follow(Seconds measured, Seconds duration);
 
     int rate_;

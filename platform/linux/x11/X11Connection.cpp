@@ -49,11 +49,13 @@ bool hasX11Extension(xcb_connection_t* connection, xcb_extension_t& extension) {
 
 std::vector<xcb_atom_t> x11Atoms(xcb_connection_t* connection, const std::vector<std::string>& names) {
     std::vector<xcb_intern_atom_cookie_t> cookies;
+    cookies.reserve(names.size());
     for (const std::string& name : names) {
         cookies.push_back(
             xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(name.size()), name.data()));
     }
     std::vector<xcb_atom_t> atoms;
+    atoms.reserve(names.size());
     for (const xcb_intern_atom_cookie_t cookie : cookies) {
         const X11Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
         atoms.push_back(reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE});

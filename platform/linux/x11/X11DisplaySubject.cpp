@@ -213,7 +213,7 @@ X11Sources X11DisplaySubject::expose() {
     xcb_damage_subtract(connection_.get(), damage_.id(), XCB_NONE, XCB_NONE);
     const RowSet rows = std::exchange(dirty_, {});
     const X11Source root{connection_.root(), area_.x, area_.y, {0, area_.height}};
-    if (occlusion_.isEmpty()) return {root};
+    if (occlusion_.isEmpty() || !composition_) return {root};
     const RowSet covered = occludedRows();
     const X11Source composed{composition_->draw(rows.intersected(covered), occlusion_.rects()), 0, 0, {}};
     X11Sources sources;

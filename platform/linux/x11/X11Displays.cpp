@@ -43,8 +43,10 @@ std::string nameOf(xcb_connection_t* connection, xcb_get_atom_name_cookie_t cook
 std::vector<ShareableDisplay> describe(const X11Connection& connection,
                                        const std::vector<xcb_randr_monitor_info_t>& monitors, double scale) {
     std::vector<xcb_get_atom_name_cookie_t> names;
+    names.reserve(monitors.size());
     for (const auto& monitor : monitors) names.push_back(xcb_get_atom_name(connection.get(), monitor.name));
     std::vector<ShareableDisplay> displays;
+    displays.reserve(monitors.size());
     for (std::size_t i = 0; i < monitors.size(); ++i) {
         const xcb_randr_monitor_info_t& monitor = monitors[i];
         displays.push_back(displayOf(monitor.name, nameOf(connection.get(), names[i]),

@@ -104,6 +104,7 @@ bool X11FrameBuffer::grab(xcb_connection_t* connection, const X11Sources& source
 // All requests go out before the first reply is waited for: one way to the server and back for all bands.
 bool X11FrameBuffer::grabShared(xcb_connection_t* connection, const X11Sources& bands) {
     std::vector<xcb_shm_get_image_cookie_t> cookies;
+    cookies.reserve(bands.size());
     for (const X11Source& band : bands) {
         const xcb_rectangle_t part = partOf(band, size_.width);
         cookies.push_back(xcb_shm_get_image(connection, band.drawable, part.x, part.y, part.width,
@@ -120,6 +121,7 @@ bool X11FrameBuffer::grabShared(xcb_connection_t* connection, const X11Sources& 
 
 bool X11FrameBuffer::grabSent(xcb_connection_t* connection, const X11Sources& bands) {
     std::vector<xcb_get_image_cookie_t> cookies;
+    cookies.reserve(bands.size());
     for (const X11Source& band : bands) {
         const xcb_rectangle_t part = partOf(band, size_.width);
         cookies.push_back(xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, band.drawable, part.x, part.y,

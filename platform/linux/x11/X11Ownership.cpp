@@ -22,6 +22,7 @@ std::uint32_t clientOf(const X11Connection& connection, std::uint32_t resource) 
 
 Windows childrenOf(const X11Connection& connection, const Windows& parents) {
     std::vector<xcb_query_tree_cookie_t> cookies;
+    cookies.reserve(parents.size());
     for (const xcb_window_t parent : parents) cookies.push_back(xcb_query_tree(connection.get(), parent));
     Windows children;
     for (const xcb_query_tree_cookie_t cookie : cookies) {
@@ -50,6 +51,7 @@ Processes processesOf(const X11Connection& connection, const std::vector<std::ui
     Processes processes;
     if (!hasX11Extension(connection.get(), xcb_res_id)) return processes;
     std::vector<xcb_res_client_id_spec_t> questions;
+    questions.reserve(clients.size());
     for (const std::uint32_t client : clients) {
         questions.push_back({client, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
     }

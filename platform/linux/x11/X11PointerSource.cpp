@@ -20,7 +20,7 @@ class X11PointerSource final : public PointerSource {
     explicit X11PointerSource(double scale) : scale_(scale) {}
     ~X11PointerSource() override { stop(); }
 
-    void setWarningHandler(WarningHandler warned) override { warned_ = std::move(warned); }
+    void setWarningHandler(const WarningHandler& warned) override { warned_ = warned; }
     Result<void> start(PressHandler pressed) override;
     void stop() override;
     std::optional<Point> position() override;

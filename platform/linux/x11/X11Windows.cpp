@@ -28,6 +28,7 @@ struct Atoms {
         name = atoms[3], process = atoms[4], type = atoms[5], frameExtents = atoms[6], gtkExtents = atoms[7];
         const auto layersOf = [&](int layer, const std::vector<std::string>& types) {
             std::vector<std::string> names;
+            names.reserve(types.size());
             for (const std::string& each : types) names.push_back("_NET_WM_WINDOW_TYPE_" + each);
             for (const xcb_atom_t atom : x11Atoms(connection, names)) layers[atom] = layer;
         };
@@ -111,6 +112,7 @@ class Processes {
         std::set<std::uint32_t> clients;
         for (const xcb_window_t window : windows) clients.insert(window & clientMask_);
         std::vector<xcb_res_client_id_spec_t> asked;
+        asked.reserve(clients.size());
         for (const std::uint32_t client : clients) {
             asked.push_back({client, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID});
         }
@@ -238,6 +240,7 @@ Result<std::vector<ShareableWindow>> x11Windows(const X11Connection& connection)
     const WindowList list = listWindows(connection, atoms);
     Processes processes(connection, list.windows);
     std::vector<Questions> asked;
+    asked.reserve(list.windows.size());
     for (const xcb_window_t window : list.windows) asked.push_back(ask(connection, atoms, window));
     processes.collect();
     std::vector<ShareableWindow> windows;

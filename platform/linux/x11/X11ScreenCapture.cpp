@@ -18,7 +18,8 @@ bool isInside(const Rect& area, const Rect& display) {
 
 // Written so that numbers that are none fail the tests, too.
 Result<void> checkArea(const Rect& area, const ShareableDisplay& display) {
-    if (!(area.width > 0 && area.height > 0)) {
+    const bool hasSize = area.width > 0 && area.height > 0;
+    if (!hasSize) {
         return failure("The area to record is empty: give it a width and a height.");
     }
     if (!isInside(area, display.frame)) {

@@ -18,15 +18,15 @@ constexpr std::array<Labelled, 3> kBackgroundKinds{
     {{"gradient", "Gradient"}, {"solid", "Colour"}, {"wallpaper", "Desktop"}}};
 
 constexpr std::array<Labelled, 5> kAspectRatios{{{"16:9", "rectangle"},
-                                                {"9:16", "rectangle.portrait"},
-                                                {"1:1", "square"},
-                                                {"4:3", "rectangle.ratio.4.to.3"},
-                                                {"Source", "rectangle.dashed"}}};
+                                                 {"9:16", "rectangle.portrait"},
+                                                 {"1:1", "square"},
+                                                 {"4:3", "rectangle.ratio.4.to.3"},
+                                                 {"Source", "rectangle.dashed"}}};
 
 constexpr std::array<Labelled, 4> kCamCorners{{{"topLeft", "Top left"},
-                                              {"topRight", "Top right"},
-                                              {"bottomLeft", "Bottom left"},
-                                              {"bottomRight", "Bottom right"}}};
+                                               {"topRight", "Top right"},
+                                               {"bottomLeft", "Bottom left"},
+                                               {"bottomRight", "Bottom right"}}};
 
 constexpr std::array<std::string_view, 2> kCamShapes{"circle", "rounded"};
 

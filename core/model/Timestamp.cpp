@@ -48,7 +48,8 @@ std::optional<minutes> parseZone(std::string_view text) {
 } // namespace
 
 std::optional<Timestamp> parseTimestamp(std::string_view text) {
-    if (text.size() < kPattern.size() || !fits(text.substr(0, kPattern.size()), kPattern)) return std::nullopt;
+    if (text.size() < kPattern.size() || !fits(text.substr(0, kPattern.size()), kPattern))
+        return std::nullopt;
     const year_month_day date(year(number(text, 0, 4)), month(static_cast<unsigned>(number(text, 5, 2))),
                               day(static_cast<unsigned>(number(text, 8, 2))));
     const int hourCount = number(text, 11, 2);

@@ -26,9 +26,9 @@ using Input = std::vector<std::uint8_t>;
 
 constexpr std::size_t kLongestInput = 1U << 20;
 constexpr std::string_view kTokens[] = {"[",       "]",    "{",       "}",     ",",
-                                       ":",       "\"",   "\\u0000", "-0",    "1e309",
-                                       "null",    "true", "5e-324",  "1e999", "\xEF\xBB\xBF",
-                                       "\\ud800", "\xff", "Infinity"};
+                                        ":",       "\"",   "\\u0000", "-0",    "1e309",
+                                        "null",    "true", "5e-324",  "1e999", "\xEF\xBB\xBF",
+                                        "\\ud800", "\xff", "Infinity"};
 
 class Mutator {
   public:

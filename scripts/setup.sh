@@ -39,21 +39,21 @@ build)
 test)
     debian=(
         libgtest-dev librapidcheck-dev libbenchmark-dev ffmpeg
-        xvfb openbox xterm xdotool x11-utils x11-xserver-utils picom xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
+        umockdev xwayland xvfb openbox xterm xdotool x11-utils x11-xserver-utils picom xserver-xephyr xserver-xorg-core xserver-xorg-video-dummy
         mutter pipewire wireplumber pipewire-pulse pulseaudio pulseaudio-utils dbus
         xdg-desktop-portal xdg-desktop-portal-gnome libgl1-mesa-dri libglib2.0-bin gsettings-desktop-schemas
         gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-pipewire
     )
     fedora=(
         gtest-devel rapidcheck-devel google-benchmark-devel ffmpeg
-        xorg-x11-server-Xvfb openbox xterm xdotool xorg-x11-utils xorg-x11-server-utils picom
+        umockdev xorg-x11-server-Xwayland xorg-x11-server-Xvfb openbox xterm xdotool xorg-x11-utils xorg-x11-server-utils picom
         xorg-x11-server-Xephyr xorg-x11-server-Xorg xorg-x11-drv-dummy mutter pipewire wireplumber pipewire-pulseaudio pulseaudio
         pulseaudio-utils dbus-daemon xdg-desktop-portal xdg-desktop-portal-gnome mesa-dri-drivers glib2
         gstreamer1 gstreamer1-plugins-base pipewire-gstreamer
     )
     arch=(
         gtest rapidcheck benchmark
-        xorg-server-xvfb openbox xterm xdotool xorg-xprop xorg-xrandr picom xorg-server-xephyr xorg-server xf86-video-dummy mutter
+        umockdev xorg-xwayland xorg-server-xvfb openbox xterm xdotool xorg-xprop xorg-xrandr picom xorg-server-xephyr xorg-server xf86-video-dummy mutter
         wireplumber pipewire-pulse pulseaudio dbus xdg-desktop-portal xdg-desktop-portal-gnome mesa glib2
         gstreamer gst-plugins-base gst-plugin-pipewire
     )

@@ -111,24 +111,24 @@ void X11Stream::deliver() {
         pool_.emplace(connection_->get(), subject_->size(), configuration_.queueDepth);
     }
     if (X11FrameBuffer* buffer = pool_->acquireFree()) {
-        deliverFrom(*buffer);
+        deliverFrom(*pool_, *buffer);
     } else {
         handlers_.dropped();
     }
 }
 
-void X11Stream::deliverFrom(X11FrameBuffer& buffer) {
+void X11Stream::deliverFrom(X11FramePool& pool, X11FrameBuffer& buffer) {
     RowSet changed = subject_->dirty();
     const X11Sources sources = subject_->expose();
     const Seconds now = hostTime();
-    const std::optional<RowSet> fetched = pool_->fetch(buffer, sources, changed);
+    const std::optional<RowSet> fetched = pool.fetch(buffer, sources, changed);
     handleQueuedEvents();
     if (!fetched || subject_->isOutdated()) return subject_->makeAllDirty();
     // A buffer's old rows are fetched as they are now: what was drawn there since the events were taken is in
     // the picture already, and has been told by an event that came before the pixels.
     changed.add(subject_->dirty().intersected(*fetched));
     shownTime_ = now;
-    handlers_.frame(pool_->publish(buffer, changed, now));
+    handlers_.frame(pool.publish(buffer, changed, now));
 }
 
 void X11Stream::repeatWhenDue() {

@@ -38,7 +38,7 @@ class X11Stream final : public ScreenStream {
     [[nodiscard]] Result<void> handleEvents();
     bool handleQueuedEvents();
     void deliver();
-    void deliverFrom(X11FrameBuffer& buffer);
+    void deliverFrom(X11FramePool& pool, X11FrameBuffer& buffer);
     void repeatWhenDue();
     void sleep() const;
     Seconds nextTick(Seconds now) const;

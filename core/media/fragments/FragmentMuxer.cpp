@@ -71,6 +71,9 @@ Result<void> FragmentMuxer::writeBeginning() {
 }
 
 Result<void> FragmentMuxer::writePicture(AVPacket& packet) {
+    // How long it is shown only the next picture tells. Where that one begins a fragment, FFmpeg puts it off
+    // until a longer guess has passed.
+    packet.duration = 1;
     return write(packet, 0, pictureTimeBase_);
 }
 

@@ -149,9 +149,15 @@ PresentedTrack presentPictures(const FragmentTrack& track, Seconds end) {
     return {&track, 0, shownUntil, static_cast<std::uint32_t>(shownUntil - last)};
 }
 
+// A growing movie does not tell how long its last picture is shown. As long as its pictures are on average,
+// is assumed, but at most a thirtieth of a second, for a still screen has one a second.
 Seconds guessedEnd(const FragmentTrack& pictures, const std::optional<PresentedTrack>& sound) {
-    const double ticks = static_cast<double>(pictures.samples.back().time) + pictures.lastDuration;
-    return std::max(ticks / pictures.timescale, sound ? soundEnd(*sound) : 0);
+    constexpr Seconds kLongestGuess = 1 / 30.0;
+    const double first = static_cast<double>(pictures.samples.front().time) / pictures.timescale;
+    const double last = static_cast<double>(pictures.samples.back().time) / pictures.timescale;
+    const auto steps = static_cast<double>(pictures.samples.size() - 1);
+    const Seconds average = steps > 0 ? (last - first) / steps : kLongestGuess;
+    return std::max(last + std::min(average, kLongestGuess), sound ? soundEnd(*sound) : 0);
 }
 
 // The picture parameter set that a sample names; nullopt when none can be read. A sample is a number of

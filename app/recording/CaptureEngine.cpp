@@ -169,10 +169,14 @@ Result<void> CaptureEngine::Impl::start() {
 }
 
 void CaptureEngine::Impl::startCamera() {
-    camera = std::make_unique<CameraRecorder>(
+    auto recorder = std::make_unique<CameraRecorder>(
         cameraMovie, queue, clock.pauses(),
         CameraRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
                                  [this](Seconds hostTime) { journal.cameraStarted(hostTime); }});
+    {
+        const std::scoped_lock lock(making);
+        camera = std::move(recorder);
+    }
     camera->start(cameras, settings.cameraDevice);
     readyCamera.reset();
 }
@@ -223,7 +227,9 @@ CaptureResult CaptureEngine::Impl::finish() {
     disk.reset();
     if (!screen) return {};
     screen->stop();
+    ++finishedSteps;
     if (camera) camera->stop();
+    ++finishedSteps;
     if (microphone) microphone->close();
     readyCamera.reset();
     ++finishedSteps;
@@ -334,8 +340,10 @@ std::optional<Seconds> CaptureEngine::firstFrameTime() const {
 
 std::int64_t CaptureEngine::finishingProgress() const {
     const std::scoped_lock lock(impl_->making);
-    if (!impl_->writer) return 0;
-    return impl_->finishedSteps + impl_->screen->writtenFrames() + impl_->writer->progress().bytes;
+    std::int64_t done = impl_->finishedSteps;
+    if (impl_->writer) done += impl_->screen->writtenFrames() + impl_->writer->answeredAccesses();
+    if (impl_->camera) done += impl_->camera->progress();
+    return done;
 }
 
 } // namespace glintro

@@ -146,6 +146,7 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     if (impl_->isLetGo) return std::unexpected(impl_->incomplete());
     TakeRecord record = impl_->journal->record();
     record.pauses = pauses;
+    ++impl_->finishedSteps;
     auto project = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
     ++impl_->finishedSteps;
     if (!project) return std::unexpected(impl_->incomplete());

@@ -48,6 +48,7 @@ class FragmentWriter {
     [[nodiscard]] Result<void> finish(Seconds end);
 
     LiveMovieProgress progress() const; // from any thread; never waits for the disk
+    std::int64_t answeredAccesses() const { return file_.answeredAccesses(); } // likewise
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -15,6 +15,7 @@
 #include "app/recording/SharedInput.h"
 #include "app/recording/TakeClock.h"
 #include "app/recording/TakeHealth.h"
+#include "core/reel/MediaTraces.h"
 #include "platform/HostClock.h"
 
 namespace glintro {
@@ -253,7 +254,7 @@ bool CaptureEngine::Impl::finishScreen() {
     if (screen->writtenFrames() > 0) {
         const auto finished = writer->finish(endRecordedTime);
         if (!finished && !hasFailed) notice(finished.error().message);
-        if (finished || writer->progress().seconds > 0) return true;
+        if (finished || writer->progress().seconds > 0 || holdsMedia(rawMovie)) return true;
     }
     std::error_code ignored;
     std::filesystem::remove(rawMovie, ignored);

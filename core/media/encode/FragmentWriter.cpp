@@ -138,6 +138,7 @@ Result<void> FragmentWriter::finish(Seconds end) {
     writer_ = {};
     syncer_ = {};
     const auto sealed = sealFragments(file_, end);
+    file_.close();
     const std::scoped_lock lock(mutex_);
     if (sealed && sealed->hasFrames) safe_ = {sealed->duration, static_cast<std::int64_t>(file_.size())};
     if (failed_) return std::unexpected(*failed_);

@@ -35,6 +35,9 @@ class FragmentFile {
     // Up to `count` bytes, fewer at the end of the file.
     [[nodiscard]] Result<Bytes> read(std::uint64_t position, std::size_t count) const;
 
+    // Others can write the file from here on; only the size is still known. Once no other call runs.
+    void close() { descriptor_ = FileDescriptor(); }
+
   private:
     FragmentFile(FileDescriptor descriptor, std::uint64_t size)
         : descriptor_(std::move(descriptor)), size_(size) {}

@@ -260,9 +260,10 @@ std::size_t picturesBefore(const std::filesystem::path& file, std::uintmax_t pos
 TEST(LiveMovieWriter, KeepsWhatHadRoomOnAFullDisk) {
     const TemporaryFolder folder;
     const auto times = test::takeTimes(200);
+    std::unique_ptr<LiveMovieWriter> writer; // stays while the file is sealed again
     const auto record = [&](const std::filesystem::path& file, rlim_t room) {
         const test::FileSizeLimit limit(room);
-        auto writer = test::startTake(file);
+        writer = test::startTake(file);
         auto written = test::writeTake(*writer, times);
         const auto finished = writer->finish(times.back() + 0.1);
         if (written) return finished;

@@ -1,4 +1,3 @@
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QRegularExpression>
 #include <QStringList>
@@ -10,6 +9,7 @@
 #include "app/recording/RecordingController.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
+#include "tests/app/recording/EventLoop.h"
 #include "tests/app/recording/FolderLibrary.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -21,25 +21,7 @@ using namespace std::chrono_literals;
 using Kind = CaptureSource::Kind;
 using Mode = RecordingController::Mode;
 using Phase = RecordingController::Phase;
-
-QCoreApplication& application() {
-    static int count = 1;
-    static char name[] = "test";
-    static char* arguments[] = {name, nullptr};
-    static QCoreApplication application(count, arguments);
-    return application;
-}
-
-// Handles events until the answer is yes.
-template <class Predicate>
-bool handleUntil(Predicate predicate) {
-    const QDeadlineTimer limit(60s);
-    while (!predicate() && !limit.hasExpired()) {
-        QCoreApplication::processEvents();
-        std::this_thread::sleep_for(2ms);
-    }
-    return predicate();
-}
+using test::handleUntil;
 
 // Notes what it is told to show.
 class NotedViews final : public MessageView,
@@ -72,7 +54,7 @@ class NotedViews final : public MessageView,
 class RecordingControllerTest : public testing::Test {
   protected:
     RecordingControllerTest() {
-        application();
+        test::application();
         make(10ms);
     }
 

@@ -12,6 +12,7 @@
 #include "tests/app/recording/EventLoop.h"
 #include "tests/app/recording/FolderLibrary.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaitUntil.h"
 
 namespace glintro {
 namespace {
@@ -457,6 +458,50 @@ TEST_F(RecordingControllerTest, LetsATakeGoWhoseFinishingHangs) {
         EXPECT_EQ(views.reels.size(), 1U);
         views.reels.clear();
     }
+}
+
+// Whoever waits for the end of the attempt learns of it, and the next one is as good as any.
+TEST_F(RecordingControllerTest, LetsAStartGoThatHangs) {
+    for (const bool quits : {false, true}) {
+        SCOPED_TRACE(quits);
+        choose();
+        int ends = 0;
+        QObject::connect(controller.get(), &RecordingController::ended, [&] { ++ends; });
+        const int made = test::DeskStream::made;
+        const int openings = platform.screen().openings;
+        platform.screen().isHanging = true;
+        controller->start();
+        ASSERT_TRUE(handleUntil([&] { return platform.screen().openings > openings; }));
+        if (quits) {
+            controller.reset();
+        } else {
+            controller->closeBar();
+            ASSERT_TRUE(endsStarting());
+            EXPECT_EQ(ends, 1);
+        }
+        platform.screen().answer();
+        ASSERT_TRUE(handleUntil([&] { return test::DeskStream::made > made && !test::DeskStream::alive; }));
+        EXPECT_EQ(library.made, 0) << "by the thread left behind";
+        if (quits) return;
+        EXPECT_EQ(controller->phase(), Phase::idle);
+        record();
+        controller->stop();
+        ASSERT_TRUE(reaches(Phase::idle));
+        EXPECT_EQ(ends, 2) << "none of the start that was let go";
+        library.made = 0;
+    }
+}
+
+// The take is prepared, but the main thread has not been told.
+TEST_F(RecordingControllerTest, ReleasesATakeNobodyWaitsForInTheBackground) {
+    choose();
+    controller->start();
+    ASSERT_TRUE(test::waitUntil([&] { return fs::exists(folder / "1" / "raw.mov"); }));
+    std::this_thread::sleep_for(300ms);
+    controller.reset();
+    EXPECT_EQ(test::DeskStream::alive, 0);
+    EXPECT_NE(test::DeskStream::lastEndedOn.load(), std::this_thread::get_id());
+    EXPECT_TRUE(library.isEmpty());
 }
 
 TEST_F(RecordingControllerTest, LeavesNothingWhenTheProgramEndsWhileItStarts) {

@@ -147,10 +147,11 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     TakeRecord record = impl_->journal->record();
     record.pauses = pauses;
     ++impl_->finishedSteps;
-    auto project = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
+    auto reel = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
     ++impl_->finishedSteps;
-    if (!project) return std::unexpected(impl_->incomplete());
-    return *std::move(project);
+    if (!reel) return std::unexpected(impl_->incomplete());
+    if (reel->notice) impl_->engine->onNotice(*reel->notice);
+    return std::move(reel->project);
 }
 
 void LiveTake::discard() {

@@ -419,6 +419,20 @@ TEST_F(RecordingControllerTest, SaysOnceWhatATakeIsWithout) {
     EXPECT_EQ(views.reels.size(), 1U);
 }
 
+TEST_F(RecordingControllerTest, SaysWhatAReelLacksInTheEnd) {
+    library.cameraIsDamaged = true;
+    controller->switches()->setCameraOn(true);
+    record();
+    ASSERT_TRUE(recordsFor(0.3));
+    (void)platform.cameras().show({160, 120}, 90, hostTime());
+    ASSERT_TRUE(recordsFor(0.2));
+    controller->stop();
+    ASSERT_TRUE(reaches(Phase::idle));
+    ASSERT_EQ(views.reels.size(), 1U);
+    ASSERT_EQ(views.notices.size(), 1);
+    EXPECT_TRUE(views.notices.front().contains("camera.mov")) << views.notices.front().toStdString();
+}
+
 TEST_F(RecordingControllerTest, FinishesItsTakeWhenTheProgramEnds) {
     record();
     ASSERT_TRUE(recordsFor(0.5));

@@ -86,7 +86,8 @@ struct CaptureEngine::Impl {
     std::unique_ptr<Microphone> readyMicrophone;
     std::unique_ptr<Camera> readyCamera;
 
-    // Made by prepare(), and kept until the end. The lock is for who asks meanwhile.
+    // Made by prepare() and start(), and kept until the end. The lock is for who asks for writer and camera
+    // meanwhile, who must not wait: never held while anything is done with them.
     mutable std::mutex making;
     std::unique_ptr<LiveMovieWriter> writer;
     SerialQueue queue{kWaitingSamples};
@@ -131,8 +132,10 @@ Result<void> CaptureEngine::Impl::openMovie() {
 }
 
 void CaptureEngine::Impl::openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video) {
-    const std::scoped_lock lock(making);
-    writer = std::move(movie);
+    {
+        const std::scoped_lock lock(making);
+        writer = std::move(movie);
+    }
     if (settings.mic)
         microphone = std::make_unique<MicrophoneRecorder>(
             *writer, queue, clock.pauses(),

@@ -2,7 +2,6 @@
 #include <QRegularExpression>
 #include <QStringList>
 #include <cmath>
-#include <cstdio>
 
 #include <gtest/gtest.h>
 
@@ -183,9 +182,8 @@ TEST_F(RecordingControllerTest, CountsDownWhenAllIsPreparedAndRecordsAtOnceAfter
     EXPECT_EQ(views.shown, QStringList({"3 on 1", "2 on 1", "1 on 1", "no countdown", "bar"}));
     EXPECT_EQ(platform.sound().openings + platform.cameras().openings, 2);
     ASSERT_TRUE(handleUntil([&] { return TakeJournal::read(folder / "1")->firstFrameHost > 0; }));
-    const Seconds delay = TakeJournal::read(folder / "1")->firstFrameHost - controller->countdownEnd();
-    EXPECT_GE(delay, 0);
-    std::printf("first picture %.1f ms after the countdown\n", delay * 1000);
+    EXPECT_GT(controller->countdownEnd(), 0);
+    EXPECT_GT(TakeJournal::read(folder / "1")->firstFrameHost, controller->countdownEnd());
 }
 
 TEST_F(RecordingControllerTest, LeavesNothingOfACountdownThatIsCancelled) {

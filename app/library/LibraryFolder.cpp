@@ -130,12 +130,10 @@ Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
     return folder;
 }
 
-Result<Project> LibraryFolder::registerRecording(const fs::path& folder, const std::string& name,
-                                                 const TakeRecord& take, const ReelDefaults& defaults) {
+Result<FinishedReel> LibraryFolder::registerRecording(const fs::path& folder, const std::string& name,
+                                                      const TakeRecord& take, const ReelDefaults& defaults) {
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    auto finished = finishReel(folder, {.name = name, .created = now, .take = take, .defaults = defaults});
-    if (!finished) return std::unexpected(finished.error());
-    return std::move(finished->project);
+    return finishReel(folder, {.name = name, .created = now, .take = take, .defaults = defaults});
 }
 
 } // namespace glintro

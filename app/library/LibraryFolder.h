@@ -40,9 +40,10 @@ class LibraryFolder {
     [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) const;
 
     // Makes a take a reel that is created now; see finishReel(). Not for the main thread.
-    [[nodiscard]] static Result<Project> registerRecording(const std::filesystem::path& folder,
-                                                           const std::string& name, const TakeRecord& take,
-                                                           const ReelDefaults& defaults);
+    [[nodiscard]] static Result<FinishedReel> registerRecording(const std::filesystem::path& folder,
+                                                                const std::string& name,
+                                                                const TakeRecord& take,
+                                                                const ReelDefaults& defaults);
 
   private:
     std::filesystem::path root_;

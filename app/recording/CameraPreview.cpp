@@ -12,7 +12,7 @@ std::optional<CameraFrame> CameraPreview::picture() const {
     return newest_->frame;
 }
 
-InputPreview::Opener CameraPreview::opener() {
+InputPreview::Opener CameraPreview::opener(LossHandler lost) {
     const auto seen = [this, newest = newest_, post = mainThread()](CameraFrame frame) {
         {
             const std::scoped_lock lock(newest->mutex);
@@ -27,12 +27,11 @@ InputPreview::Opener CameraPreview::opener() {
             emit pictureChanged();
         });
     };
-    return [this, seen, cameras = cameras_,
-            post = mainThread()](const std::optional<std::string>& name) -> Result<Device> {
+    return [seen, lost = std::move(lost),
+            cameras = cameras_](const std::optional<std::string>& name) -> Result<Device> {
         auto camera = cameras->openCamera(name);
         if (!camera) return std::unexpected(camera.error());
-        auto started = (*camera)->start(
-            seen, [this, post](const Failure& failure) { (*post)([this, failure] { lost(failure); }); });
+        auto started = (*camera)->start(seen, lost);
         if (!started) return std::unexpected(started.error());
         return Device(std::move(*camera));
     };

@@ -26,7 +26,7 @@ class CameraPreview final : public InputPreview {
     void pictureChanged();
 
   protected:
-    Opener opener() override;
+    Opener opener(LossHandler lost) override;
     void reset() override;
 
   private:

@@ -71,6 +71,7 @@ bool CameraRecorder::open(PixelSize size) {
         return false;
     }
     interval_ = 1.0 / settings.fps;
+    const std::scoped_lock lock(making_);
     writer_ = std::move(*writer);
     track_ = std::make_unique<VideoTrack>(*writer_, settings.fps,
                                           [this](const Failure&) { handlers_.notice(kCannotWrite); });
@@ -102,12 +103,15 @@ bool CameraRecorder::finish() {
     track_->close();
     const bool hasFrames = track_->writtenFrames() > 0;
     if (hasFrames && !writer_->finish(end_)) handlers_.notice(kCannotWrite);
-    track_.reset();
     if (hasFrames) return true;
-    writer_.reset();
     std::error_code ignored;
     std::filesystem::remove(file_, ignored);
     return false;
+}
+
+std::int64_t CameraRecorder::progress() const {
+    const std::scoped_lock lock(making_);
+    return track_ ? track_->writtenFrames() + writer_->answeredAccesses() : 0;
 }
 
 } // namespace glintro

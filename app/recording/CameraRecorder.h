@@ -1,9 +1,11 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -37,6 +39,9 @@ class CameraRecorder {
     // Finishes the file, or removes one without a picture. Not on the queue. Whether there is a movie.
     bool finish();
 
+    // Grows while pictures are encoded and the file is written. From any thread; never blocks.
+    std::int64_t progress() const;
+
     // On the queue: the host time of the first picture with the pauses cut out; 0 when there was none.
     Seconds startTime() const { return firstTime_.value_or(0); }
 
@@ -52,9 +57,11 @@ class CameraRecorder {
 
     std::atomic<bool> isLost_ = false;
 
-    // Made on the camera's thread with the first picture, before any is handed to the queue.
+    // Made on the camera's thread with the first picture, before any is handed to the queue, and kept until
+    // the end. The lock is for who asks meanwhile.
     Seconds interval_ = 0; // between two pictures
     bool cannotOpen_ = false;
+    mutable std::mutex making_;
     std::unique_ptr<LiveMovieWriter> writer_;
     std::unique_ptr<VideoTrack> track_;
 

@@ -15,6 +15,7 @@
 #include "app/recording/SharedInput.h"
 #include "app/recording/TakeClock.h"
 #include "app/recording/TakeHealth.h"
+#include "core/reel/MediaTraces.h"
 #include "platform/HostClock.h"
 
 namespace glintro {
@@ -85,7 +86,8 @@ struct CaptureEngine::Impl {
     std::unique_ptr<Microphone> readyMicrophone;
     std::unique_ptr<Camera> readyCamera;
 
-    // Made by prepare(), and kept until the end. The lock is for who asks meanwhile.
+    // Made by prepare() and start(), and kept until the end. The lock is for who asks for writer and camera
+    // meanwhile, who must not wait: never held while anything is done with them.
     mutable std::mutex making;
     std::unique_ptr<LiveMovieWriter> writer;
     SerialQueue queue{kWaitingSamples};
@@ -130,8 +132,10 @@ Result<void> CaptureEngine::Impl::openMovie() {
 }
 
 void CaptureEngine::Impl::openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video) {
-    const std::scoped_lock lock(making);
-    writer = std::move(movie);
+    {
+        const std::scoped_lock lock(making);
+        writer = std::move(movie);
+    }
     if (settings.mic)
         microphone = std::make_unique<MicrophoneRecorder>(
             *writer, queue, clock.pauses(),
@@ -169,10 +173,14 @@ Result<void> CaptureEngine::Impl::start() {
 }
 
 void CaptureEngine::Impl::startCamera() {
-    camera = std::make_unique<CameraRecorder>(
+    auto recorder = std::make_unique<CameraRecorder>(
         cameraMovie, queue, clock.pauses(),
         CameraRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
                                  [this](Seconds hostTime) { journal.cameraStarted(hostTime); }});
+    {
+        const std::scoped_lock lock(making);
+        camera = std::move(recorder);
+    }
     camera->start(cameras, settings.cameraDevice);
     readyCamera.reset();
 }
@@ -223,7 +231,9 @@ CaptureResult CaptureEngine::Impl::finish() {
     disk.reset();
     if (!screen) return {};
     screen->stop();
+    ++finishedSteps;
     if (camera) camera->stop();
+    ++finishedSteps;
     if (microphone) microphone->close();
     readyCamera.reset();
     ++finishedSteps;
@@ -247,7 +257,7 @@ bool CaptureEngine::Impl::finishScreen() {
     if (screen->writtenFrames() > 0) {
         const auto finished = writer->finish(endRecordedTime);
         if (!finished && !hasFailed) notice(finished.error().message);
-        if (finished || writer->progress().seconds > 0) return true;
+        if (finished || writer->progress().seconds > 0 || holdsMedia(rawMovie)) return true;
     }
     std::error_code ignored;
     std::filesystem::remove(rawMovie, ignored);
@@ -334,8 +344,10 @@ std::optional<Seconds> CaptureEngine::firstFrameTime() const {
 
 std::int64_t CaptureEngine::finishingProgress() const {
     const std::scoped_lock lock(impl_->making);
-    if (!impl_->writer) return 0;
-    return impl_->finishedSteps + impl_->screen->writtenFrames() + impl_->writer->progress().bytes;
+    std::int64_t done = impl_->finishedSteps;
+    if (impl_->writer) done += impl_->screen->writtenFrames() + impl_->writer->answeredAccesses();
+    if (impl_->camera) done += impl_->camera->progress();
+    return done;
 }
 
 } // namespace glintro

@@ -87,7 +87,8 @@ class CaptureEngine {
     CaptureProgress progress() const; // from any thread; never blocks
     // Host time of the first picture; absent before it. From any thread; never blocks.
     std::optional<Seconds> firstFrameTime() const;
-    // Grows while stop() gets on: pictures encoded, bytes written, steps done. From any thread; never blocks.
+    // Grows while stop() gets on: pictures encoded, disk accesses answered, steps done, of screen and camera.
+    // From any thread; never blocks.
     std::int64_t finishingProgress() const;
 
   private:

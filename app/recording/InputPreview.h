@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/recording/BackgroundQueue.h"
+#include "app/recording/Handover.h"
 #include "app/recording/MainThreadPost.h"
 #include "core/base/Failure.h"
 
@@ -41,16 +42,20 @@ class InputPreview : public QObject {
     InputPreview();
     // Opens and starts a device; on a thread of the preview's. What it uses must not be this object.
     using Opener = std::function<Result<Device>(const std::optional<std::string>&)>;
-    virtual Opener opener() = 0;
+    // To be called from any thread when the device that is opened goes.
+    using LossHandler = std::function<void(Failure)>;
+    virtual Opener opener(LossHandler lost) = 0;
     // The device has been closed, or is another one.
     virtual void reset() = 0;
-    void lost(const Failure& failure); // main thread
     const std::shared_ptr<MainThreadPost>& mainThread() const { return mainThread_; }
 
   private:
     void update();
-    void opened(int number, const Result<Device>& device);
+    void open();
+    void opened(int number, const Result<void>& result);
+    void lost(int number, const Failure& failure);
     void close();
+    void release();
 
     bool isActive_ = false;
     bool isOn_ = false;
@@ -58,6 +63,7 @@ class InputPreview : public QObject {
     int number_ = 0; // of the newest opening; 0 while there is none
     int lastNumber_ = 0;
     Device device_;
+    std::shared_ptr<Handover<void>> handover_; // of the newest device
     QString problem_;
     std::shared_ptr<MainThreadPost> mainThread_;
     BackgroundQueue opening_;

@@ -146,10 +146,12 @@ Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
     if (impl_->isLetGo) return std::unexpected(impl_->incomplete());
     TakeRecord record = impl_->journal->record();
     record.pauses = pauses;
-    auto project = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
     ++impl_->finishedSteps;
-    if (!project) return std::unexpected(impl_->incomplete());
-    return *std::move(project);
+    auto reel = impl_->library.registerRecording({impl_->folder, reelName(), std::move(record)});
+    ++impl_->finishedSteps;
+    if (!reel) return std::unexpected(impl_->incomplete());
+    if (reel->notice) impl_->engine->onNotice(*reel->notice);
+    return std::move(reel->project);
 }
 
 void LiveTake::discard() {

@@ -29,16 +29,14 @@ MicrophoneLevel::MicrophoneLevel(std::shared_ptr<SoundSystem> sound)
     });
 }
 
-InputPreview::Opener MicrophoneLevel::opener() {
-    return [this, sound = sound_, loudest = loudest_,
-            post = mainThread()](const std::optional<std::string>& name) -> Result<Device> {
+InputPreview::Opener MicrophoneLevel::opener(LossHandler lost) {
+    return [lost = std::move(lost), sound = sound_,
+            loudest = loudest_](const std::optional<std::string>& name) -> Result<Device> {
         auto microphone = sound->openMicrophone(name);
         if (!microphone) return std::unexpected(microphone.error());
-        auto started = (*microphone)
-                           ->start([loudest](const SoundBlock& block) { raise(*loudest, block.samples); },
-                                   [this, post](const Failure& failure) {
-                                       (*post)([this, failure] { lost(failure); });
-                                   });
+        auto started =
+            (*microphone)
+                ->start([loudest](const SoundBlock& block) { raise(*loudest, block.samples); }, lost);
         if (!started) return std::unexpected(started.error());
         return Device(std::move(*microphone));
     };

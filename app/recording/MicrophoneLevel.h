@@ -25,7 +25,7 @@ class MicrophoneLevel final : public InputPreview {
     void levelChanged();
 
   protected:
-    Opener opener() override;
+    Opener opener(LossHandler lost) override;
     void reset() override;
 
   private:

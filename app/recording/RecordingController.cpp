@@ -11,7 +11,7 @@ namespace glintro {
 namespace {
 
 constexpr std::chrono::milliseconds kTickInterval{100};
-constexpr std::chrono::milliseconds kFinishingTickInterval{200};
+constexpr std::chrono::milliseconds kWatchTickInterval{200};
 
 Failure diskHangs(const std::filesystem::path& folder) {
     return {
@@ -36,8 +36,8 @@ RecordingController::RecordingController(const Seams& seams, const Timing& timin
     connectParts();
     tick_.setInterval(kTickInterval);
     connect(&tick_, &QTimer::timeout, this, &RecordingController::tick);
-    finishingTick_.setInterval(kFinishingTickInterval);
-    connect(&finishingTick_, &QTimer::timeout, this, &RecordingController::watchFinishing);
+    watchTick_.setInterval(kWatchTickInterval);
+    connect(&watchTick_, &QTimer::timeout, this, &RecordingController::watchBackground);
 }
 
 void RecordingController::connectParts() {
@@ -55,24 +55,37 @@ void RecordingController::connectParts() {
 RecordingController::~RecordingController() {
     blockSignals(true); // those who listened may have gone already
     starting_.request_stop();
-    if (preparedTake_) discard(std::move(preparedTake_));
+    if (startingTake_) background_.post([take = startingTake_] { take->discard(); });
     if (phase_ == Phase::recording) stop();
-    waitForBackground();
-    if (take_) {
-        background_.post([take = std::move(take_)]() mutable { take.reset(); });
-        waitForBackground();
-    }
+    const bool answers = waitForBackground();
     mainThread_->close();
+    releaseInBackground(std::exchange(take_, nullptr));
+    releaseInBackground(std::exchange(startingTake_, nullptr));
+    if (handover_) releaseInBackground(handover_->close());
+    if (answers) (void)waitForBackground();
 }
 
-void RecordingController::waitForBackground() {
+// Its end closes files and devices.
+void RecordingController::releaseInBackground(TakePtr take) {
+    if (take) background_.post([take = std::move(take)]() mutable { take.reset(); });
+}
+
+std::int64_t RecordingController::doneInBackground() const {
+    const TakePtr& take = take_ ? take_ : startingTake_;
+    return take ? take->finishingProgress() : 0;
+}
+
+// False when it hangs, and was left behind.
+bool RecordingController::waitForBackground() {
     ProgressWatch progress;
     while (!background_.waitUntilIdle(kTickInterval)) {
-        const std::int64_t done = take_ ? take_->finishingProgress() : 0;
-        if (progress.stalledFor(done, hostTime()) < finishTimeout_) continue;
+        if (progress.stalledFor(doneInBackground(), hostTime()) < finishTimeout_) continue;
         if (take_) take_->letGo();
-        return;
+        if (startingTake_) startingTake_->letGo();
+        background_.abandon();
+        return false;
     }
+    return true;
 }
 
 // The work hands back what to do about it on the main thread, which is dropped when the controller has gone
@@ -101,7 +114,7 @@ void RecordingController::openBar() {
 
 void RecordingController::closeBar() {
     if (phase_ != Phase::choosing) return;
-    starting_.request_stop();
+    if (isStarting_) cancelStart();
     setBarShown(false);
     setPhase(Phase::idle);
 }
@@ -165,17 +178,20 @@ void RecordingController::prepare(const ContentFilter& filter) {
     failedEarly_.reset();
     progress_.set({});
     elapsed_ = 0;
+    handover_ = std::make_shared<Handover<LiveTake>>();
     setStarting(true);
-    inBackground([this, order = order(filter), handlers = handlers(), &screen = seams_.platform.screen(),
-                  sound = sound_, cameras = cameras_, &library = seams_.library,
-                  cancel = starting_.get_token()] {
+    inBackground([this, number = takeNumber_, handover = handover_, order = order(filter),
+                  handlers = handlers(), &screen = seams_.platform.screen(), sound = sound_,
+                  cameras = cameras_, &library = seams_.library, cancel = starting_.get_token()] {
         auto take = LiveTake::prepare(order, {screen, *sound, *cameras}, library, handlers, cancel);
-        Result<TakePtr> result = std::unexpected(Failure());
+        Result<void> result;
         if (take)
-            result = *std::move(take);
+            handover->put(*std::move(take));
         else
             result = std::unexpected(take.error());
-        return [this, result] { prepared(result); };
+        return [this, number, result] {
+            if (number == takeNumber_) prepared(result);
+        };
     });
 }
 
@@ -213,17 +229,17 @@ void RecordingController::handleFailure(const Failure& failure) {
         failed(failure);
 }
 
-void RecordingController::prepared(const Result<TakePtr>& take) {
+void RecordingController::prepared(const Result<void>& result) {
+    startingTake_ = handover_->get();
     const bool isCancelled = starting_.stop_requested();
-    if (take && isCancelled) return discard(*take);
-    if (!take) {
-        if (!isCancelled && take.error().isCancelled())
-            refused(take.error());
+    if (result && isCancelled) return discardStart();
+    if (!result) {
+        if (!isCancelled && result.error().isCancelled())
+            refused(result.error());
         else if (!isCancelled)
-            failed(take.error());
+            failed(result.error());
         return endStart();
     }
-    preparedTake_ = *take;
     if (countsDown_)
         countdown_.start();
     else
@@ -244,39 +260,52 @@ void RecordingController::countdownEnded() {
 void RecordingController::cancelCountdown() {
     if (phase_ != Phase::countdown) return;
     countdown_.cancel();
-    starting_.request_stop();
+    cancelStart();
     if (seams_.views.countdown != nullptr) seams_.views.countdown->hideCountdown();
     setPhase(Phase::choosing);
-    if (preparedTake_) discard(std::move(preparedTake_)); // else launched() does so
+    if (!isLaunching_) discardStart(); // else launched() does so
 }
 
 void RecordingController::launch() {
-    inBackground([this, take = std::exchange(preparedTake_, nullptr)] {
+    isLaunching_ = true;
+    inBackground([this, number = takeNumber_, take = startingTake_] {
         const Seconds startHost = hostTime();
         const auto started = take->start();
         if (!started) take->discard();
-        return [this, take, startHost, started] { launched(take, started, startHost); };
+        return [this, number, startHost, started] {
+            if (number == takeNumber_) launched(started, startHost);
+        };
     });
 }
 
-void RecordingController::launched(const TakePtr& take, const Result<void>& started, Seconds startHost) {
+void RecordingController::launched(const Result<void>& started, Seconds startHost) {
+    isLaunching_ = false;
     const bool isCancelled = starting_.stop_requested();
-    if (started && isCancelled) return discard(take);
-    if (started) return record(take, startHost);
+    if (started && isCancelled) return discardStart();
+    if (started) return record(startHost);
     if (!isCancelled) failed(started.error());
     endStart();
 }
 
-// The start is over once nothing of it is left.
-void RecordingController::discard(TakePtr take) {
-    inBackground([this, take = std::move(take)]() mutable {
+void RecordingController::cancelStart() {
+    starting_.request_stop();
+    watch_ = {};
+    watchTick_.start();
+}
+
+void RecordingController::discardStart() {
+    inBackground([this, number = takeNumber_, take = startingTake_] {
         take->discard();
-        take.reset();
-        return [this] { endStart(); };
+        return [this, number] {
+            if (number == takeNumber_) endStart();
+        };
     });
 }
 
 void RecordingController::endStart() {
+    watchTick_.stop();
+    isLaunching_ = false;
+    releaseInBackground(std::exchange(startingTake_, nullptr));
     setStarting(false);
     emit ended();
 }
@@ -286,9 +315,9 @@ void RecordingController::refused(const Failure& failure) {
     seams_.views.messages.notice(QString::fromStdString(failure.message));
 }
 
-void RecordingController::record(const TakePtr& take, Seconds startHost) {
-    take_ = take;
-    startHost_ = take->firstFrameTime().value_or(startHost);
+void RecordingController::record(Seconds startHost) {
+    take_ = std::exchange(startingTake_, nullptr);
+    startHost_ = take_->firstFrameTime().value_or(startHost);
     pauses_ = {};
     isPaused_ = false;
     setStarting(false);
@@ -333,8 +362,8 @@ void RecordingController::stop() {
     if (isPaused_) endPause(hostTime());
     tick();
     setPhase(Phase::finishing);
-    finishing_ = {};
-    finishingTick_.start();
+    watch_ = {};
+    watchTick_.start();
     inBackground([this, number = takeNumber_, take = take_, pauses = pauses_] {
         return [this, number, reel = take->finish(pauses)] {
             if (number == takeNumber_) finished(reel);
@@ -342,8 +371,12 @@ void RecordingController::stop() {
     });
 }
 
-void RecordingController::watchFinishing() {
-    if (finishing_.stalledFor(take_->finishingProgress(), hostTime()) >= finishTimeout_) letGo();
+void RecordingController::watchBackground() {
+    if (watch_.stalledFor(doneInBackground(), hostTime()) < finishTimeout_) return;
+    if (take_)
+        letGo();
+    else
+        letStartGo();
 }
 
 // The thread that hangs is left behind, and the take with it.
@@ -357,10 +390,18 @@ void RecordingController::letGo() {
     emit ended();
 }
 
+// Nobody waits for its take any more, and a later start must not wait for its thread.
+void RecordingController::letStartGo() {
+    if (startingTake_) startingTake_->letGo();
+    ++takeNumber_;
+    background_.abandon();
+    releaseInBackground(handover_->close());
+    endStart();
+}
+
 void RecordingController::endTake() {
-    finishingTick_.stop();
-    // Its end closes files and devices, and may be the last one to hold it.
-    background_.post([take = std::exchange(take_, nullptr)]() mutable { take.reset(); });
+    watchTick_.stop();
+    releaseInBackground(std::exchange(take_, nullptr));
     setBarShown(false);
     setPhase(Phase::idle);
 }

@@ -12,6 +12,7 @@
 #include "app/recording/BackgroundQueue.h"
 #include "app/recording/CameraPreview.h"
 #include "app/recording/Countdown.h"
+#include "app/recording/Handover.h"
 #include "app/recording/LiveTake.h"
 #include "app/recording/MainThreadPost.h"
 #include "app/recording/MicrophoneLevel.h"
@@ -42,7 +43,7 @@ namespace glintro {
 //
 // A take that still runs when the controller is destroyed is finished first. Finishing is waited for while it
 // makes progress; after five seconds without any, on a disk that hangs, the take is let go: its folder stays
-// for a later recovery.
+// for a later recovery. A start that is cancelled is let go likewise when it hangs.
 class RecordingController : public QObject {
     Q_OBJECT
     Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged FINAL)
@@ -72,7 +73,7 @@ class RecordingController : public QObject {
     };
     struct Timing {
         std::chrono::milliseconds countdownStep = Countdown::kStep;
-        Seconds finishTimeout = 5; // without progress
+        Seconds finishTimeout = 5; // without progress, of a finish or of what a cancelled start still does
     };
 
     explicit RecordingController(const Seams& seams, const Timing& timing, QObject* parent = nullptr);
@@ -138,22 +139,26 @@ class RecordingController : public QObject {
     TakeHandlers handlers();
     void handleFailure(const Failure& failure);
     void prepare(const ContentFilter& filter);
-    void prepared(const Result<TakePtr>& take);
+    void prepared(const Result<void>& result);
     void showCountdown();
     void countdownEnded();
     void launch();
-    void launched(const TakePtr& take, const Result<void>& started, Seconds startHost);
-    void discard(TakePtr take);
+    void launched(const Result<void>& started, Seconds startHost);
+    void cancelStart();
+    void discardStart();
     void endStart();
+    void releaseInBackground(TakePtr take);
     void refused(const Failure& failure);
-    void record(const TakePtr& take, Seconds startHost);
+    void record(Seconds startHost);
     void tick();
     void endPause(Seconds hostTime);
     void finished(const ReelResult& reel);
     void endTake();
-    void watchFinishing();
+    std::int64_t doneInBackground() const;
+    void watchBackground();
     void letGo();
-    void waitForBackground();
+    void letStartGo();
+    bool waitForBackground();
 
     const Seams seams_;
     const Seconds finishTimeout_;
@@ -166,7 +171,7 @@ class RecordingController : public QObject {
     CameraPreview cameraPreview_;
     Countdown countdown_;
     QTimer tick_;
-    QTimer finishingTick_;
+    QTimer watchTick_; // while a take is finished or a start is cancelled
 
     Phase phase_ = Phase::idle;
     int contentNumber_ = 0; // of the newest question for what can be recorded
@@ -176,13 +181,15 @@ class RecordingController : public QObject {
     std::stop_source starting_;
     std::optional<Failure> failedEarly_; // told before the take was known to run
     int takeNumber_ = 0;
-    TakePtr preparedTake_; // waits for the countdown
-    TakePtr take_;         // records or is finished
+    bool isLaunching_ = false;
+    std::shared_ptr<Handover<LiveTake>> handover_; // of the newest start
+    TakePtr startingTake_;                         // is prepared, and then started or discarded
+    TakePtr take_;                                 // records or is finished
     Seconds startHost_ = 0;
     PauseClock pauses_;
     bool isPaused_ = false;
     Seconds elapsed_ = 0;
-    ProgressWatch finishing_;
+    ProgressWatch watch_;
 
     std::shared_ptr<MainThreadPost> mainThread_;
     BackgroundQueue background_;

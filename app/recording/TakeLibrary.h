@@ -5,7 +5,7 @@
 
 #include "core/base/Failure.h"
 #include "core/model/Timestamp.h"
-#include "core/reel/Project.h"
+#include "core/reel/Finishing.h"
 #include "core/reel/TakeJournal.h"
 
 namespace glintro {
@@ -28,7 +28,7 @@ class TakeLibrary {
     // Removes the folder of a take that came to nothing, with all it holds.
     virtual void discardFolder(const std::filesystem::path& folder) = 0;
     // See finishReel(), which also says when this fails; all files are kept then.
-    [[nodiscard]] virtual Result<Project> registerRecording(const FinishedTake& take) = 0;
+    [[nodiscard]] virtual Result<FinishedReel> registerRecording(const FinishedTake& take) = 0;
 
     // Whether the system lets this program record the screen, as was just asked. Main thread.
     virtual void setScreenAccess(bool hasAccess) = 0;

@@ -67,7 +67,7 @@ void CommandLibrary::discardFolder(const fs::path& folder) {
     for (const fs::path& made : made_) fs::remove(made, ignored);
 }
 
-Result<Project> CommandLibrary::registerRecording(const FinishedTake& take) {
+Result<FinishedReel> CommandLibrary::registerRecording(const FinishedTake& take) {
     return LibraryFolder::registerRecording(take.folder, take.name, take.record, defaults_);
 }
 

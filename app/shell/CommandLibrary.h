@@ -22,7 +22,7 @@ class CommandLibrary final : public TakeLibrary {
     [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) override;
     // Removes the folders that were made for it, too, while they are empty.
     void discardFolder(const std::filesystem::path& folder) override;
-    [[nodiscard]] Result<Project> registerRecording(const FinishedTake& take) override;
+    [[nodiscard]] Result<FinishedReel> registerRecording(const FinishedTake& take) override;
     void setScreenAccess(bool) override {}
 
   private:

@@ -114,14 +114,13 @@ std::optional<Failure> ReelRecovery::whyNoDiscard() const {
             fmt::format("The raw.mov in “{}” is damaged, so no reel can be made of it. All files are "
                         "kept as they are.",
                         path())};
-    if (take_->firstFrameHost <= 0) return std::nullopt;
-    if (!isThere(reel_.rawURL()))
+    if (take_->firstFrameHost > 0 && !isThere(reel_.rawURL()))
         return Failure{fmt::format(
             "The raw.mov of “{}” has been taken away: put it back, or delete the folder.", path())};
     if (holdsMedia(reel_.cameraURL()))
         return Failure{
-            fmt::format("The raw.mov in “{}” holds no picture, but its camera.mov does. All files are "
-                        "kept as they are.",
+            fmt::format("No picture of the screen is in “{}”, but its camera.mov holds some. All files "
+                        "are kept as they are.",
                         path())};
     return std::nullopt;
 }

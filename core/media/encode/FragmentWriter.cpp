@@ -138,10 +138,11 @@ Result<void> FragmentWriter::finish(Seconds end) {
     writer_ = {};
     syncer_ = {};
     const auto sealed = sealFragments(file_, end);
+    file_.close();
     const std::scoped_lock lock(mutex_);
+    if (sealed && sealed->hasFrames) safe_ = {sealed->duration, static_cast<std::int64_t>(file_.size())};
     if (failed_) return std::unexpected(*failed_);
     if (!sealed) return std::unexpected(sealed.error());
-    safe_ = {sealed->duration, static_cast<std::int64_t>(file_.size())};
     return {};
 }
 

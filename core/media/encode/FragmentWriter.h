@@ -44,10 +44,12 @@ class FragmentWriter {
     [[nodiscard]] Result<void> write(AVPacket& packet, Track track, Span span);
     // Keeps the first failure: from then on nothing is written.
     void fail(const Failure& failure);
-    // Writes what waits and seals the movie, see LiveMovieWriter::finish(). Once, after the last write().
+    // Writes what waits, seals the movie and closes the file, see LiveMovieWriter::finish(). Once, after the
+    // last write().
     [[nodiscard]] Result<void> finish(Seconds end);
 
     LiveMovieProgress progress() const; // from any thread; never waits for the disk
+    std::int64_t answeredAccesses() const { return file_.answeredAccesses(); } // likewise
 
   private:
     using Clock = std::chrono::steady_clock;

@@ -123,4 +123,8 @@ LiveMovieProgress LiveMovieWriter::progress() const {
     return impl_->fragments.progress();
 }
 
+std::int64_t LiveMovieWriter::answeredAccesses() const {
+    return impl_->fragments.answeredAccesses();
+}
+
 } // namespace glintro

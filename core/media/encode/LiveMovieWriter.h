@@ -35,8 +35,9 @@ struct LiveMovieProgress {
 // makes it an ordinary movie in place (see sealMovie), which costs no copy. When the process dies, sealMovie
 // does the same for all fragments that were whole.
 //
-// Pictures come from one thread, sound from another; progress() and stepDown() may be called from any, and
-// finish() once both threads are done. While the object lives no other can write the file, in any process.
+// Pictures come from one thread, sound from another; progress(), answeredAccesses() and stepDown() may be
+// called from any, and finish() once both threads are done. Until then, or until the object goes, no other
+// can write the file, in any process.
 class LiveMovieWriter {
   public:
     [[nodiscard]] static Result<std::unique_ptr<LiveMovieWriter>> create(
@@ -52,7 +53,7 @@ class LiveMovieWriter {
     [[nodiscard]] Result<void> writeAudio(std::span<const float> samples);
     // The last picture is shown until `end`, or not beyond its own time when `end` is earlier. Sound beyond
     // `end` is not heard. Fails, too, when any earlier write did; the file then still holds all that was
-    // written.
+    // written, and sealMovie can try again.
     [[nodiscard]] Result<void> finish(Seconds end);
 
     // Encodes faster from the next picture on, at more bits for the same quality. False when there is no
@@ -63,6 +64,8 @@ class LiveMovieWriter {
     std::string encoderName() const; // to show: "libx264 veryfast"
 
     LiveMovieProgress progress() const;
+    // How many accesses to the file the disk has answered: grows all through a long finish(), too.
+    std::int64_t answeredAccesses() const;
 
   private:
     struct Impl;

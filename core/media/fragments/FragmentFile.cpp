@@ -80,7 +80,7 @@ Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Acces
 }
 
 Result<void> FragmentFile::append(ByteView bytes) {
-    if (const int error = writeAll(descriptor_.value(), bytes, size_); error != 0) {
+    if (const int error = answered(writeAll(descriptor_.value(), bytes, size_)); error != 0) {
         // Half a fragment is of no use, and takes room on a disk that has none left.
         [[maybe_unused]] const int ignored = ::ftruncate(descriptor_.value(), static_cast<off_t>(size_));
         return writeFailure(error);
@@ -90,19 +90,19 @@ Result<void> FragmentFile::append(ByteView bytes) {
 }
 
 Result<void> FragmentFile::truncate(std::uint64_t size) {
-    if (::ftruncate(descriptor_.value(), static_cast<off_t>(size)) != 0) return writeFailure(errno);
+    if (answered(::ftruncate(descriptor_.value(), static_cast<off_t>(size))) != 0) return writeFailure(errno);
     size_ = size;
     return {};
 }
 
 Result<void> FragmentFile::overwrite(std::uint64_t position, ByteView bytes) {
-    if (const int error = writeAll(descriptor_.value(), bytes, position); error != 0)
+    if (const int error = answered(writeAll(descriptor_.value(), bytes, position)); error != 0)
         return writeFailure(error);
     return {};
 }
 
 Result<void> FragmentFile::sync() {
-    if (::fdatasync(descriptor_.value()) != 0) return writeFailure(errno);
+    if (answered(::fdatasync(descriptor_.value())) != 0) return writeFailure(errno);
     return {};
 }
 
@@ -110,8 +110,8 @@ Result<Bytes> FragmentFile::read(std::uint64_t position, std::size_t count) cons
     Bytes bytes(count);
     std::size_t filled = 0;
     while (filled < count) {
-        const ssize_t got = ::pread(descriptor_.value(), bytes.data() + filled, count - filled,
-                                    static_cast<off_t>(position + filled));
+        const ssize_t got = answered(::pread(descriptor_.value(), bytes.data() + filled, count - filled,
+                                             static_cast<off_t>(position + filled)));
         if (got < 0 && errno == EINTR) continue;
         if (got < 0) return failure(kCannotReadMovie, std::strerror(errno), errno);
         if (got == 0) break;

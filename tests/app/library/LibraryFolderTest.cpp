@@ -111,12 +111,13 @@ TEST(LibraryFolder, RegistersARecordingAsThePreferencesSay) {
     const auto reel = LibraryFolder::registerRecording(home.path(), "Take", take,
                                                        {.zoomLevel = 1.5, .aspect = AspectRatio::square});
     ASSERT_TRUE(reel);
-    EXPECT_EQ(reel->info.name, "Take");
-    EXPECT_EQ(reel->info.settings.aspect, AspectRatio::square);
-    ASSERT_EQ(reel->info.settings.zooms.size(), 1U);
-    EXPECT_EQ(reel->info.settings.zooms[0].scale, 1.5);
-    EXPECT_GE(reel->info.created, now);
-    EXPECT_LE(reel->info.created, now + std::chrono::minutes(5));
+    const ProjectInfo& info = reel->project.info;
+    EXPECT_EQ(info.name, "Take");
+    EXPECT_EQ(info.settings.aspect, AspectRatio::square);
+    ASSERT_EQ(info.settings.zooms.size(), 1U);
+    EXPECT_EQ(info.settings.zooms[0].scale, 1.5);
+    EXPECT_GE(info.created, now);
+    EXPECT_LE(info.created, now + std::chrono::minutes(5));
 }
 
 } // namespace

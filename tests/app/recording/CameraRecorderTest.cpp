@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "app/recording/CameraRecorder.h"
 #include "tests/app/recording/TakeFixture.h"
 
 namespace glintro {
@@ -32,6 +33,25 @@ TEST(CameraRecorder, EndsTheMovieWhereTheCameraDies) {
         EXPECT_NEAR(test::trackDuration(take.cameraMovie(), "v"), row.duration, 0.05) << row.what;
         EXPECT_EQ(take.notices().size(), row.isUnplugged ? 1U : 0U) << row.what;
     }
+}
+
+// Otherwise a long camera movie that is being finished looks like a disk that hangs.
+TEST(CameraRecorder, ShowsThatItsFinishGetsOn) {
+    const TemporaryFolder folder;
+    const PauseClock pauses;
+    SerialQueue queue(8);
+    test::FakeCameras cameras;
+    CameraRecorder recorder(folder / "camera.mov", queue, pauses,
+                            {[](const std::string&) {}, [](Seconds) {}});
+    EXPECT_EQ(recorder.progress(), 0);
+    recorder.start(cameras, std::nullopt);
+    const Seconds begin = hostTime();
+    for (const Seconds time : {0.0, 0.7, 1.4}) (void)cameras.show({160, 120}, 60, begin + time);
+    recorder.stop();
+    queue.run([&] { recorder.setEnd(begin + 2); });
+    const std::int64_t before = recorder.progress();
+    ASSERT_TRUE(recorder.finish());
+    EXPECT_GT(recorder.progress(), before + 3);
 }
 
 } // namespace

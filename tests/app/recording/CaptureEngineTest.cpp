@@ -10,7 +10,9 @@
 #include "app/recording/CaptureEngine.h"
 #include "core/media/decode/MovieReader.h"
 #include "core/media/decode/SoundTrack.h"
+#include "core/reel/MediaTraces.h"
 #include "tests/app/recording/TakeFixture.h"
+#include "tests/core/media/FileSizeLimit.h"
 
 namespace glintro::test {
 namespace {
@@ -149,6 +151,19 @@ TEST(CaptureEngine, DoesNotTrustAStreamWhoseStampsAreOfAnotherClock) {
     EXPECT_GE(result.firstShiftedTime, before);
     EXPECT_LE(result.firstShiftedTime, after);
     EXPECT_EQ(frameTimes(take.rawMovie()), (std::vector<Seconds>{0, 0.5}));
+}
+
+// A short take on a disk that fills up: nothing was synchronised yet when its finish fails.
+TEST(CaptureEngine, KeepsAMovieWhosePicturesAreNotYetSafe) {
+    TakeFixture take({.pixelSize = kSmall});
+    ASSERT_TRUE(take.start());
+    const Seconds begin = hostTime() - 3;
+    for (const Seconds time : {0.0, 1.0, 2.0}) take.show(40, begin + time);
+    ASSERT_TRUE(test::waitUntil([&] { return holdsMedia(take.rawMovie()); }));
+    const test::FileSizeLimit full(std::filesystem::file_size(take.rawMovie()));
+    EXPECT_TRUE(take.engine->stop().hasFrames);
+    EXPECT_EQ(take.notices().size() + take.errors().size(), 1U);
+    EXPECT_TRUE(holdsMedia(take.rawMovie()));
 }
 
 TEST(CaptureEngine, LeavesNothingOfATakeWithoutAPicture) {

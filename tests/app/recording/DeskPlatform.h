@@ -44,11 +44,17 @@ class DeskPointer final : public PointerSource {
 // 321 × 241 pixels of one shade, another one in each frame; 60 frames a second.
 class DeskStream final : public ScreenStream {
   public:
+    static inline std::atomic<int> made = 0;
     static inline std::atomic<int> alive = 0;
+    static inline std::atomic<std::thread::id> lastEndedOn;
 
-    explicit DeskStream(const DeskTrouble& trouble) : trouble_(trouble), pointer_(trouble) { ++alive; }
+    explicit DeskStream(const DeskTrouble& trouble) : trouble_(trouble), pointer_(trouble) {
+        ++made;
+        ++alive;
+    }
     ~DeskStream() override {
         stop();
+        lastEndedOn = std::this_thread::get_id();
         --alive;
     }
 
@@ -106,13 +112,20 @@ class DeskScreen final : public ScreenCapture {
             std::condition_variable_any().wait(guard, cancel, [] { return false; });
             return std::unexpected(Failure::cancelled());
         }
+        isHanging.wait(true);
         if (trouble.opening) return std::unexpected(*trouble.opening);
         return std::make_unique<DeskStream>(trouble);
     }
 
     void forgetChoice() override { isForgotten = true; }
 
+    void answer() {
+        isHanging = false;
+        isHanging.notify_all();
+    }
+
     bool isForgotten = false;
+    std::atomic<bool> isHanging = false; // opening waits, whatever is asked of it
     DeskTrouble trouble;
     ShareableContent shared{
         .displays = {{1, "HDMI-1", {0, 0, 1920, 1080}, 1}, {2, "", {1920, 0, 1280, 720}, 1}},

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <filesystem>
+#include <fstream>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -25,15 +26,14 @@ class FolderLibrary final : public TakeLibrary {
         return folder;
     }
     void discardFolder(const std::filesystem::path& folder) override { std::filesystem::remove_all(folder); }
-    Result<Project> registerRecording(const FinishedTake& take) override {
+    Result<FinishedReel> registerRecording(const FinishedTake& take) override {
         const auto movie = MovieReader::open(take.folder / "raw.mov", MovieReader::Access::single);
         couldBeCompleted = movie && std::filesystem::exists(TakeJournal::fileIn(take.folder));
         std::unique_lock lock(mutex_);
         answers_.wait(lock, [this] { return !isHanging_; });
         if (isReadOnly) return failure("Read only.");
-        auto reel = finishReel(take.folder, {.name = take.name, .take = take.record});
-        if (!reel) return std::unexpected(reel.error());
-        return reel->project;
+        if (cameraIsDamaged) std::ofstream(take.folder / "camera.mov") << "no movie";
+        return finishReel(take.folder, {.name = take.name, .take = take.record});
     }
     void setScreenAccess(bool access) override { hasAccess = access; }
 
@@ -50,6 +50,7 @@ class FolderLibrary final : public TakeLibrary {
 
     std::atomic<int> made = 0;
     bool isReadOnly = false;
+    bool cameraIsDamaged = false;
     bool couldBeCompleted = false; // had it been killed instead of registered
     std::optional<bool> hasAccess;
 

@@ -250,6 +250,17 @@ TEST(LiveMovieWriter, SaysWhyAFileCannotBeWritten) {
     EXPECT_EQ(full.error().nativeCode, EFBIG);
 }
 
+// A still screen for minutes: its many fragments are read one after the other.
+TEST(LiveMovieWriter, ShowsThatTheSealingOfALongTakeGetsOn) {
+    constexpr int kFragments = 300;
+    const TemporaryFolder folder;
+    auto writer = test::startTake(folder / "take.mov", std::nullopt);
+    for (int i = 0; i < kFragments; ++i) ASSERT_TRUE(writer->writeFrame(test::numbered(i).view(), i));
+    const std::int64_t before = writer->answeredAccesses();
+    ASSERT_TRUE(writer->finish(kFragments));
+    EXPECT_GE(writer->answeredAccesses(), before + kFragments);
+}
+
 std::size_t picturesBefore(const std::filesystem::path& file, std::uintmax_t position) {
     std::istringstream positions(test::run({"ffprobe", "-v", "error", "-select_streams", "v", "-show_entries",
                                             "packet=pos", "-of", "csv=p=0", file.string()}));
@@ -262,9 +273,10 @@ std::size_t picturesBefore(const std::filesystem::path& file, std::uintmax_t pos
 TEST(LiveMovieWriter, KeepsWhatHadRoomOnAFullDisk) {
     const TemporaryFolder folder;
     const auto times = test::takeTimes(200);
+    std::unique_ptr<LiveMovieWriter> writer; // stays while the file is sealed again
     const auto record = [&](const std::filesystem::path& file, rlim_t room) {
         const test::FileSizeLimit limit(room);
-        auto writer = test::startTake(file);
+        writer = test::startTake(file);
         auto written = test::writeTake(*writer, times);
         const auto finished = writer->finish(times.back() + 0.1);
         if (written) return finished;

@@ -231,7 +231,8 @@ TEST_F(RecoveryTest, RemovesATakeWithoutAPictureAndNothingElse) {
     const std::function<void()> rows[] = {[] {}, [&] { putFile(reel / "raw.mov", ""); },
                                           [&] {
                                               const TakeMaker begun(reel / "raw.mov", TakeMaker::Sound::tone);
-                                              putInterruptedMovie(reel / "camera.mov");
+                                              const TakeMaker camera(reel / "camera.mov",
+                                                                     TakeMaker::Sound::none);
                                               putFile(reel / "events.json", "{}");
                                           }};
     for (const auto& putMovies : rows) {
@@ -249,6 +250,22 @@ TEST_F(RecoveryTest, RemovesATakeWithoutAPictureAndNothingElse) {
         }
         EXPECT_EQ(namesIn(reel), std::vector<std::string>{"notes.txt"});
         fs::remove_all(reel);
+    }
+}
+
+TEST_F(RecoveryTest, NeverRemovesTheCamerasPicturesThoughTheScreenGaveNone) {
+    const fs::path reel = folder("reel");
+    for (const bool hasScreen : {false, true}) {
+        { const auto journal = TakeJournal::create(reel); }
+        if (hasScreen) {
+            const TakeMaker begun(reel / "raw.mov", TakeMaker::Sound::tone);
+        }
+        putInterruptedMovie(reel / "camera.mov", TakeMaker::Sound::none);
+        const auto before = filesIn(reel);
+        const auto recovered = recoverReel(reel, {});
+        ASSERT_FALSE(recovered) << hasScreen;
+        EXPECT_NE(recovered.error().message.find("its camera.mov holds some"), std::string::npos);
+        EXPECT_EQ(filesIn(reel), before) << hasScreen;
     }
 }
 
@@ -375,7 +392,7 @@ TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {
              putInterruptedMovie(reel / "camera.mov");
              putJournal(reel);
          },
-         "holds no picture, but its camera.mov does"},
+         "its camera.mov holds some"},
         {"a foreign movie in a take",
          [](const fs::path& reel) {
              putFile(reel / "raw.mov", std::string(5000, 'x'));

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <memory>
 
 #include <fmt/format.h>
@@ -15,6 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using ClickMethod = PointerSettings::ClickMethod;
+using Entries = std::map<std::string, std::string>;
 
 struct ClosePipe {
     void operator()(std::FILE* pipe) const { ::pclose(pipe); }
@@ -42,11 +42,12 @@ std::string gnomeSetting(const std::string& schemaAndKey) {
     return value;
 }
 
-PointerSettings gnomeSettings(const PointingDevice& device) {
+PointerSettings gnomeMouse() {
+    return {.isLeftHanded = gnomeSetting("mouse left-handed") == "true"};
+}
+
+PointerSettings gnomeTouchpad(bool isMouseLeft) {
     PointerSettings settings;
-    const bool isMouseLeft = gnomeSetting("mouse left-handed") == "true";
-    settings.isLeftHanded = isMouseLeft;
-    if (!device.isTouchpad) return settings;
     const std::string hand = gnomeSetting("touchpad left-handed"); // left, right or as the mouse
     settings.isLeftHanded = hand == "left" || (hand != "right" && isMouseLeft);
     settings.tapToClick = gnomeSetting("touchpad tap-to-click") != "false";
@@ -56,28 +57,25 @@ PointerSettings gnomeSettings(const PointingDevice& device) {
     return settings;
 }
 
-// The entries of a device's group in the file that KDE keeps its input settings in.
-std::map<std::string, std::string> kdeEntries(const PointingDevice& device) {
+// The groups of the file that KDE keeps its input settings in, one for each device.
+std::map<std::string, Entries> kdeGroups() {
     const std::string configured = environment("XDG_CONFIG_HOME");
     const fs::path folder =
         configured.empty() ? fs::path(environment("HOME")) / ".config" : fs::path(configured);
-    const std::string group =
-        fmt::format("[Libinput][{}][{}][{}]", device.vendor, device.product, device.name);
     std::ifstream file(folder / "kcminputrc");
-    std::map<std::string, std::string> entries;
-    bool isGroup = false;
+    std::map<std::string, Entries> groups;
+    std::string group;
     for (std::string line; std::getline(file, line);) {
         const std::size_t equals = line.find('=');
         if (line.starts_with("["))
-            isGroup = line == group;
-        else if (isGroup && equals != std::string::npos)
-            entries[line.substr(0, equals)] = line.substr(equals + 1);
+            group = line;
+        else if (equals != std::string::npos)
+            groups[group][line.substr(0, equals)] = line.substr(equals + 1);
     }
-    return entries;
+    return groups;
 }
 
-PointerSettings kdeSettings(const PointingDevice& device) {
-    auto entries = kdeEntries(device);
+PointerSettings kdeSettings(Entries entries) {
     PointerSettings settings;
     settings.tapToClick = entries["TapToClick"] != "false";
     settings.isLeftHanded = entries["LeftHanded"] == "true";
@@ -88,10 +86,22 @@ PointerSettings kdeSettings(const PointingDevice& device) {
 
 } // namespace
 
-PointerSettings desktopPointerSettings(const PointingDevice& device) {
-    if (desktopIs("KDE")) return kdeSettings(device);
-    if (desktopIs("GNOME")) return gnomeSettings(device);
-    return {};
+DesktopPointerSettings DesktopPointerSettings::ofDesktop() {
+    DesktopPointerSettings settings;
+    if (desktopIs("KDE")) {
+        settings.kdeDevices_ = kdeGroups();
+    } else if (desktopIs("GNOME")) {
+        settings.mouse_ = gnomeMouse();
+        settings.touchpad_ = gnomeTouchpad(settings.mouse_.isLeftHanded);
+    }
+    return settings;
+}
+
+PointerSettings DesktopPointerSettings::settingsOf(const PointingDevice& device) const {
+    const auto found =
+        kdeDevices_.find(fmt::format("[Libinput][{}][{}][{}]", device.vendor, device.product, device.name));
+    if (found != kdeDevices_.end()) return kdeSettings(found->second);
+    return device.isTouchpad ? touchpad_ : mouse_;
 }
 
 } // namespace glintro

@@ -1,13 +1,11 @@
 #include "platform/linux/wayland/PointerSettings.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 
 #include <fmt/format.h>
+
+#include "platform/linux/RunningDesktop.h"
 
 namespace glintro {
 namespace {
@@ -16,42 +14,16 @@ namespace fs = std::filesystem;
 using ClickMethod = PointerSettings::ClickMethod;
 using Entries = std::map<std::string, std::string>;
 
-struct ClosePipe {
-    void operator()(std::FILE* pipe) const { ::pclose(pipe); }
-};
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string() : std::string(value);
-}
-
-// XDG_CURRENT_DESKTOP lists names from the most to the least particular, as "ubuntu:GNOME".
-bool desktopIs(const std::string& name) {
-    return (":" + environment("XDG_CURRENT_DESKTOP") + ":").find(":" + name + ":") != std::string::npos;
-}
-
-// Asked through the program, so that the settings' library stays out of this process; empty when unknown.
-std::string gnomeSetting(const std::string& schemaAndKey) {
-    const std::string command =
-        "timeout 3 gsettings get org.gnome.desktop.peripherals." + schemaAndKey + " 2>/dev/null";
-    const std::unique_ptr<std::FILE, ClosePipe> pipe(::popen(command.c_str(), "re"));
-    std::array<char, 64> line{};
-    if (!pipe || std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) == nullptr) return {};
-    std::string value = line.data();
-    std::erase_if(value, [](char each) { return each == '\'' || each == '\n'; });
-    return value;
-}
-
 PointerSettings gnomeMouse() {
-    return {.isLeftHanded = gnomeSetting("mouse left-handed") == "true"};
+    return {.isLeftHanded = gnomeSetting("peripherals.mouse left-handed") == "true"};
 }
 
 PointerSettings gnomeTouchpad(bool isMouseLeft) {
     PointerSettings settings;
-    const std::string hand = gnomeSetting("touchpad left-handed"); // left, right or as the mouse
+    const std::string hand = gnomeSetting("peripherals.touchpad left-handed"); // left, right or as the mouse
     settings.isLeftHanded = hand == "left" || (hand != "right" && isMouseLeft);
-    settings.tapToClick = gnomeSetting("touchpad tap-to-click") != "false";
-    const std::string method = gnomeSetting("touchpad click-method");
+    settings.tapToClick = gnomeSetting("peripherals.touchpad tap-to-click") != "false";
+    const std::string method = gnomeSetting("peripherals.touchpad click-method");
     if (method == "areas") settings.clickMethod = ClickMethod::areas;
     if (method == "fingers") settings.clickMethod = ClickMethod::fingers;
     return settings;
@@ -59,9 +31,9 @@ PointerSettings gnomeTouchpad(bool isMouseLeft) {
 
 // The groups of the file that KDE keeps its input settings in, one for each device.
 std::map<std::string, Entries> kdeGroups() {
-    const std::string configured = environment("XDG_CONFIG_HOME");
+    const std::string configured = environmentText("XDG_CONFIG_HOME");
     const fs::path folder =
-        configured.empty() ? fs::path(environment("HOME")) / ".config" : fs::path(configured);
+        configured.empty() ? fs::path(environmentText("HOME")) / ".config" : fs::path(configured);
     std::ifstream file(folder / "kcminputrc");
     std::map<std::string, Entries> groups;
     std::string group;

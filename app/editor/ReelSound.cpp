@@ -17,6 +17,11 @@ constexpr std::uint64_t kBlocksAhead = 4;
 // Long enough to take the crack out of sound that sets in at full strength: 2 ms.
 constexpr std::int64_t kFadeIn = AudioMix::kSampleRate / 500;
 
+// Also where the count of generations has begun again.
+bool isOlder(std::uint32_t generation, std::uint32_t wanted) {
+    return static_cast<std::int32_t>(generation - wanted) < 0;
+}
+
 std::vector<AudioPiece> atRate(std::vector<AudioPiece> pieces, double rate) {
     for (AudioPiece& piece : pieces) piece.rate *= rate;
     return pieces;
@@ -107,15 +112,17 @@ void ReelSound::fill(std::span<float> interleaved) noexcept {
     handSilence(interleaved);
 }
 
-// The block to go on with; what was decoded for an older order is dropped.
+// The block to go on with; what was decoded for an older order is dropped. A block of a newer order, given
+// since `wanted` was read, waits for the next call: it must not be lost.
 const MixedBlock* ReelSound::currentBlock() noexcept {
     const std::uint32_t wanted = wanted_.load(std::memory_order_acquire);
     const MixedBlock* block = ring_.toRead();
-    while (block != nullptr && block->generation != wanted) {
+    while (block != nullptr && isOlder(block->generation, wanted)) {
         offset_ = 0;
         ring_.hasRead();
         block = ring_.toRead();
     }
+    if (block == nullptr || block->generation != wanted) return nullptr;
     return startedGeneration_ == wanted || mayStart(wanted) ? block : nullptr;
 }
 

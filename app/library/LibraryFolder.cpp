@@ -5,6 +5,7 @@
 #include <ctime>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -108,6 +109,11 @@ ReelDefaults reelDefaults(const Preferences& preferences) {
 
 fs::path LibraryFolder::exportFolder(const Preferences& preferences) const {
     return preferences.exportFolder().value_or(root_ / "Exports");
+}
+
+LibraryFolder::LibraryFolder(fs::path root) : root_(std::move(root)) {
+    // With the slash the library would be a parent of itself, and made for everyone to look into.
+    if (!root_.has_filename()) root_ = root_.parent_path();
 }
 
 LibraryFolder LibraryFolder::ofUser(const Environment& environment) {

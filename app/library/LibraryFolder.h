@@ -25,7 +25,8 @@ class LibraryFolder {
   public:
     using Environment = std::function<std::optional<std::string>(const char* name)>;
 
-    explicit LibraryFolder(std::filesystem::path root) : root_(std::move(root)) {}
+    // A slash at the end of `root` means nothing.
+    explicit LibraryFolder(std::filesystem::path root);
 
     // The user's: what GLINTRO_LIBRARY_DIR says, else "Glintro" in the user's folder for videos.
     static LibraryFolder ofUser(const Environment& environment);

@@ -68,7 +68,8 @@ CLI::Option* addCaptureRate(CLI::App& app, std::optional<int>& value) {
         if (text != "30" && text != "60") reject(fmt::format("--fps expects 30 or 60, not “{}”.", text));
         value = text == "30" ? 30 : 60;
     };
-    return addText(app, "--fps", parse, "Frames a second, 30 or 60 (default 60)")->type_name("N");
+    return addText(app, "--fps", parse, "Frames a second, 30 or 60 (default: as you prefer, else 60)")
+        ->type_name("N");
 }
 
 } // namespace glintro

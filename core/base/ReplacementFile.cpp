@@ -44,12 +44,21 @@ fs::path nameBeside(const fs::path& target) {
            / fmt::format(".{}.partial{}", Uuid::random().text(), target.extension().string());
 }
 
+// Whether the file system has no permissions that could be changed, as on cameras, phones and network shares.
+bool hasNoPermissions(int error) {
+    return error == EPERM || error == ENOSYS || error == ENOTSUP;
+}
+
 // Gives a new file the permissions of the one it will replace, if there is one. 0 or the error number.
 int keepPermissions(const FileDescriptor& descriptor, const fs::path& target) {
     struct stat old {};
     if (::stat(target.c_str(), &old) != 0) return errno == ENOENT ? 0 : errno;
     if (!S_ISREG(old.st_mode)) return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
-    return ::fchmod(descriptor.value(), old.st_mode & 07777) == 0 ? 0 : errno;
+    struct stat made {};
+    if (::fstat(descriptor.value(), &made) != 0) return errno;
+    const mode_t kept = old.st_mode & 07777;
+    if ((made.st_mode & 07777) == kept || ::fchmod(descriptor.value(), kept) == 0) return 0;
+    return hasNoPermissions(errno) ? 0 : errno;
 }
 
 } // namespace

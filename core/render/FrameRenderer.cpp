@@ -116,12 +116,19 @@ std::shared_ptr<const StaticLayers> FrameRenderer::layers(PixelLayout layout, Pi
     });
     slot_ = {layout, canvas, build.get_future().share()};
     const auto layers = slot_.layers;
+    const std::uint64_t building = ++buildings_;
     lock.unlock();
     build();
-    const LayersPtr built = layers.get();
+    layers.wait();
     lock.lock();
-    previous_ = built;
-    return built;
+    try {
+        previous_ = layers.get();
+    } catch (...) {
+        // Kept, it would fail every later frame too, when the memory may be there again.
+        if (buildings_ == building) slot_.layers = {};
+        throw;
+    }
+    return previous_;
 }
 
 FrameRenderer::LayersPtr FrameRenderer::lastLayers() const {

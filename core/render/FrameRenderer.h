@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -75,7 +76,7 @@ class FrameRenderer {
     struct LayersSlot {
         PixelLayout layout{};
         PixelSize canvas;
-        std::shared_future<LayersPtr> layers; // invalid before the first frame
+        std::shared_future<LayersPtr> layers; // invalid before the first frame, and after a failure
     };
 
     FrameRenderer(ProjectSettings settings, RenderSource source, Framing framing,
@@ -89,6 +90,7 @@ class FrameRenderer {
 
     mutable std::mutex mutex_; // guards what follows
     mutable LayersSlot slot_;
+    mutable std::uint64_t buildings_ = 0; // so far; tells whether the slot is still that of one of them
     mutable LayersPtr previous_; // the last layers that were built, here or before with(): pieces are shared
 };
 

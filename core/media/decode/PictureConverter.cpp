@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include "core/media/FFmpegColours.h"
+
 extern "C" {
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>
@@ -36,22 +38,6 @@ AVColorSpace matrixOf(const AVFrame& frame, const AVPixFmtDescriptor& format) {
     }
 }
 
-// The formats whose name alone says "full range" lie in memory as their plain namesakes do.
-AVPixelFormat plainFormat(int format) {
-    switch (format) {
-        case AV_PIX_FMT_YUVJ420P:
-            return AV_PIX_FMT_YUV420P;
-        case AV_PIX_FMT_YUVJ422P:
-            return AV_PIX_FMT_YUV422P;
-        case AV_PIX_FMT_YUVJ444P:
-            return AV_PIX_FMT_YUV444P;
-        case AV_PIX_FMT_YUVJ440P:
-            return AV_PIX_FMT_YUV440P;
-        default:
-            return static_cast<AVPixelFormat>(format);
-    }
-}
-
 bool isHdr(const AVFrame& frame) {
     return frame.color_trc == AVCOL_TRC_SMPTE2084 || frame.color_trc == AVCOL_TRC_ARIB_STD_B67;
 }
@@ -61,13 +47,11 @@ bool isHdr(const AVFrame& frame) {
 FramePtr describe(const AVFrame& frame) {
     FramePtr described(av_frame_clone(&frame));
     if (!described) return nullptr;
-    const bool saysFull = plainFormat(frame.format) != frame.format;
     described->format = plainFormat(frame.format);
     const AVPixFmtDescriptor* format = av_pix_fmt_desc_get(plainFormat(frame.format));
     if (format == nullptr) return nullptr;
     described->colorspace = matrixOf(frame, *format);
-    const bool isFull =
-        saysFull || frame.color_range == AVCOL_RANGE_JPEG || described->colorspace == AVCOL_SPC_RGB;
+    const bool isFull = isFullRange(frame) || described->colorspace == AVCOL_SPC_RGB;
     described->color_range = isFull ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
     if (isHdr(frame)) {
         const bool saysPrimaries = frame.color_primaries != AVCOL_PRI_UNSPECIFIED;

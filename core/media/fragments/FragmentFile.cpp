@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core/base/FileIO.h"
 #include "core/media/MovieSentences.h"
 #include "core/media/OutputFailure.h"
 
@@ -20,7 +21,7 @@ std::unexpected<Failure> writeFailure(int error) {
 }
 
 // 0, or the error that kept some of the bytes from being written.
-int writeAll(int descriptor, ByteView bytes, std::uint64_t position) {
+int writeAllAt(int descriptor, ByteView bytes, std::uint64_t position) {
     while (!bytes.empty()) {
         const ssize_t count = ::pwrite(descriptor, bytes.data(), bytes.size(), static_cast<off_t>(position));
         if (count < 0 && errno == EINTR) continue;
@@ -29,14 +30,6 @@ int writeAll(int descriptor, ByteView bytes, std::uint64_t position) {
         position += static_cast<std::uint64_t>(count);
     }
     return 0;
-}
-
-// Without this a power cut may lose the name of a new file whose content is safe. Errors are ignored: not
-// every file system can.
-void syncFolder(const std::filesystem::path& file) {
-    const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
-    const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor.isOpen()) ::fsync(descriptor.value());
 }
 
 // Where a file system has no locks, other writers are not kept out.
@@ -56,7 +49,7 @@ Result<FragmentFile> FragmentFile::create(const std::filesystem::path& file) {
     FragmentFile created(std::move(descriptor), 0);
     if (isWrittenElsewhere(created.descriptor_.value())) return busyFailure();
     if (auto emptied = created.truncate(0); !emptied) return std::unexpected(emptied.error());
-    syncFolder(file);
+    syncFolder(file.parent_path()); // a power cut may else lose the name of a file whose content is safe
     return created;
 }
 
@@ -80,7 +73,7 @@ Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Acces
 }
 
 Result<void> FragmentFile::append(ByteView bytes) {
-    if (const int error = answered(writeAll(descriptor_.value(), bytes, size_)); error != 0) {
+    if (const int error = answered(writeAllAt(descriptor_.value(), bytes, size_)); error != 0) {
         // Half a fragment is of no use, and takes room on a disk that has none left.
         [[maybe_unused]] const int ignored = ::ftruncate(descriptor_.value(), static_cast<off_t>(size_));
         return writeFailure(error);
@@ -96,7 +89,7 @@ Result<void> FragmentFile::truncate(std::uint64_t size) {
 }
 
 Result<void> FragmentFile::overwrite(std::uint64_t position, ByteView bytes) {
-    if (const int error = answered(writeAll(descriptor_.value(), bytes, position)); error != 0)
+    if (const int error = answered(writeAllAt(descriptor_.value(), bytes, position)); error != 0)
         return writeFailure(error);
     return {};
 }

@@ -1,7 +1,6 @@
 #include "platform/linux/wayland/InputPresses.h"
 
 #include <cerrno>
-#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -15,7 +14,6 @@
 #include <unistd.h>
 
 #include "platform/HostClock.h"
-#include "platform/linux/wayland/PointerSettings.h"
 
 namespace glintro {
 namespace {
@@ -28,6 +26,11 @@ struct InputDeleter {
     void operator()(libinput_event* handle) const { libinput_event_destroy(handle); }
 };
 using InputEvent = std::unique_ptr<libinput_event, InputDeleter>;
+
+constexpr Seconds kLatest = 15; // a stamp that is older is of another clock
+constexpr const char* kLost =
+    "Clicks are no longer seen, as the input devices can’t be read any more; start a new recording to have "
+    "zooms placed at the clicks.";
 
 // Read-only: nothing that is done here may change a device, its lamps for example.
 int openDevice(const char* path, int flags, void*) {
@@ -68,12 +71,12 @@ bool canPress(libinput_device* device) {
            || libinput_device_has_capability(device, LIBINPUT_DEVICE_CAP_TABLET_TOOL) != 0;
 }
 
-void configure(libinput_device* device) {
+void configure(libinput_device* device, const DesktopPointerSettings& desktop) {
     if (libinput_device_has_capability(device, LIBINPUT_DEVICE_CAP_POINTER) == 0) return;
     const bool isTouchpad = libinput_device_config_tap_get_finger_count(device) > 0;
     const PointerSettings settings =
-        desktopPointerSettings({libinput_device_get_id_vendor(device), libinput_device_get_id_product(device),
-                                libinput_device_get_name(device), isTouchpad});
+        desktop.settingsOf({libinput_device_get_id_vendor(device), libinput_device_get_id_product(device),
+                            libinput_device_get_name(device), isTouchpad});
     libinput_device_config_left_handed_set(device, settings.isLeftHanded ? 1 : 0);
     if (!isTouchpad) return;
     libinput_device_config_tap_set_enabled(
@@ -86,7 +89,9 @@ void configure(libinput_device* device) {
 
 InputPresses::Press press(Button button, std::uint64_t microseconds) {
     const Seconds stamp = static_cast<double>(microseconds) * 1e-6, now = hostTime();
-    return {button, std::abs(stamp - now) < 1 ? stamp : now}; // one further off is of another clock
+    // On a busy machine they are read late, but their place in the recording is when they happened.
+    const bool isOfThisClock = stamp <= now && now - stamp < kLatest;
+    return {button, isOfThisClock ? stamp : now};
 }
 
 std::optional<InputPresses::Press> pressOf(libinput_event_pointer* event) {
@@ -120,12 +125,14 @@ std::optional<InputPresses::Press> pressOf(libinput_event& event) {
 
 } // namespace
 
-Result<void> InputPresses::start(Handler pressed) {
+Result<void> InputPresses::start(Handler pressed, WarningHandler warned) {
     stop();
     wakeUp_ = WakeUp();
     if (!wakeUp_.isUsable())
         return failure("Too many files are open; close some programs and try again.", "eventfd", errno);
     pressed_ = std::move(pressed);
+    warned_ = std::move(warned);
+    settings_ = DesktopPointerSettings::ofDesktop(); // slow, and events must not wait
     thread_ = std::jthread([this](const std::stop_token& token) { run(token); });
     return {};
 }
@@ -150,7 +157,11 @@ bool InputPresses::canSee() {
 void InputPresses::run(const std::stop_token& stop) {
     const InputContext context;
     if (context.get() == nullptr) return;
-    while (!stop.stop_requested() && libinput_dispatch(context.get()) == 0) {
+    while (!stop.stop_requested()) {
+        if (libinput_dispatch(context.get()) != 0) {
+            if (warned_) warned_(kLost);
+            return;
+        }
         handleEvents(*context.get());
         pollfd waits[] = {{libinput_get_fd(context.get()), POLLIN, 0}, {wakeUp_.descriptor(), POLLIN, 0}};
         ::poll(waits, 2, -1);
@@ -160,7 +171,7 @@ void InputPresses::run(const std::stop_token& stop) {
 void InputPresses::handleEvents(libinput& context) {
     while (const InputEvent event = nextEvent(context)) {
         if (libinput_event_get_type(event.get()) == LIBINPUT_EVENT_DEVICE_ADDED)
-            configure(libinput_event_get_device(event.get()));
+            configure(libinput_event_get_device(event.get()), settings_);
         else if (const auto press = pressOf(*event))
             pressed_(*press);
     }

@@ -8,6 +8,7 @@
 #include "core/base/Geometry.h"
 #include "platform/PointerSource.h"
 #include "platform/linux/WakeUp.h"
+#include "platform/linux/wayland/PointerSettings.h"
 
 struct libinput;
 
@@ -24,13 +25,16 @@ class InputPresses {
         bool operator==(const Press&) const = default;
     };
     using Handler = std::function<void(const Press&)>;
+    using WarningHandler = PointerSource::WarningHandler;
 
     ~InputPresses() { stop(); }
 
     // From then on `pressed` is called on a thread of this, also for devices that are plugged in later.
-    // Replaces the handler before. Without a device that may be read it succeeds and is never called.
-    [[nodiscard]] Result<void> start(Handler pressed);
-    // The handler does not run any more when this returns. Not from the handler.
+    // Replaces the handlers before. Without a device that may be read it succeeds and is never called.
+    // `warned`, which may be empty, is told on the same thread when presses are no longer seen. May wait some
+    // seconds for the desktop's settings: not for the main thread.
+    [[nodiscard]] Result<void> start(Handler pressed, WarningHandler warned = {});
+    // The handlers do not run any more when this returns. Not from a handler.
     void stop();
 
     // Whether the user may read any pointing device now.
@@ -40,7 +44,10 @@ class InputPresses {
     void run(const std::stop_token& stop);
     void handleEvents(libinput& context);
 
-    Handler pressed_; // used by the thread while it runs
+    // Used by the thread while it runs.
+    Handler pressed_;
+    WarningHandler warned_;
+    DesktopPointerSettings settings_;
     WakeUp wakeUp_;
     std::jthread thread_;
 };

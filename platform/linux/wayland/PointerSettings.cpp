@@ -1,83 +1,53 @@
 #include "platform/linux/wayland/PointerSettings.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <memory>
 
 #include <fmt/format.h>
+
+#include "platform/linux/RunningDesktop.h"
 
 namespace glintro {
 namespace {
 
 namespace fs = std::filesystem;
 using ClickMethod = PointerSettings::ClickMethod;
+using Entries = std::map<std::string, std::string>;
 
-struct ClosePipe {
-    void operator()(std::FILE* pipe) const { ::pclose(pipe); }
-};
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string() : std::string(value);
+PointerSettings gnomeMouse() {
+    return {.isLeftHanded = gnomeSetting("peripherals.mouse left-handed") == "true"};
 }
 
-// XDG_CURRENT_DESKTOP lists names from the most to the least particular, as "ubuntu:GNOME".
-bool desktopIs(const std::string& name) {
-    return (":" + environment("XDG_CURRENT_DESKTOP") + ":").find(":" + name + ":") != std::string::npos;
-}
-
-// Asked through the program, so that the settings' library stays out of this process; empty when unknown.
-std::string gnomeSetting(const std::string& schemaAndKey) {
-    const std::string command =
-        "timeout 3 gsettings get org.gnome.desktop.peripherals." + schemaAndKey + " 2>/dev/null";
-    const std::unique_ptr<std::FILE, ClosePipe> pipe(::popen(command.c_str(), "re"));
-    std::array<char, 64> line{};
-    if (!pipe || std::fgets(line.data(), static_cast<int>(line.size()), pipe.get()) == nullptr) return {};
-    std::string value = line.data();
-    std::erase_if(value, [](char each) { return each == '\'' || each == '\n'; });
-    return value;
-}
-
-PointerSettings gnomeSettings(const PointingDevice& device) {
+PointerSettings gnomeTouchpad(bool isMouseLeft) {
     PointerSettings settings;
-    const bool isMouseLeft = gnomeSetting("mouse left-handed") == "true";
-    settings.isLeftHanded = isMouseLeft;
-    if (!device.isTouchpad) return settings;
-    const std::string hand = gnomeSetting("touchpad left-handed"); // left, right or as the mouse
+    const std::string hand = gnomeSetting("peripherals.touchpad left-handed"); // left, right or as the mouse
     settings.isLeftHanded = hand == "left" || (hand != "right" && isMouseLeft);
-    settings.tapToClick = gnomeSetting("touchpad tap-to-click") != "false";
-    const std::string method = gnomeSetting("touchpad click-method");
+    settings.tapToClick = gnomeSetting("peripherals.touchpad tap-to-click") != "false";
+    const std::string method = gnomeSetting("peripherals.touchpad click-method");
     if (method == "areas") settings.clickMethod = ClickMethod::areas;
     if (method == "fingers") settings.clickMethod = ClickMethod::fingers;
     return settings;
 }
 
-// The entries of a device's group in the file that KDE keeps its input settings in.
-std::map<std::string, std::string> kdeEntries(const PointingDevice& device) {
-    const std::string configured = environment("XDG_CONFIG_HOME");
+// The groups of the file that KDE keeps its input settings in, one for each device.
+std::map<std::string, Entries> kdeGroups() {
+    const std::string configured = environmentText("XDG_CONFIG_HOME");
     const fs::path folder =
-        configured.empty() ? fs::path(environment("HOME")) / ".config" : fs::path(configured);
-    const std::string group =
-        fmt::format("[Libinput][{}][{}][{}]", device.vendor, device.product, device.name);
+        configured.empty() ? fs::path(environmentText("HOME")) / ".config" : fs::path(configured);
     std::ifstream file(folder / "kcminputrc");
-    std::map<std::string, std::string> entries;
-    bool isGroup = false;
+    std::map<std::string, Entries> groups;
+    std::string group;
     for (std::string line; std::getline(file, line);) {
         const std::size_t equals = line.find('=');
         if (line.starts_with("["))
-            isGroup = line == group;
-        else if (isGroup && equals != std::string::npos)
-            entries[line.substr(0, equals)] = line.substr(equals + 1);
+            group = line;
+        else if (equals != std::string::npos)
+            groups[group][line.substr(0, equals)] = line.substr(equals + 1);
     }
-    return entries;
+    return groups;
 }
 
-PointerSettings kdeSettings(const PointingDevice& device) {
-    auto entries = kdeEntries(device);
+PointerSettings kdeSettings(Entries entries) {
     PointerSettings settings;
     settings.tapToClick = entries["TapToClick"] != "false";
     settings.isLeftHanded = entries["LeftHanded"] == "true";
@@ -88,10 +58,22 @@ PointerSettings kdeSettings(const PointingDevice& device) {
 
 } // namespace
 
-PointerSettings desktopPointerSettings(const PointingDevice& device) {
-    if (desktopIs("KDE")) return kdeSettings(device);
-    if (desktopIs("GNOME")) return gnomeSettings(device);
-    return {};
+DesktopPointerSettings DesktopPointerSettings::ofDesktop() {
+    DesktopPointerSettings settings;
+    if (desktopIs("KDE")) {
+        settings.kdeDevices_ = kdeGroups();
+    } else if (desktopIs("GNOME")) {
+        settings.mouse_ = gnomeMouse();
+        settings.touchpad_ = gnomeTouchpad(settings.mouse_.isLeftHanded);
+    }
+    return settings;
+}
+
+PointerSettings DesktopPointerSettings::settingsOf(const PointingDevice& device) const {
+    const auto found =
+        kdeDevices_.find(fmt::format("[Libinput][{}][{}][{}]", device.vendor, device.product, device.name));
+    if (found != kdeDevices_.end()) return kdeSettings(found->second);
+    return device.isTouchpad ? touchpad_ : mouse_;
 }
 
 } // namespace glintro

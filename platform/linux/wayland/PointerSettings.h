@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 namespace glintro {
@@ -25,8 +26,22 @@ struct PointingDevice {
     bool isTouchpad = false;
 };
 
-// The settings that GNOME or KDE, whichever XDG_CURRENT_DESKTOP names, has for the device; else the defaults
-// above. May wait some seconds for settings that do not answer: not for the main thread.
-PointerSettings desktopPointerSettings(const PointingDevice& device);
+// The pointer's settings of GNOME or KDE, whichever XDG_CURRENT_DESKTOP names, as they were when they were
+// read; the defaults above without one of them. A value.
+class DesktopPointerSettings {
+  public:
+    // Reads them. May wait some seconds for settings that do not answer: not for the main thread.
+    static DesktopPointerSettings ofDesktop();
+
+    // For a device, also one that is plugged in later.
+    PointerSettings settingsOf(const PointingDevice& device) const;
+
+  private:
+    using Entries = std::map<std::string, std::string>;
+
+    PointerSettings mouse_;
+    PointerSettings touchpad_;
+    std::map<std::string, Entries> kdeDevices_; // by the name of their group in KDE's file
+};
 
 } // namespace glintro

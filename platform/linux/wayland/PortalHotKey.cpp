@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include <fmt/format.h>
+
 #include "platform/linux/wayland/WaylandDesktop.h"
 
 namespace glintro {
@@ -193,7 +195,7 @@ std::optional<std::string> shortcutTrigger(const KeyCombination& keys) {
     const bool isLetter = symbol >= 'a' && symbol <= 'z', isDigit = symbol >= '0' && symbol <= '9';
     if (isLetter || isDigit) key = static_cast<char>(symbol);
     if (symbol >= kFirstFunctionKey && symbol <= kLastFunctionKey) {
-        key = "F" + std::to_string(symbol - kFirstFunctionKey + 1);
+        key = fmt::format("F{}", symbol - kFirstFunctionKey + 1);
     }
     if (key.empty()) return std::nullopt;
     std::string trigger;

@@ -10,9 +10,10 @@ void PortalPointer::moved(std::optional<Point> position) {
 }
 
 Result<void> PortalPointer::start(PressHandler pressed) {
-    return presses_.start([this, pressed = std::move(pressed)](const InputPresses::Press& press) {
+    const auto placed = [this, pressed = std::move(pressed)](const InputPresses::Press& press) {
         if (const auto where = position()) pressed({press.button, *where, press.hostTime});
-    });
+    };
+    return presses_.start(placed, warned_);
 }
 
 void PortalPointer::stop() {

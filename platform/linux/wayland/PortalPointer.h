@@ -21,6 +21,7 @@ class PortalPointer final : public PointerSource {
     // From any thread: the newest position, on the desktop in points.
     void moved(std::optional<Point> position);
 
+    void setWarningHandler(const WarningHandler& warned) override { warned_ = warned; }
     Result<void> start(PressHandler pressed) override;
     void stop() override;
     std::optional<Point> position() override;
@@ -30,6 +31,7 @@ class PortalPointer final : public PointerSource {
     const ScreenCast::PointerMode mode_;
     std::mutex mutex_;
     std::optional<Point> position_; // under mutex_
+    WarningHandler warned_;         // of the thread that starts
     InputPresses presses_;
 };
 

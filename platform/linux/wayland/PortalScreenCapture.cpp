@@ -52,12 +52,16 @@ class PortalScreenCapture final : public ScreenCapture {
                                      : std::get<WindowFilter>(filter).window == kChosenWindow;
         if (!isKnown)
             return failure("The screen or window does not exist; on this desktop it is chosen in a dialog.");
-        const CastRequest request =
+        const auto area = display ? display->area : std::nullopt;
+        CastRequest request =
             this->request(display ? SharedSource::Kind::screen : SharedSource::Kind::window);
-        auto cast = ScreenCast::open(request, cancel);
-        if (!cast) return std::unexpected(cast.error());
-        choiceMade();
-        return PortalStream::open(std::move(*cast), display ? display->area : std::nullopt, request, cancel);
+        bool isRestored = false;
+        auto stream = openOnce(request, area, cancel, isRestored);
+        if (stream || !area || !isRestored || stream.error().isCancelled()) return stream;
+        // The area may lie on another screen than the one chosen before, which would come back each time
+        // without a question.
+        request.mayRestore = false;
+        return openOnce(request, area, cancel, isRestored);
     }
 
     void forgetChoice() override {
@@ -70,6 +74,16 @@ class PortalScreenCapture final : public ScreenCapture {
     }
 
   private:
+    // `isRestored`: whether the user may not have been asked.
+    Result<std::unique_ptr<ScreenStream>> openOnce(const CastRequest& request,
+                                                   const std::optional<Rect>& area,
+                                                   const std::stop_token& cancel, bool& isRestored) {
+        auto cast = ScreenCast::open(request, cancel);
+        if (!cast) return std::unexpected(cast.error());
+        choiceMade();
+        isRestored = (*cast)->isRestored();
+        return PortalStream::open(std::move(*cast), area, request, cancel);
+    }
     CastRequest request(SharedSource::Kind kind) {
         const std::scoped_lock lock(mutex_);
         return {kind, name_, mayRestore_};

@@ -76,11 +76,10 @@ void RestoreToken::save(const RememberedChoice& choice) const {
     }
     fs::create_directories(file_.parent_path(), ignored);
     fs::permissions(file_.parent_path(), fs::perms::owner_all, ignored);
-    // The text is written only once nobody else can open the file; replacing it keeps its permissions.
-    if (!fs::exists(file_, ignored) && !writeFile(file_, {})) return;
+    // Replacing a file keeps its permissions, and those of an old one may be wide.
     fs::permissions(file_, fs::perms::owner_read | fs::perms::owner_write, ignored);
     // Half a choice is none.
-    if (!writeFileAtomically(file_, textOf(choice))) fs::remove(file_, ignored);
+    if (!writeFileAtomically(file_, textOf(choice), Readers::owner)) fs::remove(file_, ignored);
 }
 
 } // namespace glintro

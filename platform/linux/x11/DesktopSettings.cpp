@@ -1,68 +1,21 @@
 #include "platform/linux/x11/DesktopSettings.h"
 
-#include <array>
 #include <cctype>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <memory>
-#include <sstream>
 #include <string_view>
 #include <system_error>
+
+#include "platform/linux/RunningDesktop.h"
 
 namespace glintro {
 namespace {
 
 namespace fs = std::filesystem;
 
-struct ClosePipe {
-    void operator()(std::FILE* pipe) const { ::pclose(pipe); }
-};
-
-std::string environment(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string() : std::string(value);
-}
-
 bool isFile(const fs::path& path) {
     std::error_code ignored;
     return fs::is_regular_file(path, ignored);
-}
-
-// XDG_CURRENT_DESKTOP lists names from the most to the least particular, as "ubuntu:GNOME".
-bool desktopIs(const std::string& name) {
-    std::istringstream names(environment("XDG_CURRENT_DESKTOP"));
-    for (std::string each; std::getline(names, each, ':');) {
-        if (each == name) return true;
-    }
-    return false;
-}
-
-// 'it\'s' or "it's" without quotes and backslashes.
-std::string unquoted(const std::string& text) {
-    const std::size_t end = text.find_last_of("'\"");
-    const std::size_t begin = text.find_first_of("'\"");
-    if (begin == std::string::npos || begin == end) return {};
-    std::string value;
-    for (std::size_t at = begin + 1; at < end; ++at) {
-        if (text[at] == '\\' && at + 1 < end) ++at;
-        value += text[at];
-    }
-    return value;
-}
-
-// Asked through the program, so that the settings' library and its message bus stay out of this process.
-std::string gnomeSetting(const std::string& schemaAndKey) {
-    const std::string command = "timeout 3 gsettings get org.gnome.desktop." + schemaAndKey + " 2>/dev/null";
-    const std::unique_ptr<std::FILE, ClosePipe> pipe(::popen(command.c_str(), "re"));
-    if (!pipe) return {};
-    std::string output;
-    std::array<char, 4096> block{};
-    while (const std::size_t count = std::fread(block.data(), 1, block.size(), pipe.get())) {
-        output.append(block.data(), count);
-    }
-    return unquoted(output);
 }
 
 // A picture that changes with the hours is a list of pictures: the first of them.
@@ -116,9 +69,9 @@ std::optional<fs::path> resolved(const fs::path& picture) {
 
 // Of the screens' pictures in the desktop's file of settings, the first that is there.
 std::optional<fs::path> kdePicture() {
-    const std::string configured = environment("XDG_CONFIG_HOME");
+    const std::string configured = environmentText("XDG_CONFIG_HOME");
     const fs::path folder =
-        configured.empty() ? fs::path(environment("HOME")) / ".config" : fs::path(configured);
+        configured.empty() ? fs::path(environmentText("HOME")) / ".config" : fs::path(configured);
     std::ifstream settings(folder / "plasma-org.kde.plasma.desktop-appletsrc");
     bool isPictureGroup = false;
     for (std::string line; std::getline(settings, line);) {

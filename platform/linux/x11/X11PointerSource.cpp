@@ -31,9 +31,11 @@ class X11PointerSource final : public PointerSource {
     WarningHandler warned_;
     std::unique_ptr<X11PressRecorder> recorder_; // of the thread that starts and stops
     // The lock is for position() on other threads while this one starts and stops.
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::optional<X11Connection> connection_;
-    std::optional<std::string> whyNoPresses_;
+    // Of its own: position() holds the other one for as long as a busy server does not answer.
+    mutable std::mutex whyMutex_;
+    std::optional<std::string> whyNoPresses_; // under whyMutex_
 };
 
 Result<void> X11PointerSource::start(PressHandler pressed) {
@@ -45,7 +47,7 @@ Result<void> X11PointerSource::start(PressHandler pressed) {
         connection_ = std::move(*connection);
     }
     auto recorder = X11PressRecorder::create(*connection_, scale_, {std::move(pressed), warned_});
-    const std::scoped_lock lock(mutex_);
+    const std::scoped_lock lock(whyMutex_);
     whyNoPresses_.reset();
     if (!recorder) {
         whyNoPresses_ = recorder.error().message;
@@ -75,7 +77,7 @@ std::optional<Point> X11PointerSource::position() {
 }
 
 std::optional<std::string> X11PointerSource::whyNoPresses() const {
-    const std::scoped_lock lock(mutex_);
+    const std::scoped_lock lock(whyMutex_);
     return whyNoPresses_;
 }
 

@@ -34,6 +34,7 @@ TEST(LibraryFolder, IsWhereTheUserKeepsVideos) {
     const Row rows[] = {
         {{{"GLINTRO_LIBRARY_DIR", "some/reels"}}, "", "some/reels"},
         {{{"GLINTRO_LIBRARY_DIR", "/r"}, {"XDG_VIDEOS_DIR", "/v"}}, "", "/r"},
+        {{{"GLINTRO_LIBRARY_DIR", "/x/lib/"}}, "", "/x/lib"},
         {{{"GLINTRO_LIBRARY_DIR", ""}, {"XDG_VIDEOS_DIR", "/v"}}, "", "/v/Glintro"},
         {{{"XDG_VIDEOS_DIR", "relative"}}, "", "~/Videos/Glintro"},
         {{}, "", "~/Videos/Glintro"},

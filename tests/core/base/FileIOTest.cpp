@@ -1,11 +1,17 @@
+#include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <random>
 
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -92,6 +98,44 @@ TEST(WriteFileAtomically, AFailureLeavesEverythingAsItWas) {
     EXPECT_EQ(intoFolder.error().message, "Couldn’t write “folder”.");
     EXPECT_FALSE(writeFileAtomically(folder / "missing" / "project.json", "bytes"));
     EXPECT_EQ(entriesIn(folder.path()), 2) << "no temporary file is left";
+}
+
+// Lets fchmod fail in this process from now on.
+bool refuseFchmod(int error) {
+    sock_filter program[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fchmod, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter{4, program};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0
+           && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+}
+
+// Cameras, phones and network shares have no permissions to keep.
+TEST(WriteFileAtomically, SucceedsWhereAFileSystemHasNoPermissions) {
+    const TemporaryFolder folder;
+    const fs::path file = folder / "project.json";
+    const struct {
+        mode_t mode; // a new file has 0644
+        int error;
+        bool succeeds;
+    } rows[] = {{0640, EPERM, true},
+                {0640, ENOSYS, true},
+                {0640, ENOTSUP, true},
+                {0644, EIO, true},
+                {0640, EIO, false}};
+    for (const auto& row : rows) {
+        ASSERT_TRUE(writeFile(file, "the old bytes"));
+        ASSERT_EQ(::chmod(file.c_str(), row.mode), 0);
+        const bool succeeds = succeedsWithFileLimit(RLIM_INFINITY, [&] {
+            ::umask(022);
+            return refuseFchmod(row.error) && writeFileAtomically(file, "the new bytes").has_value();
+        });
+        EXPECT_EQ(succeeds, row.succeeds) << row.error;
+        EXPECT_EQ(contentOf(file), row.succeeds ? "the new bytes" : "the old bytes") << row.error;
+    }
 }
 
 // Each process writes whole files of one letter until it is killed; whatever the moment, the file left behind

@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <exception>
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "core/render/FrameRenderer.h"
 #include "core/render/Preview.h"
@@ -184,6 +186,27 @@ TEST(FrameRenderer, ThreadsShareOneRenderer) {
 }
 
 // The blur reaches into what of the picture lies beyond the canvas.
+TEST(FrameRenderer, DrawsAgainOnceThereIsMemory) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "The sanitizer ends the process that gets no memory.";
+#endif
+    constexpr PixelSize kLarge{7680, 4320}; // its planes are mapped, not taken from freed memory
+    const FrameRenderer renderer = rendererOf(ProjectSettings());
+    rlimit usual{};
+    ASSERT_EQ(::getrlimit(RLIMIT_AS, &usual), 0);
+    const rlimit scarce{1, usual.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &scarce), 0);
+    bool hasFailed = false;
+    try {
+        renderer.layers(PixelLayout::yuv420, kLarge);
+    } catch (const std::exception&) {
+        hasFailed = true;
+    }
+    ASSERT_EQ(::setrlimit(RLIMIT_AS, &usual), 0);
+    EXPECT_TRUE(hasFailed);
+    EXPECT_NO_THROW(EXPECT_NE(renderer.layers(PixelLayout::yuv420, kLarge), nullptr));
+}
+
 TEST(FrameRenderer, WallpaperIsBlurredBeforeItIsCropped) {
     auto picture = std::make_shared<BgraImage>(PixelSize{960, 960});
     const int cropped = (960 - kCanvas.height) / 2;

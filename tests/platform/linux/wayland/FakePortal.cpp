@@ -1,9 +1,14 @@
 #include "tests/platform/linux/wayland/FakePortal.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "core/base/FileDescriptor.h"
 #include "tests/support/WaitUntil.h"
 
 namespace glintro::test {
@@ -120,7 +125,7 @@ int FakePortal::handle(sd_bus_message* message) {
         calls_.push_back(call);
     }
     if (method == "SelectSources") hasToken_ = call.options.contains("restore_token");
-    if (method == "OpenPipeWireRemote") return sd_bus_reply_method_return(message, "h", 0);
+    if (method == "OpenPipeWireRemote") return answerRemote(message);
     if (kLeading.contains(method)) return answerRequest(message, call);
     return sd_bus_reply_method_return(message, "");
 }
@@ -178,6 +183,17 @@ void FakePortal::respond(const std::string& path, const std::string& method, std
     sendSource(path, hasToken_ ? behaviour_.restored.value_or(behaviour_.shared) : behaviour_.shared);
 }
 
+int FakePortal::answerRemote(sd_bus_message* message) const {
+    if (behaviour_.pipeWire.empty()) return sd_bus_reply_method_return(message, "h", 0);
+    const FileDescriptor remote(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    behaviour_.pipeWire.native().copy(address.sun_path, sizeof address.sun_path - 1);
+    if (::connect(remote.value(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        return -errno;
+    return sd_bus_reply_method_return(message, "h", remote.value());
+}
+
 int FakePortal::sendSource(const std::string& path, const SharedSource& source) {
     sd_bus_message* made = nullptr;
     sd_bus_message_new_signal(bus_.get(), &made, path.c_str(), "org.freedesktop.portal.Request", "Response");
@@ -189,7 +205,7 @@ int FakePortal::sendSource(const std::string& path, const SharedSource& source) 
     sd_bus_message_append(made, "s", "streams");
     for (const auto& [type, contents] : {std::pair{'v', "a(ua{sv})"}, {'a', "(ua{sv})"}, {'r', "ua{sv}"}})
         sd_bus_message_open_container(made, type, contents);
-    sd_bus_message_append(made, "u", std::uint32_t{42});
+    sd_bus_message_append(made, "u", behaviour_.node);
     sd_bus_message_open_container(made, 'a', "{sv}");
     if (source.kind != SharedSource::Kind::unknown)
         sd_bus_message_append(made, "{sv}", "source_type", "u", static_cast<std::uint32_t>(source.kind));

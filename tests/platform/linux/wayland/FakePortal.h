@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -39,6 +40,8 @@ class FakePortal {
         std::string trigger = "Meta+Alt+R";              // of the shortcut “record”; "" for none
         SharedSource shared = {SharedSource::Kind::unknown, "", Point{1920, 30}, Size{1600, 900}};
         std::optional<SharedSource> restored = {}; // instead, when a token asks for it
+        std::uint32_t node = 42;                   // of the pictures
+        std::filesystem::path pipeWire = {};       // the daemon's socket; none when empty
     };
     struct Call {
         std::string method;
@@ -60,6 +63,7 @@ class FakePortal {
     int answerProperty(sd_bus_message* message);
     int answerRequest(sd_bus_message* message, const Call& call);
     void respond(const std::string& path, const std::string& method, std::uint32_t verdict);
+    int answerRemote(sd_bus_message* message) const;
     int sendSource(const std::string& path, const SharedSource& source);
     Call read(sd_bus_message* message);
 

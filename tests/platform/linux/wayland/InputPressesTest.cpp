@@ -237,7 +237,7 @@ TEST(PointerSettings, AreThoseOfGnome) {
     const ScopedEnvironment path("PATH", folder.path().string() + ":" + std::getenv("PATH"));
     std::ofstream(folder / "gsettings") << "#!/bin/sh\ncat \"$(dirname $0)/$2 $3\"\n";
     fs::permissions(folder / "gsettings", fs::perms::owner_all);
-    EXPECT_EQ(desktopPointerSettings(touchpad), PointerSettings()) << "nothing known";
+    EXPECT_EQ(DesktopPointerSettings::ofDesktop().settingsOf(touchpad), PointerSettings()) << "nothing known";
     const std::string peripherals = "org.gnome.desktop.peripherals.";
     const auto set = [&](const std::string& key, const std::string& value) {
         std::ofstream(folder / (peripherals + key)) << value << '\n';
@@ -246,11 +246,12 @@ TEST(PointerSettings, AreThoseOfGnome) {
     set("touchpad left-handed", "'right'");
     set("touchpad tap-to-click", "false");
     set("touchpad click-method", "'fingers'");
-    EXPECT_EQ(desktopPointerSettings(mouse), (PointerSettings{.isLeftHanded = true}));
-    EXPECT_EQ(desktopPointerSettings(touchpad),
+    const auto settings = DesktopPointerSettings::ofDesktop();
+    EXPECT_EQ(settings.settingsOf(mouse), (PointerSettings{.isLeftHanded = true}));
+    EXPECT_EQ(settings.settingsOf(touchpad),
               (PointerSettings{false, false, PointerSettings::ClickMethod::fingers}));
     set("touchpad left-handed", "'mouse'");
-    EXPECT_TRUE(desktopPointerSettings(touchpad).isLeftHanded);
+    EXPECT_TRUE(DesktopPointerSettings::ofDesktop().settingsOf(touchpad).isLeftHanded);
 }
 
 } // namespace

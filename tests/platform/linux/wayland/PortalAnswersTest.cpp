@@ -6,12 +6,15 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <spa/param/video/raw.h>
 
 #include "platform/linux/wayland/PortalHotKey.h"
 #include "platform/linux/wayland/PortalPointer.h"
 #include "platform/linux/wayland/ScreenCast.h"
 #include "platform/linux/wayland/WaylandDesktop.h"
 #include "tests/platform/linux/wayland/FakePortal.h"
+#include "tests/platform/linux/wayland/ScreenNode.h"
+#include "tests/support/SoundSession.h"
 #include "tests/support/WaitUntil.h"
 
 namespace glintro {
@@ -20,6 +23,9 @@ namespace {
 using test::FakePortal;
 using test::PrivateBus;
 using test::ScopedEnvironment;
+using test::ScreenNode;
+using test::SoundServer;
+using test::SoundSession;
 using test::waitUntil;
 
 using Kind = SharedSource::Kind;
@@ -229,6 +235,52 @@ TEST_F(PortalAnswers, TellWhereTheScreenIsAndWhenTheDesktopEndsTheSession) {
     ASSERT_TRUE(ScreenCast::open({}, {}));
     // A session that the desktop has ended is not there to be closed; the other one is.
     EXPECT_TRUE(waitUntil([&] { return portal.calls("Close").size() == 1; }));
+}
+
+TEST_F(PortalAnswers, AreAskedForAgainWhereTheAreaIsNotOnTheScreenThatIsRestored) {
+    using Tokens = std::vector<std::string>;
+    if (const auto missing = SoundSession::missing(SoundServer::pipeWire)) GTEST_SKIP() << *missing;
+    const SoundSession session(SoundServer::pipeWire);
+    const std::filesystem::path folder = session.folder().path();
+    const ScopedEnvironment daemon("PIPEWIRE_RUNTIME_DIR", folder.string());
+    ScreenNode node({1600, 900}, SPA_VIDEO_FORMAT_BGRx);
+    const SharedSource left{Kind::screen, "", Point{0, 0}, Size{1600, 900}};
+    const SharedSource right{Kind::screen, "", Point{1920, 30}, Size{1600, 900}};
+    const struct {
+        const char* token;
+        SharedSource restored;
+        Rect area; // on the desktop
+        Tokens tokens;
+        bool succeeds;
+    } rows[] = {{"old", right, {1930, 40, 300, 200}, {"old"}, true},
+                {"old", left, {3220, 730, 300, 200}, {"old", ""}, true},
+                {"old", right, {10, 40, 300, 200}, {"old", ""}, false},
+                {"old", right, {3300, 40, 300, 200}, {"old", ""}, false},
+                {"", right, {1930, 20, 300, 200}, {""}, false},
+                {"", right, {1930, 40, 0, 0}, {""}, false}};
+    for (const auto& row : rows) {
+        remember(row.token);
+        FakePortal portal({.properties = kScreenCast,
+                           .verdicts = {},
+                           .shared = right,
+                           .restored = row.restored,
+                           .node = node.id(),
+                           .pipeWire = folder / "pipewire-0"});
+        auto opened = std::async(std::launch::async, [&] {
+            return createPortalScreenCapture()->open(DisplayFilter{1, row.area}, {});
+        });
+        while (opened.wait_for(std::chrono::milliseconds(50)) != std::future_status::ready) node.trySend(1);
+        const auto stream = opened.get();
+        EXPECT_EQ(tokensTried(portal), row.tokens) << row.area.x;
+        EXPECT_EQ(stream.has_value(), row.succeeds) << row.area.x;
+        if (stream) {
+            EXPECT_EQ((*stream)->frame(), row.area);
+            EXPECT_EQ((*stream)->pixelSize(), (PixelSize{300, 200}));
+        } else {
+            EXPECT_EQ(stream.error().message,
+                      "The area lies outside of the screen that is shared; choose it again.");
+        }
+    }
 }
 
 TEST_F(PortalAnswers, WaitForTheUserUntilTheQuestionIsTakenBackOrThePortalDies) {

@@ -104,14 +104,6 @@ TEST(PortalScreen, RecordsAnAreaOfTheScreen) {
     insideWaylandSession([] {
         WaylandWindow window({});
         window.show({{{0, 0, 1280, 720}, kGrey}, {{200, 100, 300, 200}, kRed}});
-        const Rect outside[] = {
-            {1000, 0, 300, 200}, {0, -10, 100, 100}, {2000, 2000, 10, 10}, {10, 10, 0, 0}};
-        for (const Rect& area : outside) {
-            const auto refused = openScreen(area);
-            ASSERT_FALSE(refused) << area.x;
-            EXPECT_EQ(refused.error().message,
-                      "The area lies outside of the screen that is shared; choose it again.");
-        }
         auto stream = openScreen(Rect{200, 100, 300, 200});
         ASSERT_TRUE(stream) << stream.error().message << stream.error().detail;
         EXPECT_EQ((*stream)->pixelSize(), (PixelSize{300, 200}));

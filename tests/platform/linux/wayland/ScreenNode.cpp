@@ -107,18 +107,20 @@ void ScreenNode::describeBuffers() {
 }
 
 void ScreenNode::send(std::uint8_t value, const std::function<void(const Sheet&)>& write) {
-    const auto isSent = [&] {
-        const std::scoped_lock lock(*connection_);
-        pw_buffer* taken = pw_stream_dequeue_buffer(stream_.get());
-        if (!taken) return false;
-        // A buffer from before a resize is of no use, and goes back empty.
-        const bool fits = taken->buffer->datas[0].maxsize >= bytes();
-        if (fits) fill(*taken->buffer, value, write);
-        pw_stream_queue_buffer(stream_.get(), taken);
-        pw_stream_trigger_process(stream_.get());
-        return fits;
-    };
-    if (!waitUntil(isSent)) throw std::runtime_error("nobody takes the picture");
+    if (!waitUntil([&] { return trySend(value, write); }))
+        throw std::runtime_error("nobody takes the picture");
+}
+
+bool ScreenNode::trySend(std::uint8_t value, const std::function<void(const Sheet&)>& write) {
+    const std::scoped_lock lock(*connection_);
+    pw_buffer* taken = pw_stream_dequeue_buffer(stream_.get());
+    if (!taken) return false;
+    // A buffer from before a resize is of no use, and goes back empty.
+    const bool fits = taken->buffer->datas[0].maxsize >= bytes();
+    if (fits) fill(*taken->buffer, value, write);
+    pw_stream_queue_buffer(stream_.get(), taken);
+    pw_stream_trigger_process(stream_.get());
+    return fits;
 }
 
 void ScreenNode::fill(spa_buffer& buffer, std::uint8_t value,

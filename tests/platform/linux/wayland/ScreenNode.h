@@ -33,6 +33,8 @@ class ScreenNode {
     // Sends one picture of one value in all bytes, as soon as somebody looks; `write` changes what goes with
     // it.
     void send(std::uint8_t value, const std::function<void(const Sheet&)>& write = {});
+    // The same if somebody looks now; else false.
+    bool trySend(std::uint8_t value, const std::function<void(const Sheet&)>& write = {});
 
   private:
     static const pw_stream_events kEvents;

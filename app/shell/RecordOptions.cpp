@@ -40,8 +40,8 @@ CLI::Option* addArea(CLI::App& app, std::optional<Rect>& value) {
             reject(fmt::format("--area expects four numbers such as 100,80,1280,720, not “{}”.", text));
     };
     return addText(app, "--area", parse,
-                   "A part of the desktop, in points from its top left corner; across displays, the part "
-                   "on the one that shows most of it")
+                   "A part of the desktop, in points from its top left\ncorner; across displays, the part on "
+                   "the one that\nshows most of it")
         ->type_name("X,Y,W,H");
 }
 

@@ -168,13 +168,4 @@ void StaticLayers::roundCorners(PictureBuffer& canvas) const {
     }
 }
 
-StaticLayers::Shared StaticLayers::sharedWith(const StaticLayers& other) const {
-    return {.cover = cover_ && cover_ == other.cover_,
-            .blurred = blurred_ && blurred_ == other.blurred_,
-            .shadow = shadow_ && shadow_ == other.shadow_,
-            .backdrop = backdrop_ == other.backdrop_,
-            .corners = corners_ == other.corners_,
-            .bubble = bubble_ && bubble_ == other.bubble_};
-}
-
 } // namespace glintro

@@ -54,18 +54,6 @@ class StaticLayers {
     // Puts the backdrop back over a drawn recording outside its rounded corners.
     void roundCorners(PictureBuffer& canvas) const;
 
-    // Which pieces two layers share.
-    struct Shared {
-        bool cover = false;
-        bool blurred = false;
-        bool shadow = false;
-        bool backdrop = false;
-        bool corners = false;
-        bool bubble = false;
-        bool operator==(const Shared&) const = default;
-    };
-    Shared sharedWith(const StaticLayers& other) const;
-
   private:
     struct CoverKey {
         std::shared_ptr<const BgraImage> picture;

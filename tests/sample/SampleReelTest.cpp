@@ -1,4 +1,3 @@
-#include <cmath>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -90,17 +89,6 @@ TEST(SampleReelTest, LeavesFoldersOfOthersAlone) {
     EXPECT_EQ(contents(folder / "raw.mov"), "precious");
 }
 
-TEST(SampleReelTest, ACancelledRunLeavesNothingBehind) {
-    for (const double until : {0.0, 0.5, 0.95}) {
-        const TemporaryFolder temporary;
-        const auto made = makeSample(temporary / "new" / "reel", small(1.5),
-                                     [until](double fraction) { return fraction < until; });
-        ASSERT_FALSE(made);
-        EXPECT_TRUE(made.error().isCancelled());
-        EXPECT_TRUE(fs::is_empty(temporary.path())) << until;
-    }
-}
-
 TEST(SampleReelTest, TakesUpTheFolderOfARunThatWasKilled) {
     const TemporaryFolder temporary;
     const fs::path folder = temporary / "reel";
@@ -114,24 +102,6 @@ TEST(SampleReelTest, TakesUpTheFolderOfARunThatWasKilled) {
     ASSERT_TRUE(makeSample(copy, small(1.5), goOn));
     EXPECT_EQ(contents(copy / "raw.mov"), contents(folder / "raw.mov"));
     EXPECT_EQ(std::distance(fs::directory_iterator(copy), {}), 4);
-}
-
-TEST(SampleReelTest, RefusesWhatIsOutOfRange) {
-    const TemporaryFolder temporary;
-    std::vector<SampleOptions> rows(7, small(1));
-    rows[0].seconds = 0.1;
-    rows[1].seconds = std::nan("");
-    rows[2].seconds = 1e9;
-    rows[3].size = {321, 200};
-    rows[4].size = {320, 0};
-    rows[5].size = {320, 20000};
-    rows[6].fps = 0;
-    for (const SampleOptions& options : rows) {
-        const auto made = makeSample(temporary / "reel", options, goOn);
-        ASSERT_FALSE(made);
-        EXPECT_FALSE(made.error().message.empty());
-        EXPECT_TRUE(fs::is_empty(temporary.path()));
-    }
 }
 
 } // namespace

@@ -55,47 +55,6 @@ TEST(SampleScriptTest, EveryPressHitsSomethingAndLiesOnThePointersPath) {
     }
 }
 
-TEST(SampleScriptTest, AddsTasksAndMovesCards) {
-    const AppLayout layout(kSize);
-    AppState state(layout);
-    const std::size_t before = state.tasks.size();
-    const auto columns = state.columns;
-    for (const InputEvent& input : writeScript(layout, 90, 3).inputs) state.receive(input);
-    EXPECT_GT(state.tasks.size(), before);
-    EXPECT_NE(state.columns, columns);
-    EXPECT_FALSE(state.dialogOpen);
-    EXPECT_FALSE(state.drag);
-}
-
-TEST(SampleScriptTest, NoSceneIsCutOffAtTheEnd) {
-    const AppLayout layout(kSize);
-    for (const double duration : {0.5, 3.0, 8.0, 20.0, 45.0}) {
-        const SampleScript script = writeScript(layout, duration, 11);
-        AppState state(layout);
-        for (const InputEvent& input : script.inputs) {
-            EXPECT_LT(input.time, duration);
-            state.receive(input);
-        }
-        EXPECT_FALSE(state.dialogOpen || state.menuOpen || state.drag) << duration;
-    }
-}
-
-TEST(ScreenRecordingTest, EventsAscendWithinTheTakeAndClicksLieInside) {
-    for (const PixelSize size : {PixelSize{320, 200}, PixelSize{1080, 1920}, PixelSize{2560, 720}}) {
-        const ScreenRecording screen(size, 30, 4);
-        const RecordingEvents events = screen.events();
-        EXPECT_TRUE(std::ranges::is_sorted(events.cursor, {}, &EventSample::sourceTime));
-        EXPECT_TRUE(std::ranges::is_sorted(events.clicks, {}, &EventSample::sourceTime));
-        EXPECT_GE(events.cursor.front().sourceTime(), -0.2);
-        EXPECT_LE(events.cursor.back().sourceTime(), 30.2);
-        EXPECT_GT(events.cursor.size(), 30U * 60U);
-        for (const EventSample& click : events.clicks) {
-            EXPECT_TRUE(contains({0, 0, 1, 1}, click.position()));
-            EXPECT_TRUE(click.sourceTime() >= 0 && click.sourceTime() <= 30);
-        }
-    }
-}
-
 TEST(ScreenRecordingTest, RedrawingOnlyWhatChangedEqualsDrawingEverything) {
     ScreenRecording recording(kSize, 60, 2);
     const AppLayout& layout = recording.layout();
@@ -111,16 +70,6 @@ TEST(ScreenRecordingTest, RedrawingOnlyWhatChangedEqualsDrawingEverything) {
         fresh.paint(state, AppFrame::evaluate(state, time, recording.script().path.at(time)));
         ASSERT_LE(largestDifference(recording.canvas(), fresh.canvas()), 2) << "at " << time;
     }
-}
-
-TEST(ScreenRecordingTest, StillStretchesHoldTheirPicture) {
-    ScreenRecording recording(kSize, 60, 2);
-    int changes = 0;
-    for (int frame = 0; frame < 60 * 60; ++frame) {
-        changes += recording.advance(frame / 60.0) == ScreenRecording::Change::some ? 1 : 0;
-    }
-    EXPECT_GT(changes, 400);
-    EXPECT_LT(changes, 60 * 60 * 2 / 3);
 }
 
 } // namespace

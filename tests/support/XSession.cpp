@@ -157,11 +157,6 @@ void XInjector::click(std::uint8_t button) {
     release(button);
 }
 
-void XInjector::grabServer() {
-    xcb_grab_server(connection_.get());
-    synchronise(connection_.get());
-}
-
 static std::uint8_t keyCodeOf(xcb_connection_t* connection, std::uint32_t keySymbol) {
     xcb_key_symbols_t* symbols = xcb_key_symbols_alloc(connection);
     const Reply<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols, keySymbol));

@@ -37,8 +37,6 @@ class XInjector {
     void press(std::uint8_t button);
     void release(std::uint8_t button);
     void click(std::uint8_t button);
-    // The server serves nobody else as long as this lives.
-    void grabServer();
     // The first key of the keyboard that carries the symbol; throws when there is none.
     void pressKey(std::uint32_t keySymbol);
     void releaseKey(std::uint32_t keySymbol);

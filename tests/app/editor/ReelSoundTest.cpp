@@ -121,35 +121,6 @@ void expectInSync(const std::vector<Seconds>& heard, const std::vector<Seconds>&
         EXPECT_NEAR(heard[i], expected[i], kInSync) << "click " << i;
 }
 
-TEST_F(ReelSoundTest, EveryClickIsHeardAtItsTimeAfterSeeksAndChangesOfRate) {
-    struct Row {
-        const char* what;
-        Seconds from;
-        Seconds to;
-        double rate;
-    };
-    const Row rows[] = {
-        {"from the beginning", 0, 2.6, 1},    {"ahead, into a speed-up", 2.9, 4.1, 1},
-        {"back, across a cut", 0.42, 1.8, 1}, {"back to the beginning", 0, 0.5, 1},
-        {"twice as fast", 1.7, 6.0, 2},       {"slowly, from inside a slow piece", 5.55, 6.8, 0.5},
-        {"to the end", 7.4, 99, 1},
-    };
-    ReelSound sound(movie, map());
-    sound.play();
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        Listener listener(sound);
-        sound.setRate(row.rate);
-        sound.seek(row.from);
-        EXPECT_EQ(sound.heardTime(), row.from);
-        listener.listenUntil(row.to);
-        expectInSync(listener.clicks, expectedClicks(row.from, sound.heardTime() - 0.006));
-    }
-    EXPECT_TRUE(sound.hasEnded());
-    EXPECT_NEAR(sound.heardTime(), map().compDuration(), 0.001);
-    EXPECT_FALSE(sound.failure());
-}
-
 TEST_F(ReelSoundTest, AChangeOfRateOrCutGoesOnWithoutLosingAClick) {
     ReelSound sound(movie, map());
     Listener listener(sound);

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <fstream>
 
 #include <gtest/gtest.h>
@@ -65,34 +63,6 @@ TEST(CaptureEngine, HoldsTheLastPictureUntilTheStopOnlyWhenItIsYoung) {
             EXPECT_GE(duration, 0.5);
             EXPECT_LE(duration, 0.6) << "the last frame is still seen, but not for long";
         }
-    }
-}
-
-TEST(CaptureEngine, WritesTheMovieInTheCodecAndSizeAskedFor) {
-    struct Row {
-        PixelSize size;
-        bool hevc;
-        bool mic;
-        PixelSize written;
-        const char* codec;
-    };
-    for (const Row& row : {Row{{1513, 983}, false, false, {1512, 982}, "h264"},
-                           Row{{321, 200}, true, true, {320, 200}, "hevc"}}) {
-        TakeFixture take({.pixelSize = row.size, .hevc = row.hevc, .mic = row.mic});
-        ASSERT_TRUE(take.start());
-        const Seconds now = hostTime();
-        take.show(200, now - 0.2);
-        take.show(100, now - 0.1);
-        const CaptureResult result = take.engine->stop();
-        EXPECT_TRUE(result.hasFrames);
-        EXPECT_EQ(result.hasAudio, row.mic);
-        EXPECT_FALSE(result.hasCamera);
-        EXPECT_EQ(probe(take.rawMovie(), "v", "codec_name"), row.codec);
-        EXPECT_EQ(probe(take.rawMovie(), "v", "width"), std::to_string(row.written.width));
-        EXPECT_EQ(probe(take.rawMovie(), "v", "height"), std::to_string(row.written.height));
-        EXPECT_EQ(probe(take.rawMovie(), "a", "codec_name,sample_rate,channels"),
-                  row.mic ? "aac\n48000\n1" : "");
-        EXPECT_NEAR(lumasAt(take.rawMovie(), {0})[0], lumaOf(200), 4);
     }
 }
 
@@ -166,86 +136,6 @@ TEST(CaptureEngine, KeepsAMovieWhosePicturesAreNotYetSafe) {
     EXPECT_TRUE(holdsMedia(take.rawMovie()));
 }
 
-TEST(CaptureEngine, LeavesNothingOfATakeWithoutAPicture) {
-    TakeFixture take({.pixelSize = kSmall, .mic = true, .camera = true});
-    ASSERT_TRUE(take.start());
-    const CaptureResult result = take.engine->stop();
-    EXPECT_FALSE(result.hasFrames);
-    EXPECT_FALSE(result.hasCamera);
-    EXPECT_EQ(result.firstShiftedTime, 0);
-    EXPECT_FALSE(std::filesystem::exists(take.rawMovie()));
-    EXPECT_FALSE(std::filesystem::exists(take.cameraMovie()));
-}
-
-TEST(CaptureEngine, FailsToStartWithTheReasonAndLeavesNothing) {
-    TakeFixture refused({.pixelSize = kSmall});
-    auto stream = std::make_unique<FakeStream>(kSmall);
-    stream->refusal = Failure{"The screen can’t be recorded.", "refused", 7};
-    ASSERT_TRUE(refused.engine->prepare(std::move(stream), {.pixelSize = kSmall}));
-    const auto result = refused.engine->start();
-    ASSERT_FALSE(result);
-    EXPECT_EQ(result.error(), (Failure{"The screen can’t be recorded.", "refused", 7}));
-    EXPECT_FALSE(std::filesystem::exists(refused.rawMovie()));
-
-    TakeFixture empty({.pixelSize = {1, 1}});
-    EXPECT_FALSE(empty.start());
-}
-
-// A block of a microphone whose clock is off: bursts at some times after `begin`, silence otherwise.
-std::vector<float> soundOfClicks(Seconds time, double slowness, std::span<const Seconds> clicks) {
-    std::vector<float> samples(kSoundRate / 50);
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const Seconds heard = time + static_cast<double>(i) / kSoundRate * (1 + slowness);
-        for (const Seconds click : clicks)
-            if (std::abs(heard - click) < 0.001) samples[i] = 0.8F;
-    }
-    return samples;
-}
-
-// Bursts in the sound where the picture turns white, through a pause.
-TEST(CaptureEngine, KeepsSoundAndPictureTogetherBeforeAndAfterAPause) {
-    TakeFixture take({.pixelSize = kSmall, .mic = true});
-    ASSERT_TRUE(take.start());
-    constexpr double kSlowness = 200e-6;
-    const std::array clicks = {0.2, 0.4, 0.7, 0.85};
-    const Seconds begin = hostTime() - 0.2;
-    Seconds heard = -0.1;
-    const auto hearUntil = [&](Seconds until) {
-        for (int block = 0; heard < until; ++block, heard += (1 + kSlowness) / 50)
-            take.sound.speak(soundOfClicks(heard, kSlowness, clicks),
-                             begin + heard + (block % 3 - 1) * 0.004);
-    };
-    hearUntil(0);
-    take.show(0, begin);
-    for (const Seconds click : clicks) {
-        if (click == 0.7) {
-            take.engine->pause(begin + 0.5);
-            take.engine->resume(begin + 0.65);
-        }
-        hearUntil(click);
-        take.show(255, begin + click);
-        take.show(0, begin + click + 0.02);
-    }
-    hearUntil(0.9);
-    ASSERT_TRUE(isReached(begin + 0.9));
-    EXPECT_TRUE(take.engine->stop().hasAudio);
-
-    const auto track = SoundTrack::open(take.rawMovie());
-    ASSERT_TRUE(track) << track.error().message;
-    std::vector<float> sound(2 * kSoundRate);
-    ASSERT_TRUE((*track)->read(0, sound));
-    for (const Seconds click : {0.2, 0.4, 0.55, 0.7}) {
-        const auto at = [&](Seconds time) { return sound.begin() + static_cast<int>(time * kSoundRate) * 2; };
-        const auto loudest = std::max_element(at(click - 0.07), at(click + 0.07));
-        EXPECT_GT(*loudest, 0.3F) << click;
-        const Seconds found = static_cast<double>(loudest - sound.begin()) / 2 / kSoundRate;
-        EXPECT_NEAR(found, click, 0.02);
-        EXPECT_NEAR(lumasAt(take.rawMovie(), {click + 0.01})[0], lumaOf(255), 6) << click;
-        EXPECT_NEAR(lumasAt(take.rawMovie(), {click - 0.01})[0], lumaOf(0), 6) << click;
-    }
-    EXPECT_NEAR(trackDuration(take.rawMovie(), "a"), trackDuration(take.rawMovie(), "v"), 0.03);
-}
-
 TEST(CaptureEngine, GoesOnInSilenceWithoutAMicrophoneOrAfterItIsGone) {
     for (const bool exists : {false, true}) {
         TakeFixture take({.pixelSize = kSmall, .mic = true});
@@ -300,24 +190,6 @@ TEST(CaptureEngine, WritesTheCameraBesideTheScreenAndTellsHowMuchLaterItBegan) {
         // Both end together.
         EXPECT_NEAR(trackDuration(take.cameraMovie(), "v") + result.cameraOffset,
                     trackDuration(take.rawMovie(), "v"), 0.005);
-    }
-}
-
-TEST(CaptureEngine, GoesOnWithoutACamera) {
-    for (const bool exists : {false, true}) {
-        TakeFixture take({.pixelSize = kSmall, .camera = true});
-        take.cameras.exists = exists;
-        ASSERT_TRUE(take.start());
-        take.show(40, hostTime() - 0.1);
-        take.cameras.unplug();
-        const CaptureResult result = take.engine->stop();
-        EXPECT_TRUE(result.hasFrames);
-        EXPECT_FALSE(result.hasCamera);
-        EXPECT_EQ(result.cameraOffset, 0);
-        EXPECT_EQ(take.notices(),
-                  std::vector<std::string>{exists ? "The camera stopped, so the recording goes on without it."
-                                                  : "No camera was found."});
-        EXPECT_FALSE(std::filesystem::exists(take.cameraMovie()));
     }
 }
 

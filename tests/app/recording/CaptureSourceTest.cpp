@@ -33,19 +33,6 @@ TEST(CaptureSource, OffersWindowsWorthRecording) {
     }
 }
 
-TEST(CaptureSource, CallsSourcesByNamesPeopleKnow) {
-    const ShareableContent content{
-        .displays = {{5, "HDMI-1", {0, 0, 1920, 1080}, 1}, {9, "", {1920, 0, 1280, 720.4}, 2}},
-        .windows = {{3, "", "Editor", 7, 0, {0, 0, 400, 300}},
-                    {4, "Notes", "Editor", 7, 0, {0, 0, 400, 300}}}};
-    const QList<CaptureSource> displays{{Kind::display(5), "HDMI-1", "1920 × 1080"},
-                                        {Kind::display(9), "Display 2", "1280 × 720"}};
-    const QList<CaptureSource> windows{{Kind::window(3), "Editor", "Editor"},
-                                       {Kind::window(4), "Notes", "Editor"}};
-    EXPECT_EQ(displaySources(content), displays);
-    EXPECT_EQ(windowSources(content, 1), windows);
-}
-
 TEST(CaptureSource, PutsAnAreaOnTheDisplayThatShowsMostOfIt) {
     const ShareableContent content{
         .displays = {{1, "left", {0, 0, 1920, 1080}, 1}, {2, "right", {1920, 200, 1536.5, 864}, 1.25}},

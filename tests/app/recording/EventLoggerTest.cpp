@@ -17,7 +17,6 @@ using test::waitUntil;
 class HandPointer final : public PointerSource {
   public:
     Result<void> start(PressHandler pressed) override {
-        if (isLost) return failure("There is no pointer here.");
         pressed_ = std::move(pressed);
         return {};
     }
@@ -35,7 +34,6 @@ class HandPointer final : public PointerSource {
     void press(const PointerPress& press) const { pressed_(press); }
     bool isWatched() const { return pressed_ != nullptr; }
 
-    bool isLost = false;
     std::atomic<int> asked = 0;
 
   private:
@@ -118,21 +116,6 @@ TEST_F(EventLoggerTest, SamplesThePointerAllTheTime) {
     EXPECT_TRUE(logged.clicks.empty());
     const int asked = pointer.asked;
     EXPECT_FALSE(waitUntil([&] { return pointer.asked != asked; }, std::chrono::milliseconds(50)));
-}
-
-TEST_F(EventLoggerTest, SaysWhenThePointerCannotBeFollowed) {
-    pointer.isLost = true;
-    EXPECT_FALSE(logger.start([] { return Rect{0, 0, 1, 1}; }, pointer, *journal));
-    EXPECT_EQ(finish(), TakeRecord());
-}
-
-TEST_F(EventLoggerTest, LeavesThePointerWhenItGoes) {
-    {
-        EventLogger passing;
-        ASSERT_TRUE(passing.start([] { return Rect{0, 0, 1, 1}; }, pointer, *journal));
-        EXPECT_TRUE(pointer.isWatched());
-    }
-    EXPECT_FALSE(pointer.isWatched());
 }
 
 } // namespace

@@ -64,7 +64,6 @@ class FakeStream : public ScreenStream {
     Result<void> start(const StreamConfiguration&, StreamHandlers handlers) override {
         {
             const std::lock_guard guard(lock_);
-            if (refusal) return std::unexpected(*refusal);
             handlers_ = std::move(handlers);
         }
         for (ScreenFrame& frame : atOnce) show(std::move(frame));
@@ -84,7 +83,6 @@ class FakeStream : public ScreenStream {
         if (handlers_.stopped) handlers_.stopped(failure);
     }
 
-    std::optional<Failure> refusal;
     std::vector<ScreenFrame> atOnce; // what comes while it is being started
 
   private:

@@ -190,39 +190,6 @@ TEST(ScreenTrack, KeepsHalfASecondOfFramesWhileTheEncoderStalls) {
     EXPECT_EQ(track.video().writtenFrames(), 30);
 }
 
-TEST(VideoTrack, ReleasesABufferBeforeItsPictureIsEncodedAndRefusesWhileTheQueueIsFull) {
-    const TemporaryFolder folder;
-    const PixelSize size{64, 64};
-    const auto writer = openWriter(folder / "raw.mov", size);
-    PictureBuffer picture = converted(Screen(size), size);
-    VideoTrack track(
-        *writer, 60, [](const Failure&) {}, 2);
-
-    std::promise<void> release, blocked;
-    const auto buffer = std::make_shared<int>(0);
-    ASSERT_TRUE(track.offer(
-        [&, held = buffer] {
-            blocked.set_value();
-            release.get_future().wait();
-            return picture.view();
-        },
-        0));
-    blocked.get_future().wait();
-    const auto take = [&, held = buffer] { return picture.view(); };
-    EXPECT_TRUE(track.offer(take, 0.1));
-    EXPECT_TRUE(track.offer(take, 0.2));
-    EXPECT_FALSE(track.offer(take, 0.3));
-    release.set_value();
-    ASSERT_TRUE(waitUntil([&] { return track.writtenFrames() == 3; }));
-    EXPECT_TRUE(track.offer([&picture] { return picture.view(); }, 0.200001));
-    ASSERT_TRUE(waitUntil([&] { return track.writtenFrames() == 4; }));
-    EXPECT_TRUE(track.offer([&picture] { return picture.view(); }, 0.1));
-    track.close();
-    EXPECT_EQ(track.writtenFrames(), 5) << "what comes out of order is no reason to end a take";
-    EXPECT_EQ(buffer.use_count(), 2) << "only the test and its own function hold it";
-    EXPECT_FALSE(track.offer([&picture] { return picture.view(); }, 1));
-}
-
 // An encoder that has no time for anything else is told to hurry.
 TEST(VideoTrack, AsksForAFasterEncoderWhenItFallsBehind) {
     const TemporaryFolder folder;

@@ -28,31 +28,23 @@ TEST(CommandLine, SaysWhatWasExpected) {
     };
     const Row rows[] = {
         {"", "A command is expected: there is no window to open yet."},
-        {"--fast", "“--fast” is not an option of glintro."},
         {"render", "REEL is required."},
         {"render a b -o c.mp4", "-o names one file, but several reels are given."},
         {"render a --quick", "“--quick” is not an option of glintro render."},
-        {"render a --fps", "--fps expects a value."},
         {"render a --fps 0", "--fps expects a whole number from 1 to 240, not “0”."},
-        {"render a --fps -30", "not “-30”."},
         {"render a --workers 99999999999999999999", "--workers expects a whole number from 1 to 256"},
         {"render a --look dusk",
          "There is no Look “dusk”. The Looks are Aurora, Studio, Dusk, Midnight, Paper, Mono, Desktop, "
          "Bare."},
-        {"render a -o movie.avi", "-o expects the name of a .mp4 file, not “movie.avi”."},
         {"render a --preset GIF",
          "--preset expects one of master, gif, square, vertical, youtube, not “GIF”."},
         {"render a --preset gif --format mp4", "--preset gif does not go with --format mp4."},
         {"render a --preset square --fps 60", "--fps does not go with --preset square."},
         {"render a -o b.gif --fps 30", "--fps goes with MP4 movies only."},
-        {"still a -o still.jpg", "-o expects the name of a .png file, not “still.jpg”."},
         {"still a --at NaN", "--at expects a time in seconds such as 2.5, not “NaN”."},
         {"inspect a --at 1 --at -inf", "--at expects a time in seconds such as 2.5, not “-inf”."},
         {"sample a --size 640",
          "--size expects two even numbers from 64 to 8192 such as 1920x1200, not “640”."},
-        {"record --display a --window b", "--window does not go with --display"},
-        {"record --area 1,2,3", "--area expects four numbers such as 100,80,1280,720, not “1,2,3”."},
-        {"record --fps 50", "--fps expects 30 or 60, not “50”."},
     };
     for (const Row& row : rows) {
         const auto command = parseCommandLine(words(row.line));
@@ -61,28 +53,6 @@ TEST(CommandLine, SaysWhatWasExpected) {
         EXPECT_NE(command.error().text.find(row.expected), std::string::npos) << row.line << "\n"
                                                                               << command.error().text;
         EXPECT_NE(command.error().text.find("--help"), std::string::npos) << row.line;
-    }
-}
-
-TEST(CommandLine, ExplainsItselfAtEveryLevel) {
-    struct Row {
-        const char* line;
-        const char* expected;
-    };
-    const Row rows[] = {
-        {"--version", "glintro " GLINTRO_VERSION "\n"},
-        {"--help", "render"},
-        {"-h", "inspect"},
-        {"render --help", "--short-side"},
-        {"still a --help", "--long-side"},
-        {"inspect -h", "--json"},
-        {"sample --help", "--no-camera"},
-    };
-    for (const Row& row : rows) {
-        const auto command = parseCommandLine(words(row.line));
-        ASSERT_FALSE(command) << row.line;
-        EXPECT_EQ(command.error().status, ExitStatus::success) << row.line;
-        EXPECT_NE(command.error().text.find(row.expected), std::string::npos) << command.error().text;
     }
 }
 
@@ -106,47 +76,6 @@ TEST(CommandLine, ReadsRender) {
     EXPECT_EQ(parsed<RenderArguments>("render --fps 24 -- --odd-name").reels.front(), "--odd-name");
     EXPECT_EQ(parsed<RenderArguments>("render a --fps 060").options.fps, 60); // never octal
     EXPECT_EQ(parsed<RenderArguments>("render a --fps 24 --fps 25").options.fps, 25);
-}
-
-TEST(CommandLine, ChoosesTheOptionsOfARender) {
-    struct Row {
-        const char* line;
-        ExportOptions options;
-    };
-    const Row rows[] = {
-        {"render a -o b.GIF", {.format = ExportFormat::gif}},
-        {"render a b c --format gif --gif-width 320 --gif-fps 8 --aspect 1:1",
-         {.format = ExportFormat::gif, .gifWidth = 320, .gifFPS = 8, .aspect = AspectRatio::square}},
-        {"render a --preset gif --gif-fps 20", {.format = ExportFormat::gif, .gifFPS = 20}},
-        {"render a --preset master --short-side 2160 --fill", {.shortSide = 2160, .fill = true}},
-    };
-    for (const Row& row : rows) EXPECT_EQ(parsed<RenderArguments>(row.line).options, row.options) << row.line;
-}
-
-TEST(CommandLine, ReadsTheOtherCommands) {
-    const auto still = parsed<StillArguments>("still --at 12.25 a -o b.png --long-side 640 --look Bare");
-    EXPECT_EQ(still.reel, "a");
-    EXPECT_EQ(still.at, 12.25);
-    EXPECT_EQ(still.output, "b.png");
-    EXPECT_EQ(still.longSide, 640);
-    EXPECT_EQ(still.look, Look::named("Bare"));
-    EXPECT_EQ(parsed<StillArguments>("still a").longSide, 1920);
-
-    const auto inspect = parsed<InspectArguments>("inspect --at 3 --at -1 --at=1e-3 a --json");
-    EXPECT_EQ(inspect.reel, "a");
-    EXPECT_EQ(inspect.at, (std::vector<Seconds>{3, -1, 0.001}));
-    EXPECT_EQ(inspect.report, Report::json);
-
-    const auto sample = parsed<SampleArguments>(
-        "sample a --seconds 2.5 --size 640x480 --fps 25 --seed 9 --no-camera --no-mic");
-    EXPECT_EQ(sample.folder, "a");
-    EXPECT_EQ(sample.options.seconds, 2.5);
-    EXPECT_EQ(sample.options.size, (PixelSize{640, 480}));
-    EXPECT_EQ(sample.options.fps, 25);
-    EXPECT_EQ(sample.options.seed, 9U);
-    EXPECT_EQ(sample.options.camera, SampleCamera::off);
-    EXPECT_EQ(sample.options.microphone, SampleMicrophone::off);
-    EXPECT_EQ(parsed<SampleArguments>("sample a").options.camera, SampleCamera::on);
 }
 
 TEST(CommandLine, ReadsRecord) {

@@ -63,49 +63,11 @@ TEST_F(InspectCommand, PrintsShotsAndPieces) {
     EXPECT_EQ(all["pieces"][1], json({{"src0", 3}, {"src1", 5}, {"comp0", 3}, {"rate", 2}}));
 }
 
-TEST_F(InspectCommand, PlacesTimesInTheReel) {
-    handMadeReel(reel_, editedTake());
-    struct Row {
-        double t;
-        double composition;
-        double source;
-        double scale;
-        json shot;
-    };
-    const Row rows[] = {
-        {-1, 0, 0, 1, nullptr}, {4, 3.5, 4, 2, 3}, {0.1 + 0.2, 0.1 + 0.2, 0.1 + 0.2, 1, 1},
-        {7.5, 6, 8, 1, 6},      {10, 8, 10, 1, 7}, {12, 8, 10, 1, nullptr},
-    };
-    std::vector<Seconds> times;
-    for (const Row& row : rows) times.push_back(row.t);
-    ASSERT_TRUE(inspect(times, Report::json));
-    const json frames = printed()["frames"];
-    for (std::size_t i = 0; i < std::size(rows); ++i) {
-        const json expected{{"t", rows[i].t},
-                            {"composition", rows[i].composition},
-                            {"source", rows[i].source},
-                            {"scale", rows[i].scale},
-                            {"x", 0.5},
-                            {"y", 0.5},
-                            {"pointer", nullptr},
-                            {"shot", rows[i].shot}};
-        EXPECT_EQ(frames.at(i), expected);
-    }
-}
-
 TEST_F(InspectCommand, SaysWhereThePointerIs) {
     handMadeReel(reel_, editedTake(), {.duration = 10, .cursor = {{{1, 0.25, 0.75}}, {{9, 0.25, 0.75}}}});
     ASSERT_TRUE(inspect({5}, Report::json));
     EXPECT_EQ(printed()["frames"][0]["pointer"], json({0.25, 0.75}));
     EXPECT_EQ(printed()["frames"][0]["x"], 0.25);
-}
-
-TEST_F(InspectCommand, NamesAHandMadeStyleByNothing) {
-    ProjectInfo info = editedTake();
-    info.settings.padding = 0.2;
-    handMadeReel(reel_, info);
-    ASSERT_TRUE(inspect({}, Report::json));
-    EXPECT_TRUE(printed()["look"].is_null());
 }
 
 TEST_F(InspectCommand, RefusesNumbersThatJsonCannotHold) {
@@ -117,36 +79,6 @@ TEST_F(InspectCommand, RefusesNumbersThatJsonCannotHold) {
     ASSERT_FALSE(done);
     EXPECT_EQ(done.error().message, "This reel’s times are too large to be written as JSON.");
     EXPECT_EQ(out_.str(), "");
-}
-
-TEST_F(InspectCommand, PrintsATableForPeople) {
-    ProjectInfo info = editedTake();
-    info.name = "Take\x1b[2J";
-    handMadeReel(reel_, info);
-    ASSERT_TRUE(inspect({4}, Report::text));
-    EXPECT_EQ(out_.str(),
-              "Take [2J\n"
-              "  Recorded  1970-01-01T00:00:00Z, 1000 × 800 pixels, 00:10.00\n"
-              "  Style     Aurora, Source (1350 × 1080)\n"
-              "  Finished  00:08.00, 7 shots, 4 pieces\n"
-              "\n"
-              "  Shot     Start       End  Kind  Rate     Lasts  Caption\n"
-              "     1  00:00.00  00:02.00  wide    1×  00:02.00  Wide · 2.0s\n"
-              "     2  00:02.00  00:03.00  zoom    1×  00:01.00  2.0× · 1.0s\n"
-              "     3  00:03.00  00:05.00  zoom    2×  00:01.00  2.0× · 1.0s\n"
-              "     4  00:05.00  00:06.00  zoom    1×  00:01.00  2.0× · 1.0s\n"
-              "     5  00:06.00  00:07.00  wide    1×  00:01.00  Wide · 1.0s\n"
-              "     6  00:07.00  00:08.00  cut     1×  00:00.00  Cut · 1.0s\n"
-              "     7  00:08.00  00:10.00  wide    1×  00:02.00  Wide · 2.0s\n"
-              "\n"
-              "  Piece     Start       End  Rate  In the reel\n"
-              "      1  00:00.00  00:03.00    1×     00:00.00\n"
-              "      2  00:03.00  00:05.00    2×     00:03.00\n"
-              "      3  00:05.00  00:07.00    1×     00:04.00\n"
-              "      4  00:08.00  00:10.00    1×     00:06.00\n"
-              "\n"
-              "     At  In the reel     Shows  Shot    Zoom  Centre         Pointer\n"
-              "  4.000     00:03.50  00:04.00     3  2.000×  0.5000 0.5000  –\n");
 }
 
 TEST_F(InspectCommand, TellsWhatAFolderIsInstead) {

@@ -116,21 +116,6 @@ TEST_F(ProgramTest, RendersSeveralReelsAndSaysWhichFailed) {
     EXPECT_TRUE(report[1].contains("error"));
 }
 
-TEST_F(ProgramTest, DrawsTheWallpaperItIsGiven) {
-    BgraImage green({40, 40});
-    for (int y = 0; y < 40; ++y)
-        for (int x = 0; x < 40; ++x) green.row(y)[4 * x + 1] = 200;
-    ASSERT_TRUE(savePng(green, work_ / "green.png"));
-    ASSERT_EQ(run({"still", reel(), "-o", "a.png", "--look", "Desktop", "--wallpaper", "green.png"}).status,
-              0);
-    const auto picture = loadImage(work_ / "a.png");
-    ASSERT_TRUE(picture);
-    EXPECT_NEAR(picture->row(2)[4 * 2 + 1], 176, 2);
-    const ProgramResult missing = run({"still", reel(), "-o", "b.png", "--wallpaper", "none.png"});
-    EXPECT_EQ(missing.status, 1);
-    EXPECT_TRUE(isOneSentence(missing.error)) << missing.error;
-}
-
 TEST_F(ProgramTest, RendersStills) {
     ASSERT_EQ(
         run({"still", reel(), "--at", "0.3", "-o", "a.png", "--long-side", "96", "--look", "Bare"}).status,
@@ -140,23 +125,6 @@ TEST_F(ProgramTest, RendersStills) {
     EXPECT_EQ(picture->size, (PixelSize{96, 54}));
     for (int i = 0; i < 2; ++i) EXPECT_EQ(run({"still", reel()}).status, 0);
     EXPECT_EQ(madeFiles().size(), 3U);
-}
-
-TEST_F(ProgramTest, MakesSamples) {
-    const ProgramResult made = run({"sample", "new/reel", "--seconds", "0.5", "--size", "128x80", "--fps",
-                                    "10", "--no-camera", "--no-mic"});
-    ASSERT_EQ(made.status, 0) << made.error;
-    const auto project = Project::load(work_ / "new/reel");
-    ASSERT_TRUE(project);
-    EXPECT_EQ(project->sourceSize(), (Size{128, 80}));
-    EXPECT_EQ(project->info.duration, 0.5);
-    EXPECT_FALSE(project->info.hasAudio || project->info.hasCamera);
-
-    const auto before = filesBelow(work_);
-    const ProgramResult refused = run({"sample", "new/reel"});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_TRUE(isOneSentence(refused.error)) << refused.error;
-    EXPECT_EQ(filesBelow(work_), before);
 }
 
 TEST_F(ProgramTest, RendersWithoutWhatIsMissingBesideTheRecording) {
@@ -247,21 +215,6 @@ TEST_F(ProgramTest, AnswersBadInputInOneSentence) {
         EXPECT_TRUE(filesBelow(work_) == before) << what;
         fs::remove_all(spoiled);
     }
-}
-
-TEST_F(ProgramTest, SparesTheReelsOwnFiles) {
-    change(*Project::load(reel()), [](ProjectInfo& info) { info.name = "demo"; });
-    const auto before = filesBelow(reel());
-    fs::create_symlink(fs::path(reel()) / "project.json", work_ / "link.mp4");
-    fs::create_symlink(reel(), work_ / "link");
-    for (const char* output : {"link.mp4", "link/raw.mov", "link/camera.mov", "link/project.json"}) {
-        for (const char* command : {"render", "still"}) {
-            const ProgramResult result = run({command, reel(), "-o", output});
-            EXPECT_NE(result.status, 0) << output;
-            EXPECT_NE(result.error, "") << output;
-        }
-    }
-    EXPECT_TRUE(filesBelow(reel()) == before);
 }
 
 TEST_F(ProgramTest, SaysWhenItsOutputIsLost) {

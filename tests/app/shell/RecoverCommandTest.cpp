@@ -84,18 +84,6 @@ TEST_F(RecoverCommandTest, GoesOnBehindAReelThatFails) {
     EXPECT_EQ(report[3]["hasCamera"], true);
 }
 
-TEST_F(RecoverCommandTest, ReportsOneReelAsOneObject) {
-    putInterruptedTake("take");
-    ASSERT_EQ(recover({"take"}).status, 0);
-    const ProgramResult result = recover({"take", "--json"});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(nlohmann::json::parse(result.out)["status"], "fine");
-    const ProgramResult failed = recover({"nowhere", "--json"});
-    EXPECT_EQ(failed.status, 1);
-    EXPECT_EQ(failed.out, "");
-    EXPECT_EQ(recover({}).status, 2);
-}
-
 TEST_F(RecoverCommandTest, LeavesARunningTakeAlone) {
     putInterruptedTake("take");
     const auto journal = TakeJournal::create(work_ / "take").value();

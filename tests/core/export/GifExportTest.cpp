@@ -1,7 +1,5 @@
 // Whole GIF exports of small real reels, read back by other programs.
 
-#include <random>
-
 #include <gtest/gtest.h>
 
 #include "core/export/Exporter.h"
@@ -49,82 +47,6 @@ TEST(GifExport, WritesAGifThatOtherProgramsReadAsIntended) {
     EXPECT_EQ(previews, (std::vector{1, 4, 7, 10, 13, 16, 19, 22, 25}));
 }
 
-TEST(GifExport, HasAFrameForEveryMomentOfAnyReel) {
-    struct Row {
-        const char* name;
-        test::MovieRecipe movie;
-        std::size_t frames;
-    };
-    const Row rows[] = {
-        {"shorter than a frame", {.frames = 1}, 1},
-        {"still",
-         {.frames = 60,
-          .colour =
-              [](int) {
-                  return test::Rgb{90, 20, 160};
-              }},
-         24},
-        {"noisy", {.frames = 30, .grain = true}, 12},
-    };
-    const TemporaryFolder folder;
-    for (const Row& row : rows) {
-        const auto reel = makeReel(folder / row.name, row.movie);
-        ASSERT_TRUE(reel);
-        const auto result = Exporter::run(gifRequest(*reel, folder / "out.gif"));
-        ASSERT_TRUE(result) << row.name << ": " << result.error().message;
-        EXPECT_EQ(test::readGif(folder / "out.gif").delays.size(), row.frames) << row.name;
-        EXPECT_EQ(test::decodeGif(folder / "out.gif", {160, 90}).size(), row.frames) << row.name;
-    }
-}
-
-// The previews are the frames as they were drawn, and come with every third one.
-TEST(GifExport, ShowsTheFramesThatWereDrawn) {
-    const TemporaryFolder folder;
-    const auto reel = makeReel(folder / "reel", {.frames = 45, .grain = true});
-    ASSERT_TRUE(reel);
-    ExportRequest request = gifRequest(*reel, folder / "out.gif");
-    std::vector<std::string> drawn;
-    request.onFrame = [&](const ExportFrame& frame) {
-        std::string bytes;
-        for (std::size_t i = 0; i < frame.image.pixels.size(); i += 4)
-            for (const std::size_t channel : {2U, 1U, 0U})
-                bytes += static_cast<char>(frame.image.pixels[i + channel]);
-        drawn.push_back(std::move(bytes));
-    };
-    ASSERT_TRUE(Exporter::run(request));
-    const auto shown = test::decodeGif(request.to, {160, 90});
-    ASSERT_EQ(shown.size(), 18U);
-    ASSERT_EQ(drawn.size(), 6U);
-    for (std::size_t i = 0; i < drawn.size(); ++i) {
-        const auto apart = test::distance(shown[3 * i], drawn[i]);
-        EXPECT_LE(apart.mean, 3) << "frame " << 3 * i;
-        EXPECT_LE(apart.most, 40) << "frame " << 3 * i;
-    }
-}
-
-TEST(GifExport, LeavesNothingWhenItIsCancelledAnywhere) {
-    const TemporaryFolder folder;
-    const auto reel = makeReel(folder / "reel", {});
-    ASSERT_TRUE(reel);
-    fs::create_directory(folder / "out");
-    std::mt19937 random(7);
-    for (int round = 0; round < 8; ++round) {
-        const int last = static_cast<int>(random() % 24);
-        ExportRequest request = gifRequest(*reel, folder / "out" / "a.gif");
-        int written = 0;
-        request.progress = [&](const ExportProgress& progress) {
-            written = progress.written;
-            if (progress.written == last) request.cancel->cancel();
-        };
-        if (last == 0) request.cancel->cancel();
-        const auto result = Exporter::run(request);
-        ASSERT_FALSE(result) << last;
-        EXPECT_TRUE(result.error().isCancelled());
-        EXPECT_EQ(written, last);
-        EXPECT_TRUE(fs::is_empty(folder / "out"));
-    }
-}
-
 TEST(GifExport, FailsCleanlyWhereTheFolderGoesAway) {
     const TemporaryFolder folder;
     const auto reel = makeReel(folder / "reel", {});
@@ -135,18 +57,6 @@ TEST(GifExport, FailsCleanlyWhereTheFolderGoesAway) {
     };
     EXPECT_FALSE(Exporter::run(request));
     EXPECT_FALSE(fs::exists(folder / "out"));
-}
-
-TEST(GifExport, RefusesACanvasThatIsTooLarge) {
-    const TemporaryFolder folder;
-    const auto reel = makeReel(folder / "reel", {.frames = 2});
-    ASSERT_TRUE(reel);
-    ExportRequest request = gifRequest(*reel, folder / "a.gif");
-    request.options.gifWidth = 4098;
-    EXPECT_FALSE(Exporter::run(request));
-    request.options.gifWidth = 1;
-    ASSERT_TRUE(Exporter::run(request));
-    EXPECT_EQ(test::readGif(request.to).size, (PixelSize{2, 2}));
 }
 
 } // namespace

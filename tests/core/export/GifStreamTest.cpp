@@ -173,14 +173,6 @@ TEST(GifStream, SaysThatTheFileCannotGrowWheneverThatHappens) {
     }
 }
 
-TEST(GifStream, SaysThatTheFileCannotBeMade) {
-    const TemporaryFolder folder;
-    const auto gif = GifStream::create(folder / "missing" / "a.gif", {10, 10}, 12);
-    ASSERT_FALSE(gif);
-    EXPECT_EQ(gif.error().message, "Couldn’t create the GIF file.");
-    EXPECT_EQ(gif.error().nativeCode, ENOENT);
-}
-
 TEST(GifStream, RefusesRatesThatViewersDoNotKeepAndCanvasesThatGifsDoNotHave) {
     const TemporaryFolder folder;
     for (const int fps : {-1, 0, 51, 60, 1000})

@@ -198,19 +198,5 @@ TEST(LiveVideoEncoderTest, RecordsH264WhereHevcIsOutOfReach) {
     }
 }
 
-TEST(LiveVideoEncoderTest, RefusesWhatNoMovieCanHold) {
-    auto encoder = LiveVideoEncoder::create(settingsFor(VideoCodec::h264));
-    ASSERT_TRUE(encoder);
-    const auto ignore = [](AVPacket&) -> Result<void> { return {}; };
-    ASSERT_TRUE((*encoder)->encode(*pictureAt(0), 100, ignore));
-    EXPECT_FALSE((*encoder)->encode(*pictureAt(1), 100, ignore)) << "the same time twice";
-    EXPECT_FALSE((*encoder)->encode(*test::recording({64, 64}, {1, 2, 3}), 200, ignore)) << "another size";
-    for (const PixelSize size : {PixelSize{0, 0}, {321, 180}, {320, -2}}) {
-        LiveVideoSettings settings = settingsFor(VideoCodec::h264);
-        settings.size = size;
-        EXPECT_FALSE(LiveVideoEncoder::create(settings)) << size.width << " x " << size.height;
-    }
-}
-
 } // namespace
 } // namespace glintro

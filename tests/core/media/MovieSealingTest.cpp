@@ -111,20 +111,6 @@ TEST(MovieSealing, HearsTheSoundOfAKilledTakeInTime) {
     test::expectClicks(test::soundOf(file, sealed->duration), take.clicks);
 }
 
-TEST(MovieSealing, LeavesASealedMovieAlone) {
-    const KilledTake take;
-    const auto file = take.file(take.content);
-    const auto first = sealMovie(file);
-    ASSERT_TRUE(first);
-    const std::string once = contentOf(file);
-    const auto second = sealMovie(file);
-    ASSERT_TRUE(second);
-    EXPECT_TRUE(once == contentOf(file));
-    EXPECT_EQ(second->hasFrames, first->hasFrames);
-    EXPECT_EQ(second->hasAudio, first->hasAudio);
-    EXPECT_NEAR(second->duration, first->duration, 1e-4);
-}
-
 // A sealing that was interrupted while it appended the index, or just before the last small write.
 TEST(MovieSealing, CanBeInterruptedAtAnyByteAndCalledAgain) {
     const KilledTake take;

@@ -1,10 +1,8 @@
 // The small values of the model: identifiers, times, colours, enumerations and Looks.
-#include <algorithm>
 #include <limits>
 #include <set>
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include "core/base/Uuid.h"
 #include "core/model/Colour.h"
@@ -97,45 +95,6 @@ TEST(Colour, ReadsSixDigitsAfterAHash) {
     for (const auto solid : Presets::solids) EXPECT_TRUE(parseHexColour(solid)) << solid;
 }
 
-TEST(Enumerations, AspectRatios) {
-    struct Row {
-        std::string_view stored;
-        Size source;
-        double expected;
-    };
-    const Row rows[] = {
-        {"16:9", {100, 100}, 16.0 / 9},
-        {"9:16", {100, 100}, 0.5625},
-        {"1:1", {1920, 1080}, 1},
-        {"4:3", {100, 100}, 4.0 / 3},
-        {"Source", {1920, 1080}, 16.0 / 9},
-        {"Source", {300, 600}, 0.5},
-        {"Source", {1920, 0}, 16.0 / 9},
-        {"Source", {1920, -5}, 16.0 / 9},
-        {"Source", {5, kNotANumber}, 16.0 / 9},
-    };
-    for (const auto& [stored, source, expected] : rows) {
-        const auto aspect = fromStoredText<AspectRatio>(stored);
-        ASSERT_TRUE(aspect) << stored;
-        EXPECT_EQ(ratio(*aspect, source), expected)
-            << stored << " of " << source.width << "x" << source.height;
-    }
-}
-
-TEST(Enumerations, StoredTextsNameOneCaseEach) {
-    EXPECT_EQ(fromStoredText<AspectRatio>("source"), std::nullopt);
-    EXPECT_EQ(fromStoredText<CamShape>("rounded"), CamShape::rounded);
-    const auto isItsOwnCase = [](auto each) {
-        return fromStoredText<decltype(each)>(storedText(each)) == each;
-    };
-    EXPECT_TRUE(std::ranges::all_of(allCases<BackgroundKind>, isItsOwnCase));
-    EXPECT_TRUE(std::ranges::all_of(allCases<AspectRatio>, isItsOwnCase));
-    EXPECT_TRUE(std::ranges::all_of(allCases<CamCorner>, isItsOwnCase));
-    EXPECT_EQ(title(BackgroundKind::solid), "Colour");
-    EXPECT_EQ(symbol(AspectRatio::original), "rectangle.dashed");
-    EXPECT_EQ(shortLabel(CamCorner::bottomLeft), "Bottom left");
-}
-
 std::string currentName(const ProjectSettings& settings) {
     const auto look = Look::current(settings);
     return look ? look->name : "";
@@ -160,22 +119,6 @@ TEST(Look, AppliedToAnyLookIsTheCurrentOne) {
             EXPECT_EQ(currentName(look.applied(before.applied(ProjectSettings()))), look.name);
         }
     }
-}
-
-TEST(Look, LeavesWhatItDoesNotName) {
-    ProjectSettings mine{.background = BackgroundKind::solid, .gradientIndex = 5, .solidHex = "#123456"};
-    mine.aspect = AspectRatio::tall;
-    mine.zooms = {{Uuid::random(), 1, 2, 3}};
-    ProjectSettings expected = mine;
-    expected.background = BackgroundKind::wallpaper;
-    expected.padding = 0.07;
-    expected.cornerRadius = 16;
-    expected.shadow = 0.6;
-    EXPECT_EQ(Look::named("Desktop").value_or(Look()).applied(mine), expected);
-    expected.background = BackgroundKind::solid;
-    expected.padding = expected.cornerRadius = expected.shadow = 0;
-    EXPECT_EQ(Look::named("Bare").value_or(Look()).applied(mine), expected);
-    EXPECT_EQ(Look::named("aurora"), std::nullopt);
 }
 
 TEST(TimeFormat, Tables) {

@@ -56,33 +56,6 @@ TEST_P(FloatRowsTest, AGradientsPixelsDoNotDependOnTheRowsBegin) {
     }
 }
 
-TEST_P(FloatRowsTest, AGradientRunsBetweenItsColoursUnderARoundHighlight) {
-    const Rows first = gradientRows(0, 200, 1); // far from the highlight, 0.4 of the way
-    EXPECT_NEAR(first[0][0], 10 + 0.403 * 240, 0.01);
-    const Rows rows = gradientRows(0, 9, 150);
-    // The highlight's share in a pixel of the second plane.
-    const auto share = [&](std::size_t x) {
-        const double ground = 200 - (0.004 * (static_cast<double>(x) + 0.5) + 0.019) * 180;
-        return (rows[1][x] - ground) / (255 - ground);
-    };
-    EXPECT_NEAR(share(59), 0.5, 0.01) << "its middle";
-    EXPECT_NEAR(share(80), 0.25, 0.01) << "half of its radius away";
-    EXPECT_NEAR(share(39), share(80), 1e-3) << "round";
-    EXPECT_NEAR(share(101), 0, 1e-4);
-}
-
-TEST_P(FloatRowsTest, ShadeTakesLightAway) {
-    std::vector<float> samples = rowOf(5);
-    const float values[] = {16, 235, 100, 100, 100};
-    std::copy_n(values, 5, samples.begin());
-    std::vector<float> shade = rowOf(5);
-    const float shades[] = {1, 1, 0, 0.5F, 1};
-    std::copy_n(shades, 5, shade.begin());
-    shadeRow(samples.data(), shade.data(), 5, 16, 0.5F);
-    const float expected[] = {16, 125.5F, 100, 79, 58};
-    for (std::size_t i = 0; i < 5; ++i) EXPECT_FLOAT_EQ(samples[i], expected[i]) << i;
-}
-
 TEST_P(FloatRowsTest, FineSamplesKeepTheirValue) {
     const float inputs[][3] = {{0, 0, 0}, {255, 255, 255}, {12.25F, 100.5F, 3}, {300, -9, 0}};
     for (const auto& input : inputs) {
@@ -114,20 +87,6 @@ TEST_P(FloatRowsTest, ChromaIsReducedAsMasksAre) {
         for (int x = 0; x < chromaExtent(width); ++x)
             ASSERT_NEAR(chroma[static_cast<std::size_t>(x)], reduced.row(0)[x], 0.5) << width << ' ' << x;
     }
-}
-
-TEST(BoxReducedTest, EachPixelIsTheMeanOfItsBox) {
-    BgraImage image({7, 5});
-    for (std::size_t i = 0; i < image.pixels.size(); ++i) image.pixels[i] = static_cast<std::uint8_t>(i * 29);
-    const BgraImage reduced = boxReduced(image, 2);
-    ASSERT_EQ(reduced.size, (PixelSize{3, 2}));
-    for (int y = 0; y < 2; ++y)
-        for (int x = 0; x < 3; ++x)
-            for (int c = 0; c < 4; ++c) {
-                const auto at = [&](int dx, int dy) { return image.row(2 * y + dy)[4 * (2 * x + dx) + c]; };
-                EXPECT_NEAR(reduced.row(y)[4 * x + c], (at(0, 0) + at(1, 0) + at(0, 1) + at(1, 1)) / 4.0,
-                            0.5);
-            }
 }
 
 TEST(FloatRowsTargetsTest, EveryTargetGivesTheSameBits) {

@@ -89,38 +89,7 @@ double worstDifference(const Case& c, PlaneView source, PlaneView result) {
     return worst;
 }
 
-// The documented fixed-point arithmetic, sample by sample.
-int filteredInFixedPoint(const auto& sample, const std::int16_t* weights, int taps, bool narrow, int scale,
-                         int shift) {
-    int sum = 0;
-    for (int k = 0; k < taps; ++k) {
-        sum += narrow ? (sample(k) * scale * weights[k] + 16384) >> 15 : sample(k) * weights[k];
-    }
-    return narrow ? sum : (sum + (1 << (shift - 1))) >> shift;
-}
-
-int firstDifferenceInFixedPoint(const Case& c, PlaneView source, PlaneView result) {
-    const FilterBank columns(c.horizontal, result.width, source.width);
-    const FilterBank rows(c.vertical, result.height, source.height);
-    const bool narrow = std::max(columns.taps(), rows.taps()) <= kNarrowTaps;
-    std::vector<int> line(static_cast<std::size_t>(source.width));
-    for (int y = 0; y < result.height; ++y) {
-        for (int x = 0; x < source.width; ++x) {
-            line[static_cast<std::size_t>(x)] =
-                filteredInFixedPoint([&](int k) { return source.row(rows.first(y) + k)[x]; }, rows.weights(y),
-                                     rows.taps(), narrow, 128, 8);
-        }
-        for (int x = 0; x < result.width; ++x) {
-            const int sum = filteredInFixedPoint(
-                [&](int k) { return line[static_cast<std::size_t>(columns.first(x) + k)]; },
-                columns.weights(x), columns.taps(), narrow, 1, 15);
-            if (std::clamp((sum + 16) >> 5, 0, 255) != result.row(y)[x]) return y * result.width + x;
-        }
-    }
-    return -1;
-}
-
-TEST_P(ResampleTest, IsWithinOneLevelOfExactArithmeticAndTheSameOnEveryTarget) {
+TEST_P(ResampleTest, IsWithinOneLevelOfExactArithmetic) {
     Resampler resampler;
     unsigned seed = 0;
     for (const Case& c : cases()) {
@@ -129,10 +98,27 @@ TEST_P(ResampleTest, IsWithinOneLevelOfExactArithmeticAndTheSameOnEveryTarget) {
         LoosePlane result(c.destination.width, c.destination.height);
         resampler.resample(source.view(), c.horizontal, c.vertical, result.view());
         ASSERT_LE(worstDifference(c, source.view(), result.view()), 1.0) << testing::PrintToString(c);
-        ASSERT_EQ(firstDifferenceInFixedPoint(c, source.view(), result.view()), -1)
-            << testing::PrintToString(c);
         ASSERT_TRUE(result.surroundingsIntact()) << testing::PrintToString(c);
     }
+}
+
+// Rounding may fall either way within a level, but everywhere the same way.
+TEST(ResampleTargetsTest, EveryTargetGivesTheSameBytes) {
+    for (const Case& c : cases()) {
+        LoosePlane source(c.source.width, c.source.height);
+        source.randomise(3);
+        std::vector<Plane> results;
+        for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+            hwy::SetSupportedTargetsForTest(target);
+            Plane& result = results.emplace_back(c.destination.width, c.destination.height);
+            Resampler().resample(source.view(), c.horizontal, c.vertical, result.view());
+            for (int y = 0; y < c.destination.height; ++y)
+                ASSERT_TRUE(
+                    std::equal(result.row(y), result.row(y) + c.destination.width, results.front().row(y)))
+                    << hwy::TargetName(target) << ", " << testing::PrintToString(c);
+        }
+    }
+    hwy::SetSupportedTargetsForTest(0);
 }
 
 TEST_P(ResampleTest, FlatAreasStayFlat) {
@@ -148,37 +134,6 @@ TEST_P(ResampleTest, FlatAreasStayFlat) {
                 const std::uint8_t* const row = result.view().row(y);
                 ASSERT_EQ(std::count(row, row + 19, value), 19) << "value " << value << ", step " << step;
             }
-        }
-    }
-}
-
-TEST_P(ResampleTest, WholeShiftsCopy) {
-    Resampler resampler;
-    LoosePlane source(150, 90);
-    source.randomise(3);
-    for (const int shift : {-4, 0, 1, 70}) {
-        LoosePlane result(100, 60);
-        resampler.resample(source.view(), {static_cast<double>(shift), 1},
-                           {static_cast<double>(shift - 1), 1}, result.view());
-        for (int y = 0; y < 60; ++y) {
-            for (int x = 0; x < 100; ++x) {
-                const int row = std::clamp(y + shift - 1, 0, 89);
-                ASSERT_EQ(result.view().row(y)[x], source.view().row(row)[std::clamp(x + shift, 0, 149)])
-                    << x << ", " << y << " shifted by " << shift;
-            }
-        }
-    }
-}
-
-TEST(FilterBankTest, WeightsSumToOneAndStayInsideTheSource) {
-    for (const Case& c : cases()) {
-        const FilterBank bank(c.horizontal, c.destination.width, c.source.width);
-        for (int i = 0; i < bank.length(); ++i) {
-            ASSERT_GE(bank.first(i), 0);
-            ASSERT_LE(bank.first(i) + bank.taps(), c.source.width);
-            int sum = 0;
-            for (int k = 0; k < bank.taps(); ++k) sum += bank.weights(i)[k];
-            ASSERT_EQ(sum, 1 << 14) << testing::PrintToString(c) << " at " << i;
         }
     }
 }

@@ -1,5 +1,4 @@
 #include <limits>
-#include <unordered_set>
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -69,25 +68,6 @@ TEST(Project, SavesAndLoads) {
     EXPECT_FALSE(project.save());
     EXPECT_EQ(contentOf(project.infoURL()), saved);
     EXPECT_FALSE(Project(folder / "missing", ProjectInfo()).save());
-}
-
-TEST(Project, TheFolderIsTheIdentity) {
-    const Project first("/reels/a", {});
-    const Project edited("/reels/a", ProjectInfo{.name = "edited"});
-    const Project other("/reels/b", {});
-    EXPECT_EQ(first, edited);
-    EXPECT_NE(first, other);
-    EXPECT_EQ((std::unordered_set<Project>{first, edited, other}).size(), 2U);
-}
-
-TEST(Project, TheCameraNeedsItsFile) {
-    const TemporaryFolder folder;
-    Project project(folder.path(), ProjectInfo{.hasCamera = true});
-    EXPECT_FALSE(project.cameraAvailable());
-    putFile(project.cameraURL(), "");
-    EXPECT_TRUE(project.cameraAvailable());
-    project.info.hasCamera = false;
-    EXPECT_FALSE(project.cameraAvailable());
 }
 
 TEST(Project, UnreadableEventsAreEmptyOnes) {

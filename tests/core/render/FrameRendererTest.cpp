@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <exception>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -73,12 +72,6 @@ TEST(FrameRenderer, RecordingLiesOnItsBackdropWithRoundCorners) {
         EXPECT_LE(distance(pixelAt(frame, row.x, row.y), row.expected), 2) << row.what;
 }
 
-TEST(FrameRenderer, SmallCornerRadiusStaysSquare) {
-    ProjectSettings settings = paper();
-    settings.cornerRadius = 1; // half a pixel on this canvas
-    EXPECT_LE(distance(pixelAt(frameOf(settings), kTarget.x, kTarget.y), kGreen), 2);
-}
-
 TEST(FrameRenderer, ShadowFallsBelowTheRecording) {
     ProjectSettings settings = paper();
     settings.shadow = 0.8;
@@ -135,21 +128,6 @@ TEST(FrameRenderer, TheArrowsTipLiesOnThePointer) {
     EXPECT_LE(distance(at(60, 0), kGreen), 2);
 }
 
-TEST(FrameRenderer, RippleIsGoneAfterItsTime) {
-    const RecordingEvents events = pointerAt(0.5, 0.5);
-    ProjectSettings settings = paper();
-    const auto purple = [&](double t) {
-        const BgraImage frame = frameOf(settings, events, t);
-        int count = 0;
-        for (int y = kTarget.y; y < kTarget.bottom(); ++y)
-            for (int x = kTarget.x; x < kTarget.right(); ++x) count += pixelAt(frame, x, y).blue > 150;
-        return count;
-    };
-    const int without = purple(4.9);
-    EXPECT_GT(purple(5.2), without + 50);
-    EXPECT_EQ(purple(5.56), without);
-}
-
 TEST(FrameRenderer, BubbleShowsTheCamerasCentralSquare) {
     const PicturePtr camera = recording({320, 180}, [](int x, int) {
         return x < 70 || x >= 250 ? Rgb{250, 0, 0} : Rgb{20, 60, 220};
@@ -172,20 +150,6 @@ TEST(FrameRenderer, BubbleShowsTheCamerasCentralSquare) {
     EXPECT_EQ(frameOf(settings, {}, 1, camera.get()).pixels, frameOf(settings).pixels);
 }
 
-TEST(FrameRenderer, ThreadsShareOneRenderer) {
-    const FrameRenderer renderer = rendererOf(ProjectSettings(), pointerAt(0.3, 0.4));
-    const PicturePtr screen = recording(kSource, kGreen);
-    const BgraImage alone = renderer.render(screen.get(), nullptr, 5.1, kCanvas);
-    std::vector<BgraImage> frames(4);
-    {
-        std::vector<std::jthread> threads;
-        for (BgraImage& frame : frames)
-            threads.emplace_back([&] { frame = renderer.render(screen.get(), nullptr, 5.1, kCanvas); });
-    }
-    for (const BgraImage& frame : frames) EXPECT_EQ(frame.pixels, alone.pixels);
-}
-
-// The blur reaches into what of the picture lies beyond the canvas.
 TEST(FrameRenderer, DrawsAgainOnceThereIsMemory) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "The sanitizer ends the process that gets no memory.";
@@ -207,6 +171,7 @@ TEST(FrameRenderer, DrawsAgainOnceThereIsMemory) {
     EXPECT_NO_THROW(EXPECT_NE(renderer.layers(PixelLayout::yuv420, kLarge), nullptr));
 }
 
+// The blur reaches into what of the picture lies beyond the canvas.
 TEST(FrameRenderer, WallpaperIsBlurredBeforeItIsCropped) {
     auto picture = std::make_shared<BgraImage>(PixelSize{960, 960});
     const int cropped = (960 - kCanvas.height) / 2;
@@ -235,14 +200,6 @@ TEST(FrameRenderer, DrawsIntoTheCallersMemory) {
             ASSERT_TRUE(std::equal(expected.row(y), expected.row(y) + expected.rowBytes(), row)) << y;
             ASSERT_EQ(std::count(row + expected.rowBytes(), row + stride, 0xA5), 12) << y;
         }
-    }
-}
-
-TEST(PreviewImage, IsNeverLargerThanAsked) {
-    for (const PixelSize size : {PixelSize{1066, 600}, {600, 1066}, {1920, 1080}, {300, 200}}) {
-        const BgraImage preview = previewImage(*recording(size, kGreen), 640);
-        EXPECT_EQ(preview.size, fittedWithin(size, 640));
-        EXPECT_LE(distance(pixelAt(preview, preview.size.width - 1, preview.size.height - 1), kGreen), 2);
     }
 }
 

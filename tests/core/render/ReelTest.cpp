@@ -16,7 +16,6 @@ namespace {
 using test::makeReel;
 using test::MovieRecipe;
 using test::pixelAt;
-using test::Rgb;
 
 // The frame of a movie of MovieRecipe's colours, by its red: 30, 33, 36 ...
 int frameNumber(const PicturePtr& picture) {
@@ -144,24 +143,6 @@ TEST(StillSource, DrawsOneFrameUnderManyLooks) {
     }
 }
 
-TEST(ReelComposition, LastsAsLongAsAnImportsSound) {
-    const TemporaryFolder folder;
-    const auto reel =
-        makeReel(folder / "reel", MovieRecipe{.frames = 30, .sound = std::vector<float>(3 * 48000, 0.1F)});
-    ASSERT_TRUE(reel);
-    EXPECT_NEAR(reel->info.duration, 3, 0.03);
-    auto composition = ReelComposition::build(*reel, reel->info.settings);
-    ASSERT_TRUE(composition);
-    EXPECT_NEAR(composition->map.compDuration(), 3, 0.03);
-    const FrameRenderer renderer(reel->info.settings, composition->sourceSize, {}, nullptr, Framing::fit);
-    ReelCompositor compositor(*composition, renderer, {320, 180});
-    for (const Seconds time : {0.99, 1.5, 2.9}) {
-        const auto frame = compositor.frameAt(time);
-        ASSERT_TRUE(frame) << frame.error().message;
-        EXPECT_EQ(frameNumber(frame->screen), 29) << time;
-    }
-}
-
 TEST(Still, DrawsTheFrameOnTheReelsCanvas) {
     const TemporaryFolder folder;
     const auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 60});
@@ -175,14 +156,6 @@ TEST(Still, DrawsTheFrameOnTheReelsCanvas) {
     const auto hidden = Still::render(*reel, 1, 640, settings, Framing::fit);
     ASSERT_TRUE(hidden);
     EXPECT_NE(hidden->pixels, image->pixels) << "the bubble was there and is gone";
-}
-
-TEST(Still, FailsWithoutAMovie) {
-    const TemporaryFolder folder;
-    const auto reel = makeReel(folder / "reel", {});
-    ASSERT_TRUE(reel);
-    std::filesystem::resize_file(reel->rawURL(), 100);
-    EXPECT_FALSE(Still::render(*reel, 1, 640, std::nullopt, Framing::fit));
 }
 
 } // namespace

@@ -33,58 +33,35 @@ std::shared_ptr<const BgraImage> stripes(int width, int period) {
 struct Change {
     const char* what;
     std::function<void(ProjectSettings&)> apply;
-    StaticLayers::Shared shared; // with the layers before
 };
-
-constexpr StaticLayers::Shared kAll{false, false, true, true, true, true};
-constexpr StaticLayers::Shared kAllOfWallpaper{true, true, true, true, true, true};
-constexpr StaticLayers::Shared kOnlyBubble{.bubble = true};
 
 const std::vector<Change>& changes() {
     using S = ProjectSettings;
     static const std::vector<Change> all = {
-        {"nothing", [](S&) {}, kAll},
-        {"padding", [](S& s) { s.padding = 0.05; }, kOnlyBubble},
-        {"padding that moves the bubble", [](S& s) { s.padding = 0.2; }, {}},
-        {"corner radius", [](S& s) { s.cornerRadius = 50; }, kOnlyBubble},
-        {"no corners", [](S& s) { s.cornerRadius = 0; }, kOnlyBubble},
-        {"shadow", [](S& s) { s.shadow = 0.3; }, {.shadow = true, .corners = true, .bubble = true}},
-        {"gradient", [](S& s) { s.gradientIndex = 4; }, {.shadow = true, .corners = true, .bubble = true}},
-        {"solid",
-         [](S& s) { s.background = BackgroundKind::solid; },
-         {.shadow = true, .corners = true, .bubble = true}},
-        {"solid colour",
-         [](S& s) { s.solidHex = "#FF8A3D"; },
-         {.shadow = true, .corners = true, .bubble = true}},
-        {"gradient of a solid backdrop", [](S& s) { s.gradientIndex = 2; }, kAll},
-        {"pointer size", [](S& s) { s.cursorSize = 3; }, kAll},
-        {"smoothing", [](S& s) { s.cursorSmoothing = 0.1; }, kAll},
-        {"zooms", [](S& s) { s.zooms = {{.start = 2, .end = 8, .scale = 2}}; }, kAll},
-        {"following", [](S& s) { s.followCursor = false; }, kAll},
-        {"bubble size", [](S& s) { s.camSize = 0.4; }, {.shadow = true, .backdrop = true, .corners = true}},
-        {"bubble shape",
-         [](S& s) { s.camShape = CamShape::rounded; },
-         {.shadow = true, .backdrop = true, .corners = true}},
-        {"bubble hidden",
-         [](S& s) { s.showCamera = false; },
-         {.shadow = true, .backdrop = true, .corners = true}},
-        {"bubble shown",
-         [](S& s) { s.showCamera = true; },
-         {.shadow = true, .backdrop = true, .corners = true}},
-        {"wallpaper",
-         [](S& s) { s.background = BackgroundKind::wallpaper; },
-         {.shadow = true, .corners = true, .bubble = true}},
-        {"blur",
-         [](S& s) { s.wallpaperBlur = 8; },
-         {.cover = true, .shadow = true, .corners = true, .bubble = true}},
-        {"shadow over the wallpaper",
-         [](S& s) { s.shadow = 0.9; },
-         {.cover = true, .blurred = true, .shadow = true, .corners = true, .bubble = true}},
-        {"padding over the wallpaper", [](S& s) { s.padding = 0.1; }, {.cover = true, .blurred = true}},
-        {"no shadow",
-         [](S& s) { s.shadow = 0; },
-         {.cover = true, .blurred = true, .corners = true, .bubble = true}},
-        {"trim", [](S& s) { s.trimStart = 1; }, {true, true, false, true, true, true}},
+        {"nothing", [](S&) {}},
+        {"padding", [](S& s) { s.padding = 0.05; }},
+        {"padding that moves the bubble", [](S& s) { s.padding = 0.2; }},
+        {"corner radius", [](S& s) { s.cornerRadius = 50; }},
+        {"no corners", [](S& s) { s.cornerRadius = 0; }},
+        {"shadow", [](S& s) { s.shadow = 0.3; }},
+        {"gradient", [](S& s) { s.gradientIndex = 4; }},
+        {"solid", [](S& s) { s.background = BackgroundKind::solid; }},
+        {"solid colour", [](S& s) { s.solidHex = "#FF8A3D"; }},
+        {"gradient of a solid backdrop", [](S& s) { s.gradientIndex = 2; }},
+        {"pointer size", [](S& s) { s.cursorSize = 3; }},
+        {"smoothing", [](S& s) { s.cursorSmoothing = 0.1; }},
+        {"zooms", [](S& s) { s.zooms = {{.start = 2, .end = 8, .scale = 2}}; }},
+        {"following", [](S& s) { s.followCursor = false; }},
+        {"bubble size", [](S& s) { s.camSize = 0.4; }},
+        {"bubble shape", [](S& s) { s.camShape = CamShape::rounded; }},
+        {"bubble hidden", [](S& s) { s.showCamera = false; }},
+        {"bubble shown", [](S& s) { s.showCamera = true; }},
+        {"wallpaper", [](S& s) { s.background = BackgroundKind::wallpaper; }},
+        {"blur", [](S& s) { s.wallpaperBlur = 8; }},
+        {"shadow over the wallpaper", [](S& s) { s.shadow = 0.9; }},
+        {"padding over the wallpaper", [](S& s) { s.padding = 0.1; }},
+        {"no shadow", [](S& s) { s.shadow = 0; }},
+        {"trim", [](S& s) { s.trimStart = 1; }},
     };
     return all;
 }
@@ -122,23 +99,6 @@ TEST(RendererReuse, DrawsWhatARendererMadeFromNothingDraws) {
               FrameRenderer(settings, {kSource, wanderingPointer(), picture}, Framing::fit)
                   .render(nullptr, nullptr, 1, kCanvas)
                   .pixels);
-}
-
-TEST(RendererReuse, MakesOnlyTheLayersThatAChangeConcerns) {
-    const RenderSource source{kSource, wanderingPointer(), stripes(900, 40)};
-    ProjectSettings settings;
-    std::shared_ptr<const FrameRenderer> renderer =
-        std::make_shared<FrameRenderer>(settings, source, Framing::fit);
-    for (const Change& change : changes()) {
-        const auto before = renderer->layers(PixelLayout::rgb444, kCanvas);
-        change.apply(settings);
-        renderer = renderer->with(settings);
-        const auto shared = renderer->layers(PixelLayout::rgb444, kCanvas)->sharedWith(*before);
-        EXPECT_EQ(shared, change.shared)
-            << change.what << ": cover " << shared.cover << " blurred " << shared.blurred << " shadow "
-            << shared.shadow << " backdrop " << shared.backdrop << " corners " << shared.corners << " bubble "
-            << shared.bubble;
-    }
 }
 
 TEST(RendererReuse, KeepsTheTracksUnlessTheirSettingsChange) {

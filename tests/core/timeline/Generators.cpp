@@ -4,8 +4,6 @@
 
 #include <rapidcheck.h>
 
-#include "tests/core/timeline/Values.h"
-
 namespace glintro::testing {
 namespace {
 
@@ -104,13 +102,6 @@ ProjectSettings anySettings(Temper temper) {
 
 Seconds anyRecordingDuration() {
     return *recordingDuration();
-}
-
-std::vector<EventSample> anySamples() {
-    return *list(rc::gen::exec([] {
-        const auto coordinate = gridTime(-20, 120, 0.01);
-        return sample(*gridTime(-20, 300, 0.01), *coordinate, *coordinate);
-    }));
 }
 
 } // namespace glintro::testing

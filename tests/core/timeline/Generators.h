@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "core/model/ProjectSettings.h"
-#include "core/model/RecordingEvents.h"
 
 // Values that a timeline may meet, drawn inside a RapidCheck property: coarse grids, so that edges coincide
 // and nearly coincide, and on request everything that a file can hold but no editor writes. Plain functions,
@@ -19,6 +18,5 @@ std::vector<Seconds> anyTimes(Temper temper);
 double anyFactor(Temper temper);
 ProjectSettings anySettings(Temper temper);
 Seconds anyRecordingDuration();
-std::vector<EventSample> anySamples();
 
 } // namespace glintro::testing

@@ -2,11 +2,8 @@
 #include <string>
 
 #include <gtest/gtest.h>
-#include <rapidcheck/gtest.h>
 
 #include "core/timeline/Storyboard.h"
-#include "tests/core/timeline/Generators.h"
-#include "tests/core/timeline/LiteralTimeline.h"
 #include "tests/core/timeline/Values.h"
 
 namespace glintro::testing {
@@ -54,7 +51,7 @@ TEST(Shots, OfARecordingOfTwentySeconds) {
         const auto shots = Storyboard::shots(row.edits, 20);
         ASSERT_EQ(shots.size(), row.shots.size()) << row.name;
         for (std::size_t i = 0; i < shots.size(); ++i) {
-            Shot expected = shots[i]; // the ids are the literal walk's business
+            Shot expected = shots[i]; // whatever the ids
             expected.number = static_cast<int>(i) + 1;
             expected.kind = row.shots[i].kind;
             expected.start = row.shots[i].start;
@@ -64,17 +61,6 @@ TEST(Shots, OfARecordingOfTwentySeconds) {
             EXPECT_EQ(shots[i], expected) << row.name;
         }
     }
-}
-
-RC_GTEST_PROP(Shots, AreTheLiteralWalk, ()) {
-    const ProjectSettings wild = anySettings(Temper::wild);
-    const Seconds duration = anyRecordingDuration();
-    RC_ASSERT(Storyboard::shots(wild, duration) == literalShots(wild, duration));
-}
-
-RC_GTEST_PROP(Shots, AreTheLiteralWalkOfOrdinaryEdits, ()) {
-    const ProjectSettings tame = anySettings(Temper::tame);
-    RC_ASSERT(Storyboard::shots(tame, 20) == literalShots(tame, 20));
 }
 
 TEST(Shots, NumbersThatAreNoneLeaveShots) {

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <array>
 #include <functional>
 #include <limits>
@@ -167,29 +166,6 @@ Ranges ranges(const std::vector<Segment>& segments) {
     return pairs;
 }
 
-TEST(Storyboard, SubtractLeavesWhatIsOutside) {
-    const struct {
-        std::string name;
-        CutSegment segment;
-        Ranges rest; // of it outside 4..8
-    } rows[] = {
-        {"before", cut(1, 4), {{1, 4}}},
-        {"reaching in by a moment", cut(1, 4.05), {{1, 4.05}}},
-        {"after", cut(7.95, 9), {{7.95, 9}}},
-        {"around", cut(1, 10), {{1, 4}, {8, 10}}},
-        {"over the start", cut(1, 6), {{1, 4}}},
-        {"over the end", cut(6, 10), {{8, 10}}},
-        {"inside", cut(5, 6), {}},
-        {"sticking out by a moment", cut(3.96, 8.04), {}},
-    };
-    for (const auto& row : rows) {
-        const auto rest = Storyboard::subtract(std::vector{row.segment}, 4, 8);
-        EXPECT_EQ(ranges(rest), row.rest) << row.name;
-        for (std::size_t i = 0; i < rest.size(); ++i)
-            EXPECT_EQ(rest[i].id == row.segment.id, i == 0) << row.name;
-    }
-}
-
 TEST(Storyboard, NormalizeSortsDropsAndMerges) {
     const struct {
         std::string name;
@@ -260,17 +236,6 @@ RC_GTEST_PROP(Storyboard, AnySequenceOfEditsLeavesLastingSegmentsAndATiledRow, (
     for (int i = 0; i < edits; ++i) {
         editAtRandom(edited);
         expectConsistent(edited);
-    }
-}
-
-// A normalised list may still merge once more (a merge lets the next one touch), but an edge never appears.
-RC_GTEST_PROP(Storyboard, NormalizeChangesNoTime, ()) {
-    const ProjectSettings before = anySettings(Temper::tame);
-    ProjectSettings after = before;
-    Storyboard::normalize(after);
-    for (const ZoomSegment& zoom : after.zooms) {
-        RC_ASSERT(std::ranges::count(before.zooms, zoom.start, &ZoomSegment::start) > 0);
-        RC_ASSERT(std::ranges::count(before.zooms, zoom.end, &ZoomSegment::end) > 0);
     }
 }
 

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <set>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -7,7 +9,6 @@
 
 #include "core/timeline/TimeMap.h"
 #include "tests/core/timeline/Generators.h"
-#include "tests/core/timeline/LiteralTimeline.h"
 #include "tests/core/timeline/Values.h"
 
 namespace glintro::testing {
@@ -71,38 +72,69 @@ TEST(TimeMap, TimesOutsideWhatIsKept) {
     for (const auto& row : rows) EXPECT_EQ(row.actual, row.expected) << row.name;
 }
 
-// Every edge of the map, what lies just beside it, and whatever the settings mention.
-std::vector<Seconds> probes(const TimeMap& map, const ProjectSettings& settings) {
-    std::vector<Seconds> times{-1, 0, 5.005, 1e300, -1e300};
-    for (const TimeMap::Piece& piece : map.pieces()) {
-        for (const Seconds time : {piece.src0, piece.src1, piece.comp0, piece.comp0 + piece.compDuration()}) {
-            times.push_back(time);
-            times.push_back(std::nextafter(time, -1e308));
-            times.push_back(std::nextafter(time, 1e308));
-        }
-        times.push_back((piece.src0 + piece.src1) * 0.5);
-    }
-    for (const CutSegment& cut : settings.cuts) times.push_back(cut.start + (cut.end - cut.start) * 0.3);
-    return times;
+using Range = std::pair<Seconds, Seconds>;
+
+Range kept(const ProjectSettings& settings, Seconds duration) {
+    Seconds low = settings.trimStart;
+    if (low < 0) low = 0;
+    if (low > duration) low = duration;
+    Seconds high = settings.trimEnd ? *settings.trimEnd : duration;
+    if (high < low) high = low;
+    if (high > duration) high = duration;
+    return {low, high};
 }
 
-void expectSameAsLiteral(const ProjectSettings& settings, Seconds duration) {
-    const TimeMap map(settings, duration);
-    const Pieces literal = literalPieces(settings, duration);
-    RC_ASSERT(map.pieces() == literal);
-    for (const Seconds time : probes(map, settings)) {
-        const auto same = [](double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-        RC_ASSERT(same(map.composition(time), literalComposition(literal, time)));
-        RC_ASSERT(same(map.source(time), literalSource(literal, time)));
+std::vector<Range> without(const CutSegment& cut, const std::vector<Range>& ranges) {
+    std::vector<Range> rest;
+    for (const auto& [a, b] : ranges) {
+        if (cut.end <= a || b <= cut.start) {
+            rest.emplace_back(a, b);
+            continue;
+        }
+        if (a < cut.start) rest.emplace_back(a, cut.start);
+        if (cut.end < b) rest.emplace_back(cut.end, b);
     }
+    return rest;
+}
+
+double rateAt(Seconds time, const std::vector<SpeedSegment>& speeds) {
+    for (const SpeedSegment& speed : speeds) {
+        if (speed.start <= time && time <= speed.end) return speed.rate < 0.25 ? 0.25 : speed.rate;
+    }
+    return 1.0;
+}
+
+// The rules as a plain walk over lists, each moment asking every segment: too slow to ship, but short enough
+// to be checked by eye. The fast code has to give the same numbers, bit for bit.
+Pieces literalPieces(const ProjectSettings& settings, Seconds duration) {
+    std::vector<Range> ranges{kept(settings, duration)};
+    std::vector<CutSegment> cuts = settings.cuts;
+    std::stable_sort(cuts.begin(), cuts.end(), [](auto& a, auto& b) { return a.start < b.start; });
+    for (const CutSegment& cut : cuts) ranges = without(cut, ranges);
+
+    Pieces pieces;
+    Seconds clock = 0;
+    for (const auto& [a, b] : ranges) {
+        if (!(b - a > 0.02)) continue;
+        std::set<Seconds> points{a, b};
+        for (const SpeedSegment& speed : settings.speeds) {
+            if (a < speed.start && speed.start < b) points.insert(speed.start);
+            if (a < speed.end && speed.end < b) points.insert(speed.end);
+        }
+        for (auto p = points.begin(), q = std::next(p); q != points.end(); ++p, ++q) {
+            if (!(*q - *p > 0.01)) continue;
+            const double rate = rateAt((*p + *q) * 0.5, settings.speeds);
+            pieces.push_back({*p, *q, clock, rate});
+            clock += (*q - *p) / rate;
+        }
+    }
+    return pieces;
 }
 
 RC_GTEST_PROP(TimeMap, IsTheLiteralWalk, ()) {
-    expectSameAsLiteral(anySettings(Temper::wild), anyRecordingDuration());
-}
-
-RC_GTEST_PROP(TimeMap, IsTheLiteralWalkOfOrdinaryEdits, ()) {
-    expectSameAsLiteral(anySettings(Temper::tame), 20);
+    const ProjectSettings settings = anySettings(anyIndex(2) == 0 ? Temper::tame : Temper::wild);
+    const Seconds duration = anyRecordingDuration();
+    RC_ASSERT(TimeMap(settings, duration).pieces() == literalPieces(settings, duration));
 }
 
 RC_GTEST_PROP(TimeMap, IsInvertible, ()) {

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -46,24 +45,6 @@ void watch(const TemporaryFolder& folder, const std::string& stream, Watching& w
     ASSERT_TRUE(watching.untilLost());
     camera.stop();
     EXPECT_EQ(watching.losses.size(), 1U);
-}
-
-TEST(AvCameraTest, JpegColoursComeOutAsBt709) {
-    const TemporaryFolder folder;
-    struct Row {
-        const char* colour;
-        std::array<int, 3> expected;
-    };
-    for (const Row& row :
-         {Row{"red", {63, 102, 240}}, Row{"lime", {173, 42, 26}}, Row{"blue", {32, 240, 118}},
-          Row{"white", {235, 128, 128}}, Row{"black", {16, 128, 128}}}) {
-        SCOPED_TRACE(row.colour);
-        Watching watching;
-        watch(folder, jpegs(folder, std::string("color=size=64x48:color=") + row.colour, 1), watching);
-        ASSERT_EQ(watching.count, 1U);
-        const auto colour = test::colourAt(watching.frames[0], 0.5, 0.5);
-        for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(colour[i], row.expected[i], 3) << i;
-    }
 }
 
 TEST(AvCameraTest, LeavesOutDamagedPicturesAndScalesThoseOfAnotherSize) {

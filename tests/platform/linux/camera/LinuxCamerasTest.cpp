@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -107,38 +106,6 @@ TEST(LinuxCamerasTest, DeliversPicturesOfTheSizeAndRateInTheirOrder) {
     }
     EXPECT_EQ(buffers.size(), 4U);
     EXPECT_EQ(pictures.size(), 4U);
-}
-
-TEST(LinuxCamerasTest, StopsAndStartsAgain) {
-    const auto camera = open("testsrc2=size=320x240:rate=60,realtime");
-    Watching watching;
-    std::atomic<bool> isStopped = false;
-    for (int take = 0; take < 3; ++take) {
-        const std::size_t before = watching.count;
-        isStopped = false;
-        ASSERT_TRUE(camera->start(
-            [&, seen = watching.seen()](CameraFrame frame) {
-                EXPECT_FALSE(isStopped);
-                seen(std::move(frame));
-            },
-            watching.lost()));
-        ASSERT_TRUE(watching.untilSeen(before + 3));
-        camera->stop();
-        isStopped = true;
-    }
-    EXPECT_TRUE(watching.losses.empty());
-}
-
-TEST(LinuxCamerasTest, SaysOnceThatThePicturesEnded) {
-    const auto camera = open("testsrc2=size=320x240:rate=30:duration=0.5,realtime");
-    Watching watching;
-    ASSERT_TRUE(camera->start(watching.seen(), watching.lost()));
-    ASSERT_TRUE(watching.untilLost());
-    camera->stop();
-    EXPECT_EQ(watching.count, 15U);
-    ASSERT_EQ(watching.losses.size(), 1U);
-    EXPECT_TRUE(watching.losses[0].message.ends_with("was disconnected; what follows has no camera picture."))
-        << watching.losses[0].message;
 }
 
 TEST(LinuxCamerasTest, AGraphThatIsNoneFailsToStart) {

@@ -84,25 +84,6 @@ TEST_P(PulseSoundTest, ListsMicrophonesWithTheDefaultFirstAndWithoutMonitors) {
     EXPECT_TRUE(isListedFirst());
 }
 
-TEST_P(PulseSoundTest, NamesTheMicrophoneThatDoesNotExist) {
-    const auto microphone = sound->openMicrophone("Studio");
-    ASSERT_FALSE(microphone);
-    EXPECT_EQ(microphone.error().message,
-              "There is no microphone “Studio”; connect it or choose another one.");
-}
-
-TEST_P(PulseSoundTest, ASourceThatIsGoneWhenItStartsIsAFailure) {
-    const std::string module = addStereoMicrophone();
-    const auto microphone = open("stereomic");
-    session->pactl("unload-module " + module);
-    Hearing hearing;
-    const auto started = microphone->start(hearing.heard(), hearing.lost());
-    ASSERT_FALSE(started);
-    EXPECT_EQ(started.error().message,
-              "The microphone “Stereo_Microphone” can’t be used; choose another one.");
-    EXPECT_TRUE(hearing.losses.empty());
-}
-
 // What is played at -6 dB is recorded at -6 dB, from whatever number of channels.
 TEST_P(PulseSoundTest, KeepsTheLevel) {
     addStereoMicrophone();
@@ -124,26 +105,6 @@ TEST_P(PulseSoundTest, KeepsTheLevel) {
         EXPECT_NEAR(*std::ranges::max_element(end), 0.5, 0.01);
         EXPECT_NEAR(test::rootMeanSquare(end), 0.5 / std::sqrt(2.0), 0.02);
     }
-}
-
-TEST_P(PulseSoundTest, TwoMicrophonesHearEachTheirOwn) {
-    addStereoMicrophone();
-    const auto loud = session->feed(test::sine(440, 0.5, 30));
-    const auto quiet = session->feed(test::sine(440, 0.2, 30, 2), 2, "stereofeed");
-    const auto first = open("testmic");
-    const auto second = open("stereomic");
-    Hearing firstHearing;
-    Hearing secondHearing;
-    ASSERT_TRUE(first->start(firstHearing.heard(), firstHearing.lost()));
-    ASSERT_TRUE(second->start(secondHearing.heard(), secondHearing.lost()));
-    EXPECT_TRUE(firstHearing.untilLoud(0.5, 0.34));
-    EXPECT_TRUE(secondHearing.untilLoud(0.5, 0.13));
-    first->stop();
-    const std::size_t soFar = secondHearing.samples.size();
-    EXPECT_TRUE(secondHearing.until([&] { return secondHearing.samples.size() > soFar + kSoundRate; }));
-    second->stop();
-    EXPECT_NEAR(test::rootMeanSquare(std::span(secondHearing.samples).last(kSoundRate / 5)),
-                0.2 / std::sqrt(2.0), 0.02);
 }
 
 Seconds distanceToNearest(Seconds time, const std::vector<Seconds>& times) {

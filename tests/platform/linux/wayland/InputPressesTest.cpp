@@ -223,13 +223,6 @@ TEST(InputPresses, AreNoTapsWhereTheDesktopHasSwitchedThemOff) {
         [] { EXPECT_EQ(pressesOf(1), std::vector{Button::right}) << "the left-handed mouse's"; });
 }
 
-TEST(InputPresses, CannotBeSeenWithoutDevices) {
-    if (fs::exists("/dev/input")) GTEST_SKIP() << "There are devices here.";
-    EXPECT_FALSE(InputPresses::canSee());
-    InputPresses presses;
-    EXPECT_TRUE(presses.start([](const InputPresses::Press&) {}));
-}
-
 TEST(PointerSettings, AreThoseOfGnome) {
     const TemporaryFolder folder;
     const PointingDevice touchpad{1, 2, "Pad", true}, mouse{1, 2, "Mouse", false};

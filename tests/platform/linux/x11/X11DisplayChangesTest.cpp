@@ -1,12 +1,10 @@
 #include <algorithm>
-#include <fstream>
 
 #include <gtest/gtest.h>
 
 #include "platform/linux/x11/X11Content.h"
 #include "platform/linux/x11/X11Streams.h"
 #include "tests/support/FrameWatch.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/XPainter.h"
 #include "tests/support/XSession.h"
 
@@ -89,38 +87,13 @@ TEST_F(X11DisplayChangesTest, ANewResolutionOrPlaceIsFollowed) {
     EXPECT_EQ(watch.wrong() + insideWatch.wrong() + outsideWatch.wrong(), "");
 }
 
-// Xephyr, a server in a window of another one, is the one that can turn its screen without hardware.
-class X11TurnedDisplayTest : public testing::Test {
-  protected:
-    void SetUp() override {
-        if (const auto why = XSession::whyNoXvfb()) GTEST_SKIP() << *why;
-        session_ = XSession::xvfb(800, 800, XSession::WindowManager::none);
-        const std::string log = (folder_ / "display").string();
-        const std::string command = "exec Xephyr -displayfd 1 -screen 640x480 -noreset 2>/dev/null";
-        server_ = session_->run({"sh", "-c", command}, log);
-        const auto hasTold = [&] {
-            std::ifstream told(log);
-            return std::getline(told, display_) && !told.eof();
-        };
-        if (!waitUntil([&] { return hasTold() || !server_->isRunning(); }) || !server_->isRunning()) {
-            GTEST_SKIP() << "This test needs an X server that can turn its screen: install xserver-xephyr.";
-        }
-        display_ = ":" + display_;
-    }
-    void turn(const std::string& direction) const {
-        session_->output({"xrandr", "--display", display_, "-o", direction});
-    }
-
-    TemporaryFolder folder_;
-    std::unique_ptr<XSession> session_;
-    std::unique_ptr<test::ChildProcess> server_;
-    std::string display_;
-};
-
 // A turned screen is upright in its pixels, and so are areas on it.
-TEST_F(X11TurnedDisplayTest, ShowsUprightPixelsHoweverItIsTurned) {
-    const test::ScopedEnvironment environment("DISPLAY", display_);
-    XPainter painter(display_);
+TEST(X11TurnedDisplay, ShowsUprightPixelsHoweverItIsTurned) {
+    if (const auto why = XSession::whyNoTurnable()) GTEST_SKIP() << *why;
+    const auto host = XSession::xvfb(800, 800, XSession::WindowManager::none);
+    const auto session = XSession::turnable(*host);
+    const XSession::Environment environment(*session);
+    XPainter painter(session->display());
     const ShareableDisplay display = x11Displays(*connectToX11())->at(0);
     const auto stream = openX11Display(display, std::nullopt);
     const auto area = openX11Display(display, Rect{100, 50, 300, 200});
@@ -133,7 +106,7 @@ TEST_F(X11TurnedDisplayTest, ShowsUprightPixelsHoweverItIsTurned) {
         {"left", {480, 640}}, {"inverted", {640, 480}}, {"right", {480, 640}}, {"normal", {640, 480}}};
     std::uint32_t colour = 0x102030;
     for (const auto& row : rows) {
-        turn(row.direction);
+        session->output({"xrandr", "-o", row.direction});
         ASSERT_TRUE(watch.hasSize(row.size)) << row.direction;
         painter.fill(0, {110, 70, 20, 10}, colour);
         EXPECT_TRUE(watch.shows(129, 79, colour)) << row.direction;

@@ -131,16 +131,6 @@ TEST_F(X11DisplayStreamTest, TellsEveryRowThatChangesAndNoPixelIsOld) {
     }
 }
 
-TEST_F(X11DisplayStreamTest, RepeatsThePictureWhileNothingChanges) {
-    begin(320, 240);
-    const auto stream = openFirstDisplay();
-    FrameWatch watch(*stream);
-    ASSERT_TRUE(watch.shows(10, 10, kWallpaper));
-    EXPECT_TRUE(waitUntil([&] { return watch.repeats() >= 2; }));
-    EXPECT_LE(watch.frames() - watch.repeats(), 2);
-    EXPECT_EQ(watch.wrong(), "");
-}
-
 TEST_F(X11DisplayStreamTest, LeavesOutFramesWhileAllBuffersAreHeldAndLosesNoChange) {
     begin(320, 240);
     const auto stream = openFirstDisplay();
@@ -209,19 +199,6 @@ TEST_F(X11DisplayStreamTest, LeavesOutFramesAroundOurWindowsButNotPanelsThatHold
     EXPECT_EQ(watch.pixel(frame.x + 20, frame.bottom() - 20), kWallpaper) << "itself";
     EXPECT_EQ(watch.pixel(20, 460), kForbidden) << "the icon in the panel";
     EXPECT_EQ(watch.wrong(), "");
-}
-
-TEST_F(X11DisplayStreamTest, CountsInPointsOnADesktopWithLargePixels) {
-    begin(640, 480);
-    session_->output({"sh", "-c", "echo 'Xft.dpi: 192' | xrdb -merge"});
-    const auto stream = openFirstDisplay(Rect{10, 20, 100, 50});
-    EXPECT_EQ(stream->pixelSize(), (PixelSize{200, 100}));
-    EXPECT_EQ(stream->frame(), (Rect{10, 20, 100, 50}));
-    FrameWatch watch(*stream);
-    painter_->fill(0, {20, 40, 1, 1}, 0x00AA00);
-    painter_->fill(0, {219, 139, 1, 1}, 0x0000BB);
-    EXPECT_TRUE(watch.shows(0, 0, 0x00AA00));
-    EXPECT_TRUE(watch.shows(199, 99, 0x0000BB));
 }
 
 TEST_F(X11DisplayStreamTest, SaysThatAScreenOfFewColoursCannotBeRecorded) {

@@ -131,20 +131,6 @@ TEST_F(X11HotKeySourceTest, ListensToTheLastCombinationOnlyAndToNoneAfterTheStop
     EXPECT_EQ(later, 1);
 }
 
-TEST_F(X11HotKeySourceTest, FollowsTheKeyToAnotherPlaceOfTheKeyboard) {
-    ASSERT_TRUE(source_->listen(kRecord, counter()));
-    type('r', {kAltLeft, kSuperLeft});
-    ASSERT_TRUE(reach(1));
-    session_->output({"xmodmap", "-e", "keysym r = F30", "-e", "keysym z = r R"});
-    EXPECT_TRUE(waitUntil([&] {
-        type('r', {kAltLeft, kSuperLeft}); // finds the key it is on now
-        return presses_ >= 2;
-    }));
-    const int before = presses_;
-    type(kF30, {kAltLeft, kSuperLeft});
-    EXPECT_FALSE(waitUntil([&] { return presses_ > before; }, std::chrono::milliseconds(100)));
-}
-
 TEST_F(X11HotKeySourceTest, TellsOfAKeyThatTheKeyboardLosesAndFindsAgain) {
     ASSERT_TRUE(source_->listen(kRecord, logger()));
     std::vector<std::string> expected{"Alt+Super+R"};

@@ -203,32 +203,6 @@ TEST_F(X11PointerSourceTest, WarnsOnceWhenTheServerStopsShowingClicks) {
     EXPECT_EQ(warnings, 1);
 }
 
-// Recording is asked for on one connection and received on another: here those are of different servers.
-TEST_F(X11PointerSourceTest, SaysThatTheServerRefusesToShowClicks) {
-    const Result<X11Connection> control = connectToX11();
-    const auto stranger = XSession::xvfb(320, 240, XSession::WindowManager::none);
-    const XSession::Environment environment(*stranger);
-    std::atomic<int> warnings = 0;
-    const auto refused = X11PressRecorder::create(
-        *control, 1, {[](const PointerPress&) {}, [&](const std::string&) { ++warnings; }});
-    ASSERT_FALSE(refused);
-    EXPECT_NE(refused.error().message.find("refused"), std::string::npos);
-    EXPECT_EQ(warnings, 0);
-}
-
-TEST_F(X11PointerSourceTest, SeesClicksWhileAnotherProgramKeepsTheServerToItself) {
-    Presses presses;
-    std::atomic<int> warnings = 0;
-    const auto source = createX11PointerSource(1);
-    source->setWarningHandler([&](const std::string&) { ++warnings; });
-    ASSERT_TRUE(source->start(presses.handler()));
-    test::XInjector greedy(session_->display());
-    greedy.grabServer();
-    injectClick(greedy, 700, 300, 1);
-    EXPECT_TRUE(presses.reach(1));
-    EXPECT_EQ(warnings, 0);
-}
-
 TEST(X11PointerSourceWithoutRecord, GivesPositionsAndSaysWhatIsMissing) {
     if (const auto why = XSession::whyNoXvfb()) GTEST_SKIP() << *why;
     const auto session = XSession::xvfb(800, 600, XSession::WindowManager::none, {"-extension", "RECORD"});

@@ -171,16 +171,6 @@ TEST_F(X11WindowsTest, AreListedFrontToBackMinimisedAndOnOtherDesktopsToo) {
     EXPECT_EQ(listed(second)->frame, before);
 }
 
-TEST_F(X11WindowsTest, AreInPointsOfAScaledDesktop) {
-    XWindow shown = window(401, 300, 200, 150);
-    shown.show();
-    const auto outer = [&] { return topLevelOutline(shown.connection(), shown.id()); };
-    ASSERT_TRUE(waitUntil([&] { return listed(shown) && listed(shown)->frame == outer(); }));
-    session_->output({"sh", "-c", "echo 'Xft.dpi: 192' | xrdb -nocpp -merge"});
-    EXPECT_EQ(listed(shown)->frame,
-              (Rect{outer().x / 2, outer().y / 2, outer().width / 2, outer().height / 2}));
-}
-
 TEST_F(X11WindowsTest, AreTheRootsVisibleChildrenWithoutAManager) {
     begin(XSession::WindowManager::none);
     XWindow back = window(300, 200, 10, 20), front = window(200, 100, 30, 40), hidden = window(9, 9, 0, 0);

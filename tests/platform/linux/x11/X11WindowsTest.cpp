@@ -158,7 +158,15 @@ TEST_F(X11WindowsTest, AreListedFrontToBackMinimisedAndOnOtherDesktopsToo) {
     EXPECT_TRUE(waitUntil([&] {
         return order() == std::vector<xcb_window_t>{first.id(), third.id(), second.id()};
     }));
-    const Rect before = listed(second)->frame;
+    // The window manager moves new windows about for a moment.
+    Rect before;
+    int unchanged = 0;
+    ASSERT_TRUE(waitUntil([&] {
+        const Rect now = listed(second)->frame;
+        unchanged = now == before ? unchanged + 1 : 0;
+        before = now;
+        return unchanged == 20;
+    }));
     second.minimise();
     third.moveToDesktop(1);
     const auto isHidden = [&](const XWindow& each) {

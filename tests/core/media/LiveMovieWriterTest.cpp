@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <random>
 #include <sstream>
@@ -169,29 +168,17 @@ TEST(LiveMovieWriter, TakesPicturesAndSoundFromTwoThreads) {
     const std::vector<std::int64_t> clicks{24000, 192'000};
     auto writer = test::startTake(file);
     ASSERT_TRUE(writer);
-    // Neither runs far ahead of the other, as in a take, where both follow one clock.
-    std::atomic<std::size_t> shown = 0;
-    std::atomic<std::size_t> heard = 0;
-    bool isHeard = true;
+    bool heard = true;
     std::thread sound([&] {
-        std::int64_t at = 0;
-        for (; heard < times.size(); ++heard) {
-            while (shown < heard) std::this_thread::yield();
-            const auto until = std::llround(times[heard] * 48000);
-            for (; at < until; at += 480)
-                isHeard = isHeard && writer->writeAudio(test::clicks(at, 480, clicks)).has_value();
-        }
+        const auto samples = std::llround(times.back() * 48000);
+        for (std::int64_t at = 0; at < samples; at += 480)
+            heard = heard && writer->writeAudio(test::clicks(at, 480, clicks)).has_value();
     });
-    bool isWritten = true;
-    for (; shown < times.size(); ++shown) {
-        while (heard + 1 < shown) std::this_thread::yield();
-        const auto picture = test::numbered(static_cast<int>(shown));
-        isWritten = isWritten && writer->writeFrame(picture.view(), times[shown]).has_value();
-    }
+    const auto written = test::writeTake(*writer, times, {}, false);
     while (writer->stepDown()) {
     }
     sound.join();
-    ASSERT_TRUE(isWritten && isHeard);
+    ASSERT_TRUE(written && heard);
     ASSERT_TRUE(writer->finish(times.back()));
     test::expectPictures(file, times, times.size());
     test::expectClicks(test::soundOf(file, times.back()), clicks);

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "app/base/Images.h"
 #include "app/editor/ReelNotices.h"
 
 namespace glintro {
@@ -16,12 +17,6 @@ constexpr double kEnoughProgress = 0.02;
 
 QString toQt(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-QImage toImage(const BgraImage& image) {
-    const QImage view(image.pixels.data(), image.size.width, image.size.height,
-                      static_cast<int>(image.rowBytes()), QImage::Format_RGB32);
-    return view.copy();
 }
 
 } // namespace

@@ -7,9 +7,9 @@
 #include <optional>
 #include <string>
 
-#include "app/recording/BackgroundQueue.h"
+#include "app/base/BackgroundQueue.h"
+#include "app/base/MainThreadPost.h"
 #include "app/recording/Handover.h"
-#include "app/recording/MainThreadPost.h"
 #include "core/base/Failure.h"
 
 namespace glintro {

@@ -8,13 +8,13 @@
 #include <optional>
 #include <stop_token>
 
+#include "app/base/BackgroundQueue.h"
+#include "app/base/MainThreadPost.h"
 #include "app/preferences/Preferences.h"
-#include "app/recording/BackgroundQueue.h"
 #include "app/recording/CameraPreview.h"
 #include "app/recording/Countdown.h"
 #include "app/recording/Handover.h"
 #include "app/recording/LiveTake.h"
-#include "app/recording/MainThreadPost.h"
 #include "app/recording/MicrophoneLevel.h"
 #include "app/recording/RecordingSources.h"
 #include "app/recording/RecordingViews.h"

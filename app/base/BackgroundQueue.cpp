@@ -1,4 +1,4 @@
-#include "app/recording/BackgroundQueue.h"
+#include "app/base/BackgroundQueue.h"
 
 #include <condition_variable>
 #include <deque>

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "app/editor/SoundHistory.h"
+#include "app/player/SoundHistory.h"
 
 namespace glintro {
 namespace {

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "app/editor/SoundHistory.h"
-#include "app/editor/SoundRing.h"
+#include "app/player/SoundHistory.h"
+#include "app/player/SoundRing.h"
 #include "core/base/Failure.h"
 #include "core/media/decode/AudioMix.h"
 #include "core/timeline/TimeMap.h"

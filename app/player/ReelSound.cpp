@@ -1,4 +1,4 @@
-#include "app/editor/ReelSound.h"
+#include "app/player/ReelSound.h"
 
 #include <algorithm>
 #include <chrono>

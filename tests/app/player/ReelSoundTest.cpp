@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "app/editor/ReelSound.h"
+#include "app/player/ReelSound.h"
 #include "platform/HostClock.h"
 #include "platform/linux/sound/PulseSound.h"
 #include "tests/platform/linux/sound/SoundTools.h"

@@ -1,4 +1,4 @@
-#include "app/editor/SoundHistory.h"
+#include "app/player/SoundHistory.h"
 
 #include <algorithm>
 #include <cmath>

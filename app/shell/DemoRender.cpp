@@ -52,7 +52,7 @@ Result<ExportOutcome> render(const Project& project, const fs::path& output) {
     options.fps = kFps;
     options.fill = project.info.settings.aspect != AspectRatio::wide;
     const auto cancel = std::make_shared<ExportCancel>();
-    const SignalCancel signals(cancel);
+    const SignalCancel onSignal(cancel);
     return Exporter::run({.project = project,
                           .settings = project.info.settings,
                           .options = options,

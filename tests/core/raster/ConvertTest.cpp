@@ -194,29 +194,6 @@ TEST_P(ConvertTest, DitherBelongsToThePlaneNotToTheRow) {
     }
 }
 
-TEST(PlaneColourTest, GivesTheStandardsColours) {
-    const struct {
-        Triple rgb;
-        Triple yuv;
-    } rows[] = {
-        {{0, 0, 0}, {16, 128, 128}},
-        {{1, 1, 1}, {235, 128, 128}},
-        {{1, 0, 0}, {62.56, 102.34, 240}},
-        {{0, 0, 1}, {31.81, 240, 117.73}},
-    };
-    for (const auto& row : rows) {
-        const auto [red, green, blue] = row.rgb;
-        const auto colour = [&](PixelLayout layout) {
-            return planeColour(layout, static_cast<float>(red), static_cast<float>(green),
-                               static_cast<float>(blue));
-        };
-        for (std::size_t i = 0; i < 3; ++i) {
-            EXPECT_NEAR(colour(PixelLayout::yuv420).values[i], row.yuv[i], 0.01);
-            EXPECT_EQ(colour(PixelLayout::rgb444).values[i], static_cast<float>(255 * row.rgb[i]));
-        }
-    }
-}
-
 // What a recording does with the rows that changed: the rest must stay, the edges must not show.
 TEST(ConvertRowsTest, ChangedRowsGiveWhatTheWholePictureWould) {
     const PixelSize size{30, 11};

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "core/base/FileIO.h"
 #include "core/media/encode/MovieWriter.h"
 #include "core/reel/Project.h"
 #include "tests/core/model/Generators.h"
+#include "tests/support/Files.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -14,14 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Status = Project::LoadResult::Status;
-
-void putFile(const fs::path& file, std::string_view bytes) {
-    ASSERT_TRUE(writeFile(file, bytes)) << file;
-}
-
-std::string contentOf(const fs::path& file) {
-    return readFile(file, kLongestProjectText).value_or("unreadable");
-}
+using test::contentOf;
+using test::putFile;
 
 // Two seconds of a grey picture.
 void putMovie(const fs::path& file) {

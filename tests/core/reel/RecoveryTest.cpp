@@ -96,7 +96,7 @@ TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
     }
 }
 
-TEST_F(RecoveryTest, TakesWhatTheReelsFilesTell) {
+TEST_F(RecoveryTest, ReadsWhatTheReelsFilesTell) {
     const fs::path reel = folder("2026-11-21");
     putInterruptedMovie(reel / "raw.mov", TakeMaker::Sound::none);
     putInterruptedMovie(reel / "camera.mov");

@@ -106,7 +106,7 @@ TEST(TakeJournal, EndsWhereItIsTorn) {
     EXPECT_EQ(wholeLines, 10U);
 }
 
-TEST(TakeJournal, PassesOverNothingThatIsNotItsOwn) {
+TEST(TakeJournal, EndsAtALineThatIsNotItsOwn) {
     const std::string begin = "glintro-take 1\ns 1 0 0\n";
     const char* rows[] = {"",           "s 1 0\n",        "s 1 0 0 0\n",   "s 1 0 nan\n",  "s 1 0 inf\n",
                           "s  1 0 0\n", "s 1 0 0 \n",     "pause\n",       "pause x\n",    "pause 1 2 3\n",
@@ -181,7 +181,7 @@ TEST(TakeJournal, RunsWhileItsProcessLives) {
     EXPECT_FALSE(TakeJournal::isRunning(folder.path()));
     EXPECT_GT(samples(), 100U);
     { const auto journal = journalIn(folder); }
-    EXPECT_FALSE(TakeJournal::isRunning(folder.path())) << "nor one that was given up";
+    EXPECT_FALSE(TakeJournal::isRunning(folder.path())) << "nor one whose journal was closed";
 }
 
 TEST(TakeRecord, ItsEventsAreWhatLiesInTheRecording) {

@@ -178,7 +178,7 @@ void PipeWireCamera::process() {
         std::optional<CameraFrame> frame;
         if (format_ && viewPicture(*view_, buffer, *format_))
             frame = pictures_.convert(*view_, stampOf(buffer));
-        pw_stream_queue_buffer(stream_.get(), taken);
+        pw_stream_queue_buffer(stream_.get(), dequeued);
         if (!frame || !lost_) continue;
         waitForNext();
         seen_(std::move(*frame));

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QTimer>
 #include <memory>
+#include <stop_token>
 
 #include "app/base/BackgroundQueue.h"
 #include "app/base/MainThreadPost.h"
@@ -15,7 +16,8 @@
 namespace glintro {
 
 // The tiles of the Look panel: the frame under the playhead as each Look would show it. The frame is decoded
-// once and drawn under every Look. Main thread; works on a thread of its own and never waits for it.
+// once and drawn under every Look. Main thread; works on a thread of its own, which it
+// waits for only a moment at the end.
 class LookPreviews : public QObject {
     Q_OBJECT
 
@@ -33,7 +35,7 @@ class LookPreviews : public QObject {
     // After the delay, in seconds, draws a tile for every Look: the settings with the Look applied, at a
     // source time. Replaces an earlier call that waits, and stops one that runs before its next tile.
     void refresh(const ProjectSettings& settings, Seconds playhead, Seconds delay);
-    // Stops what waits and what runs.
+    // Drops what waits and stops what runs: no signal of it comes any more.
     void cancel();
 
     // By the Look's name, as drawn last; null while there is none.
@@ -46,8 +48,10 @@ class LookPreviews : public QObject {
     void failed();   // the recording cannot be read; the previews stay as they were
 
   private:
+    struct Task;
     struct Worker;
     void start();
+    void show(const QString& look, const QImage& picture);
 
     std::shared_ptr<Worker> worker_; // shared with the thread
     QHash<QString, QImage> previews_;

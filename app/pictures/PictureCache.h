@@ -39,13 +39,14 @@ class PictureCache {
 
   private:
     std::filesystem::path fileOf(const PictureKey& key) const;
-    bool makeFolder() const;
     void bound(std::uint64_t added);
 
     const std::filesystem::path folder_;
     const std::uint64_t limit_;
-    std::mutex mutex_;                              // guards what follows
-    std::optional<std::uint64_t> writtenSinceScan_; // bytes; absent before the first scan
+    std::mutex mutex_;            // guards what follows
+    std::uint64_t total_ = 0;     // bytes in the folder, as far as known
+    std::uint64_t sinceLook_ = 0; // bytes written since the folder was looked at
+    bool hasLooked_ = false;
 };
 
 } // namespace glintro

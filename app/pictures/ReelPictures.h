@@ -1,17 +1,18 @@
 #pragma once
 
-#include <QHash>
 #include <QImage>
 #include <QList>
 #include <QObject>
 #include <QString>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 
 #include "app/base/MainThreadPost.h"
 #include "app/pictures/PictureCache.h"
 #include "app/pictures/RequestStack.h"
+#include "app/pictures/WallpaperMemo.h"
 #include "app/pictures/WallpaperSource.h"
 #include "core/reel/Project.h"
 
@@ -58,25 +59,28 @@ class ReelPictures : public QObject {
   private:
     enum class Kind { card, scrub };
     struct Request {
-        std::string shown; // of the settings: a request that shows the same is the same
-        std::uint64_t ticket = 0;
+        std::string shown;         // of the settings: a request that shows the same is the same
+        std::uint64_t ticket = 0;  // of the job that answers it
+        std::uint64_t urgency = 0; // the ticket of the last call that asked for it
     };
     struct Job;
+    using JobPtr = std::shared_ptr<const Job>;
 
-    static QString nameOf(Kind kind, const QString& folder);
+    static std::string nameOf(Kind kind, const QString& folder);
     void request(Kind kind, const Project& project);
     void drop(Kind kind, const QString& folder);
-    void lookUp(const std::shared_ptr<const Job>& job);
-    void make(const std::shared_ptr<const Job>& job, const PictureKey& key);
+    const Request* requestOf(const Job& job) const;
+    void lookUp(const std::string& name, const JobPtr& job);
+    void make(const JobPtr& job, const PictureKey& key);
     void finish(const Job& job, const QList<QImage>& pictures);
-    bool isWanted(const Job& job) const;
 
     const std::shared_ptr<PictureCache> cache_;
     const WallpaperSource wallpaper_;
-    QHash<QString, Request> requests_; // by nameOf(): not yet answered
+    const std::shared_ptr<WallpaperMemo> wallpaperMemo_; // used by the makers' thread
+    std::map<std::string, Request> requests_;            // by nameOf(): not yet answered
     std::uint64_t lastTicket_ = 0;
     std::shared_ptr<MainThreadPost> post_;
-    RequestStack lookups_;
+    RequestStack lookups_; // apart from the makers: a card that is cached waits for no decoding
     RequestStack makers_;
 };
 

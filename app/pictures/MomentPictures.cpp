@@ -1,7 +1,6 @@
 #include "app/pictures/MomentPictures.h"
 
 #include <QSet>
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -41,7 +40,7 @@ void MomentPictures::request(const std::vector<Seconds>& sourceTimes) {
     for (const int key : std::as_const(wanted_))
         if (pictures_.contains(key)) unwanted_.append(key);
     erase_if(unwanted_, [&](int key) { return keys.contains(key); });
-    wanted_ = keys.values();
+    wanted_ = keys;
     if (pump_->replace(missing)) queue_.post([pump = pump_] { pump->run(); });
 }
 

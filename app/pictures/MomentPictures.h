@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <memory>
 #include <vector>
 
@@ -49,7 +50,7 @@ class MomentPictures : public QObject {
 
     const qsizetype limit_;
     QHash<int, QImage> pictures_;
-    QList<int> wanted_;   // keys of the last request
+    QSet<int> wanted_;    // keys of the last request
     QList<int> unwanted_; // keys of other pictures that are there, longest unwanted first
     qsizetype bytes_ = 0; // of pictures_
     std::shared_ptr<MainThreadPost> post_;

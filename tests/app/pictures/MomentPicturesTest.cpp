@@ -78,7 +78,7 @@ TEST_F(MomentPicturesTest, TheNewestSetWinsAndEveryPictureIsRight) {
     std::vector<Seconds> wanted;
     for (int step = 0; step < 200; ++step) {
         wanted.clear();
-        for (int i = 0; i < 6; ++i) wanted.push_back(0.25 * (random() % 30) + 0.1);
+        for (int i = 0; i < 6; ++i) wanted.push_back(0.25 * static_cast<int>(random() % 30) + 0.1);
         pictures.request(wanted);
         handleFor(milliseconds(random() % 4));
     }
@@ -87,7 +87,7 @@ TEST_F(MomentPicturesTest, TheNewestSetWinsAndEveryPictureIsRight) {
     handleFor(milliseconds(50));
     for (int key = 0; key < 30; ++key) {
         EXPECT_LE(made.count(key), 1U) << key;
-        if (!pictures.picture(key).isNull()) EXPECT_TRUE(shows(pictures, key * 0.25 + 0.1)) << key;
+        EXPECT_TRUE(pictures.picture(key).isNull() || shows(pictures, key * 0.25 + 0.1)) << key;
     }
 }
 

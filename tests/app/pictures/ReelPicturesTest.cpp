@@ -87,7 +87,7 @@ TEST_F(ReelPicturesTest, ACardIsAStillWithTheReelsOwnSettings) {
 
 TEST_F(ReelPicturesTest, ScrubFramesAreSpreadOverTheRecording) {
     // The red of a frame tells its number; key frames are two seconds apart.
-    const auto recipe = test::MovieRecipe{.size = {960, 600}, .frames = 240, .colour = [](int frame) {
+    const auto recipe = test::MovieRecipe{.size = {640, 400}, .frames = 240, .colour = [](int frame) {
                                               return test::Rgb{frame, 100, 60};
                                           }};
     const auto longer = makeReel(folder / "longer", recipe);

@@ -24,7 +24,7 @@ class MomentPictures : public QObject {
     static constexpr int kLongSide = 240; // pixels
     static constexpr qsizetype kLimit = qsizetype{96} << 20;
 
-    // Keeps at most `limit` bytes of pictures, and one picture more.
+    // Keeps at most `limit` bytes of pictures.
     explicit MomentPictures(Project project, qsizetype limit = kLimit, QObject* parent = nullptr);
     ~MomentPictures() override;
 
@@ -45,8 +45,7 @@ class MomentPictures : public QObject {
 
   private:
     void receive(int key, const QImage& picture);
-    void keep(int key, const QImage& picture);
-    bool makeRoom();
+    bool makeRoom(qsizetype bytes);
 
     const qsizetype limit_;
     QHash<int, QImage> pictures_;

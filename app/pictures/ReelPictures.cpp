@@ -1,12 +1,19 @@
 #include "app/pictures/ReelPictures.h"
 
 #include <QFile>
+#include <chrono>
 #include <utility>
 
 #include "app/pictures/PictureKeys.h"
 #include "app/pictures/ReelStills.h"
 
 namespace glintro {
+namespace {
+
+// For what waits to be written when the program ends; what is late is made again some day.
+constexpr std::chrono::milliseconds kKeepTimeout{200};
+
+} // namespace
 
 // A request on its way through the background threads.
 struct ReelPictures::Job {
@@ -36,6 +43,7 @@ ReelPictures::ReelPictures(std::shared_ptr<PictureCache> cache, WallpaperSource 
 
 ReelPictures::~ReelPictures() {
     post_->close();
+    (void)keeper_.waitUntilIdle(kKeepTimeout);
 }
 
 QString ReelPictures::folderOf(const Project& project) {
@@ -110,19 +118,19 @@ void ReelPictures::lookUp(const std::string& name, const JobPtr& job) {
 void ReelPictures::make(const JobPtr& job, const PictureKey& key) {
     const Request* wanted = requestOf(*job);
     if (wanted == nullptr) return;
-    auto task = [this, job, key, cache = cache_, wallpaper = wallpaperMemo_,
-                 post = post_](const std::stop_token& stop) {
+    auto task = [this, job, key, wallpaper = wallpaperMemo_, post = post_](const std::stop_token& stop) {
         const auto pictures = job->pictures(*wallpaper, stop);
         if (stop.stop_requested()) return;
-        (*post)([this, job, made = pictures.value_or(QList<QImage>())] { finish(*job, made); });
-        if (pictures) cache->store(key, *pictures);
+        (*post)([this, job, key, made = pictures.value_or(QList<QImage>())] {
+            if (finish(*job, made)) keeper_.post([cache = cache_, key, made] { cache->store(key, made); });
+        });
     };
     makers_.push(nameOf(job->kind, job->folder), wanted->urgency, std::move(task));
 }
 
-// No pictures: they could not be made.
-void ReelPictures::finish(const Job& job, const QList<QImage>& pictures) {
-    if (requestOf(job) == nullptr) return;
+// Hands pictures out, none where they could not be made. False when nobody wants them any more.
+bool ReelPictures::finish(const Job& job, const QList<QImage>& pictures) {
+    if (requestOf(job) == nullptr) return false;
     requests_.erase(nameOf(job.kind, job.folder));
     const QString& folder = job.folder;
     if (job.kind == Kind::card) {
@@ -130,6 +138,7 @@ void ReelPictures::finish(const Job& job, const QList<QImage>& pictures) {
     } else {
         pictures.isEmpty() ? emit scrubFailed(folder) : emit scrubReady(folder, pictures);
     }
+    return true;
 }
 
 } // namespace glintro

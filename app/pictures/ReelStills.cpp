@@ -10,9 +10,10 @@
 namespace glintro {
 namespace {
 
-// How far a scrub frame may be from its place: a share of the distance to the next one, which nobody sees,
-// for the sake of a key frame that is sooner decoded.
+// How far a scrub frame may be from its place for the sake of a key frame, which is sooner decoded: a small
+// share of the distance to the next one, which nobody sees.
 constexpr double kScrubTolerance = 0.1;
+constexpr Seconds kLargestTolerance = 1;
 
 std::shared_ptr<const BgraImage> wallpaperOf(const ProjectSettings& settings, PixelSize source, int longSide,
                                              WallpaperMemo& wallpaper) {
@@ -24,7 +25,8 @@ std::shared_ptr<const BgraImage> wallpaperOf(const ProjectSettings& settings, Pi
 Result<MovieFrame> scrubFrame(MovieReader& movie, FrameRequest request, Seconds spacing) {
     request.tolerance = FrameTolerance::keyFrame;
     auto frame = movie.frame(request);
-    if (!frame || std::abs(frame->time - request.time) <= kScrubTolerance * spacing) return frame;
+    const Seconds tolerance = std::min(kScrubTolerance * spacing, kLargestTolerance);
+    if (!frame || std::abs(frame->time - request.time) <= tolerance) return frame;
     request.tolerance = FrameTolerance::nearby;
     return movie.frame(request);
 }

@@ -20,7 +20,8 @@ using test::makeReel;
 RecordingEvents pointer() {
     RecordingEvents events;
     events.duration = 4;
-    for (int i = 0; i < 240; ++i) events.cursor.push_back({{i / 60.0, 0.3 + i * 0.001, 0.6}});
+    // A leap just before the moment of the card, where paths of different smoothing are far apart.
+    for (int i = 0; i < 240; ++i) events.cursor.push_back({{i / 60.0, i < 80 ? 0.1 : 0.9, 0.6}});
     for (const double time : {0.5, 1.2, 1.3, 3.0}) events.clicks.push_back({{time, 0.3, 0.6}});
     return events;
 }

@@ -150,12 +150,17 @@ TEST_F(PictureCacheTest, RemovesTheLongestUnusedAndKeepsWhatIsInUse) {
 
 // A reader beside two writers that are killed at any moment sees whole pictures or none.
 TEST_F(PictureCacheTest, ProcessesShareItAndMayDieAtAnyMoment) {
+    const auto changed = [&] {
+        std::error_code missing;
+        return fs::last_write_time(cacheFolder, missing);
+    };
     std::mt19937 random(7);
     int found = 0;
     for (int round = 0; round < 25; ++round) {
         test::ChildProcess one({GLINTRO_CACHE_WRITER, cacheFolder.string()});
         test::ChildProcess other({GLINTRO_CACHE_WRITER, cacheFolder.string()});
-        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(20 + random() % 150);
+        ASSERT_TRUE(test::waitUntil([&, before = changed()] { return changed() != before; })); // they write
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(random() % 100);
         while (std::chrono::steady_clock::now() < end) {
             const int content = static_cast<int>(random() % 3);
             const auto pictures = cache.load(keyOf(static_cast<int>(random() % 4), content));

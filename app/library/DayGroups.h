@@ -16,20 +16,21 @@ namespace glintro {
 // The user's calendar: which time it is, where, and in which language. Values, so that tests can be anywhere at
 // any time.
 struct DayCalendar {
-    std::function<Timestamp()> now; // the system's clock by default
-    QTimeZone zone;                 // the user's by default
-    QLocale locale;
+    std::function<Timestamp()> now = systemTime;
+    QTimeZone zone = {}; // when not valid, where the system is at the moment
+    QLocale locale = {};
 
-    DayCalendar();
+    static Timestamp systemTime();
 
     QDate dayOf(Timestamp time) const;
     QDate today() const { return dayOf(now()); }
     // When the day after a time's begins there: days have 23 or 25 hours when the clocks change.
     Timestamp startOfNextDay(Timestamp time) const;
+    QDateTime dateTimeOf(Timestamp time) const;
     // "Today", "Yesterday", "Sunday, Nov 22" in this year, else "Nov 22, 2025".
     QString title(QDate day) const;
     QString title(QDate day, QDate today) const;
-    // "14:03", as the language writes it.
+    // "14:03" or "2:03 PM", as the language writes it.
     QString timeOfDay(Timestamp time) const;
 };
 

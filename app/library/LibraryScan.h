@@ -24,8 +24,8 @@ struct FolderContent {
     std::vector<std::filesystem::path> interrupted = {};
     // What an import whose process died has left: no reel, and of no use.
     std::vector<std::filesystem::path> abandonedImports = {};
-    // Day folders, to be watched: what is no reel itself.
-    std::vector<std::filesystem::path> days = {};
+    // Folders that are no reels or not yet: days, copies that have just begun, takes that run. To be watched.
+    std::vector<std::filesystem::path> others = {};
 };
 
 // A library as one scan found it.
@@ -52,9 +52,9 @@ struct ScanOptions {
 };
 
 // The reels that stand directly in the root or one level below. Nothing that stands there is an error: links
-// that lead in circles, files, folders that cannot be read. A reel that links make appear twice is listed
-// once. A take that a living process is recording is not listed. Reads every project file: not for the main
-// thread.
+// that lead in circles, files, folders that cannot be read. Through a link to a place in the library itself
+// nothing is listed a second time. A take that a living process is recording is neither damaged nor
+// interrupted. Reads every project file: not for the main thread.
 [[nodiscard]] LibraryListing scanLibrary(const std::filesystem::path& root, const ScanOptions& options = {});
 
 // The same for one entry of the library that has changed. One that stands in the root may be a day folder, of

@@ -3,7 +3,6 @@
 #include <QLocale>
 #include <QString>
 #include <QStringView>
-#include <string>
 
 namespace glintro {
 

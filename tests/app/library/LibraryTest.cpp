@@ -21,6 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using test::handleUntil;
+using test::allBelow;
 using test::putReel;
 
 
@@ -154,12 +155,30 @@ TEST_F(LibraryModel, KeepsAReelThatTheTrashRefuses) {
     EXPECT_TRUE(Project::load(root_ / "d/1"));
 }
 
+// Many reels of one name, and a name that is as long as names can be.
+TEST_F(LibraryModel, FindsANameInTheTrash) {
+    const std::string longest(255, 'x');
+    std::set<fs::path> places;
+    for (const std::string& name : {std::string("1"), longest})
+        for (const char* day : {"a", "b", "c"}) {
+            putReel(root_ / day / name);
+            const auto inTrash = moveToTrash(root_ / day / name);
+            ASSERT_TRUE(inTrash) << inTrash.error().message;
+            places.insert(*inTrash);
+            EXPECT_TRUE(fs::exists(home_ / "data/Trash/info" / (inTrash->filename().string() + ".trashinfo")));
+        }
+    EXPECT_EQ(places.size(), 6U);
+}
+
 TEST_F(LibraryModel, TrashesFromAnotherFileSystemToo) {
     const test::SmallDisk disk("size=8m");
     if (!disk.isMounted()) GTEST_SKIP() << "A small file system can only be mounted by root.";
-    const Project project = putReel(disk.path() / "library/d/1");
+    const Project project = putReel(disk.path() / "library/d é/1");
     const auto inTrash = moveToTrash(project.folder());
     ASSERT_TRUE(inTrash) << inTrash.error().message;
+    EXPECT_TRUE(inTrash->native().starts_with(disk.path().native())) << "it did not leave its disk";
+    const auto info = readFile(inTrash->parent_path().parent_path() / "info/1.trashinfo", 1000);
+    EXPECT_NE(info->find("\nPath=library/d%20%C3%A9/1\nDeletionDate=20"), std::string::npos) << *info;
     EXPECT_FALSE(fs::exists(project.folder()));
     EXPECT_TRUE(fs::exists(*inTrash / "project.json"));
     ASSERT_TRUE(restoreFromTrash(*inTrash, project.folder()));

@@ -59,16 +59,15 @@ void ImportQueue::start() {
     if (imports_.empty() || imports_.front()->isStarted) return;
     const ImportPtr import = imports_.front();
     import->isStarted = true;
-    import->request.stop = import->stop.get_token();
-    import->request.progress = [this, mainThread = mainThread_,
-                                weak = std::weak_ptr(import)](const ImportProgress& progress) {
-        const auto import = weak.lock();
-        import->done = progress.done;
-        import->total = progress.total;
-        if (!import->isTold.exchange(true)) (*mainThread)([this, import] { progressed(import); });
-    };
     background_.post([this, mainThread = mainThread_, import] {
-        auto result = importMovie(import->request);
+        ImportRequest request = import->request;
+        request.stop = import->stop.get_token();
+        request.progress = [&](const ImportProgress& progress) {
+            import->done = progress.done;
+            import->total = progress.total;
+            if (!import->isTold.exchange(true)) (*mainThread)([this, import] { progressed(import); });
+        };
+        auto result = importMovie(request);
         (*mainThread)([this, import, result = std::move(result)] { finished(import, result); });
     });
 }

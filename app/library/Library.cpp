@@ -268,7 +268,7 @@ void Library::trashed(const ReelPtr& reel, const Result<fs::path>& inTrash) {
 }
 
 std::function<void()> Library::undoOf(const ReelPtr& reel, const fs::path& inTrash) {
-    return [self = QPointer(this), isDone = std::make_shared<bool>(false), reel, inTrash] {
+    return [self = QPointer<Library>(this), isDone = std::make_shared<bool>(false), reel, inTrash] {
         if (!self || std::exchange(*isDone, true)) return;
         self->restore(inTrash, reel->project.folder());
     };

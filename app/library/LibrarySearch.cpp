@@ -25,7 +25,8 @@ bool isAccent(QChar character) {
 QString foldedForSearch(const QString& text, const QLocale& locale) {
     QString composed = text.normalized(QString::NormalizationForm_C);
     if (isTurkic(locale)) composed.replace(u'I', u'ı').replace(u'İ', u'i');
-    return composed.toCaseFolded().normalized(QString::NormalizationForm_C);
+    QString folded = composed.toCaseFolded().normalized(QString::NormalizationForm_C);
+    return folded.replace(u'ß', QLatin1String("ss")); // the one fold to two letters that is typed
 }
 
 QString foldedQuery(const QString& query, const QLocale& locale) {

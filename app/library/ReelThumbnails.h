@@ -15,9 +15,9 @@ namespace glintro {
 // Who makes the pictures of reels, in the background; the answers come to the slots of ReelThumbnails. Each
 // may be empty.
 struct PictureMaker {
-    std::function<void(const Project&)> card;
-    std::function<void(const Project&)> scrub;
-    std::function<void(const QString& folder)> cancel;
+    std::function<void(const Project&)> card = {};
+    std::function<void(const Project&)> scrub = {};
+    std::function<void(const QString& folder)> cancel = {};
 };
 
 // The pictures of the cards that were shown last, by the reel's folder: at most some 64 MB of stills and 96 MB

@@ -6,10 +6,11 @@
 
 namespace glintro {
 
-// The desktop's Trash. Neither is for the main thread.
+// The desktop's Trash, by its common rules: the user's own for what stands on the same file system, else one at
+// the top of the file system. Neither is for the main thread.
 
-// Moves a reel's folder to the Trash and says where it stands there. The reel stays when the Trash refuses: a
-// file system may have none, and may not let one be made.
+// Moves a reel's folder to the Trash and says where it stands there. One rename: the reel is always whole, in
+// one place or the other. It stays when there is no Trash and none can be made.
 [[nodiscard]] Result<std::filesystem::path> moveToTrash(const std::filesystem::path& folder);
 
 // Moves it back to where it was, whose parent is made again when it is gone. Fails, and the reel stays in the

@@ -300,12 +300,9 @@ void Grammar::describeImport() {
     addReport(*import_, importArguments_.report);
 }
 
-// The operations are not described to the parser, for which -1 would be an option: it hands over whatever
-// stands behind the reel.
 void Grammar::describeEdit() {
     edit_ = app_.add_subcommand("edit", "Edit a reel: cut, split, zoom, speed up, trim, style");
-    edit_->footer(editHelp());
-    edit_->prefix_command();
+    glintro::describeEdit(*edit_);
     addFolder(*edit_, "REEL", kReel, editArguments_.reel);
     edit_->add_flag_callback(
         "--dry-run", [this] { editArguments_.isDryRun = true; }, "Say what would be, and save nothing");

@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include <CLI/CLI.hpp>
+
 #include "app/shell/CommandLine.h"
 
 namespace glintro {
@@ -18,7 +20,8 @@ struct EditWords {
 
 EditWords editWords(const std::vector<std::string>& words);
 
-// The operations and fields that the help lists.
-std::string editHelp();
+// Describes the command to the parser as far as it can be: -1 would be an option for it, so it hands over
+// all that stands behind the reel.
+void describeEdit(CLI::App& command);
 
 } // namespace glintro

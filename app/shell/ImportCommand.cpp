@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -40,19 +41,28 @@ class StopOnSignal {
     std::jthread watcher_{[this](const std::stop_token& end) { watch(end); }};
 };
 
+// Sentences that the window shows as toasts have no full stop.
+Failure asSentence(Failure failure) {
+    if (!failure.message.ends_with('.')) failure.message += '.';
+    return failure;
+}
+
 Result<Project> importFile(const fs::path& file, const LibraryFolder& library, const ReelDefaults& defaults,
                            const std::stop_token& stop) {
     ProgressBar bar;
-    return importMovie({.file = file,
-                        .library = library,
-                        .defaults = defaults,
-                        .created = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()),
-                        .progress =
-                            [&bar](const ImportProgress& progress) {
-                                const auto total = static_cast<double>(progress.total);
-                                bar.show(total > 0 ? static_cast<double>(progress.done) / total : 0, 0, 0);
-                            },
-                        .stop = stop});
+    auto reel =
+        importMovie({.file = file,
+                     .library = library,
+                     .defaults = defaults,
+                     .created = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()),
+                     .progress =
+                         [&bar](const ImportProgress& progress) {
+                             const auto total = static_cast<double>(progress.total);
+                             bar.show(total > 0 ? static_cast<double>(progress.done) / total : 0, 0, 0);
+                         },
+                     .stop = stop});
+    if (!reel) return std::unexpected(asSentence(std::move(reel.error())));
+    return reel;
 }
 
 void printLine(const Project& reel, const Console& console) {

@@ -239,7 +239,7 @@ Result<EditScript> EditScript::parse(std::span<const std::string> words) {
 std::string EditScript::help() {
     std::string text;
     for (const Form& form : kForms) text += fmt::format("  {:<18}{}\n", form.usage, form.does);
-    text += "The fields of “set”:\n";
+    text += "\nThe fields of “set”:\n";
     for (const SettingsField& field : SettingsField::all())
         text += fmt::format("  {:<18}{}\n", field.key, field.expectation());
     return text;

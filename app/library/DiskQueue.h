@@ -13,9 +13,9 @@
 
 namespace glintro {
 
-// Disk work in order, off the main thread, whose results come back to it. A disk that hangs is not waited for:
-// after the timeout without progress the running task is left behind and those that wait are dropped, none
-// of their results comes any more, and later tasks run on a new thread. Main thread.
+// Disk work in order, off the main thread, whose results come back to it. A disk that hangs is not waited
+// for: after the timeout without progress the running task is left behind and those that wait are dropped,
+// none of their results comes any more, and later tasks run on a new thread. Main thread.
 class DiskQueue : public QObject {
     Q_OBJECT
 

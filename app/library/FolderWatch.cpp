@@ -49,8 +49,8 @@ bool isReelFile(std::string_view name) {
 std::optional<FolderWatch::Clock::time_point> changeTime(const fs::path& folder) {
     struct stat status {};
     if (::stat(folder.c_str(), &status) != 0) return std::nullopt;
-    const auto time = std::chrono::seconds(status.st_mtim.tv_sec)
-                      + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+    const auto time =
+        std::chrono::seconds(status.st_mtim.tv_sec) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
     return FolderWatch::Clock::time_point(time);
 }
 
@@ -110,7 +110,8 @@ void FolderWatch::Watching::run() {
     watch(root_.parent_path());
     watch(root_);
     while (true) {
-        std::array<pollfd, 2> files = {{{state_->events.value(), POLLIN, 0}, {state_->wake.value(), POLLIN, 0}}};
+        std::array<pollfd, 2> files = {
+            {{state_->events.value(), POLLIN, 0}, {state_->wake.value(), POLLIN, 0}}};
         if (::poll(files.data(), files.size(), timeout()) < 0 && errno != EINTR) return;
         std::uint64_t count = 0;
         if (::read(state_->wake.value(), &count, sizeof count) > 0) addAll();

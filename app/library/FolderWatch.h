@@ -16,8 +16,8 @@ struct LibraryChanges {
 };
 
 // Watches the folders of a library. Changes that come close together are told together: when nothing has
-// happened for a moment, and in any case soon after the first. A file that grows is not a change, only that it
-// comes and goes and is closed or replaced. Runs on a thread of its own, which is never waited for: a file
+// happened for a moment, and in any case soon after the first. A file that grows is not a change, only that
+// it comes and goes and is closed or replaced. Runs on a thread of its own, which is never waited for: a file
 // system that hangs hangs that thread only.
 class FolderWatch {
   public:

@@ -94,9 +94,7 @@ Result<ImportFolder> ImportFolder::create(const LibraryFolder& library, Timestam
 }
 
 ImportFolder::ImportFolder(ImportFolder&& other) noexcept
-    : path_(std::exchange(other.path_, {})),
-      made_(std::move(other.made_)),
-      lock_(std::move(other.lock_)) {}
+    : path_(std::exchange(other.path_, {})), made_(std::move(other.made_)), lock_(std::move(other.lock_)) {}
 
 ImportFolder::~ImportFolder() {
     if (path_.empty()) return;

@@ -19,7 +19,8 @@ std::string amountText(std::uint64_t done, std::uint64_t total) {
     constexpr double kMega = 1e6;
     constexpr double kGiga = 1e9;
     const auto bytes = static_cast<double>(total);
-    if (bytes >= kGiga) return fmt::format("{:.1f} of {:.1f} GB", static_cast<double>(done) / kGiga, bytes / kGiga);
+    if (bytes >= kGiga)
+        return fmt::format("{:.1f} of {:.1f} GB", static_cast<double>(done) / kGiga, bytes / kGiga);
     return fmt::format("{:.0f} of {:.0f} MB", static_cast<double>(done) / kMega, bytes / kMega);
 }
 
@@ -86,8 +87,10 @@ void ImportQueue::progressed(const ImportPtr& import) {
 // A cancelled one has left the list; what it made in its last moment is a reel nevertheless.
 void ImportQueue::finished(const ImportPtr& import, const Result<Project>& result) {
     if (const int row = rowOf(import); row >= 0) remove(row);
-    if (result) emit imported(*result);
-    else if (!result.error().isCancelled()) emit failed(QString::fromStdString(result.error().message));
+    if (result)
+        emit imported(*result);
+    else if (!result.error().isCancelled())
+        emit failed(QString::fromStdString(result.error().message));
     start();
 }
 
@@ -123,7 +126,8 @@ QVariant ImportQueue::data(const QModelIndex& index, int role) const {
             return total == 0 ? 0.0 : static_cast<double>(done) / static_cast<double>(total);
         case TextRole:
             return QStringLiteral("Importing")
-                   + (total == 0 ? QString() : QStringLiteral(" · ") + QString::fromStdString(amountText(done, total)));
+                   + (total == 0 ? QString()
+                                 : QStringLiteral(" · ") + QString::fromStdString(amountText(done, total)));
         default:
             return {};
     }

@@ -22,7 +22,7 @@ class ImportQueue : public QAbstractListModel {
 
   public:
     enum Role {
-        NameRole = Qt::DisplayRole, // the file's
+        NameRole = Qt::DisplayRole,  // the file's
         ProgressRole = Qt::UserRole, // 0 to 1
         TextRole,                    // "Importing · 1.2 of 1.9 GB"
     };

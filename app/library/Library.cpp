@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QPointer>
 #include <algorithm>
-
 #include <iterator>
 #include <memory>
 #include <utility>
@@ -41,8 +40,7 @@ Library::Library(Seams seams, const Timing& timing, QObject* parent)
 }
 
 Library::~Library() {
-    if (!saving_.empty() || !trashing_.empty())
-        static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
+    if (!saving_.empty() || !trashing_.empty()) static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
 }
 
 void Library::connectParts() {
@@ -113,7 +111,9 @@ void Library::scanned(const LibraryReading& reading) {
 
 // What was read of a reel that waits to be saved is old already.
 void Library::entryRead(const fs::path& entry, const LibraryReading& reading) {
-    const auto isSaved = [&](const ReelPtr& reel) { return saving_.contains(reel->project.folder().native()); };
+    const auto isSaved = [&](const ReelPtr& reel) {
+        return saving_.contains(reel->project.folder().native());
+    };
     if (saving_.contains(entry.native()) || std::ranges::any_of(reading.reels, isSaved)) return;
     const ReelPtr before = shelf_.find(entry);
     shelf_.replaceEntry(entry, reading.reels);
@@ -173,9 +173,8 @@ void Library::publish() {
     if (query.isEmpty()) {
         found = projects();
     } else {
-        std::ranges::copy_if(projects(), std::back_inserter(found), [&](const ReelPtr& reel) {
-            return containsFolded(reel->folded, query);
-        });
+        std::ranges::copy_if(projects(), std::back_inserter(found),
+                             [&](const ReelPtr& reel) { return containsFolded(reel->folded, query); });
     }
     reels_.setReels(std::move(found));
     emit projectsChanged();

@@ -49,9 +49,10 @@ void LibraryReader::scan(const fs::path& root, const ReelPtrs& known) {
     scanning_ = {};
     if (root != root_ || !watch_) {
         root_ = root;
-        watch_ = std::make_unique<FolderWatch>(root, [this, mainThread = mainThread_](LibraryChanges changes) {
-            (*mainThread)([this, changes = std::move(changes)] { emit changedOutside(changes); });
-        });
+        watch_ =
+            std::make_unique<FolderWatch>(root, [this, mainThread = mainThread_](LibraryChanges changes) {
+                (*mainThread)([this, changes = std::move(changes)] { emit changedOutside(changes); });
+            });
     }
     const auto tell = [this, stop = scanning_.get_token()](const LibraryReading& reading, auto readAt) {
         if (stop.stop_requested()) return;
@@ -62,7 +63,8 @@ void LibraryReader::scan(const fs::path& root, const ReelPtrs& known) {
                 stop = scanning_.get_token()]() -> DiskQueue::Publish {
         const auto readAt = WatchClock::now();
         const auto first = [&](LibraryListing listing) {
-            (*mainThread)([tell, readAt, reading = toReading(std::move(listing), known)] { tell(reading, readAt); });
+            (*mainThread)(
+                [tell, readAt, reading = toReading(std::move(listing), known)] { tell(reading, readAt); });
         };
         auto listing = scan(root, {.stop = stop, .first = first, .progressed = progress});
         if (stop.stop_requested()) return {};

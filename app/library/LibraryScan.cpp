@@ -20,9 +20,9 @@ namespace fs = std::filesystem;
 using Access = LibraryListing::Access;
 using Status = Project::LoadResult::Status;
 
-constexpr std::size_t kFirstReels = 64;        // more than a window shows at once
+constexpr std::size_t kFirstReels = 64;          // more than a window shows at once
 constexpr std::uintmax_t kLongestNoEvents = 256; // bytes; the empty events take 50
-constexpr std::size_t kFoldersAtOnce = 16;     // that a thread fetches
+constexpr std::size_t kFoldersAtOnce = 16;       // that a thread fetches
 
 struct Candidate {
     fs::path path;
@@ -67,9 +67,8 @@ std::vector<Candidate> foldersIn(const Candidate& folder, std::error_code& error
         if (entry->is_regular_file(ignored) && !entry->is_symlink(ignored)) continue;
         found.push_back({entry->path(), folder.isThroughLink || entry->is_symlink(ignored)});
     }
-    std::ranges::sort(found, [](const Candidate& a, const Candidate& b) {
-        return a.path.native() > b.path.native();
-    });
+    std::ranges::sort(
+        found, [](const Candidate& a, const Candidate& b) { return a.path.native() > b.path.native(); });
     return found;
 }
 
@@ -89,8 +88,8 @@ void sortReels(std::vector<ListedReel>& reels) {
     std::vector<ListedReel*> order;
     order.reserve(reels.size());
     for (ListedReel& reel : reels) order.push_back(&reel);
-    std::ranges::sort(
-        order, [](const auto* a, const auto* b) { return isListedBefore(a->project, b->project); });
+    std::ranges::sort(order,
+                      [](const auto* a, const auto* b) { return isListedBefore(a->project, b->project); });
     std::vector<ListedReel> sorted;
     sorted.reserve(reels.size());
     for (ListedReel* reel : order) sorted.push_back(std::move(*reel));

@@ -26,8 +26,8 @@ QString folderText(const std::filesystem::path& folder);
 
 ReelPtr makeReel(ListedReel reel);
 
-// Rows for what was read, the old ones where nothing has changed. `before` is in a list's order, as the result
-// is when `read` is. Any thread.
+// Rows for what was read, the old ones where nothing has changed. `before` is in a list's order, as the
+// result is when `read` is. Any thread.
 ReelPtrs makeReels(std::vector<ListedReel> read, const ReelPtrs& before);
 
 // Whether two rows are of the same reel and show the same.

@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
-#include <mutex>
 #include <condition_variable>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -137,12 +137,11 @@ Result<bool> ReelImport::probe() const {
 Result<void> ReelImport::copy(const RegularFile& source, const fs::path& to) const {
     FileDescriptor file(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!file.isOpen()) return cannotCopy(errno);
-    const FileCopyOptions options{
-        .progress =
-            [this](std::uint64_t done, std::uint64_t total) {
-                if (request_.progress) request_.progress({done, total});
-            },
-        .stop = request_.stop};
+    const FileCopyOptions options{.progress =
+                                      [this](std::uint64_t done, std::uint64_t total) {
+                                          if (request_.progress) request_.progress({done, total});
+                                      },
+                                  .stop = request_.stop};
     if (const int code = copyToDisk(source, file, options)) return cannotCopy(code);
     if (const int code = file.close()) return cannotCopy(code);
     return {};

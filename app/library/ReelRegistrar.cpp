@@ -43,7 +43,8 @@ Result<FinishedReel> ReelRegistrar::registerRecording(const fs::path& folder, co
                                                       const TakeRecord& take) const {
     auto reel = LibraryFolder::registerRecording(folder, name, take, defaults());
     if (reel)
-        (*mainThread_)([&library = library_, project = reel->project] { library.recordingRegistered(project); });
+        (*mainThread_)(
+            [&library = library_, project = reel->project] { library.recordingRegistered(project); });
     return reel;
 }
 

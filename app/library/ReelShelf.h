@@ -16,8 +16,8 @@ class ReelShelf {
     // Null when there is none.
     ReelPtr find(const std::filesystem::path& folder) const;
 
-    // What a scan has read, in a list's order. Of the entries in `except`, and what is directly below them, the
-    // shelf knows better.
+    // What a scan has read, in a list's order. Of the entries in `except`, and what is directly below them,
+    // the shelf knows better.
     using Entries = std::set<std::string, std::less<>>;
     void replaceAll(ReelPtrs reels, const Entries& except);
     // Adds those that the shelf does not have. `reels` are in a list's order.

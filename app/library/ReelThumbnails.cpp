@@ -18,10 +18,7 @@ int costOf(const QImage& image) {
 } // namespace
 
 ReelThumbnails::ReelThumbnails(PictureMaker maker, QObject* parent)
-    : QObject(parent),
-      maker_(std::move(maker)),
-      thumbnails_(kThumbnailRoom),
-      scrubFrames_(kScrubRoom) {}
+    : QObject(parent), maker_(std::move(maker)), thumbnails_(kThumbnailRoom), scrubFrames_(kScrubRoom) {}
 
 QImage ReelThumbnails::thumbnail(const QString& folder) const {
     const QImage* picture = thumbnails_.object(folder);

@@ -32,8 +32,7 @@ fs::path infoFileFor(const TrashFolder& trash, const std::string& name) {
 
 // As in a URL.
 std::string encoded(std::string_view path) {
-    constexpr std::string_view kPlain =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+    constexpr std::string_view kPlain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
     std::string text;
     for (const char byte : path) {
         if (kPlain.contains(byte))
@@ -51,7 +50,8 @@ std::string infoOf(const fs::path& folder, const TrashFolder& trash) {
     std::tm local{};
     const std::time_t now = std::time(nullptr);
     ::localtime_r(&now, &local);
-    return fmt::format("[Trash Info]\nPath={}\nDeletionDate={:%Y-%m-%dT%H:%M:%S}\n", encoded(place.native()), local);
+    return fmt::format("[Trash Info]\nPath={}\nDeletionDate={:%Y-%m-%dT%H:%M:%S}\n", encoded(place.native()),
+                       local);
 }
 
 // 0 or the error number: EEXIST when the name is used.

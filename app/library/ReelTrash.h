@@ -6,8 +6,8 @@
 
 namespace glintro {
 
-// The desktop's Trash, by its common rules: the user's own for what stands on the same file system, else one at
-// the top of the file system. Neither is for the main thread.
+// The desktop's Trash, by its common rules: the user's own for what stands on the same file system, else one
+// at the top of the file system. Neither is for the main thread.
 
 // Moves a reel's folder to the Trash and says where it stands there. One rename: the reel is always whole, in
 // one place or the other. It stays when there is no Trash and none can be made.

@@ -61,7 +61,8 @@ fs::path topOfFileSystem(fs::path folder, dev_t fileSystem) {
 // The administrator's folder for all users, which counts only when nobody can remove what is another's.
 bool isShared(const fs::path& folder) {
     struct stat status {};
-    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+    return ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)
+           && (status.st_mode & S_ISVTX) != 0;
 }
 
 } // namespace

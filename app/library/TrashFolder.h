@@ -5,8 +5,8 @@
 
 namespace glintro {
 
-// A Trash of the desktop's: a folder "files" with what was thrown away, and a folder "info" that tells of each
-// of them where it was and when.
+// A Trash of the desktop's: a folder "files" with what was thrown away, and a folder "info" that tells of
+// each of them where it was and when.
 struct TrashFolder {
     std::filesystem::path path;
     // What the places in "info" are relative to: the top of a file system; empty where they are absolute.

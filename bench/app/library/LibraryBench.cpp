@@ -27,15 +27,16 @@ constexpr std::int64_t kNewest = 1'790'000'000; // seconds since 1970
 
 void writeReel(const fs::path& root, int number) {
     const std::int64_t created = kNewest - number * 7200;
-    const fs::path folder =
-        root / fmt::format("day-{:05}", 99'999 - number / kReelsADay) / fmt::format("{:02}.00.00", 23 - number % kReelsADay);
+    const fs::path folder = root / fmt::format("day-{:05}", 99'999 - number / kReelsADay)
+                            / fmt::format("{:02}.00.00", 23 - number % kReelsADay);
     fs::create_directories(folder);
-    ProjectInfo info{.name = fmt::format("Recording {} of {}", number, number % 3 == 0 ? "Übersicht" : "the editor"),
-                     .created = Timestamp(std::chrono::seconds(created)),
-                     .duration = 60.0 + number % 100,
-                     .width = 2560,
-                     .height = 1600,
-                     .hasAudio = number % 2 == 0};
+    ProjectInfo info{
+        .name = fmt::format("Recording {} of {}", number, number % 3 == 0 ? "Übersicht" : "the editor"),
+        .created = Timestamp(std::chrono::seconds(created)),
+        .duration = 60.0 + number % 100,
+        .width = 2560,
+        .height = 1600,
+        .hasAudio = number % 2 == 0};
     for (int i = 0; i < 8; ++i)
         info.settings.zooms.push_back({Uuid::random(), 5.0 + i * 6, 8.0 + i * 6, 2.0});
     const auto text = encodeProjectInfo(info);
@@ -80,8 +81,8 @@ class OpenLibrary {
         static char name[] = "bench";
         static char* arguments[] = {name, nullptr};
         static QCoreApplication application(count, arguments);
-        library_ = std::make_unique<Library>(Library::Seams{
-            .preferences = preferences_, .folder = [] { return LibraryFolder(library()); }});
+        library_ = std::make_unique<Library>(
+            Library::Seams{.preferences = preferences_, .folder = [] { return LibraryFolder(library()); }});
     }
     Library& operator*() { return *library_; }
     Library* operator->() { return library_.get(); }
@@ -115,10 +116,22 @@ void openLibrary(benchmark::State& state, bool isCold, bool isWhole) {
         if (opened->count() != kReels) return state.SkipWithError("not all reels were found");
     }
 }
-BENCHMARK_CAPTURE(openLibrary, firstCardsWarm, false, false)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(openLibrary, allWarm, false, true)->UseManualTime()->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(openLibrary, firstCardsCold, true, false)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(openLibrary, allCold, true, true)->UseManualTime()->Iterations(2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openLibrary, firstCardsWarm, false, false)
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openLibrary, allWarm, false, true)
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openLibrary, firstCardsCold, true, false)
+    ->UseManualTime()
+    ->Iterations(2)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(openLibrary, allCold, true, true)
+    ->UseManualTime()
+    ->Iterations(2)
+    ->Unit(benchmark::kMillisecond);
 
 // Every letter of a query and every letter taken back, with the rows that follow.
 void searchAsTyped(benchmark::State& state) {

@@ -129,8 +129,9 @@ TEST(LibraryScan, ShowsTheLatestFirstAndCanBeStopped) {
         putReel(library / ("2026-01-" + std::to_string(10 + i / 10)) / std::to_string(100 + i), "", i);
     std::vector<LibraryListing> first;
     int steps = 0;
-    const auto all = scanLibrary(library.path(), {.first = [&](LibraryListing some) { first.push_back(some); },
-                                                  .progressed = [&] { ++steps; }});
+    const auto all = scanLibrary(
+        library.path(),
+        {.first = [&](LibraryListing some) { first.push_back(some); }, .progressed = [&] { ++steps; }});
     ASSERT_EQ(first.size(), 1U);
     EXPECT_FALSE(first[0].isComplete);
     const auto some = foldersOf(first[0].content.reels, library.path());
@@ -156,7 +157,8 @@ TEST(LibraryScan, FindsTheSameInEveryWay) {
         const TemporaryFolder library;
         for (int i = 0; i < 60; ++i) {
             const std::string name = std::to_string(pick(1000));
-            const fs::path folder = library / (pick(4) == 0 ? name : "day" + std::to_string(pick(5)) + "/" + name);
+            const fs::path folder =
+                library / (pick(4) == 0 ? name : "day" + std::to_string(pick(5)) + "/" + name);
             const Project reel = putReel(folder, name, pick(20));
             if (pick(6) == 0) fs::remove(reel.infoURL());
             if (pick(6) == 0) fs::remove(reel.rawURL());

@@ -1,5 +1,3 @@
-#include "app/library/Library.h"
-
 #include <atomic>
 #include <future>
 #include <random>
@@ -8,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "app/library/Library.h"
 #include "app/library/ReelRegistrar.h"
 #include "app/library/ReelTrash.h"
 #include "tests/app/library/LibraryReels.h"
@@ -20,10 +19,9 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using test::handleUntil;
 using test::allBelow;
+using test::handleUntil;
 using test::putReel;
-
 
 class LibraryModel : public ::testing::Test {
   protected:
@@ -40,7 +38,8 @@ class LibraryModel : public ::testing::Test {
                                    .scan = std::move(scan)};
         library_ = std::make_unique<Library>(
             seams, Library::Timing{.diskTimeout = diskTimeout, .recoveryRest = 300ms});
-        QObject::connect(library_.get(), &Library::toastShown, [this](const Toast& toast) { toasts_.push_back(toast); });
+        QObject::connect(library_.get(), &Library::toastShown,
+                         [this](const Toast& toast) { toasts_.push_back(toast); });
         library_->reload();
         EXPECT_TRUE(handleUntil([&] { return !library_->isLoading(); }));
         return *library_;
@@ -57,7 +56,8 @@ class LibraryModel : public ::testing::Test {
         const auto isShown = [&] {
             const auto found = scanLibrary(root_).content.reels;
             return std::ranges::equal(found, library_->projects(), [](const ListedReel& a, const ReelPtr& b) {
-                return a.project == b->project && a.project.info == b->project.info && a.isImported == b->isImported;
+                return a.project == b->project && a.project.info == b->project.info
+                       && a.isImported == b->isImported;
             });
         };
         return handleUntil(isShown);
@@ -89,9 +89,11 @@ TEST_F(LibraryModel, ListsSearchesAndRenames) {
     EXPECT_TRUE(names().empty()) << "it is not what is searched for any more";
     library.setQuery("   ");
     EXPECT_EQ(names(), (Names{"Other", "Renamed ✂️ reel"}));
-    EXPECT_TRUE(handleUntil([&] { return Project::load(root_ / "d/1")->info.name == "Renamed ✂️ reel"; }));
+    EXPECT_TRUE(
+        handleUntil([&] { return Project::load(root_ / "d/1")->info.name == "Renamed ✂️ reel"; }));
     toasts_.clear();
-    for (const char* name : {" \n ", "Renamed ✂️ reel", " Renamed ✂️ reel\n"}) library.rename(folder("d/1"), name);
+    for (const char* name : {" \n ", "Renamed ✂️ reel", " Renamed ✂️ reel\n"})
+        library.rename(folder("d/1"), name);
     EXPECT_TRUE(toasts_.empty());
 }
 
@@ -165,7 +167,8 @@ TEST_F(LibraryModel, FindsANameInTheTrash) {
             const auto inTrash = moveToTrash(root_ / day / name);
             ASSERT_TRUE(inTrash) << inTrash.error().message;
             places.insert(*inTrash);
-            EXPECT_TRUE(fs::exists(home_ / "data/Trash/info" / (inTrash->filename().string() + ".trashinfo")));
+            EXPECT_TRUE(
+                fs::exists(home_ / "data/Trash/info" / (inTrash->filename().string() + ".trashinfo")));
         }
     EXPECT_EQ(places.size(), 6U);
 }
@@ -217,7 +220,8 @@ TEST_F(LibraryModel, ShowsWhatOthersChange) {
     ::waitpid(child, nullptr, 0);
     EXPECT_TRUE(handleUntil([&] { return names() == Names{"One, renamed"}; }));
     fs::rename(root_ / "d", root_ / "e");
-    EXPECT_TRUE(handleUntil([&] { return library.reels()->rowOf(folder("e/1")) == 0 && library.count() == 1; }));
+    EXPECT_TRUE(
+        handleUntil([&] { return library.reels()->rowOf(folder("e/1")) == 0 && library.count() == 1; }));
     fs::remove_all(root_ / "e");
     EXPECT_TRUE(handleUntil([&] { return library.count() == 0; }));
     fs::remove_all(root_);
@@ -266,11 +270,12 @@ TEST_F(LibraryModel, KeepsTheNewestWhileAScanRuns) {
     putReel(root_ / "d/2", "Trashed", 20);
     std::promise<void> released;
     std::atomic<int> scans = 0;
-    Library& library = open([&, release = released.get_future().share()](const fs::path& root, const ScanOptions& options) {
-        auto listing = scanLibrary(root, options);
-        if (++scans == 2) release.wait();
-        return listing;
-    });
+    Library& library =
+        open([&, release = released.get_future().share()](const fs::path& root, const ScanOptions& options) {
+            auto listing = scanLibrary(root, options);
+            if (++scans == 2) release.wait();
+            return listing;
+        });
     library.reload();
     ASSERT_TRUE(handleUntil([&] { return scans == 2; }));
     library.rename(folder("d/1"), "New");
@@ -396,7 +401,9 @@ TEST_F(LibraryModel, TitlesChangeAtMidnight) {
     calendar_ = {.now = [now] { return *now; }, .zone = QTimeZone::utc(), .locale = QLocale::c()};
     putReel(root_ / "d/1", "", now->time_since_epoch().count() - 60);
     Library& library = open();
-    const auto title = [&] { return library.reels()->data(library.reels()->index(0), ReelList::DayTitleRole); };
+    const auto title = [&] {
+        return library.reels()->data(library.reels()->index(0), ReelList::DayTitleRole);
+    };
     EXPECT_EQ(title(), "Today");
     bool told = false;
     QObject::connect(library.reels(), &ReelList::dataChanged, [&] { told = true; });

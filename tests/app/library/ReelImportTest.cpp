@@ -25,12 +25,13 @@ const Timestamp kNow = parseTimestamp("2026-11-22T12:00:00Z").value();
 class ReelImporting : public ::testing::Test {
   protected:
     Result<Project> import(const fs::path& file, const std::stop_token& stop = {}) {
-        return importMovie({.file = file,
-                            .library = library_,
-                            .defaults = {.aspect = AspectRatio::square},
-                            .created = kNow,
-                            .progress = [this](const ImportProgress& progress) { progress_.push_back(progress); },
-                            .stop = stop});
+        return importMovie(
+            {.file = file,
+             .library = library_,
+             .defaults = {.aspect = AspectRatio::square},
+             .created = kNow,
+             .progress = [this](const ImportProgress& progress) { progress_.push_back(progress); },
+             .stop = stop});
     }
     bool libraryIsUntouched() const { return !fs::exists(home_ / "not"); }
 
@@ -93,7 +94,8 @@ TEST_F(ReelImporting, RefusesAFileThatIsStillBeingWritten) {
         const FileDescriptor writer(::open(file.c_str(), O_WRONLY | O_APPEND));
         const auto reel = import(file);
         ASSERT_FALSE(reel);
-        EXPECT_EQ(reel.error().message, "“growing.mov” is still being written. Import it when it is finished.");
+        EXPECT_EQ(reel.error().message,
+                  "“growing.mov” is still being written. Import it when it is finished.");
     }
     EXPECT_TRUE(libraryIsUntouched());
     EXPECT_TRUE(import(file));
@@ -103,13 +105,11 @@ TEST_F(ReelImporting, RefusesAFileThatIsStillBeingWritten) {
 TEST_F(ReelImporting, NoticesAChangeWhileItCopies) {
     const fs::path file = home_ / "changed.mov";
     test::writeMovie(file, {});
-    const auto reel = importMovie({.file = file,
-                                   .library = library_,
-                                   .created = kNow,
-                                   .progress = [&](const ImportProgress&) {
-                                       const FileDescriptor writer(::open(file.c_str(), O_WRONLY | O_APPEND));
-                                       EXPECT_EQ(writeAll(writer, "more"), 0);
-                                   }});
+    const auto reel = importMovie(
+        {.file = file, .library = library_, .created = kNow, .progress = [&](const ImportProgress&) {
+             const FileDescriptor writer(::open(file.c_str(), O_WRONLY | O_APPEND));
+             EXPECT_EQ(writeAll(writer, "more"), 0);
+         }});
     ASSERT_FALSE(reel);
     EXPECT_NE(reel.error().message.find("is still being written"), std::string::npos);
     EXPECT_TRUE(libraryIsUntouched());
@@ -144,9 +144,9 @@ TEST_F(ReelImporting, SaysThatTheDiskIsFullAndLeavesNothing) {
 
     // Room for the movie, but not for what stands beside it.
     test::writeMovie(home_ / "small.mov", {});
-    ASSERT_TRUE(writeFile(disk.path() / "filler", std::string((1U << 20) - 4096
-                                                                  - (fs::file_size(home_ / "small.mov") / 4096 + 1) * 4096,
-                                                              'x')));
+    ASSERT_TRUE(writeFile(
+        disk.path() / "filler",
+        std::string((1U << 20) - 4096 - (fs::file_size(home_ / "small.mov") / 4096 + 1) * 4096, 'x')));
     const auto small = import(home_ / "small.mov");
     ASSERT_FALSE(small);
     EXPECT_EQ(small.error().message, "“small.mov” can’t be imported: the disk of the library is full.");
@@ -160,7 +160,8 @@ TEST_F(ReelImporting, IsAllOrNothingWhenItIsKilled) {
     test::writeMovie(file, {.size = {640, 400}, .frames = 60, .grain = true});
     const auto start = std::chrono::steady_clock::now();
     ASSERT_TRUE(import(file));
-    const auto usual = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+    const auto usual =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
     fs::remove_all(library_.root());
     std::mt19937 random(5);
     int whole = 0;
@@ -168,7 +169,8 @@ TEST_F(ReelImporting, IsAllOrNothingWhenItIsKilled) {
     for (int round = 0; round < 40; ++round) {
         const pid_t child = ::fork();
         if (child == 0) ::_exit(importMovie({.file = file, .library = library_, .created = kNow}) ? 0 : 1);
-        ::usleep(std::uniform_int_distribution<useconds_t>(0, static_cast<useconds_t>(usual.count() * 3))(random));
+        ::usleep(
+            std::uniform_int_distribution<useconds_t>(0, static_cast<useconds_t>(usual.count() * 3))(random));
         ::kill(child, SIGKILL);
         ::waitpid(child, nullptr, 0);
         const FolderContent content = scanLibrary(library_.root()).content;
@@ -200,10 +202,12 @@ TEST(FileCopy, CopiesBetweenFileSystems) {
         const auto from = openRegularFile(here / "from");
         const FileDescriptor to(::open((there.path() / "to").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600));
         std::uint64_t last = 0;
-        ASSERT_EQ(copyToDisk(*from, to, {.progress = [&](std::uint64_t done, std::uint64_t) {
-                      EXPECT_GE(done, last);
-                      last = done;
-                  }}),
+        ASSERT_EQ(copyToDisk(*from, to,
+                             {.progress =
+                                  [&](std::uint64_t done, std::uint64_t) {
+                                      EXPECT_GE(done, last);
+                                      last = done;
+                                  }}),
                   0);
         EXPECT_EQ(last, size);
         EXPECT_TRUE(readFile(there.path() / "to", 1U << 30) == bytes);

@@ -36,9 +36,11 @@ class Mirror : public QObject {
                     rows_.insert(rows_.begin() + (to > first ? to - 1 : to), row);
                     ++moves;
                 });
-        connect(&list, &ReelList::dataChanged, this, [this](const QModelIndex& first, const QModelIndex& last) {
-            for (int row = first.row(); row <= last.row(); ++row) rows_[static_cast<std::size_t>(row)] = read(row);
-        });
+        connect(&list, &ReelList::dataChanged, this,
+                [this](const QModelIndex& first, const QModelIndex& last) {
+                    for (int row = first.row(); row <= last.row(); ++row)
+                        rows_[static_cast<std::size_t>(row)] = read(row);
+                });
         connect(&list, &ReelList::modelReset, this, [this] {
             rows_.clear();
             for (int row = 0; row < list_.count(); ++row) rows_.push_back(read(row));
@@ -47,7 +49,8 @@ class Mirror : public QObject {
     }
     void check() const {
         ASSERT_EQ(static_cast<int>(rows_.size()), list_.count());
-        for (int row = 0; row < list_.count(); ++row) EXPECT_EQ(rows_[static_cast<std::size_t>(row)], read(row));
+        for (int row = 0; row < list_.count(); ++row)
+            EXPECT_EQ(rows_[static_cast<std::size_t>(row)], read(row));
     }
 
     int resets = 0;
@@ -56,7 +59,8 @@ class Mirror : public QObject {
   private:
     QString read(int row) const {
         const auto index = list_.index(row);
-        return list_.data(index, ReelList::FolderRole).toString() + list_.data(index, ReelList::NameRole).toString();
+        return list_.data(index, ReelList::FolderRole).toString()
+               + list_.data(index, ReelList::NameRole).toString();
     }
     ReelList& list_;
     std::vector<QString> rows_;
@@ -125,8 +129,12 @@ TEST(ReelList, ReplacesTheListWhenVeryMuchChanges) {
 }
 
 TEST(ReelList, SaysWhatACardShows) {
-    ProjectInfo info{.name = "Riverside", .created = Timestamp(std::chrono::seconds(86'400 * 9 + 11 * 3600)),
-                     .duration = 75.9, .width = 2560, .height = 1600, .hasAudio = true};
+    ProjectInfo info{.name = "Riverside",
+                     .created = Timestamp(std::chrono::seconds(86'400 * 9 + 11 * 3600)),
+                     .duration = 75.9,
+                     .width = 2560,
+                     .height = 1600,
+                     .hasAudio = true};
     info.settings.padding = 0.1;
     ReelList list(kCalendar);
     list.setReels({makeReel({Project("/library/a", info), true})});
@@ -154,7 +162,7 @@ TEST(SignaturePieces, ShareTheKeptTime) {
     info.settings.cuts = {{Uuid::random(), 40, 60}};
     info.settings.speeds = {{Uuid::random(), 80, 90, 4.0}};
     info.settings.splits = {5};
-    const QList<SignaturePiece> expected = {{Kind::wide, 0.1}, {Kind::zoom, 0.1},  {Kind::wide, 0.2},
+    const QList<SignaturePiece> expected = {{Kind::wide, 0.1}, {Kind::zoom, 0.1}, {Kind::wide, 0.2},
                                             {Kind::cut, 0.2},  {Kind::wide, 0.2}, {Kind::speed, 0.1},
                                             {Kind::wide, 0.1}};
     const auto pieces = signatureOf(info);

@@ -1,5 +1,9 @@
 #include "app/shell/CommandLine.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -113,6 +117,7 @@ class Grammar {
     ListArguments listArguments_;
     ImportArguments importArguments_;
     EditArguments editArguments_;
+    std::vector<std::string> literal_; // what stands behind "--" of an edit, with it
 };
 
 Grammar::Grammar() {
@@ -310,7 +315,9 @@ void Grammar::describeEdit() {
 }
 
 EditArguments Grammar::edit() const {
-    EditWords words = editWords(edit_->remaining());
+    std::vector<std::string> behindTheReel = edit_->remaining();
+    behindTheReel.insert(behindTheReel.end(), literal_.begin(), literal_.end());
+    EditWords words = editWords(behindTheReel);
     if (words.isHelp) throw CLI::CallForHelp();
     EditArguments arguments = editArguments_;
     arguments.script = std::move(words.script);
@@ -352,7 +359,10 @@ std::string Grammar::expectation(const CLI::ParseError& error) const {
 
 std::expected<Command, Notice> Grammar::parse(const std::vector<std::string>& arguments) {
     try {
-        app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        const bool isEdit = !arguments.empty() && arguments.front() == "edit";
+        const auto end = isEdit ? std::ranges::find(arguments, "--") : arguments.end();
+        literal_.assign(end, arguments.end());
+        app_.parse(std::vector<std::string>(std::reverse_iterator(end), arguments.rend()));
         return command();
     } catch (const CLI::CallForVersion& version) {
         return std::unexpected(Notice{ExitStatus::success, fmt::format("{}\n", version.what())});

@@ -155,7 +155,7 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
 
 TEST_F(EditCommandTest, TakesAnyNameBehindTheEndOfTheOptions) {
     const Project reel = put("a", "Demo");
-    EXPECT_EQ(edit({"Demo", "rename", "--", "--json"}).status, 0);
+    EXPECT_EQ(edit({"Demo", "--", "rename", "--json"}).status, 0);
     EXPECT_EQ(Project::load(reel.folder())->info.name, "--json");
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <optional>
 #include <string>
@@ -24,12 +25,14 @@ bool isNear(double a, double b) {
 // A zoom, a cut or a speed-up; `value` is its scale or rate.
 struct Stretch {
     double start, end, value;
+    bool isShort() const { return end - start < 0.05; }
 };
 using Layer = std::vector<Stretch>;
+enum Kind { zooms, cuts, speeds };
 
-struct Stretches {
+struct PlainShot {
     double start, end;
-    const Stretch *zoom, *cut, *speed;
+    std::array<const Stretch*, 3> by; // what covers it in each layer
 };
 
 // The editor in the plainest words: every step walks all of every list.
@@ -39,52 +42,48 @@ class PlainReel {
     std::string text() const;
 
   private:
-    std::vector<Stretches> shots() const;
+    std::vector<PlainShot> shots() const;
     bool isSplit(double at) const;
-    void clear(Layer& layer, double start, double end);
-    void put(Layer& layer, const Stretches& over, double value);
+    void replace(Kind kind, const PlainShot& over, std::optional<double> value);
     void tidy();
     bool split(double at);
     bool join(std::size_t number);
     bool move(double from, double to);
     bool trim(double start, double end);
 
-    Layer zooms_, cuts_, speeds_;
+    std::array<Layer, 3> layers_;
     std::vector<double> splits_;
     double trimStart_ = 0;
-    std::optional<double> trimEnd_;
+    double trimEnd_ = kDuration;
 };
 
-enum class Wins { first, largest };
-
-const Stretch* covering(const Layer& layer, double time, Wins wins) {
+// The largest zoom, the first of cuts and speed-ups.
+const Stretch* covering(const Layer& layer, double time, bool largest) {
     const Stretch* found = nullptr;
     for (const Stretch& each : layer) {
         const bool covers = each.start < time && time < each.end;
-        if (covers && (!found || (wins == Wins::largest && each.value > found->value))) found = &each;
+        if (covers && (!found || (largest && each.value > found->value))) found = &each;
     }
     return found;
 }
 
-std::vector<Stretches> PlainReel::shots() const {
-    const double low = std::clamp(trimStart_, 0.0, kDuration);
-    const double high = std::clamp(trimEnd_.value_or(kDuration), low, kDuration);
+std::vector<PlainShot> PlainReel::shots() const {
     std::vector<double> times = splits_;
-    for (const Layer* layer : {&zooms_, &cuts_, &speeds_})
-        for (const Stretch& each : *layer) times.insert(times.end(), {each.start, each.end});
+    for (const Layer& layer : layers_)
+        for (const Stretch& each : layer) times.insert(times.end(), {each.start, each.end});
     std::ranges::sort(times);
-    std::vector<double> edges{low};
-    for (const double time : times)
-        if (low + 0.05 < time && time < high - 0.05 && time - edges.back() >= 0.05) edges.push_back(time);
-    edges.push_back(high);
-    std::vector<Stretches> row;
+    std::vector<double> edges{trimStart_};
+    for (const double time : times) {
+        const bool isInside = trimStart_ + 0.05 < time && time < trimEnd_ - 0.05;
+        if (isInside && time - edges.back() >= 0.05) edges.push_back(time);
+    }
+    edges.push_back(trimEnd_);
+    std::vector<PlainShot> row;
     for (std::size_t i = 0; i + 1 < edges.size(); ++i) {
-        const double middle = (edges[i] + edges[i + 1]) * 0.5;
-        const Stretches next{edges[i], edges[i + 1], covering(zooms_, middle, Wins::largest),
-                             covering(cuts_, middle, Wins::first), covering(speeds_, middle, Wins::first)};
-        const bool goesOn = !row.empty() && row.back().zoom == next.zoom && row.back().cut == next.cut
-                            && row.back().speed == next.speed && !isSplit(next.start);
-        if (goesOn)
+        PlainShot next{edges[i], edges[i + 1], {}};
+        for (const Kind kind : {zooms, cuts, speeds})
+            next.by[kind] = covering(layers_[kind], (next.start + next.end) * 0.5, kind == zooms);
+        if (!row.empty() && row.back().by == next.by && !isSplit(next.start))
             row.back().end = next.end;
         else
             row.push_back(next);
@@ -96,74 +95,65 @@ bool PlainReel::isSplit(double at) const {
     return std::ranges::any_of(splits_, [at](double split) { return isNear(split, at); });
 }
 
-void PlainReel::clear(Layer& layer, double start, double end) {
+void PlainReel::replace(Kind kind, const PlainShot& over, std::optional<double> value) {
     Layer rest;
-    for (const Stretch& each : layer) {
-        const bool apart = each.end <= start + 0.05 || each.start >= end - 0.05;
+    for (const Stretch& each : layers_[kind]) {
+        const bool apart = each.end <= over.start + 0.05 || each.start >= over.end - 0.05;
         if (apart) rest.push_back(each);
-        if (!apart && each.start < start - 0.05) rest.push_back({each.start, start, each.value});
-        if (!apart && each.end > end + 0.05) rest.push_back({end, each.end, each.value});
+        if (!apart && each.start < over.start - 0.05) rest.push_back({each.start, over.start, each.value});
+        if (!apart && each.end > over.end + 0.05) rest.push_back({over.end, each.end, each.value});
     }
-    layer = rest;
-}
-
-void PlainReel::put(Layer& layer, const Stretches& over, double value) {
-    layer.push_back({over.start, over.end, value});
+    if (value) rest.push_back({over.start, over.end, *value});
+    layers_[kind] = rest;
 }
 
 void PlainReel::tidy() {
-    for (Layer* layer : {&zooms_, &cuts_, &speeds_}) {
-        std::ranges::stable_sort(*layer, {}, &Stretch::start);
-        std::erase_if(*layer, [](const Stretch& each) { return each.end - each.start < 0.05; });
-        for (std::size_t i = 1; i < layer->size();) {
-            Stretch& left = (*layer)[i - 1];
-            const Stretch& right = (*layer)[i];
-            const bool merges = isNear(left.end, right.start) && std::abs(left.value - right.value) < 0.001
-                                && !isSplit(right.start);
-            if (merges) left.end = std::max(left.end, right.end);
+    for (Layer& layer : layers_) {
+        std::ranges::stable_sort(layer, {}, &Stretch::start);
+        std::erase_if(layer, &Stretch::isShort);
+        Layer merged;
+        for (const Stretch& each : layer) {
+            const bool merges = !merged.empty() && isNear(merged.back().end, each.start)
+                                && std::abs(merged.back().value - each.value) < 0.001 && !isSplit(each.start);
             if (merges)
-                layer->erase(layer->begin() + static_cast<std::ptrdiff_t>(i));
+                merged.back().end = std::max(merged.back().end, each.end);
             else
-                ++i;
+                merged.push_back(each);
         }
+        layer = merged;
     }
 }
 
 bool PlainReel::split(double at) {
-    for (const Stretches& shot : shots()) {
-        if (at < shot.start || at >= shot.end) continue;
-        if (at - shot.start < 0.3 || shot.end - at < 0.3) return false;
-        for (Layer* layer : {&zooms_, &cuts_, &speeds_}) {
-            Layer parts;
-            for (const Stretch& each : *layer) {
-                const bool parted = each.start + 0.05 < at && each.end - 0.05 > at;
-                parts.push_back({each.start, parted ? at : each.end, each.value});
-                if (parted) parts.push_back({at, each.end, each.value});
-            }
-            *layer = parts;
+    const auto row = shots();
+    const auto holds = [at](const PlainShot& shot) { return at - shot.start >= 0.3 && shot.end - at >= 0.3; };
+    if (std::ranges::none_of(row, holds)) return false;
+    for (Layer& layer : layers_) {
+        Layer parts;
+        for (const Stretch& each : layer) {
+            const bool parted = each.start + 0.05 < at && each.end - 0.05 > at;
+            parts.push_back({each.start, parted ? at : each.end, each.value});
+            if (parted) parts.push_back({at, each.end, each.value});
         }
-        splits_.push_back(at);
-        std::ranges::sort(splits_);
-        return true;
+        layer = parts;
     }
-    return false;
+    splits_.push_back(at);
+    std::ranges::sort(splits_);
+    return true;
 }
 
 bool PlainReel::join(std::size_t number) {
     const auto row = shots();
     if (number >= row.size()) return false;
-    const Stretches first = row[number - 1];
-    const Stretches both{first.start, row[number].end, nullptr, nullptr, nullptr};
-    const double scale = first.zoom ? first.zoom->value : 1;
-    const double rate = first.speed ? first.speed->value : 1;
-    const bool isCut = first.cut != nullptr;
+    const PlainShot first = row[number - 1];
     if (isSplit(first.end)) {
         std::erase_if(splits_, [&](double split) { return isNear(split, first.end); });
     } else {
-        for (Layer* layer : {&zooms_, &cuts_, &speeds_}) clear(*layer, both.start, both.end);
-        if (scale > 1.01) put(zooms_, both, scale);
-        if (std::abs(rate - 1) > 0.001) put(speeds_, both, rate);
-        if (isCut) put(cuts_, both, 0);
+        std::array<std::optional<double>, 3> values;
+        for (const Kind kind : {zooms, cuts, speeds})
+            if (first.by[kind]) values[kind] = first.by[kind]->value;
+        for (const Kind kind : {zooms, cuts, speeds})
+            replace(kind, {first.start, row[number].end, {}}, values[kind]);
     }
     tidy();
     return true;
@@ -171,40 +161,37 @@ bool PlainReel::join(std::size_t number) {
 
 bool PlainReel::move(double from, double to) {
     const auto row = shots();
-    std::vector<double> edges;
-    for (const Stretches& shot : row) edges.push_back(shot.start);
-    if (!row.empty()) edges.push_back(row.back().end);
-    for (std::size_t i = 0; i < edges.size(); ++i) {
-        if (!isNear(edges[i], from)) continue;
-        const bool isLast = i + 1 == edges.size();
-        const double low = i == 0 ? 0 : edges[i - 1] + 0.3;
-        const double high = isLast ? kDuration : edges[i + 1] - 0.3;
-        if (low > high || (low == high && low == edges[i])) return false;
-        const double moved = std::min(std::max(low, to), high);
-        for (Layer* layer : {&zooms_, &cuts_, &speeds_}) {
-            for (Stretch& each : *layer) {
-                if (isNear(each.start, edges[i])) each.start = moved;
-                if (isNear(each.end, edges[i])) each.end = moved;
-            }
-            std::erase_if(*layer, [](const Stretch& each) { return each.end - each.start < 0.05; });
-            std::ranges::stable_sort(*layer, {}, &Stretch::start);
+    std::vector<double> edges{row.front().start};
+    for (const PlainShot& shot : row) edges.push_back(shot.end);
+    const auto found = std::ranges::find_if(edges, [from](double edge) { return isNear(edge, from); });
+    if (found == edges.end()) return false;
+    const double old = *found;
+    const double low = found == edges.begin() ? 0 : found[-1] + 0.3;
+    const double high = found + 1 == edges.end() ? kDuration : found[1] - 0.3;
+    if (low > high || (low == high && low == old)) return false;
+    const double moved = std::min(std::max(low, to), high);
+    for (Layer& layer : layers_) {
+        for (Stretch& each : layer) {
+            if (isNear(each.start, old)) each.start = moved;
+            if (isNear(each.end, old)) each.end = moved;
         }
-        for (double& split : splits_)
-            if (isNear(split, edges[i])) split = moved;
-        std::ranges::sort(splits_);
-        splits_.erase(std::unique(splits_.begin(), splits_.end()), splits_.end());
-        if (i == 0) trimStart_ = moved;
-        if (isLast) trimEnd_ = moved >= kDuration - 0.01 ? std::nullopt : std::optional(moved);
-        return true;
+        std::erase_if(layer, &Stretch::isShort);
+        std::ranges::stable_sort(layer, {}, &Stretch::start);
     }
-    return false;
+    for (double& split : splits_)
+        if (isNear(split, old)) split = moved;
+    std::ranges::sort(splits_);
+    splits_.erase(std::unique(splits_.begin(), splits_.end()), splits_.end());
+    if (found == edges.begin()) trimStart_ = moved;
+    if (found + 1 == edges.end()) trimEnd_ = moved >= kDuration - 0.01 ? kDuration : moved;
+    return true;
 }
 
 bool PlainReel::trim(double start, double end) {
-    const bool toTheEnd = end >= kDuration - 0.01;
-    if (end > kDuration + 0.01 || (toTheEnd ? kDuration : end) - start < 0.3) return false;
+    const double kept = end >= kDuration - 0.01 ? kDuration : end;
+    if (end > kDuration + 0.01 || kept - start < 0.3) return false;
     trimStart_ = start;
-    trimEnd_ = toTheEnd ? std::nullopt : std::optional(end);
+    trimEnd_ = kept;
     return true;
 }
 
@@ -214,60 +201,59 @@ bool PlainReel::apply(const std::vector<std::string>& words) {
     if (verb == "split") return split(number(1));
     if (verb == "move") return move(number(1), number(2));
     if (verb == "trim") return trim(number(1), number(2));
-    if (verb == "untrim") {
-        trimStart_ = 0;
-        trimEnd_.reset();
-        return true;
-    }
+    if (verb == "untrim") return trim(0, kDuration);
     const auto row = shots();
     const auto shotNumber = static_cast<std::size_t>(number(1));
     if (shotNumber > row.size()) return false;
-    const Stretches shot = row[shotNumber - 1];
-    const double value = words.size() > 2 ? number(2) : 0;
     if (verb == "join") return join(shotNumber);
-    if (verb == "zoom" && shot.cut) return false;
-    if ((verb == "cut" && shot.cut) || (verb == "restore" && !shot.cut)) return true;
-    const bool hasOwnZoom =
-        shot.zoom && isNear(shot.zoom->start, shot.start) && isNear(shot.zoom->end, shot.end);
-    if (verb == "zoom" && value > 1.01 && hasOwnZoom) {
-        const_cast<Stretch*>(shot.zoom)->value = value;
-        return true;
+    const PlainShot shot = row[shotNumber - 1];
+    const double value = words.size() > 2 ? number(2) : 0;
+    if (verb == "zoom") {
+        if (shot.by[cuts]) return false;
+        const Stretch* own = shot.by[zooms];
+        if (value > 1.01 && own && isNear(own->start, shot.start) && isNear(own->end, shot.end)) {
+            const_cast<Stretch*>(own)->value = value;
+            return true;
+        }
+        replace(zooms, shot, value > 1.01 ? std::optional(value) : std::nullopt);
     }
-    Layer& layer = verb == "zoom" ? zooms_ : verb == "speed" ? speeds_ : cuts_;
-    clear(layer, shot.start, shot.end);
-    const bool puts =
-        verb == "cut" || (verb == "zoom" && value > 1.01) || (verb == "speed" && std::abs(value - 1) > 0.001);
-    if (puts) put(layer, shot, value);
-    tidy();
+    if (verb == "speed") replace(speeds, shot, value != 1 ? std::optional(value) : std::nullopt);
+    if (verb == "cut" && !shot.by[cuts]) replace(cuts, shot, 0);
+    if (verb == "restore" && shot.by[cuts]) replace(cuts, shot, {});
+    if (verb == "zoom" || verb == "speed" || (verb == "cut") != (shot.by[cuts] != nullptr)) tidy();
     return true;
 }
 
-template <class Segments>
-std::string rangesOf(const Segments& segments) {
+std::string listsText(const auto& zoomList, const auto& cutList, const auto& speedList,
+                      const std::vector<double>& splits, double trimStart, double trimEnd) {
     std::string text;
-    for (const auto& each : segments) text += fmt::format(" {}-{}", each.start, each.end);
-    return text;
+    const auto add = [&text](const auto& stretches) {
+        for (const auto& each : stretches) text += fmt::format(" {}-{}", each.start, each.end);
+        text += " |";
+    };
+    add(zoomList);
+    add(cutList);
+    add(speedList);
+    return text + fmt::format(" {} {} {}", fmt::join(splits, " "), trimStart, trimEnd);
 }
 
 // The row of shots, then the lists.
 std::string PlainReel::text() const {
     std::string row;
-    for (const Stretches& shot : shots()) {
-        const char kind = shot.cut ? 'c' : shot.zoom ? 'z' : 'w';
+    for (const PlainShot& shot : shots()) {
+        const char kind = shot.by[cuts] ? 'c' : shot.by[zooms] ? 'z' : 'w';
         row += fmt::format("{}{}{}-{}", row.empty() ? "" : " ", kind, shot.start, shot.end);
-        if (shot.zoom) row += fmt::format("x{}", shot.zoom->value);
-        if (shot.speed) row += fmt::format("@{}", shot.speed->value);
+        if (shot.by[zooms]) row += fmt::format("x{}", shot.by[zooms]->value);
+        if (shot.by[speeds]) row += fmt::format("@{}", shot.by[speeds]->value);
     }
-    return row + " |" + rangesOf(zooms_) + " |" + rangesOf(cuts_) + " |" + rangesOf(speeds_)
-           + fmt::format(" | {} {} {}", fmt::join(splits_, " "), trimStart_, trimEnd_.value_or(-1));
+    return row + listsText(layers_[zooms], layers_[cuts], layers_[speeds], splits_, trimStart_, trimEnd_);
 }
 
 std::string textOf(const ProjectInfo& info) {
     const ProjectSettings& settings = info.settings;
-    return test::rowOf(info) + " |" + rangesOf(settings.zooms) + " |" + rangesOf(settings.cuts) + " |"
-           + rangesOf(settings.speeds)
-           + fmt::format(" | {} {} {}", fmt::join(settings.splits, " "), settings.trimStart,
-                         settings.trimEnd.value_or(-1));
+    return test::rowOf(info)
+           + listsText(settings.zooms, settings.cuts, settings.speeds, settings.splits, settings.trimStart,
+                       settings.trimEnd.value_or(kDuration));
 }
 
 using testing::anyIndex;

@@ -73,6 +73,12 @@ void clear(std::vector<Segment>& segments, const Shot& range) {
 }
 
 template <TimeSegment Segment>
+void divide(std::vector<Segment>& segments, Seconds at) {
+    segments = Storyboard::splitSegments(segments, at);
+    sortByStart(segments); // of overlapping ones, all begin anew at the split
+}
+
+template <TimeSegment Segment>
 void add(std::vector<Segment>& segments, Segment segment) {
     segments.push_back(std::move(segment));
     sortByStart(segments);
@@ -123,9 +129,9 @@ bool Storyboard::split(ProjectSettings& settings, Seconds at, Seconds duration) 
     const std::vector<Shot> row = shots(settings, duration);
     const Shot* divided = shot(at, row);
     if (!divided || at - divided->start < kShortestShot || divided->end - at < kShortestShot) return false;
-    settings.zooms = splitSegments(settings.zooms, at);
-    settings.speeds = splitSegments(settings.speeds, at);
-    settings.cuts = splitSegments(settings.cuts, at);
+    divide(settings.zooms, at);
+    divide(settings.speeds, at);
+    divide(settings.cuts, at);
     settings.splits.push_back(at);
     std::ranges::stable_sort(settings.splits, ascending);
     return true;

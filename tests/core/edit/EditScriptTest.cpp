@@ -153,6 +153,20 @@ TEST(EditScript, TrimsAtTheEndStoreNoEnd) {
         EXPECT_EQ(reel->info.settings.trimEnd, std::nullopt) << end;
     }
     EXPECT_EQ(edited({}, "trim 2 19.98")->info.settings.trimEnd, 19.98);
+    EXPECT_TRUE(edited({}, "trim 19.7 19.995")) << "0.3 s are left up to the end";
+}
+
+// What a trim hides is passed by the trim's edge and stands among what is shown afterwards.
+TEST(EditScript, ListsStaySortedWhereATrimHidesParts) {
+    const Edits hidden{.zooms = {zoom(3, 4.5), zoom(5, 8, 3)}, .splits = {2, 2.01, 3, 5}, .trimStart = 5};
+    const ProjectSettings moved = edited(hidden, "move 5 2.02")->info.settings;
+    EXPECT_EQ(moved.zooms[0].start, 2.02);
+    EXPECT_EQ(moved.zooms[1].start, 3);
+    EXPECT_EQ(moved.splits, (std::vector<Seconds>{2, 2.01, 2.02, 3}));
+    const ProjectSettings again = edited(hidden, "move 5 2.02 move 2.02 2.5 split 4")->info.settings;
+    EXPECT_EQ(again.splits, (std::vector<Seconds>{2.5, 3, 4}));
+    EXPECT_TRUE(std::ranges::is_sorted(again.zooms, {}, &ZoomSegment::start));
+    EXPECT_EQ(again.zooms.size(), 4U);
 }
 
 TEST(EditScript, RenamesToWhatIsLeftWithoutSpaceAroundIt) {

@@ -135,6 +135,7 @@ bool PlainReel::split(double at) {
             parts.push_back({each.start, parted ? at : each.end, each.value});
             if (parted) parts.push_back({at, each.end, each.value});
         }
+        std::ranges::stable_sort(parts, {}, &Stretch::start);
         layer = parts;
     }
     splits_.push_back(at);
@@ -310,7 +311,9 @@ RC_GTEST_PROP(RandomScripts, AgreeWithAPlainReel, ()) {
         RC_ASSERT(textOf(info) == plain.text());
         RC_ASSERT(decodeProjectInfo(encodeProjectInfo(info).value()).value() == info);
         RC_ASSERT(std::ranges::is_sorted(info.settings.zooms, {}, &ZoomSegment::start));
-        RC_ASSERT(std::ranges::is_sorted(info.settings.splits));
+        RC_ASSERT(std::ranges::is_sorted(info.settings.cuts, {}, &CutSegment::start));
+        RC_ASSERT(std::ranges::is_sorted(info.settings.speeds, {}, &SpeedSegment::start));
+        RC_ASSERT(std::ranges::is_sorted(info.settings.splits, std::less_equal()));
     }
     // The same operations as one script.
     RC_ASSERT(textOf(EditScript::parse(all)->apply(before, {})->info) == textOf(info));

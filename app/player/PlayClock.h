@@ -12,8 +12,8 @@ class PlayClock {
     // Runs from a time, which is reached at `hostTime`. `rate` is positive.
     void runFrom(Seconds compositionTime, Seconds hostTime, double rate);
     // Brings a running clock nearer to what is heard at `hostTime`. Reports of sound jitter by some
-    // milliseconds, so a small difference is corrected little by little, and time never goes back; a large
-    // one at once.
+    // milliseconds, so a small difference is corrected little by little, by less than has passed since the
+    // last report; a large one at once.
     void steer(Seconds heard, Seconds hostTime);
 
     bool isRunning() const { return isRunning_; }

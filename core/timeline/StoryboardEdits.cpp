@@ -105,6 +105,16 @@ void moveEdges(std::vector<Segment>& segments, Seconds from, Seconds to) {
         if (isSameMoment(segment.end, from)) segment.end = to;
     }
     dropShort(segments);
+    sortByStart(segments); // an edge may pass segments that the trims hide
+}
+
+void moveSplits(std::vector<Seconds>& splits, Seconds from, Seconds to) {
+    for (Seconds& split : splits) {
+        if (isSameMoment(split, from)) split = to;
+    }
+    std::ranges::stable_sort(splits, ascending);
+    const auto repeated = std::ranges::unique(splits);
+    splits.erase(repeated.begin(), repeated.end());
 }
 
 } // namespace
@@ -157,6 +167,7 @@ bool Storyboard::joinWithNext(ProjectSettings& settings, const Shot& shot, Secon
     if (first == row.end() || first + 1 == row.end()) return false;
     if (isSplit(first->end, settings)) {
         std::erase_if(settings.splits, [&](Seconds split) { return isSameMoment(split, first->end); });
+        normalize(settings); // the parts of a zoom that was split become one again
         return true;
     }
     Shot joined = *first;
@@ -179,9 +190,7 @@ Seconds Storyboard::moveBoundary(ProjectSettings& settings, Seconds from, Second
     moveEdges(settings.zooms, *edge, moved);
     moveEdges(settings.cuts, *edge, moved);
     moveEdges(settings.speeds, *edge, moved);
-    for (Seconds& split : settings.splits) {
-        if (isSameMoment(split, *edge)) split = moved;
-    }
+    moveSplits(settings.splits, *edge, moved);
     if (isFirst) settings.trimStart = moved;
     if (isLast) settings.trimEnd = moved >= duration - kUntrimmed ? std::nullopt : std::optional(moved);
     return moved;

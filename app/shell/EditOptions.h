@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "app/shell/CommandLine.h"
+
+namespace glintro {
+
+// What the words behind the reel of `glintro edit` say: operations, among them options wherever they stand,
+// up to a word “--”. Rejects what is neither, as the options of ArgumentValues do.
+struct EditWords {
+    EditScript script;
+    bool isHelp = false; // asks for the help only
+    bool isDryRun = false;
+    bool isJson = false;
+};
+
+EditWords editWords(const std::vector<std::string>& words);
+
+// The operations and fields that the help lists.
+std::string editHelp();
+
+} // namespace glintro

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "app/base/Text.h"
 #include "app/editor/ReelNotices.h"
 #include "app/pictures/Moments.h"
 
@@ -12,10 +13,6 @@ namespace {
 
 constexpr Seconds kLooksAfterOpening = 0.2;
 constexpr Seconds kLooksAfterChange = 0.35;
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 } // namespace
 
@@ -49,7 +46,7 @@ void EditorModel::connectParts() {
     connect(&edits_, &ReelEdits::gestureChanged, this, [this] {
         if (!edits_.isDragging()) playback_.showPlayhead();
     });
-    connect(&looks_, &LookChoice::hoveredChanged, this, &EditorModel::showSettings);
+    connect(&looks_, &LookChoice::hoveredChanged, this, [this] { showSettings(false); });
     connect(&playback_, &Playback::rested, this, &EditorModel::refreshLooks);
     connect(&actions_, &ShotActions::toastShown, this, &EditorModel::toastShown);
     connect(&actions_, &ShotActions::beeped, this, &EditorModel::beeped);
@@ -100,14 +97,15 @@ void EditorModel::handleChange(const SettingsChange& change) {
         requestPictures();
     }
     saver_.setSettings(edits_.settings());
-    showSettings();
+    showSettings(change.structure);
     if (change.lookPreviews) refreshLooks(kLooksAfterChange);
 }
 
-void EditorModel::showSettings() {
+void EditorModel::showSettings(bool isOtherStructure) {
     if (!isOpen_) return;
     const auto edge = edits_.draggedEdge();
     player_.setSettings(looks_.shown(), playback_.playerTime());
+    if (isOtherStructure) playback_.keepRange();
     if (edge) playback_.show(*edge);
 }
 

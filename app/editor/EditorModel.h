@@ -99,7 +99,7 @@ class EditorModel : public QObject {
     void connectParts();
     void connectSaver();
     void handleChange(const SettingsChange& change);
-    void showSettings();
+    void showSettings(bool isOtherStructure);
     void requestPictures();
     void refreshLooks(Seconds delay);
     void handleTheirs(const ProjectSettings& theirs);

@@ -8,6 +8,7 @@
 #include <utility>
 #include <variant>
 
+#include "app/base/Text.h"
 #include "core/edit/SettingsField.h"
 #include "core/model/Colour.h"
 #include "core/model/Enumerations.h"
@@ -19,10 +20,6 @@ template <class T>
 using Place = SettingsField::Place<T>;
 template <class T>
 using Ranged = SettingsField::Ranged<T>;
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 template <class T>
 QVariant toVariant(const T& value) {

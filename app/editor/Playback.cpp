@@ -16,7 +16,11 @@ constexpr double kSameFrame = 1e-3;  // of a frame: how far a time may be from a
 Playback::Playback(const ReelEdits& edits, PlayerTransport& player, QObject* parent)
     : QObject(parent), edits_(edits), player_(player), clock_(this) {
     connect(&player, &PlayerTransport::advanced, this, &Playback::advance);
-    connect(&player, &PlayerTransport::ended, this, &Playback::end);
+    connect(&player, &PlayerTransport::ended, this, &Playback::stop);
+    connect(&player, &PlayerTransport::failed, this, &Playback::stop);
+    connect(&player, &PlayerTransport::opened, this, [this] {
+        if (clock_.isPlaying()) player_.play(); // which was too early for it
+    });
     connect(&clock_, &PlaybackClock::timeChanged, this, &Playback::compositionTimeChanged);
     connect(&edits, &ReelEdits::changed, this, [this](const SettingsChange& change) {
         if (change.structure) emit compositionTimeChanged();
@@ -28,7 +32,30 @@ Seconds Playback::compositionTime() const {
 }
 
 void Playback::setIsLooping(bool isLooping) {
-    if (std::exchange(isLooping_, isLooping) != isLooping) emit isLoopingChanged();
+    if (std::exchange(isLooping_, isLooping) == isLooping) return;
+    player_.setLooping(isLooping);
+    emit isLoopingChanged();
+}
+
+void Playback::setRate(double rate) {
+    if (std::exchange(rate_, rate) == rate) return;
+    player_.setRate(rate);
+    emit rateChanged();
+}
+
+void Playback::setRange(std::optional<PlayRange> sourceRange) {
+    if (std::exchange(range_, sourceRange) != sourceRange) tellRange();
+}
+
+void Playback::keepRange() {
+    if (range_) tellRange();
+}
+
+void Playback::tellRange() {
+    const TimeMap& map = edits_.map();
+    player_.setRange(range_.transform([&](const PlayRange& range) {
+        return PlayRange{map.composition(range.start), map.composition(range.end)};
+    }));
 }
 
 Seconds Playback::playerTimeOf(Seconds sourceTime) const {
@@ -45,7 +72,7 @@ void Playback::seekPlayer(Seconds sourceTime, SeekKind kind) {
 
 void Playback::moveTo(Seconds sourceTime, SeekKind kind) {
     if (!std::isfinite(sourceTime)) return;
-    range_.reset();
+    setRange(std::nullopt);
     clock_.setTime(std::min(std::max(sourceTime, 0.0), edits_.duration()));
     seekPlayer(clock_.time(), kind);
     if (!clock_.isPlaying()) emit rested(kAfterSeek);
@@ -106,48 +133,28 @@ void Playback::pause() {
 }
 
 void Playback::stop() {
-    range_.reset();
+    if (!clock_.isPlaying()) return;
     clock_.setIsPlaying(false);
+    setRange(std::nullopt);
+    setRate(1);
     emit rested(kAfterStop);
+}
+
+void Playback::playFaster() {
+    if (clock_.isPlaying()) return setRate(kFast);
+    togglePlay();
 }
 
 void Playback::playRange(Seconds start, Seconds end) {
     const TimeMap& map = edits_.map();
     if (!(map.composition(end) > map.composition(start))) return;
     moveTo(start, SeekKind::exact);
-    range_ = Range{start, end};
+    setRange(PlayRange{start, end});
     this->start();
 }
 
 void Playback::advance(Seconds compositionTime) {
-    if (!clock_.isPlaying()) return;
-    if (range_ && compositionTime >= edits_.map().composition(range_->end)) return endRange();
-    clock_.setTime(edits_.map().source(compositionTime));
-}
-
-void Playback::endRange() {
-    const Range range = *range_;
-    if (isLooping_) {
-        moveTo(range.start, SeekKind::exact);
-        range_ = range;
-        return;
-    }
-    pause();
-    const Seconds lastFrame = edits_.map().composition(range.end) - frameDuration();
-    moveToComposition(std::max(lastFrame, edits_.map().composition(range.start)));
-}
-
-void Playback::end() {
-    if (!clock_.isPlaying()) return;
-    if (range_) {
-        endRange();
-    } else if (isLooping_ && compositionDuration() > 0) {
-        seekToStart();
-    } else {
-        clock_.setTime(edits_.map().source(compositionDuration()));
-        return stop();
-    }
-    if (clock_.isPlaying()) player_.play();
+    if (clock_.isPlaying()) clock_.setTime(edits_.map().source(compositionTime));
 }
 
 void Playback::show(Seconds sourceTime) {

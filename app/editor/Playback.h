@@ -19,12 +19,14 @@ class Playback : public QObject {
     Q_PROPERTY(double compositionDuration READ compositionDuration NOTIFY compositionTimeChanged FINAL)
     Q_PROPERTY(double frameDuration READ frameDuration CONSTANT FINAL)
     Q_PROPERTY(bool isLooping READ isLooping WRITE setIsLooping NOTIFY isLoopingChanged FINAL)
+    Q_PROPERTY(double rate READ rate NOTIFY rateChanged FINAL)
 
   public:
     // Delays after which pictures of the new moment are made, in seconds.
     static constexpr Seconds kAfterStop = 0.3;
     static constexpr Seconds kAfterSeek = 0.35;
     static constexpr double kFrameRate = 60;
+    static constexpr double kFast = 2;
 
     // Both must outlive the playback.
     Playback(const ReelEdits& edits, PlayerTransport& player, QObject* parent = nullptr);
@@ -35,7 +37,8 @@ class Playback : public QObject {
     // Composition seconds. Pointer and zooms move in every frame of the reel, however fast it was recorded.
     static Seconds frameDuration() { return 1 / kFrameRate; }
     bool isLooping() const { return isLooping_; }
-    void setIsLooping(bool isLooping);
+    void setIsLooping(bool isLooping); // over the reel, or the range that plays
+    double rate() const { return rate_; } // of the preview only: 1, or kFast after playFaster()
 
     // Times are kept within the recording. Scrubbing shows a nearby picture sooner.
     Q_INVOKABLE void seek(double sourceTime);
@@ -50,12 +53,16 @@ class Playback : public QObject {
     // Plays from the start when the playhead is at the end of the reel.
     Q_INVOKABLE void togglePlay();
     Q_INVOKABLE void pause();
-    // Plays what is kept of a range, once or, when looping, again and again; stays inside it at its end.
+    // Plays; faster if it plays already, until it is paused.
+    Q_INVOKABLE void playFaster();
+    // Plays what is kept of a range, once or, when looping, again and again; stops at its last picture.
     void playRange(Seconds start, Seconds end);
 
     // Shows a moment while the playhead stays, and goes back to the playhead. Ignored while it plays.
     void show(Seconds sourceTime);
     void showPlayhead();
+    // Call it when the player was given settings of another structure.
+    void keepRange();
 
     // Where the player has to be for the playhead, by the map of the settings as they are.
     Seconds playerTime() const;
@@ -63,22 +70,19 @@ class Playback : public QObject {
   signals:
     void compositionTimeChanged();
     void isLoopingChanged();
+    void rateChanged();
     // A moment to rest at was found; pictures of it are worth making after the delay, in seconds.
     void rested(double delay);
 
   private:
-    struct Range {
-        Seconds start = 0;
-        Seconds end = 0;
-    };
-
     void moveTo(Seconds sourceTime, SeekKind kind);
     void moveToComposition(Seconds compositionTime);
     void start();
     void stop();
+    void setRate(double rate);
+    void setRange(std::optional<PlayRange> sourceRange);
+    void tellRange();
     void advance(Seconds compositionTime);
-    void endRange();
-    void end();
     void seekPlayer(Seconds sourceTime, SeekKind kind);
     Seconds playerTimeOf(Seconds sourceTime) const;
 
@@ -86,7 +90,8 @@ class Playback : public QObject {
     PlayerTransport& player_;
     PlaybackClock clock_;
     bool isLooping_ = false;
-    std::optional<Range> range_; // what plays, when not all of the reel
+    double rate_ = 1;
+    std::optional<PlayRange> range_; // in source time: what plays, when not all of the reel
 };
 
 } // namespace glintro

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "app/base/MainThreadPost.h"
+#include "app/base/Text.h"
 #include "app/editor/ReelNotices.h"
 
 namespace glintro {
@@ -16,10 +17,6 @@ namespace {
 
 // A program that saves may touch several files of the folder in turn.
 constexpr std::chrono::milliseconds kLookDelay{100};
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 QString pathOf(const std::filesystem::path& path) {
     return QString::fromStdString(path.string());
@@ -180,7 +177,7 @@ void ProjectSaver::watch() {
 
 void ProjectSaver::scheduleLook() {
     looksAgain_ = isLooking_;
-    if (!isLooking_) lookDelay_->start(kLookDelay, [this] { look(); });
+    if (!isLooking_ && !lookDelay_->isActive()) lookDelay_->start(kLookDelay, [this] { look(); });
 }
 
 void ProjectSaver::look() {

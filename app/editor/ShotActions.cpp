@@ -8,6 +8,7 @@
 
 #include <fmt/format.h>
 
+#include "app/base/Text.h"
 #include "app/editor/ReelNotices.h"
 #include "core/model/TimeFormat.h"
 #include "core/timeline/AutoZoom.h"
@@ -15,10 +16,6 @@
 
 namespace glintro {
 namespace {
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 Toast withUndo(Toast toast, ReelEdits& edits) {
     toast.action = "Undo";

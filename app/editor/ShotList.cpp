@@ -2,14 +2,11 @@
 
 #include <algorithm>
 
+#include "app/base/Text.h"
 #include "app/pictures/Moments.h"
 
 namespace glintro {
 namespace {
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 // What a view has to read again of a row that shows another shot.
 QList<int> changedRoles(const ShotRow& old, const Shot& shot, Seconds outputStart) {

@@ -55,13 +55,27 @@ TEST(PlaybackTest, ThePlayheadFollowsThePlayerToTheEnd) {
     EditParts parts(20, trimmedAndCut());
     parts.playback.seekToStart();
     parts.playback.togglePlay();
-    emit parts.player.advanced(4.5);
+    parts.player.playTo(4.5);
     EXPECT_EQ(parts.playhead(), 9);
-    emit parts.player.ended();
+    parts.playback.playFaster();
+    EXPECT_EQ(parts.player.rate, 2);
+    parts.player.playTo(7, true);
     EXPECT_EQ(parts.playhead(), 12);
     EXPECT_FALSE(parts.playback.clock()->isPlaying());
+    EXPECT_EQ(parts.player.rate, 1);
     emit parts.player.advanced(1); // comes late
     EXPECT_EQ(parts.playhead(), 12);
+}
+
+// The movie takes its time to open; what was pressed meanwhile holds.
+TEST(PlaybackTest, PlayPressedWhileOpeningIsNotLost) {
+    EditParts parts(20);
+    parts.playback.togglePlay();
+    parts.player.isPlaying = false; // it had nothing to play
+    emit parts.player.opened();
+    EXPECT_TRUE(parts.player.isPlaying);
+    emit parts.player.failed("");
+    EXPECT_FALSE(parts.playback.clock()->isPlaying());
 }
 
 TEST(PlaybackTest, StepsGoFromFrameToFrameOfTheReel) {
@@ -91,20 +105,19 @@ TEST(PlaybackTest, AShotPlaysOnceAndStaysInIt) {
     EditParts parts(20, trimmedAndCut());
     parts.actions.playShot(3); // 7..8
     EXPECT_EQ(parts.playhead(), 7);
-    emit parts.player.advanced(3.9);
-    EXPECT_NEAR(parts.playhead(), 7.9, 1e-9);
-    emit parts.player.advanced(4.01);
-    EXPECT_FALSE(parts.player.isPlaying);
+    EXPECT_EQ(parts.player.range, (PlayRange{3, 4}));
+    parts.edits.edit([](auto& settings) { settings.trimStart = 1; });
+    parts.playback.keepRange(); // as it is on the new map
+    EXPECT_EQ(parts.player.range, (PlayRange{4, 5}));
+    parts.player.playTo(5 - 1 / 60.0, true);
+    EXPECT_FALSE(parts.playback.clock()->isPlaying());
+    EXPECT_EQ(parts.player.range, std::nullopt);
     EXPECT_EQ(parts.selection.targetNumber(), 3);
 
-    parts.playback.setIsLooping(true);
     parts.actions.playShot(3);
-    emit parts.player.advanced(4.01);
-    EXPECT_TRUE(parts.player.isPlaying);
-    EXPECT_EQ(parts.player.at, 3);
     parts.playback.seek(11); // whoever looks elsewhere has left the shot
-    emit parts.player.advanced(6.5);
-    EXPECT_EQ(parts.playhead(), 11.5);
+    EXPECT_EQ(parts.player.range, std::nullopt);
+    EXPECT_TRUE(parts.player.isPlaying);
 
     parts.playback.pause();
     parts.actions.playShot(2); // is cut

@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include <gtest/gtest.h>
+#include <sys/file.h>
 
 #include "app/editor/ProjectSaver.h"
 #include "core/base/FileIO.h"
@@ -9,6 +10,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/SmallDisk.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaitUntil.h"
 
 namespace glintro {
 namespace {
@@ -161,6 +163,24 @@ TEST_F(ProjectSaverTest, AFailedSaveIsSaidAndTriedAgainUntilItSucceeds) {
     saving.saver.saveNow(); // "Try again"
     ASSERT_TRUE(saving.reaches(State::saved));
     EXPECT_EQ(onDisk(saving.project).settings.padding, 0.3);
+}
+
+// A program that locks the file stands in for a disk that does not answer.
+TEST_F(ProjectSaverTest, TheNewestValueIsWrittenOnceTheDiskAnswersAlsoAfterAll) {
+    const Project project = makeProject(folder / "reel");
+    {
+        auto locked = openRegularFile(project.infoURL());
+        ASSERT_TRUE(locked && ::flock(locked->descriptor.value(), LOCK_EX) == 0);
+        Saving saving(project, time);
+        saving.setPadding(0.1);
+        saving.saver.saveNow();
+        time.pass(ProjectSaver::kStall);
+        EXPECT_EQ(saving.saver.state(), State::failed);
+        EXPECT_EQ(saving.saver.message().toStdString(), "Not saved: the disk doesn’t answer");
+        saving.setPadding(0.2);
+        EXPECT_FALSE(saving.saver.close(10ms));
+    }
+    EXPECT_TRUE(test::waitUntil([&] { return onDisk(project).settings.padding == 0.2; }));
 }
 
 TEST_F(ProjectSaverTest, WhatAnotherProcessChangedComesIn) {

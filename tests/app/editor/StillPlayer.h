@@ -24,11 +24,29 @@ class StillPlayer final : public PlayerTransport {
         lastKind = kind;
     }
     void play() override { isPlaying = true; }
-    void pause() override { isPlaying = false; }
+    void pause() override {
+        isPlaying = false;
+        emit advanced(at);
+    }
+    void setRange(std::optional<PlayRange> kept) override { range = kept; }
+    void setLooping(bool loops) override { isLooping = loops; }
+    void setRate(double factor) override { rate = factor; }
+
+    // Plays on to a time, and stops there when that is the end of what it plays.
+    void playTo(Seconds compositionTime, bool isEnd = false) {
+        at = compositionTime;
+        emit advanced(at);
+        if (!isEnd) return;
+        isPlaying = false;
+        emit ended();
+    }
     void close() override { isOpen = false; }
 
     bool isOpen = false;
     bool isPlaying = false;
+    bool isLooping = false;
+    double rate = 1;
+    std::optional<PlayRange> range;
     ProjectSettings shown;
     Seconds settingsAt = -1;
     Seconds at = -1;

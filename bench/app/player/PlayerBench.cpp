@@ -123,9 +123,9 @@ void play(benchmark::State& state) {
         const auto shown = static_cast<double>(after.shown - before.shown);
         const auto late = static_cast<double>(after.late - before.late);
         state.SetIterationTime((hostTime() - from) / (shown - late));
-        state.counters["shown"] = shown;
-        state.counters["late"] = late;
-        state.counters["dropped"] = static_cast<double>(after.dropped - before.dropped);
+        state.SetLabel(std::to_string(after.shown - before.shown) + " shown, "
+                       + std::to_string(after.late - before.late) + " late, "
+                       + std::to_string(after.dropped - before.dropped) + " dropped");
         MainThread::call([&] { session.player.pause(); });
     }
 }
@@ -174,7 +174,7 @@ void scrubToRest(benchmark::State& state) {
         state.SetIterationTime(taken);
         longest = std::max(longest, taken);
     }
-    state.counters["longest_ms"] = longest * 1000;
+    state.SetLabel("longest " + std::to_string(std::lround(longest * 1000)) + " ms");
 }
 
 void change(benchmark::State& state, Session& session,
@@ -227,7 +227,7 @@ void changeStructure(benchmark::State& state) {
         state.SetIterationTime(taken);
         longest = std::max(longest, taken);
     }
-    state.counters["longest_ms"] = longest * 1000;
+    state.SetLabel("longest " + std::to_string(std::lround(longest * 1000)) + " ms");
 }
 
 void openAnHour(benchmark::State& state) {

@@ -39,6 +39,12 @@ class ExportedPictures {
     PictureBuffer canvas_;
 };
 
+// Handles events for some time, by the clock on the wall.
+inline void handleFor(std::chrono::milliseconds duration) {
+    const QDeadlineTimer end(duration);
+    (void)handleUntil([&] { return end.hasExpired(); });
+}
+
 // A reel of six seconds whose every frame has a colour of its own, with a camera, a pointer and clicks, and a
 // player for it whose host clock the test moves.
 class PlayerFixture {

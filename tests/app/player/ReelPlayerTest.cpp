@@ -113,7 +113,7 @@ TEST_F(ReelPlayerTest, EndsOnTheRightPictureAfterAnySequence) {
                     settings = edits[random() % edits.size()];
                     player->setSettings(settings, any(5));
             }
-            if (random() % 2 == 0) (void)handleUntil([n = random() % 6]() mutable { return n-- == 0; });
+            if (random() % 2 == 0) test::handleFor(std::chrono::milliseconds(random() % 30));
         }
         if (random() % 3 == 0) player->seek(any(6), SeekKind::scrubbing);
         player->pause();
@@ -217,7 +217,7 @@ TEST_F(ReelPlayerTest, SaysOnceWhatIsWrongWithAMovie) {
     EXPECT_FALSE(player->isPlaying());
     player->seek(5.5, SeekKind::exact);
     player->seek(5, SeekKind::scrubbing);
-    (void)handleUntil([n = 100]() mutable { return n-- == 0; });
+    test::handleFor(std::chrono::milliseconds(500));
     EXPECT_EQ(failures.size(), 1) << failures.join("; ").toStdString();
 }
 
@@ -270,10 +270,10 @@ TEST_F(ReelPlayerTest, CanBeDestroyedAtAnyMoment) {
     for (int round = 0; round < 12; ++round) {
         makePlayer(parts());
         player->open(*project, settings, 1);
-        (void)handleUntil([n = random() % 20]() mutable { return n-- == 0; });
+        test::handleFor(std::chrono::milliseconds(random() % 60));
         player->play();
         player->seek(4, SeekKind::scrubbing);
-        (void)handleUntil([n = random() % 5]() mutable { return n-- == 0; });
+        test::handleFor(std::chrono::milliseconds(random() % 20));
         player.reset();
     }
 }

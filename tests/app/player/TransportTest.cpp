@@ -150,8 +150,9 @@ TEST(TransportTest, PlaysSilentlyByTheHostsClockWhereNoOutputPlays) {
         transport.pause(4);
         transport.play(5);
         transport.showsFirstPicture(5);
+        const bool isLast = &output == std::end(outputs) - 1;
+        EXPECT_TRUE(!isLast || test::waitUntil([&] { return *opens == 2; })) << "the next play tries another";
     }
-    EXPECT_TRUE(test::waitUntil([&] { return *opens == 2; })) << "the next play tries another output";
     *hangs = false;
     hangs->notify_all();
 }

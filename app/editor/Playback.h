@@ -37,7 +37,7 @@ class Playback : public QObject {
     // Composition seconds. Pointer and zooms move in every frame of the reel, however fast it was recorded.
     static Seconds frameDuration() { return 1 / kFrameRate; }
     bool isLooping() const { return isLooping_; }
-    void setIsLooping(bool isLooping); // over the reel, or the range that plays
+    void setIsLooping(bool isLooping);    // over the reel, or the range that plays
     double rate() const { return rate_; } // of the preview only: 1, or kFast after playFaster()
 
     // Times are kept within the recording. Scrubbing shows a nearby picture sooner.

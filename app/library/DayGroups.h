@@ -13,8 +13,8 @@
 
 namespace glintro {
 
-// The user's calendar: which time it is, where, and in which language. Values, so that tests can be anywhere at
-// any time.
+// The user's calendar: which time it is, where, and in which language. Values, so that tests can be anywhere
+// at any time.
 struct DayCalendar {
     std::function<Timestamp()> now; // the system's clock by default
     QTimeZone zone;                 // the user's by default

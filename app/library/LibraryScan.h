@@ -37,9 +37,10 @@ struct LibraryListing {
     };
 
     Access access = Access::readable;
-    int nativeCode = 0;         // why it is unreadable, a number of the system
-    FolderContent content = {}; // reels newest first; those of one second by their folders, the later name first
-    bool isComplete = true;     // not so for the first reels of a scan, and for one that was stopped
+    int nativeCode = 0; // why it is unreadable, a number of the system
+    FolderContent content =
+        {};                 // reels newest first; those of one second by their folders, the later name first
+    bool isComplete = true; // not so for the first reels of a scan, and for one that was stopped
 };
 
 struct ScanOptions {

@@ -34,8 +34,8 @@ class PlayerTransport : public QObject {
     virtual void play() = 0;
     // Stays at the picture on screen, and tells by advanced() which one that is.
     virtual void pause() = 0;
-    // Playing keeps to a range, such as a shot; `nullopt`: the whole reel. Forgotten by close() and by changes
-    // of structure, which move what it means.
+    // Playing keeps to a range, such as a shot; `nullopt`: the whole reel. Forgotten by close() and by
+    // changes of structure, which move what it means.
     virtual void setRange(std::optional<PlayRange> range) = 0;
     virtual void setLooping(bool isLooping) = 0; // over the whole reel, or the range
     // How many times as fast as the reel itself; held to 0.25..8.
@@ -48,8 +48,8 @@ class PlayerTransport : public QObject {
     void failed(const QString& message);
     // Where it is while it plays, about sixty times a second.
     void advanced(double compositionTime);
-    // Everything was played: it is paused at the reel's end, or at the last picture of the range. Not while it
-    // loops.
+    // Everything was played: it is paused at the reel's end, or at the last picture of the range. Not while
+    // it loops.
     void ended();
 };
 

@@ -8,7 +8,7 @@
 #include "app/base/MainThreadPost.h"
 #include "app/player/PicturePipeline.h"
 #include "app/player/PlayerTransport.h"
-#include "app/player/ReelPictures.h"
+#include "app/player/ReelPictureSource.h"
 #include "app/player/Transport.h"
 #include "platform/HostClock.h"
 
@@ -32,7 +32,7 @@ class ReelPlayer final : public PlayerTransport {
         HostTime hostTime = glintro::hostTime;
         OpenSoundOutput openSound = {};   // stereo; empty: plays silently
         LoadWallpaper loadWallpaper = {}; // empty: none
-        OpenPictures openPictures = ReelPictures::open;
+        OpenPictures openPictures = ReelPictureSource::open;
     };
 
     explicit ReelPlayer(Parts parts, QObject* parent = nullptr);

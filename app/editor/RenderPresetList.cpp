@@ -3,6 +3,7 @@
 #include "app/base/Text.h"
 
 namespace glintro {
+
 int RenderPresetList::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(kRenderPresets.size());
 }

@@ -139,6 +139,7 @@ void ReelPlayer::pause() {
     if (!isPlaying()) return;
     transport_.pause(now());
     orderPictures();
+    emit advanced(position());
     emit isPlayingChanged();
 }
 

@@ -8,7 +8,7 @@
 #include "app/base/MainThreadPost.h"
 #include "app/player/PicturePipeline.h"
 #include "app/player/PlayerTransport.h"
-#include "app/player/ReelPictures.h"
+#include "app/player/ReelPictureSource.h"
 #include "app/player/Transport.h"
 #include "platform/HostClock.h"
 
@@ -32,7 +32,7 @@ class ReelPlayer final : public PlayerTransport {
         HostTime hostTime = glintro::hostTime;
         OpenSoundOutput openSound = {};   // stereo; empty: plays silently
         LoadWallpaper loadWallpaper = {}; // empty: none
-        OpenPictures openPictures = ReelPictures::open;
+        OpenPictures openPictures = ReelPictureSource::open;
     };
 
     explicit ReelPlayer(Parts parts, QObject* parent = nullptr);
@@ -51,12 +51,12 @@ class ReelPlayer final : public PlayerTransport {
     // So many pictures of the recording's frame rate on, or back; pauses.
     Q_INVOKABLE void stepFrames(int count);
     // How many times as fast as the reel itself; held to 0.25..8.
-    void setRate(double rate);
+    void setRate(double rate) override;
     // Over the whole reel, or the range.
-    void setLooping(bool isLooping);
+    void setLooping(bool isLooping) override;
     // Playing keeps to the range, such as a shot; `nullopt`: the whole reel. Forgotten by close() and by
     // changes of structure, which move what it means.
-    void setRange(std::optional<PlayRange> range);
+    void setRange(std::optional<PlayRange> range) override;
     // In device pixels: the picture is the largest of the reel's shape that fits in. Empty: none is drawn.
     void setViewSize(PixelSize view);
 

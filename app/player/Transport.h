@@ -4,16 +4,10 @@
 #include <optional>
 
 #include "app/player/PlayClock.h"
+#include "app/player/PlayRange.h"
 #include "app/player/SoundPlayback.h"
 
 namespace glintro {
-
-// A part of the reel, in composition time.
-struct PlayRange {
-    Seconds start = 0;
-    Seconds end = 0; // held to the reel's end
-    bool operator==(const PlayRange&) const = default;
-};
 
 // The pictures that playing shows at rate 1, those of an export with sixty frames a second.
 inline constexpr int kPicturesASecond = 60;

@@ -241,7 +241,7 @@ TEST_F(ReelPlayerTest, ADiskThatHangsIsSaidAndHoldsNobodyUp) {
     const auto hangs = std::make_shared<std::atomic<bool>>(false);
     auto handed = parts();
     handed.openPictures = [hangs](const Project& reel) -> Result<std::unique_ptr<PictureSource>> {
-        auto real = ReelPictures::open(reel);
+        auto real = ReelPictureSource::open(reel);
         if (!real) return real;
         return std::make_unique<HangingPictures>(*std::move(real), hangs);
     };

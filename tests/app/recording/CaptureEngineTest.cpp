@@ -2,7 +2,6 @@
 #include <fstream>
 
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include "app/recording/CaptureEngine.h"
@@ -11,6 +10,7 @@
 #include "core/reel/MediaTraces.h"
 #include "tests/app/recording/TakeFixture.h"
 #include "tests/core/media/FileSizeLimit.h"
+#include "tests/support/SmallDisk.h"
 
 namespace glintro::test {
 namespace {
@@ -241,31 +241,9 @@ TEST(CaptureEngine, RecordsFromTheFirstPictureWhileTheRestIsPrepared) {
     EXPECT_NEAR(trackDuration(take.rawMovie(), "a"), trackDuration(take.rawMovie(), "v"), 0.03);
 }
 
-// A file system that is nothing but small.
-class SmallDisk {
-  public:
-    explicit SmallDisk(const std::filesystem::path& folder) : folder_(folder) {
-        std::filesystem::create_directories(folder);
-        isMounted_ = ::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=220m") == 0;
-    }
-    ~SmallDisk() {
-        if (isMounted_) ::umount2(folder_.c_str(), MNT_DETACH);
-    }
-    bool isMounted() const { return isMounted_; }
-    void fill(int megabytes) const {
-        std::ofstream filler(folder_ / "filler", std::ios::binary);
-        const std::string block(1'000'000, 'x');
-        for (int i = 0; i < megabytes && filler; ++i) filler << block;
-    }
-
-  private:
-    std::filesystem::path folder_;
-    bool isMounted_ = false;
-};
-
 TEST(CaptureEngine, EndsATakeBeforeTheDiskIsFullAndKeepsIt) {
     const TemporaryFolder folder;
-    const SmallDisk disk(folder / "disk");
+    const test::SmallDisk disk(folder / "disk", "220m");
     if (!disk.isMounted()) GTEST_SKIP() << "A small file system can only be mounted by root.";
     // Nearly full first; then, with another program that is faster than the engine looks, to the last byte.
     for (const bool isFull : {false, true}) {

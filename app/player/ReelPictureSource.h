@@ -9,7 +9,7 @@ namespace glintro {
 
 // A reel's screen movie and its camera movie, opened for an editor: the frames around the last one that was
 // asked for are kept, so that stepping and scrubbing to and fro decode little twice.
-class ReelPictures final : public PictureSource {
+class ReelPictureSource final : public PictureSource {
   public:
     [[nodiscard]] static Result<std::unique_ptr<PictureSource>> open(const Project& project);
 
@@ -17,7 +17,7 @@ class ReelPictures final : public PictureSource {
     [[nodiscard]] Result<SourcePictures> at(const SourceRequest& request) override;
 
   private:
-    ReelPictures(const Project& project, std::unique_ptr<MovieReader> screen);
+    ReelPictureSource(const Project& project, std::unique_ptr<MovieReader> screen);
     PicturePtr cameraAt(const SourceRequest& request);
 
     Seconds duration_;

@@ -1,4 +1,4 @@
-#include "app/player/ReelPictures.h"
+#include "app/player/ReelPictureSource.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,13 +18,13 @@ MovieReader::Options options(int threads, std::size_t cacheBytes) {
 
 } // namespace
 
-Result<std::unique_ptr<PictureSource>> ReelPictures::open(const Project& project) {
+Result<std::unique_ptr<PictureSource>> ReelPictureSource::open(const Project& project) {
     auto screen = MovieReader::open(project.rawURL(), options(kDecodingThreads, kScreenCache));
     if (!screen) return std::unexpected(screen.error());
-    return std::unique_ptr<PictureSource>(new ReelPictures(project, *std::move(screen)));
+    return std::unique_ptr<PictureSource>(new ReelPictureSource(project, *std::move(screen)));
 }
 
-ReelPictures::ReelPictures(const Project& project, std::unique_ptr<MovieReader> screen)
+ReelPictureSource::ReelPictureSource(const Project& project, std::unique_ptr<MovieReader> screen)
     : duration_(std::min(project.info.duration, screen->properties().duration)),
       cameraOffset_(project.info.cameraOffset),
       screen_(std::move(screen)) {
@@ -33,12 +33,12 @@ ReelPictures::ReelPictures(const Project& project, std::unique_ptr<MovieReader> 
     if (camera) camera_ = *std::move(camera);
 }
 
-PictureSource::Properties ReelPictures::properties() const {
+PictureSource::Properties ReelPictureSource::properties() const {
     const MovieProperties& movie = screen_->properties();
     return {movie.naturalSize, duration_, movie.frameRate, movie.hasAudio};
 }
 
-Result<SourcePictures> ReelPictures::at(const SourceRequest& request) {
+Result<SourcePictures> ReelPictureSource::at(const SourceRequest& request) {
     auto screen =
         screen_->frame({.time = request.sourceTime, .tolerance = request.tolerance, .stop = request.stop});
     if (!screen) return std::unexpected(screen.error());
@@ -48,7 +48,7 @@ Result<SourcePictures> ReelPictures::at(const SourceRequest& request) {
 }
 
 // The frame of the same moment; null outside the camera movie.
-PicturePtr ReelPictures::cameraAt(const SourceRequest& request) {
+PicturePtr ReelPictureSource::cameraAt(const SourceRequest& request) {
     if (!camera_) return nullptr;
     const Seconds time = request.sourceTime - cameraOffset_;
     if (time < 0 || time >= camera_->properties().duration) return nullptr;

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isBefore(const ReelPtr& a, const ReelPtr& b) {
+bool comesFirst(const ReelPtr& a, const ReelPtr& b) {
     return isListedBefore(a->project, b->project);
 }
 
@@ -24,7 +24,7 @@ bool isAtOrBelow(const fs::path& folder, const fs::path& entry) {
 ReelPtrs merged(const ReelPtrs& a, const ReelPtrs& b) {
     ReelPtrs all;
     all.reserve(a.size() + b.size());
-    std::ranges::merge(a, b, std::back_inserter(all), isBefore);
+    std::ranges::merge(a, b, std::back_inserter(all), comesFirst);
     return all;
 }
 
@@ -64,7 +64,7 @@ void ReelShelf::addMissing(const ReelPtrs& reels) {
 void ReelShelf::replaceEntry(const fs::path& entry, const ReelPtrs& reels) {
     std::erase_if(all_, [&](const ReelPtr& reel) { return isAtOrBelow(reel->project.folder(), entry); });
     ReelPtrs sorted = reels;
-    std::ranges::sort(sorted, isBefore);
+    std::ranges::sort(sorted, comesFirst);
     all_ = merged(all_, sorted);
 }
 

@@ -16,11 +16,11 @@ namespace {
 
 using namespace operation;
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kUnbounded = std::numeric_limits<double>::infinity();
 
 struct Bounds {
-    double least = -kInfinity;
-    double most = kInfinity;
+    double least = -kUnbounded;
+    double most = kUnbounded;
     bool hold(double number) const { return number >= least && number <= most; }
 };
 
@@ -33,8 +33,8 @@ constexpr Bounds kScales{1, 10};
 constexpr Seconds kLeastTrim = Storyboard::kShortestShot - 0.01;
 
 std::string rangeText(Bounds bounds) {
-    if (bounds.most < kInfinity) return fmt::format(" from {} to {}", bounds.least, bounds.most);
-    return bounds.least > -kInfinity ? fmt::format(" from {}", bounds.least) : "";
+    if (bounds.most < kUnbounded) return fmt::format(" from {} to {}", bounds.least, bounds.most);
+    return bounds.least > -kUnbounded ? fmt::format(" from {}", bounds.least) : "";
 }
 
 // What separates words, by their encodings in UTF-8.

@@ -157,6 +157,14 @@ Result<void> writeFiles(const std::filesystem::path& folder, const SampleOptions
     return writeEvents(screen.events(), folder / "events.json");
 }
 
+// As in every reel. File systems without permissions keep none.
+void letOnlyTheOwnerRead(const std::filesystem::path& folder) {
+    using std::filesystem::perms;
+    std::error_code ignored;
+    for (const char* movie : {"raw.mov", "camera.mov"})
+        std::filesystem::permissions(folder / movie, perms::owner_read | perms::owner_write, ignored);
+}
+
 } // namespace
 
 Result<Project> makeSample(const std::filesystem::path& folder, const SampleOptions& requested,
@@ -169,6 +177,7 @@ Result<Project> makeSample(const std::filesystem::path& folder, const SampleOpti
     if (!claimed) return std::unexpected(claimed.error());
     if (auto written = writeFiles(claimed->path(), options, report); !written)
         return std::unexpected(written.error());
+    letOnlyTheOwnerRead(claimed->path());
     auto project = Project::registerReel(
         claimed->path(), {.name = "Riverside opening",
                           .hasCamera = options.camera == SampleCamera::on,

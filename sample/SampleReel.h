@@ -23,7 +23,7 @@ struct SampleOptions {
 };
 
 // Makes a reel that looks like a real take, in a folder that is new, empty or left by an unfinished run of
-// this; any other folder is refused and left alone. A run that fails or is cancelled takes away what it
+// this; any other folder is refused and left alone. A run that fails or is cancelled removes what it
 // wrote. `progress` is called from the calling thread with the share done, 0..1; false cancels, and an empty
 // function lets it run. The same options give the same movies and events; only the identifiers of the zooms
 // differ from run to run.

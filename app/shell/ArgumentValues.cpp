@@ -52,10 +52,7 @@ CLI::Option* addTexts(CLI::App& app, const std::string& names,
         accept(texts);
         return true;
     };
-    return app.add_option(names, callback, description)
-        ->take_all()
-
-        ->allow_extra_args();
+    return app.add_option(names, callback, description)->expected(1, -1)->take_all()->allow_extra_args();
 }
 
 CLI::Option* addWholeNumber(CLI::App& app, const std::string& names, WholeRange range,

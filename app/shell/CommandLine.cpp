@@ -130,7 +130,7 @@ Grammar::Grammar() {
     // At most one: behind the first command word every other word is a file name.
     app_.require_subcommand(1);
     app_.footer(
-        "Run “glintro COMMAND --help” for what a command takes.\n"
+        "Run “glintro COMMAND --help” for a command’s options.\n"
         "The exit status is 0 for success, 1 for failure and 2 for a wrong command line.");
     describeRender();
     describeStill();
@@ -223,9 +223,14 @@ void Grammar::describeSample() {
                          "  glintro sample my-reel --seconds 60 --size 2560x1600 --seed 7 --no-camera");
     SampleOptions& to = sampleArguments_.options;
     addFolder(*sample_, "DIR", "The folder to make; it must be new or empty", sampleArguments_.folder);
-    addSeconds(*sample_, "--seconds", kSampleSeconds, to.seconds, "Length (default 20)");
-    addPixelSize(*sample_, "--size", kSampleSides, to.size, "Size in pixels (default 1920x1200)");
-    addWhole(*sample_, "--fps", kSampleFrameRates, to.fps, "Frames a second (default 60)");
+    addSeconds(*sample_, "--seconds", kSampleSeconds, to.seconds,
+               fmt::format("Length, {} to {} (default 20)", kSampleSeconds.least, kSampleSeconds.most));
+    addPixelSize(*sample_, "--size", kSampleSides, to.size,
+                 fmt::format("Size in pixels, even numbers from {} to {}\n(default 1920x1200)",
+                             kSampleSides.least, kSampleSides.most));
+    addWhole(*sample_, "--fps", kSampleFrameRates, to.fps,
+             fmt::format("Frames a second, {} to {} (default 60)", kSampleFrameRates.least,
+                         kSampleFrameRates.most));
     addSeed(*sample_, to.seed);
     sample_->add_flag_callback(
         "--no-camera", [&to] { to.camera = SampleCamera::off; }, "Leave out the camera movie");
@@ -379,7 +384,7 @@ Notice Grammar::wrongUsage(const std::string& sentence) const {
     const std::string command = chosen.empty() ? "" : chosen.front()->get_name() + " ";
     const std::string help = nothingGiven
                                  ? "\n" + app_.help()
-                                 : fmt::format("Run “glintro {}--help” to see what it takes.\n", command);
+                                 : fmt::format("Run “glintro {}--help” to see its options.\n", command);
     return {ExitStatus::wrongUsage, fmt::format("glintro: {}\n{}", printable(sentence), help)};
 }
 

@@ -38,7 +38,8 @@ std::vector<std::string> figures(const Progress& progress) {
     std::vector<std::string> result;
     if (fraction > 0)
         result.push_back(formatTime(std::ceil(progress.elapsed * (1 - fraction) / fraction)) + " left");
-    if (progress.total > 0) result.push_back(fmt::format("{}/{} frames", progress.written, progress.total));
+    if (progress.total > 0)
+        result.push_back(fmt::format("{}/{}", progress.written, countText(progress.total, "frame")));
     if (progress.elapsed > 0 && progress.written > 0)
         result.push_back(fmt::format("{:.0f} frames/s", progress.written / progress.elapsed));
     return result;

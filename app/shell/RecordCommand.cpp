@@ -21,6 +21,7 @@
 #include "app/shell/SignalCancel.h"
 #include "app/shell/SourceNames.h"
 #include "app/shell/TerminalLine.h"
+#include "app/shell/TerminalText.h"
 #include "core/model/TimeFormat.h"
 
 namespace glintro {
@@ -217,11 +218,11 @@ nlohmann::json toJson(const Project& reel, const CaptureProgress& progress,
 
 void print(const Project& reel, const CaptureProgress& progress, const Console& console) {
     const ProjectInfo& info = reel.info;
-    const auto clicks = reel.loadEvents().clicks.size();
-    fmt::print(console.out, "{}\n  {:.0f} × {:.0f}, {}{}{}, {} click{}\n  {} frames, {} dropped, {}\n",
+    const std::int64_t clicks = std::ssize(reel.loadEvents().clicks);
+    fmt::print(console.out, "{}\n  {:.0f} × {:.0f}, {}{}{}, {}\n  {}, {} dropped, {}\n",
                reel.folder().string(), info.width, info.height, timecode(info.duration),
-               info.hasAudio ? ", sound" : "", info.hasCamera ? ", camera" : "", clicks,
-               clicks == 1 ? "" : "s", progress.frames, progress.droppedFrames, progress.encoder);
+               info.hasAudio ? ", sound" : "", info.hasCamera ? ", camera" : "", countText(clicks, "click"),
+               countText(progress.frames, "frame"), progress.droppedFrames, progress.encoder);
 }
 
 } // namespace

@@ -10,7 +10,7 @@ namespace glintro {
 std::string recordingLine(Seconds elapsed, const CaptureProgress& progress, int columns) {
     const std::string parts[] = {
         "● " + formatTime(elapsed, true),
-        fmt::format("{} frames", progress.frames),
+        countText(progress.frames, "frame"),
         fmt::format("{} dropped", progress.droppedFrames),
         fmt::format("{} on disk, {}", formatTime(progress.secondsOnDisk, true),
                     bytesText(static_cast<std::uintmax_t>(progress.bytesOnDisk))),

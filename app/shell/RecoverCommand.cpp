@@ -56,7 +56,7 @@ nlohmann::json toJson(const Result<RecoveredReel>& recovered, const fs::path& fo
     return json;
 }
 
-// At once: the next reel may take a while.
+// At once: the next reel may be a long one.
 void printLine(const RecoveredReel& reel, const fs::path& folder, const Console& console) {
     fmt::print(console.out, "{}: {}\n", printable(folder.string()), summary(reel));
     console.out.flush();

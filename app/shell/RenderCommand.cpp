@@ -30,7 +30,7 @@ struct Rendering {
     int fps = 0;
     int frames = 0;
     std::uintmax_t bytes = 0;
-    Seconds elapsed = 0; // host time that the render took
+    Seconds elapsed = 0; // duration of the render
     std::vector<std::string> warnings = {};
 };
 

@@ -32,6 +32,13 @@ Result<BgraImage> render(const Project& project, const StillArguments& arguments
                             settings, arguments.longSide, *std::move(picture), Framing::fit);
 }
 
+// The frame nearest to a time outside of the recording is rendered instead.
+void warnOfTimeOutside(const Project& project, Seconds sourceTime, const Console& console) {
+    if (sourceTime >= 0 && sourceTime <= project.info.duration) return;
+    console.warn(fmt::format("The recording has no frame at {:g} s, so its {} one is rendered.", sourceTime,
+                             sourceTime < 0 ? "first" : "last"));
+}
+
 Result<void> saveTo(const fs::path& file, const BgraImage& image, const Console& console) {
     if (auto saved = savePng(image, file); !saved) return saved;
     fmt::print(console.out, "{}\n  {} × {}\n", file.string(), image.size.width, image.size.height);
@@ -56,6 +63,7 @@ Result<void> runStill(const StillArguments& arguments, const Console& console, A
         if (auto checked = checkDestination(*project, *arguments.output); !checked) return checked;
     }
     warnOfMissingCamera(*project, console);
+    warnOfTimeOutside(*project, arguments.at, console);
     const auto cancel = std::make_shared<ExportCancel>();
     const SignalCancel onSignal(cancel);
     Wallpaper wallpaper(arguments.wallpaper, std::move(desktop), console);

@@ -51,6 +51,10 @@ std::string shortened(std::string_view text, int columns) {
     return result.substr(0, end) + "…";
 }
 
+std::string countText(std::int64_t count, const std::string& thing) {
+    return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s");
+}
+
 std::string bytesText(std::uintmax_t bytes) {
     const auto amount = static_cast<double>(bytes);
     if (bytes < 1'000'000) return fmt::format("{:.0f} kB", amount / 1e3);

@@ -17,7 +17,8 @@ std::string printable(std::string_view text);
 // The same in at most so many columns, of at least one; the end of a longer text gives way to an ellipsis.
 std::string shortened(std::string_view text, int columns);
 
-std::string bytesText(std::uintmax_t bytes); // "824 kB", "12.3 MB", "1.05 GB"
+std::string countText(std::int64_t count, const std::string& thing); // "1 frame", "2 frames"
+std::string bytesText(std::uintmax_t bytes);                         // "824 kB", "12.3 MB", "1.05 GB"
 
 // Rows of cells under a heading, columns aligned and two spaces apart.
 class TextTable {

@@ -1,11 +1,11 @@
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "sample/SampleReel.h"
+#include "tests/support/Files.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -15,11 +15,6 @@ namespace fs = std::filesystem;
 
 bool goOn(double) {
     return true;
-}
-
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 SampleOptions small(double seconds) {
@@ -52,6 +47,8 @@ TEST(SampleReelTest, EveryCombinationLoadsWithTheRightLengthAndTracks) {
         EXPECT_EQ(loaded->cameraAvailable(), row.camera == SampleCamera::on);
         EXPECT_EQ(loaded->info.cameraOffset != 0, row.camera == SampleCamera::on);
         EXPECT_EQ(fs::exists(loaded->cameraURL()), row.camera == SampleCamera::on);
+        for (const auto& file : fs::directory_iterator(loaded->folder()))
+            EXPECT_EQ(file.status().permissions(), fs::perms::owner_read | fs::perms::owner_write) << file;
     }
 }
 
@@ -68,8 +65,8 @@ TEST(SampleReelTest, TheSameSeedMakesTheSameFilesAndAnotherSeedOthers) {
     options.seed = 6;
     const fs::path other = make("other");
     for (const char* name : {"raw.mov", "camera.mov", "events.json"}) {
-        EXPECT_EQ(contents(first / name), contents(second / name)) << name;
-        EXPECT_NE(contents(first / name), contents(other / name)) << name;
+        EXPECT_EQ(test::contentOf(first / name), test::contentOf(second / name)) << name;
+        EXPECT_NE(test::contentOf(first / name), test::contentOf(other / name)) << name;
     }
     EXPECT_EQ(Project::load(first)->info.created, Project::load(second)->info.created);
 }
@@ -82,14 +79,14 @@ TEST(SampleReelTest, LeavesFoldersOfOthersAlone) {
     const auto made = makeSample(folder, small(1), goOn);
     ASSERT_FALSE(made);
     EXPECT_NE(made.error().message.find("isn’t empty"), std::string::npos);
-    EXPECT_EQ(contents(folder / "raw.mov"), "precious");
+    EXPECT_EQ(test::contentOf(folder / "raw.mov"), "precious");
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 1);
 
     EXPECT_FALSE(makeSample(folder / "raw.mov", small(1), goOn));
-    EXPECT_EQ(contents(folder / "raw.mov"), "precious");
+    EXPECT_EQ(test::contentOf(folder / "raw.mov"), "precious");
 }
 
-TEST(SampleReelTest, TakesUpTheFolderOfARunThatWasKilled) {
+TEST(SampleReelTest, UsesTheFolderOfARunThatWasKilled) {
     const TemporaryFolder temporary;
     const fs::path folder = temporary / "reel";
     fs::path copy = temporary / "copy";
@@ -100,7 +97,7 @@ TEST(SampleReelTest, TakesUpTheFolderOfARunThatWasKilled) {
     });
     ASSERT_FALSE(Project::load(copy));
     ASSERT_TRUE(makeSample(copy, small(1.5), goOn));
-    EXPECT_EQ(contents(copy / "raw.mov"), contents(folder / "raw.mov"));
+    EXPECT_EQ(test::contentOf(copy / "raw.mov"), test::contentOf(folder / "raw.mov"));
     EXPECT_EQ(std::distance(fs::directory_iterator(copy), {}), 4);
 }
 

@@ -81,34 +81,5 @@ TEST_F(InspectCommand, RefusesNumbersThatJsonCannotHold) {
     EXPECT_EQ(out_.str(), "");
 }
 
-TEST_F(InspectCommand, TellsWhatAFolderIsInstead) {
-    struct Row {
-        const char* status;
-        std::function<void()> arrange;
-        const char* sentence;
-    };
-    const std::string path = "“" + reel_.string() + "”";
-    const Row rows[] = {
-        {"none", [] {}, "There is no folder "},
-        {"none", [&] { std::filesystem::create_directory(reel_); }, "is not a reel: it holds no raw.mov."},
-        {"damaged", [&] { writeText(reel_ / "raw.mov", ""); }, "but no project file (project.json)"},
-        {"damaged", [&] { writeText(reel_ / "project.json", "{"); },
-         "is damaged: “glintro recover” rebuilds it."},
-    };
-    for (const Row& row : rows) {
-        row.arrange();
-        for (const Report report : {Report::json, Report::text}) {
-            out_.str("");
-            const auto done = inspect({}, report);
-            ASSERT_FALSE(done) << row.sentence;
-            EXPECT_NE(done.error().message.find(row.sentence), std::string::npos) << done.error().message;
-            if (report == Report::json)
-                EXPECT_EQ(printed(), json({{"status", row.status}}));
-            else
-                EXPECT_EQ(out_.str(), std::string("Status: ") + row.status + "\n");
-        }
-    }
-}
-
 } // namespace
 } // namespace glintro

@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
-#include <xcb/xcb.h>
 
 #include "core/reel/Recovery.h"
 #include "core/reel/TakeJournal.h"
@@ -17,7 +16,7 @@
 #include "tests/app/shell/ReelFixtures.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/WaitUntil.h"
-#include "tests/support/XSession.h"
+#include "tests/support/XWindow.h"
 
 namespace glintro {
 namespace {
@@ -36,10 +35,10 @@ constexpr Seconds kFirstClick = 0.5; // from when on a take certainly watches th
 class BusyUser {
   public:
     explicit BusyUser(XSession& session)
-        : session_(session),
-          connection_(test::connectTo(session.display())),
-          window_(openWindow()),
-          working_([this](const std::stop_token& stop) { work(stop); }) {}
+        : session_(session), window_(session.display(), 300, 300, 0, 0, true) {
+        window_.show();
+        working_ = std::jthread([this](const std::stop_token& stop) { work(stop); });
+    }
 
     // Between which two host times each click happened.
     struct Click {
@@ -52,24 +51,9 @@ class BusyUser {
     }
 
   private:
-    static constexpr std::uint16_t kSide = 300;
-
-    xcb_window_t openWindow() const {
-        const xcb_window_t window = xcb_generate_id(connection_.get());
-        const std::uint32_t unmanaged = 1;
-        xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window, test::rootOf(connection_.get()), 0,
-                          0, kSide, kSide, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                          XCB_CW_OVERRIDE_REDIRECT, &unmanaged);
-        xcb_map_window(connection_.get(), window);
-        test::synchronise(connection_.get());
-        return window;
-    }
     void work(const std::stop_token& stop) {
         for (std::uint32_t step = 0; !stop.stop_requested(); ++step) {
-            const std::uint32_t colour = step * 0x123457 & 0xffffff;
-            xcb_change_window_attributes(connection_.get(), window_, XCB_CW_BACK_PIXEL, &colour);
-            xcb_clear_area(connection_.get(), 0, window_, 0, 0, kSide, kSide);
-            test::synchronise(connection_.get());
+            window_.paint(step * 0x123457 & 0xffffff);
             if (step % 8 == 0) click(step);
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
         }
@@ -83,8 +67,7 @@ class BusyUser {
     }
 
     XSession& session_;
-    test::XConnection connection_;
-    xcb_window_t window_;
+    test::XWindow window_;
     mutable std::mutex mutex_;
     std::vector<Click> clicks_;
     std::jthread working_;

@@ -35,9 +35,9 @@ TEST(OutputName, IsTheReelsNameMadeSafe) {
     EXPECT_EQ(outputStem(Project("/", {})), "reel");
 }
 
-TEST(OutputName, TakesANameThatNoFileHas) {
+TEST(OutputName, FindsANameThatNoFileHas) {
     const TemporaryFolder folder;
-    writeText(folder / "Demo.mp4", "older");
+    test::putFile(folder / "Demo.mp4", "older");
     fs::create_directory(folder / "Demo-2.mp4");
     fs::create_symlink("nowhere", folder / "Demo-3.mp4");
     {
@@ -51,7 +51,7 @@ TEST(OutputName, TakesANameThatNoFileHas) {
     }
     EXPECT_TRUE(fs::exists(folder / "Demo-4.mp4"));
     EXPECT_FALSE(fs::exists(folder / "Demo-5.mp4"));
-    EXPECT_EQ(readText(folder / "Demo.mp4"), "older");
+    EXPECT_EQ(test::contentOf(folder / "Demo.mp4"), "older");
     EXPECT_FALSE(ReservedName::create("/proc/nowhere", "Demo", ".mp4"));
 }
 

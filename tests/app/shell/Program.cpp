@@ -2,13 +2,13 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "tests/support/Files.h"
 
 namespace glintro {
 namespace {
@@ -16,11 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kBuilt = GLINTRO_PROGRAM;
-
-std::string contentOf(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 void redirect(const fs::path& file, int descriptor) {
     const int opened = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
@@ -69,7 +64,7 @@ ProgramResult Program::wait() {
     int status = 0;
     ::waitpid(std::exchange(process_, -1), &status, 0);
     const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {code, contentOf(kept_ / "out"), contentOf(kept_ / "error")};
+    return {code, test::contentOf(kept_ / "out"), test::contentOf(kept_ / "error")};
 }
 
 ProgramResult runProgram(const ProgramCall& call) {

@@ -25,12 +25,7 @@ class ProgramTest : public testing::Test {
     ProgramResult run(std::vector<std::string> arguments) const {
         return runProgram({.arguments = std::move(arguments), .folder = work_});
     }
-    std::vector<std::string> madeFiles() const {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(work_)) names.push_back(entry.path().filename());
-        std::ranges::sort(names);
-        return names;
-    }
+    std::vector<std::string> madeFiles() const { return test::namesIn(work_); }
     static void SetUpTestSuite() {
         shared_ = std::make_unique<TemporaryFolder>();
         tinyReel(*shared_ / "reel");
@@ -82,7 +77,7 @@ TEST_F(ProgramTest, RendersToANewNameEachTime) {
 }
 
 TEST_F(ProgramTest, ReportsTheRenderAsJson) {
-    writeText(work_ / "out.mp4", "older");
+    test::putFile(work_ / "out.mp4", "older");
     const ProgramResult result = run({"render", reel(), "-o", "out.mp4", "--short-side", "64", "--fps", "20",
                                       "--aspect", "1:1", "--fill", "--look", "Paper", "--json"});
     ASSERT_EQ(result.status, 0) << result.error;
@@ -123,8 +118,10 @@ TEST_F(ProgramTest, RendersStills) {
     const auto picture = loadImage(work_ / "a.png");
     ASSERT_TRUE(picture);
     EXPECT_EQ(picture->size, (PixelSize{96, 54}));
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(run({"still", reel()}).status, 0);
-    EXPECT_EQ(madeFiles().size(), 3U);
+    const ProgramResult late = run({"still", reel(), "--at", "99"});
+    EXPECT_EQ(late.error, "glintro: The recording has no frame at 99 s, so its last one is rendered.\n");
+    for (const char* at : {"0", "0.5"}) EXPECT_EQ(run({"still", reel(), "--at", at}).error, "");
+    EXPECT_EQ(madeFiles().size(), 4U);
 }
 
 TEST_F(ProgramTest, RendersWithoutWhatIsMissingBesideTheRecording) {
@@ -136,10 +133,10 @@ TEST_F(ProgramTest, RendersWithoutWhatIsMissingBesideTheRecording) {
         {[](const Project& reel) { fs::remove(reel.cameraURL()); },
          "glintro: This reel’s camera file (camera.mov) is missing, so the bubble can’t be shown. Everything "
          "else still renders.\n"},
-        {[](const Project& reel) { writeText(reel.cameraURL(), "no movie"); },
+        {[](const Project& reel) { test::putFile(reel.cameraURL(), "no movie"); },
          "glintro: This reel’s camera file (camera.mov) can’t be read, so the bubble can’t be shown. "
          "Everything else still renders.\n"},
-        {[](const Project& reel) { writeText(reel.eventsURL(), "{\"version\":1,"); },
+        {[](const Project& reel) { test::putFile(reel.eventsURL(), "{\"version\":1,"); },
          "glintro: The recorded pointer and clicks (events.json) can’t be read, so they are left out.\n"},
     };
     for (const Row& row : rows) {
@@ -176,8 +173,8 @@ TEST_F(ProgramTest, AnswersBadInputInOneSentence) {
         {nothing, {"render", "/tmp"}, "“/tmp” is not a reel: it holds no raw.mov."},
         {[](const Project& reel) { fs::remove(reel.infoURL()); }, {"render", "REEL"}, "no project file"},
         {[&](const Project& reel) { cutOff(reel.infoURL()); }, {"render", "REEL"}, "is damaged"},
-        {[](const Project& reel) { writeText(reel.rawURL(), ""); }, {"render", "REEL"}, ""},
-        {[](const Project& reel) { writeText(reel.rawURL(), ""); }, {"still", "REEL"}, ""},
+        {[](const Project& reel) { test::putFile(reel.rawURL(), ""); }, {"render", "REEL"}, ""},
+        {[](const Project& reel) { test::putFile(reel.rawURL(), ""); }, {"still", "REEL"}, ""},
         {[&](const Project& reel) { cutOff(reel.rawURL()); }, {"render", "REEL"}, ""},
         {[](const Project& reel) {
              fs::remove(reel.rawURL());
@@ -201,7 +198,7 @@ TEST_F(ProgramTest, AnswersBadInputInOneSentence) {
         const fs::path spoiled = work_ / "spoiled";
         fs::copy(reel(), spoiled);
         row.spoil(*Project::load(spoiled));
-        const auto before = filesBelow(work_);
+        const auto before = test::filesIn(work_);
         std::vector<std::string> arguments = row.arguments;
         for (std::string& each : arguments) {
             if (each.starts_with("REEL")) each.replace(0, 4, spoiled);
@@ -212,7 +209,7 @@ TEST_F(ProgramTest, AnswersBadInputInOneSentence) {
         EXPECT_EQ(result.out, "") << what;
         EXPECT_TRUE(isOneSentence(result.error)) << what;
         EXPECT_NE(result.error.find(row.sentence), std::string::npos) << what;
-        EXPECT_TRUE(filesBelow(work_) == before) << what;
+        EXPECT_TRUE(test::filesIn(work_) == before) << what;
         fs::remove_all(spoiled);
     }
 }
@@ -284,7 +281,7 @@ TEST_F(EnvironmentMode, RendersTheDemonstration) {
     EXPECT_NEAR((*movie)->properties().frameRate, 30, 0.01);
 }
 
-TEST_F(EnvironmentMode, TakesItsChoicesFromTheEnvironment) {
+TEST_F(EnvironmentMode, ReadsItsChoicesFromTheEnvironment) {
     struct Row {
         const char* gradient;
         const char* aspect;

@@ -15,6 +15,7 @@ TEST(ProgressBar, TellsFrameRateAndTimeLeft) {
     EXPECT_EQ(progressLine(half, 30), " 50%  ━━━━━━╌╌╌╌╌╌╌  0:10 left");
     EXPECT_EQ(progressLine(half, 16), " 50%  0:10 left");
     EXPECT_EQ(progressLine(half, 3), "");
+    EXPECT_TRUE(progressLine({.fraction = 0.5, .written = 0, .total = 1}, 70).ends_with("0/1 frame"));
 }
 
 TEST(ProgressBar, NeverClaimsToBeDoneBeforeItIs) {

@@ -28,9 +28,7 @@ class FlashingWindow {
         window_.show();
         flashing_ = std::jthread([this](const std::stop_token& stop) {
             for (std::uint32_t colour = 0; !stop.stop_requested(); colour ^= 0xFFFFFF) {
-                xcb_change_window_attributes(window_.connection(), window_.id(), XCB_CW_BACK_PIXEL, &colour);
-                xcb_clear_area(window_.connection(), 0, window_.id(), 0, 0, 0, 0);
-                xcb_flush(window_.connection());
+                window_.paint(colour);
                 std::this_thread::sleep_for(std::chrono::milliseconds(100));
             }
         });

@@ -8,17 +8,6 @@
 namespace glintro {
 namespace {
 
-TEST(SignalCancel, CancelsInsteadOfKilling) {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        const auto cancel = std::make_shared<ExportCancel>();
-        const SignalCancel signals(cancel);
-        EXPECT_FALSE(cancel->isCancelled());
-        std::raise(signal);
-        std::raise(signal); // the same key press, come twice
-        EXPECT_TRUE(cancel->isCancelled());
-    }
-}
-
 TEST(SignalCancel, LeavesSignalsAsTheyWere) {
     std::signal(SIGHUP, SIG_IGN);
     {

@@ -20,7 +20,7 @@ class UserPreferences : public testing::Test {
   protected:
     void prefer(const std::string& values) const {
         fs::create_directories(home_ / "glintro");
-        writeText(home_ / "glintro/glintro.ini", "[General]\n" + values);
+        test::putFile(home_ / "glintro/glintro.ini", "[General]\n" + values);
     }
     ProgramCall call(std::vector<std::string> arguments) const {
         ProgramCall call{.arguments = std::move(arguments), .folder = work_.path()};

@@ -117,18 +117,6 @@ TEST(LiveMovieWriter, HearsSoundWhenItWasMade) {
     EXPECT_NEAR(static_cast<double>(samples.size()) / 48000, times.back() - 0.1, 1024.0 / 48000);
 }
 
-TEST(LiveMovieWriter, IsSilentWhereNoSoundCame) {
-    const TemporaryFolder folder;
-    const auto file = folder / "movie.mov";
-    auto writer = test::startTake(file);
-    ASSERT_TRUE(writer);
-    const auto times = test::takeTimes(20);
-    ASSERT_TRUE(test::writeTake(*writer, times, {}, false));
-    ASSERT_TRUE(writer->finish(1));
-    test::expectPictures(file, times, times.size());
-    EXPECT_EQ(probe(file, "a", "codec_name"), "");
-}
-
 // On a still screen nothing comes that would push the picture before it to the disk.
 TEST(LiveMovieWriter, BringsASinglePictureToTheDisk) {
     const TemporaryFolder folder;
@@ -147,7 +135,7 @@ TEST(LiveMovieWriter, BringsASinglePictureToTheDisk) {
     test::expectPictures(folder / "copy.mov", {0}, 1);
 }
 
-TEST(LiveMovieWriter, TakesPicturesAndSoundFromTwoThreads) {
+TEST(LiveMovieWriter, AcceptsPicturesAndSoundFromTwoThreads) {
     const TemporaryFolder folder;
     const auto file = folder / "movie.mov";
     const auto times = test::takeTimes(300);
@@ -209,18 +197,6 @@ TEST(LiveMovieWriter, RefusesPicturesOutOfOrderAndGoesOn) {
     ASSERT_TRUE(writer->writeFrame(test::numbered(1).view(), 0.5));
     ASSERT_TRUE(writer->finish(1));
     test::expectPictures(file, {0, 0.5}, 2);
-}
-
-TEST(LiveMovieWriter, SaysWhyAFileCannotBeWritten) {
-    const TemporaryFolder folder;
-    const LiveVideoSettings video{test::kTakeSize, 60, 1'000'000};
-    const auto absent = LiveMovieWriter::create(folder / "absent/movie.mov", video, {});
-    ASSERT_FALSE(absent);
-    EXPECT_EQ(absent.error().message, "The folder to write the movie into doesn’t exist.");
-    const test::FileSizeLimit limit(100);
-    const auto full = LiveMovieWriter::create(folder / "movie.mov", video, {});
-    ASSERT_FALSE(full);
-    EXPECT_EQ(full.error().nativeCode, EFBIG);
 }
 
 // A still screen for minutes: its many fragments are read one after the other.

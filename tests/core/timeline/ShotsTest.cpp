@@ -63,25 +63,6 @@ TEST(Shots, OfARecordingOfTwentySeconds) {
     }
 }
 
-TEST(Shots, NumbersThatAreNoneLeaveShots) {
-    const double none = std::numeric_limits<double>::quiet_NaN();
-    const double infinite = std::numeric_limits<double>::infinity();
-    for (const double bad : {none, infinite, -infinite}) {
-        const ProjectSettings everywhere = Edits{
-            .zooms = {zoom(1, 3, bad), zoom(bad, 5), zoom(1, 3)},
-            .cuts = {cut(bad, bad), cut(6, bad)},
-            .speeds = {speed(bad, 7), speed(1, 2, bad)},
-            .splits = {bad, 9},
-        };
-        const auto shots = Storyboard::shots(everywhere, 10);
-        ASSERT_FALSE(shots.empty());
-        EXPECT_EQ(shots.front().start, 0);
-        EXPECT_EQ(shots.back().end, 10);
-        EXPECT_TRUE(Storyboard::shots(Edits{.trimStart = none}, 10).empty());
-        EXPECT_LE(Storyboard::shots(everywhere, bad).size(), 6U);
-    }
-}
-
 TEST(Shots, AreFoundByTime) {
     const auto shots = Storyboard::shots(Edits{.zooms = {zoom(4, 8)}}, 20);
     const struct {

@@ -239,18 +239,5 @@ RC_GTEST_PROP(Storyboard, AnySequenceOfEditsLeavesLastingSegmentsAndATiledRow, (
     }
 }
 
-TEST(Storyboard, NumbersThatAreNoneDoNoHarm) {
-    for (const double bad :
-         {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
-        ProjectSettings settings = Edits{.zooms = {zoom(bad, 5), zoom(4, 8)}, .splits = {bad, 10}};
-        EXPECT_FALSE(Storyboard::split(settings, bad, kDuration));
-        Storyboard::moveBoundary(settings, bad, 3, kDuration);
-        Storyboard::moveBoundary(settings, 4, bad, kDuration);
-        Storyboard::normalize(settings);
-        EXPECT_FALSE(settings.zooms.empty());
-        EXPECT_FALSE(Storyboard::shots(settings, kDuration).empty());
-    }
-}
-
 } // namespace
 } // namespace glintro::testing

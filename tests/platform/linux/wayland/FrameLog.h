@@ -37,7 +37,7 @@ class FrameLog {
         const std::scoped_lock lock(mutex_);
         return ends_;
     }
-    // 0xRRGGBB of the last picture; nothing outside of it.
+    // 0xRRGGBB of the last picture; `nullopt` outside of it.
     std::optional<std::uint32_t> colourAt(int x, int y) {
         const std::scoped_lock lock(mutex_);
         if (!last_.storage || x >= last_.size.width || y >= last_.size.height) return std::nullopt;

@@ -1,7 +1,6 @@
 #include <fstream>
 #include <future>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -14,8 +13,8 @@
 #include "platform/linux/wayland/WaylandDesktop.h"
 #include "tests/platform/linux/wayland/FakePortal.h"
 #include "tests/platform/linux/wayland/ScreenNode.h"
+#include "tests/support/SharedLog.h"
 #include "tests/support/SoundSession.h"
-#include "tests/support/WaitUntil.h"
 
 namespace glintro {
 namespace {
@@ -106,7 +105,8 @@ TEST_F(PortalAnswers, AreAskedForAgainUntilTheUserHasChosen) {
     remember("old");
     const auto capture = createPortalScreenCapture();
     capture->forgetChoice();
-    // Whoever gives up has not agreed to the old choice. A PipeWire that is missing comes after the choice.
+    // Who closes the dialog has not agreed to the old choice. A PipeWire that is missing comes after the
+    // choice.
     const ScopedEnvironment noPipeWire("PIPEWIRE_REMOTE", "none");
     const std::pair<std::uint32_t, bool> rows[] = {{1, false}, {0, false}, {0, true}};
     for (const auto& [verdict, usesToken] : rows) {
@@ -328,29 +328,13 @@ TEST_F(PortalAnswers, GiveAHotKeyWhereTheDesktopHasOne) {
 }
 
 // What a hot key's handlers were told, in order: the trigger, or "lost: " and the first words of why.
-class HotKeyLog {
+class HotKeyLog : public test::SharedLog<std::string> {
   public:
     HotKeyHandlers handlers() {
         return {.pressed = {},
                 .bound = [this](const std::string& trigger) { add(trigger); },
                 .lost = [this](const Failure& why) { add("lost: " + why.message.substr(0, 20)); }};
     }
-    bool becomes(const std::vector<std::string>& expected) {
-        return waitUntil([&] { return told() == expected; });
-    }
-    std::vector<std::string> told() {
-        const std::scoped_lock lock(mutex_);
-        return told_;
-    }
-
-  private:
-    void add(const std::string& event) {
-        const std::scoped_lock lock(mutex_);
-        told_.push_back(event);
-    }
-
-    std::mutex mutex_;
-    std::vector<std::string> told_;
 };
 
 constexpr KeyCombination kRecordKeys{'r', KeyCombination::alt | KeyCombination::super};
@@ -369,7 +353,7 @@ TEST_F(PortalAnswers, TellTheTriggerOfAHotKeyAndItsLoss) {
     portal.changeTrigger("F9");
     portal.closeSession();
     EXPECT_TRUE(log.becomes({"Meta+Alt+R", "F9", kNoKey, "F9", "lost: The desktop has take"}))
-        << ::testing::PrintToString(log.told());
+        << ::testing::PrintToString(log.all());
 }
 
 TEST_F(PortalAnswers, TellOfAHotKeyThatIsNotGranted) {
@@ -386,9 +370,9 @@ TEST_F(PortalAnswers, TellOfAHotKeyThatIsNotGranted) {
         HotKeyLog log;
         FakePortal portal({.properties = {{"version", 1}}, .verdicts = row.verdicts, .trigger = row.trigger});
         ASSERT_TRUE(source->listen(kRecordKeys, log.handlers()));
-        EXPECT_TRUE(log.becomes(row.told)) << ::testing::PrintToString(log.told());
+        EXPECT_TRUE(log.becomes(row.told)) << ::testing::PrintToString(log.all());
         source->stop();
-        EXPECT_EQ(log.told(), row.told) << "a stop is no loss";
+        EXPECT_EQ(log.all(), row.told) << "a stop is no loss";
     }
     HotKeyLog log;
     auto portal = std::make_unique<FakePortal>(FakePortal::Behaviour{{{"version", 1}}, {}});

@@ -139,20 +139,6 @@ TEST(PortalScreen, FollowsThePointer) {
     });
 }
 
-TEST(PortalScreen, RemembersTheChoice) {
-    insideWaylandSession([] {
-        ASSERT_TRUE(openScreen());
-        std::string next;
-        std::ifstream(tokenFile()) >> next;
-        EXPECT_FALSE(next.empty());
-        // Nobody answers a dialog here: only what is remembered lets this one succeed.
-        auto again = createPortalScreenCapture()->open(DisplayFilter{1}, {});
-        ASSERT_TRUE(again) << again.error().message;
-        EXPECT_EQ((*again)->rememberedChoice(),
-                  "This records the screen of 1280 × 720 points at 0, 0 that you chose the last time.");
-    });
-}
-
 // Each in a desktop of its own: GNOME's portal at times dies of a dialog that is taken back.
 class PortalScreenAsks : public ::testing::TestWithParam<std::string> {};
 

@@ -10,6 +10,7 @@
 #include "tests/support/FrameWatch.h"
 #include "tests/support/XPainter.h"
 #include "tests/support/XSession.h"
+#include "tests/support/XWindow.h"
 
 namespace glintro {
 namespace {
@@ -38,40 +39,14 @@ std::vector<std::uint8_t> screenPixels(const std::string& display, const PixelRe
 }
 
 // A window of this very process: what a stream must not show.
-class OwnWindow {
+class OwnWindow : public test::XWindow {
   public:
     enum class Kind { unmanaged, managed };
 
     OwnWindow(const std::string& display, const PixelRect& place, Kind kind = Kind::unmanaged)
-        : connection_(test::connectTo(display)) {
-        window_ = xcb_generate_id(connection_.get());
-        const std::uint32_t values[] = {kForbidden, kind == Kind::managed ? 0U : 1U};
-        xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, test::rootOf(connection_.get()),
-                          static_cast<std::int16_t>(place.x), static_cast<std::int16_t>(place.y),
-                          static_cast<std::uint16_t>(place.width), static_cast<std::uint16_t>(place.height),
-                          0, XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
-                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT, values);
-        map();
+        : XWindow(display, place.width, place.height, place.x, place.y, kind == Kind::unmanaged, kForbidden) {
+        show();
     }
-    xcb_window_t id() const { return window_; }
-    xcb_connection_t* connection() const { return connection_.get(); }
-    void map() {
-        xcb_map_window(connection_.get(), window_);
-        test::synchronise(connection_.get());
-    }
-    void unmap() {
-        xcb_unmap_window(connection_.get(), window_);
-        test::synchronise(connection_.get());
-    }
-    void move(int x, int y) {
-        const std::uint32_t values[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
-        xcb_configure_window(connection_.get(), window_, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values);
-        test::synchronise(connection_.get());
-    }
-
-  private:
-    test::XConnection connection_;
-    xcb_window_t window_;
 };
 
 std::unique_ptr<ScreenStream> openFirstDisplay(std::optional<Rect> part = std::nullopt) {
@@ -155,11 +130,9 @@ TEST_F(X11DisplayStreamTest, DoesWithoutTheExtensionsThatMakeItFast) {
     paintAtRandom(200, {0}, {640, 480});
     EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 640, 480})));
     OwnWindow own(session_->display(), {700, 500, 200, 100});
-    const auto process = static_cast<std::uint32_t>(::getpid());
-    xcb_change_property(own.connection(), XCB_PROP_MODE_REPLACE, own.id(),
-                        test::atomOf(own.connection(), "_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1, &process);
-    own.unmap();
-    own.map();
+    own.setWords("_NET_WM_PID", "CARDINAL", {static_cast<std::uint32_t>(::getpid())});
+    own.hide();
+    own.show();
     watch.forbid(kForbidden);
     own.move(100, 100);
     painter_->fill(0, {600, 400, 20, 20}, 0x00AA00);
@@ -172,13 +145,10 @@ TEST_F(X11DisplayStreamTest, LeavesOutFramesAroundOurWindowsButNotPanelsThatHold
     begin(640, 480, XSession::WindowManager::openbox);
     const xcb_window_t panel = painter_->show(XPainter::Kind::unmanaged, {0, 440, 640, 40}, 0x556677);
     OwnWindow icon(session_->display(), {0, 0, 20, 20});
-    icon.unmap();
-    const std::uint32_t information[] = {0, 1};
-    xcb_change_property(icon.connection(), XCB_PROP_MODE_REPLACE, icon.id(),
-                        test::atomOf(icon.connection(), "_XEMBED_INFO"), XCB_ATOM_CARDINAL, 32, 2,
-                        information);
+    icon.hide();
+    icon.setWords("_XEMBED_INFO", "CARDINAL", {0, 1});
     xcb_reparent_window(icon.connection(), icon.id(), panel, 10, 10);
-    icon.map();
+    icon.show();
     const auto stream = openFirstDisplay();
     FrameWatch watch(*stream);
     EXPECT_TRUE(watch.shows(300, 460, 0x556677));
@@ -268,13 +238,13 @@ TEST_P(X11OwnWindowTest, IsInNoFrameWhileWhatItCoversIs) {
     {
         const std::jthread flashing([&] {
             for (int i = 0; i < 200; ++i) {
-                own.unmap();
-                own.map();
+                own.hide();
+                own.show();
             }
         });
         paintAtRandom(400, {0, below}, {640, 480});
     }
-    own.unmap();
+    own.hide();
     painter_->fill(below, {300, 200, 40, 10}, 0x123456);
     EXPECT_TRUE(watch.shows(425, 305, 0x123456)) << "ours is gone";
     EXPECT_EQ(watch.wrong(), "");
@@ -346,7 +316,7 @@ TEST_F(X11DisplayStreamTest, ComposesJustWhatTheScreenWouldShowWithoutOurWindow)
     EXPECT_TRUE(lateWatch.showsAll(withoutOurs));
     EXPECT_EQ(lateWatch.wrong(), "");
     paintAtRandom(300, {window}, {220, 160});
-    own.unmap();
+    own.hide();
     EXPECT_TRUE(watch.showsAll(screenPixels(session_->display(), {0, 0, 640, 480})));
     EXPECT_EQ(watch.wrong(), "");
 }

@@ -43,16 +43,6 @@ TEST(X11Displays, AreTheWholeScreenWhereMonitorsAreUnknown) {
     EXPECT_EQ(layout(), (Layout{{"", {0, 0, 800, 600}}}));
 }
 
-TEST(X11Displays, HaveTheFrameOfATurnedScreen) {
-    if (const auto why = XSession::whyNoTurnable()) GTEST_SKIP() << *why;
-    const auto host = XSession::xvfb();
-    const auto session = XSession::turnable(*host);
-    const XSession::Environment environment(*session);
-    ASSERT_EQ(layout().at(0).second, (Rect{0, 0, 640, 480}));
-    session->output({"xrandr", "-o", "left"});
-    EXPECT_EQ(layout().at(0).second, (Rect{0, 0, 480, 640}));
-}
-
 TEST(X11Displays, AreTheOutputsThePrimaryOneFirstAndKeepTheirIds) {
     if (const auto why = XSession::whyNoDummyOutputs()) GTEST_SKIP() << *why;
     const auto session = XSession::dummyOutputs(XSession::WindowManager::none);

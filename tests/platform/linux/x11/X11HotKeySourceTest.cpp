@@ -1,5 +1,4 @@
 #include <atomic>
-#include <mutex>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -8,7 +7,7 @@
 
 #include "platform/linux/x11/X11Desktop.h"
 #include "platform/linux/x11/X11KeyGrab.h"
-#include "tests/support/WaitUntil.h"
+#include "tests/support/SharedLog.h"
 #include "tests/support/XSession.h"
 
 namespace glintro {
@@ -50,19 +49,9 @@ class X11HotKeySourceTest : public testing::Test {
     // Counts, and keeps what else the handlers are told: the trigger, or the sentence of a loss.
     HotKeyHandlers logger() {
         HotKeyHandlers handlers = counter();
-        handlers.bound = [this](const std::string& trigger) { add(trigger); };
-        handlers.lost = [this](const Failure& why) { add(why.message); };
+        handlers.bound = [this](const std::string& trigger) { told_.add(trigger); };
+        handlers.lost = [this](const Failure& why) { told_.add(why.message); };
         return handlers;
-    }
-    void add(const std::string& event) {
-        const std::scoped_lock lock(mutex_);
-        told_.push_back(event);
-    }
-    bool isTold(const std::vector<std::string>& expected) {
-        return waitUntil([&] {
-            const std::scoped_lock lock(mutex_);
-            return told_ == expected;
-        });
     }
     bool reach(int count) {
         return waitUntil([&] { return presses_ >= count; }) && presses_ == count;
@@ -72,8 +61,7 @@ class X11HotKeySourceTest : public testing::Test {
     std::optional<XSession::Environment> environment_;
     std::unique_ptr<HotKeySource> source_;
     std::atomic<int> presses_ = 0;
-    std::mutex mutex_;
-    std::vector<std::string> told_; // under mutex_
+    test::SharedLog<std::string> told_;
 };
 
 TEST_F(X11HotKeySourceTest, FiresWhicheverLocksAreOnAndForNothingElse) {
@@ -134,13 +122,13 @@ TEST_F(X11HotKeySourceTest, ListensToTheLastCombinationOnlyAndToNoneAfterTheStop
 TEST_F(X11HotKeySourceTest, TellsOfAKeyThatTheKeyboardLosesAndFindsAgain) {
     ASSERT_TRUE(source_->listen(kRecord, logger()));
     std::vector<std::string> expected{"Alt+Super+R"};
-    EXPECT_TRUE(isTold(expected));
+    EXPECT_TRUE(told_.becomes(expected));
     session_->output({"xmodmap", "-e", "keysym r = F30"});
     expected.push_back("This keyboard has no key for Alt+Super+R: choose other keys.");
-    EXPECT_TRUE(isTold(expected));
+    EXPECT_TRUE(told_.becomes(expected));
     session_->output({"xmodmap", "-e", "keysym F30 = r R"});
     expected.push_back("Alt+Super+R");
-    EXPECT_TRUE(isTold(expected));
+    EXPECT_TRUE(told_.becomes(expected));
     type('r', {kAltLeft, kSuperLeft});
     EXPECT_TRUE(reach(1));
 }
@@ -155,21 +143,18 @@ TEST_F(X11HotKeySourceTest, TellsThatAnotherProgramHoldsTheKeyItWasMovedToAndWai
     xcb_flush(other->get());
     ASSERT_TRUE(source_->listen(kRecord, logger()));
     session_->output({"xmodmap", "-e", "keysym z = r R", "-e", "keysym r = F30"});
-    EXPECT_TRUE(isTold({"Alt+Super+R", kHeld}));
+    EXPECT_TRUE(told_.becomes({"Alt+Super+R", kHeld}));
     other->handle.reset();
-    EXPECT_TRUE(waitUntil([&] {
-        const std::scoped_lock lock(mutex_);
-        return told_.size() == 3 && told_.back() == "Alt+Super+R";
-    }));
+    EXPECT_TRUE(told_.becomes({"Alt+Super+R", kHeld, "Alt+Super+R"}));
     type('r', {kAltLeft, kSuperLeft});
     EXPECT_TRUE(reach(1));
 }
 
 TEST_F(X11HotKeySourceTest, OutlivesItsServer) {
     ASSERT_TRUE(source_->listen(kRecord, logger()));
-    ASSERT_TRUE(isTold({"Alt+Super+R"}));
+    ASSERT_TRUE(told_.becomes({"Alt+Super+R"}));
     session_->killServer();
-    EXPECT_TRUE(isTold({"Alt+Super+R", "The X server has ended, and the key with it."}));
+    EXPECT_TRUE(told_.becomes({"Alt+Super+R", "The X server has ended, and the key with it."}));
     EXPECT_FALSE(source_->listen(kRecord, counter()));
     source_->stop();
     EXPECT_EQ(source_->listen({0x1234567, 0}, counter()).error().message.find("X server"), 4U);

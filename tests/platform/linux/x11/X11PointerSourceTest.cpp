@@ -1,6 +1,5 @@
 #include <atomic>
 #include <filesystem>
-#include <mutex>
 #include <random>
 #include <thread>
 
@@ -9,7 +8,7 @@
 #include "platform/HostClock.h"
 #include "platform/linux/x11/X11PointerSource.h"
 #include "platform/linux/x11/X11PressRecorder.h"
-#include "tests/support/WaitUntil.h"
+#include "tests/support/SharedLog.h"
 #include "tests/support/XSession.h"
 
 namespace glintro {
@@ -18,27 +17,11 @@ namespace {
 using test::waitUntil;
 using test::XSession;
 
-// The presses a source reports, from whichever thread.
-class Presses {
+class Presses : public test::SharedLog<PointerPress> {
   public:
     PointerSource::PressHandler handler() {
-        return [this](const PointerPress& press) {
-            const std::scoped_lock lock(mutex_);
-            presses_.push_back(press);
-        };
+        return [this](const PointerPress& press) { add(press); };
     }
-    std::vector<PointerPress> all() const {
-        const std::scoped_lock lock(mutex_);
-        return presses_;
-    }
-    // Also fails when more than `count` have come.
-    bool reach(std::size_t count) const {
-        return waitUntil([&] { return all().size() >= count; }) && all().size() == count;
-    }
-
-  private:
-    mutable std::mutex mutex_;
-    std::vector<PointerPress> presses_;
 };
 
 class X11PointerSourceTest : public testing::Test {
@@ -82,7 +65,7 @@ TEST_F(X11PointerSourceTest, PutsEveryClickOnItsPixelAndItsTimeWhileThePointerMo
         injected.push_back(injectClick(session_->injector(), x, y, i % 3 == 0 ? 3 : 1));
         session_->injector().move(static_cast<int>(random() % 1920), static_cast<int>(random() % 1080));
     }
-    ASSERT_TRUE(presses.reach(injected.size()));
+    ASSERT_TRUE(presses.reaches(injected.size()));
     source->stop();
     for (std::size_t i = 0; i < injected.size(); ++i) {
         const PointerPress press = presses.all()[i];
@@ -100,7 +83,7 @@ TEST_F(X11PointerSourceTest, LeavesOutTheMiddleButtonAndTheWheel) {
     for (const int button : {2, 4, 5, 6, 7, 1}) {
         injectClick(session_->injector(), 50, 60, static_cast<std::uint8_t>(button));
     }
-    ASSERT_TRUE(presses.reach(1));
+    ASSERT_TRUE(presses.reaches(1));
     EXPECT_EQ(presses.all().front().button, PointerPress::Button::left);
 }
 
@@ -116,7 +99,7 @@ TEST_F(X11PointerSourceTest, SeesClicksThatAnotherProgramHasGrabbed) {
     const auto source = createX11PointerSource(1);
     ASSERT_TRUE(source->start(presses.handler()));
     injectClick(session_->injector(), 700, 300, 1);
-    ASSERT_TRUE(presses.reach(1));
+    ASSERT_TRUE(presses.reaches(1));
     EXPECT_EQ(presses.all().front().position, (Point{700, 300}));
 }
 
@@ -127,7 +110,7 @@ TEST_F(X11PointerSourceTest, CountsInPoints) {
     ASSERT_TRUE(source->start(presses.handler()));
     injectClick(session_->injector(), 301, 200, 1);
     EXPECT_EQ(source->position(), (Point{150.5, 100}));
-    ASSERT_TRUE(presses.reach(1));
+    ASSERT_TRUE(presses.reaches(1));
     EXPECT_EQ(presses.all().front().position, (Point{150.5, 100}));
     EXPECT_FALSE(source->whyNoPresses());
     source->stop();

@@ -106,7 +106,7 @@ TEST_F(X11WindowStreamTest, FollowsAWindowThatIsCoveredAndMoved) {
     EXPECT_TRUE(watch.stopped().empty());
 }
 
-TEST_F(X11WindowStreamTest, TakesUpANewSizeAndTellsWhereTheFittedPictureLies) {
+TEST_F(X11WindowStreamTest, FollowsANewSizeAndTellsWhereTheFittedPictureLies) {
     const xcb_window_t window = painter_->show(XPainter::Kind::unmanaged, {100, 80, 300, 200}, kGreen);
     const auto stream = open(window);
     ASSERT_EQ(stream->pixelSize(), (PixelSize{300, 200}));

@@ -229,6 +229,15 @@ TEST_F(LibraryModel, ShowsWhatOthersChange) {
     EXPECT_TRUE(handleUntil([&] { return names() == Names{"Back"}; }));
 }
 
+TEST_F(LibraryModel, FollowsManyChangesAtOnce) {
+    open();
+    for (int i = 0; i < 60; ++i) putReel(root_ / ("d" + std::to_string(i % 3)) / std::to_string(i), "", i);
+    EXPECT_TRUE(showsTheDisk());
+    for (int i = 0; i < 60; i += 2) fs::remove_all(root_ / ("d" + std::to_string(i % 3)) / std::to_string(i));
+    EXPECT_TRUE(showsTheDisk());
+    EXPECT_EQ(names().size(), 30U);
+}
+
 TEST_F(LibraryModel, FollowsARandomSequenceOfChangesFromOutside) {
     std::mt19937 random(21);
     const auto pick = [&](int count) { return std::uniform_int_distribution(0, count - 1)(random); };

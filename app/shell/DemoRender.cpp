@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "app/shell/Numbers.h"
 #include "app/shell/SignalCancel.h"
+#include "core/base/Numbers.h"
 #include "core/export/Exporter.h"
 #include "core/timeline/AutoZoom.h"
 

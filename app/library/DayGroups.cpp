@@ -46,8 +46,8 @@ QString DayCalendar::timeOfDay(Timestamp time) const {
     return locale.toString(dateTimeOf(time).time(), QLocale::ShortFormat);
 }
 
-// Asking the calendar for each of thousands of reels would cost more than all the rest: the first reel of a day
-// tells how far the day reaches back, but for its first hours, in which clocks change.
+// Asking the calendar for each of thousands of reels would cost more than all the rest: the first reel of a
+// day tells how far the day reaches back, but for its first hours, in which clocks change.
 std::vector<DayGroup> dayGroups(std::span<const Timestamp> newestFirst, const DayCalendar& calendar) {
     std::vector<DayGroup> groups;
     Timestamp sure; // from here on it is the last group's day

@@ -10,6 +10,7 @@
 #include "app/library/LibrarySearch.h"
 #include "app/library/ReelImport.h"
 #include "app/library/ReelTrash.h"
+#include "core/reel/ProjectUpdate.h"
 
 namespace glintro {
 namespace {
@@ -199,22 +200,36 @@ void Library::waitForMidnight() {
 
 // --- Changing reels ---
 
+// Only the name is written: another program may be editing the reel.
 void Library::rename(const QString& folder, const QString& name) {
     const ReelPtr reel = find(folder);
     const QString trimmed = trimmedName(name);
     if (!reel || trimmed.isEmpty() || trimmed == reel->name) return;
+    if (trashing_.contains(reel->project.folder().native())) return;
     Project renamed = reel->project;
     renamed.info.name = trimmed.toStdString();
-    update(renamed);
+    projectSaved(renamed);
+    save(renamed, [renamed] {
+        return updateProject(renamed.folder(),
+                             [&](ProjectInfo& info) -> Result<void> {
+                                 info.name = renamed.info.name;
+                                 return {};
+                             })
+            .has_value();
+    });
     show(QStringLiteral("Renamed to “%1”").arg(trimmed), QStringLiteral("pencil"));
 }
 
 void Library::update(const Project& project) {
     if (!shelf_.find(project.folder()) || trashing_.contains(project.folder().native())) return;
     projectSaved(project);
+    save(project, [project] { return project.save(); });
+}
+
+void Library::save(const Project& project, std::function<bool()> write) {
     ++saving_[project.folder().native()];
-    reader_.disk().post([this, project] {
-        const bool isSaved = project.save();
+    reader_.disk().post([this, project, write = std::move(write)] {
+        const bool isSaved = write();
         return [this, project, isSaved] { saved(project, isSaved); };
     });
 }

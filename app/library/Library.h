@@ -137,6 +137,7 @@ class Library : public QObject {
     void trashed(const ReelPtr& reel, const Result<std::filesystem::path>& inTrash);
     std::function<void()> undoOf(const ReelPtr& reel, const std::filesystem::path& inTrash);
     void restore(const std::filesystem::path& inTrash, const std::filesystem::path& folder);
+    void save(const Project& project, std::function<bool()> write);
     void saved(const Project& project, bool isSaved);
     void show(const QString& text, const QString& symbol);
     void showProblem(const QString& text);

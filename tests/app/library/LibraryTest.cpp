@@ -97,6 +97,18 @@ TEST_F(LibraryModel, ListsSearchesAndRenames) {
     EXPECT_TRUE(toasts_.empty());
 }
 
+// The library has not heard of the edit yet when it renames the reel.
+TEST_F(LibraryModel, RenamesWithoutTouchingWhatOthersHaveEdited) {
+    Project project = putReel(root_ / "d/1", "Old");
+    Library& library = open();
+    project.info.settings.padding = 0.2;
+    ASSERT_TRUE(project.save());
+    library.rename(folder("d/1"), "New");
+    ASSERT_TRUE(handleUntil([&] { return Project::load(root_ / "d/1")->info.name == "New"; }));
+    EXPECT_EQ(Project::load(root_ / "d/1")->info.settings.padding, 0.2);
+    EXPECT_TRUE(showsTheDisk());
+}
+
 TEST_F(LibraryModel, SaysThatARenamedReelCouldNotBeSaved) {
     putReel(root_ / "d/1", "Old");
     Library& library = open();

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "app/library/Library.h"
+#include "app/library/LibraryPictures.h"
 #include "app/library/ReelRegistrar.h"
 #include "app/library/ReelTrash.h"
 #include "tests/app/library/LibraryReels.h"
@@ -31,9 +32,10 @@ class LibraryModel : public ::testing::Test {
         fs::create_directory(root_);
     }
     Library& open(LibraryReader::Scan scan = scanLibrary, std::chrono::milliseconds diskTimeout = 8000ms) {
+        if (!maker_.card) maker_.card = [this](const Project& project) { cards_.push_back(project); };
         const Library::Seams seams{.preferences = preferences_,
                                    .folder = [this] { return LibraryFolder(root_); },
-                                   .pictures = {.card = [this](const Project& p) { cards_.push_back(p); }},
+                                   .pictures = maker_,
                                    .calendar = calendar_,
                                    .scan = std::move(scan)};
         library_ = std::make_unique<Library>(
@@ -71,6 +73,7 @@ class LibraryModel : public ::testing::Test {
     DayCalendar calendar_;
     std::vector<Toast> toasts_;
     std::vector<Project> cards_;
+    PictureMaker maker_;
     std::unique_ptr<Library> library_;
 };
 
@@ -447,6 +450,23 @@ TEST_F(LibraryModel, AsksForANewCardWhenTheEditorHasSaved) {
     EXPECT_FALSE(library.thumbnails()->thumbnail(folder("d/1")).isNull()) << "the old one stays meanwhile";
     EXPECT_EQ(library.project(folder("d/1"))->info.settings.padding, 0.2);
     EXPECT_NE(Project::load(root_ / "d/1")->info.settings.padding, 0.2) << "it is not written a second time";
+}
+
+TEST_F(LibraryModel, ShowsRealPictures) {
+    ASSERT_TRUE(test::makeReel(root_ / "d/1", {}));
+    ReelPictures pictures(nullptr, {});
+    maker_ = pictureMaker(pictures);
+    Library& library = open();
+    connectPictures(pictures, *library.thumbnails());
+    library.makeThumbnail(folder("d/1"));
+    library.loadScrubFrames(folder("d/1"));
+    const auto role = [&](int which) {
+        return library.reels()->data(library.reels()->index(0), which).toInt();
+    };
+    ASSERT_TRUE(
+        handleUntil([&] { return role(ReelList::PictureRole) > 0 && role(ReelList::ScrubRole) > 0; }));
+    EXPECT_EQ(library.thumbnails()->thumbnail(folder("d/1")).width(), 720);
+    EXPECT_EQ(library.thumbnails()->scrubFrames(folder("d/1")).size(), 12);
 }
 
 TEST_F(LibraryModel, ShowsWhatATakeHasBecome) {

@@ -5,6 +5,8 @@
 namespace glintro {
 namespace {
 
+constexpr auto kClocksChange = std::chrono::hours(4);
+
 Timestamp startOf(QDate day, const QTimeZone& zone) {
     const QDateTime start = zone.isValid() ? day.startOfDay(zone) : day.startOfDay(Qt::LocalTime);
     return Timestamp(std::chrono::seconds(start.toSecsSinceEpoch()));
@@ -44,19 +46,18 @@ QString DayCalendar::timeOfDay(Timestamp time) const {
     return locale.toString(dateTimeOf(time).time(), QLocale::ShortFormat);
 }
 
-// Asking the calendar for each of thousands of reels would cost more than all the rest.
+// Asking the calendar for each of thousands of reels would cost more than all the rest: the first reel of a
+// day tells how far the day reaches back, but for its first hours, in which clocks change.
 std::vector<DayGroup> dayGroups(std::span<const Timestamp> newestFirst, const DayCalendar& calendar) {
     std::vector<DayGroup> groups;
-    Timestamp begin;
-    Timestamp end; // of the last group's day
+    Timestamp sure; // from here on it is the last group's day
     for (std::size_t i = 0; i < newestFirst.size(); ++i) {
         const Timestamp time = newestFirst[i];
-        if (groups.empty() || time < begin || time >= end) {
-            const QDate day = calendar.dayOf(time);
-            begin = startOf(day, calendar.zone);
-            end = calendar.startOfNextDay(time);
-            if (groups.empty() || groups.back().day != day)
-                groups.push_back({day, static_cast<qsizetype>(i), 0});
+        if (groups.empty() || time < sure) {
+            const QDateTime local = calendar.dateTimeOf(time);
+            sure = time - std::chrono::seconds(local.time().msecsSinceStartOfDay() / 1000) + kClocksChange;
+            if (groups.empty() || groups.back().day != local.date())
+                groups.push_back({local.date(), static_cast<qsizetype>(i), 0});
         }
         ++groups.back().count;
     }

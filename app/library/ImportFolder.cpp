@@ -85,7 +85,8 @@ Result<ImportFolder> ImportFolder::create(const LibraryFolder& library, Timestam
             return cannotWrite(day, errno);
         }
         folder.lock_ = openFolder(pattern);
-        if (folder.lock_.isOpen()) ::flock(folder.lock_.value(), LOCK_EX | LOCK_NB);
+        while (folder.lock_.isOpen() && ::flock(folder.lock_.value(), LOCK_EX) != 0 && errno == EINTR) {
+        }
         if (!folder.lock_.isOpen() || isRemoved(folder.lock_)) continue;
         folder.path_ = pattern;
         return folder;

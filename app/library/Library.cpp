@@ -10,6 +10,7 @@
 #include "app/library/LibrarySearch.h"
 #include "app/library/ReelImport.h"
 #include "app/library/ReelTrash.h"
+#include "core/reel/ProjectUpdate.h"
 
 namespace glintro {
 namespace {
@@ -20,6 +21,7 @@ using std::chrono::milliseconds;
 // The clock may be set, and the machine may sleep: a timer to midnight alone would miss it.
 constexpr auto kLongestWait = milliseconds(60'000);
 constexpr auto kLastWrites = milliseconds(2000);
+constexpr std::size_t kMostEntries = 16; // that are read and put into the lists one by one
 
 fs::path folderOf(const QString& text) {
     return QFile::encodeName(text).toStdString();
@@ -45,7 +47,7 @@ Library::~Library() {
 
 void Library::connectParts() {
     connect(&reader_, &LibraryReader::scanned, this, &Library::scanned);
-    connect(&reader_, &LibraryReader::entryRead, this, &Library::entryRead);
+    connect(&reader_, &LibraryReader::entriesRead, this, &Library::entriesRead);
     connect(&reader_, &LibraryReader::changedOutside, this, &Library::changedOutside);
     connect(&reader_, &LibraryReader::hung, this, &Library::diskHung);
     connect(&recovery_, &LibraryRecovery::rested, this,
@@ -72,6 +74,7 @@ void Library::connectParts() {
     connect(&thumbnails_, &ReelThumbnails::scrubFramesChanged, &reels_,
             [this](const QString& folder) { reels_.pictureChanged(folder, ReelList::ScrubRole); });
     midnight_.setSingleShot(true);
+    midnight_.setTimerType(Qt::PreciseTimer);
     connect(&midnight_, &QTimer::timeout, this, &Library::waitForMidnight);
 }
 
@@ -109,21 +112,26 @@ void Library::scanned(const LibraryReading& reading) {
         });
 }
 
+void Library::entriesRead(const std::vector<EntryReading>& readings) {
+    for (const EntryReading& reading : readings) replaceEntry(reading);
+    publish();
+    for (const EntryReading& reading : readings) recoverFrom(reading.reading.listing.content);
+}
+
 // What was read of a reel that waits to be saved is old already.
-void Library::entryRead(const fs::path& entry, const LibraryReading& reading) {
+void Library::replaceEntry(const EntryReading& reading) {
+    const auto& [entry, read] = reading;
     const auto isSaved = [&](const ReelPtr& reel) {
         return saving_.contains(reel->project.folder().native());
     };
-    if (saving_.contains(entry.native()) || std::ranges::any_of(reading.reels, isSaved)) return;
+    if (saving_.contains(entry.native()) || std::ranges::any_of(read.reels, isSaved)) return;
     const ReelPtr before = shelf_.find(entry);
-    shelf_.replaceEntry(entry, reading.reels);
+    shelf_.replaceEntry(entry, read.reels);
     touched_.insert(entry.native());
     const ReelPtr after = shelf_.find(entry);
     if (before && !after) thumbnails_.forget(before->folder);
     if (before && after && before->project.info.settings != after->project.info.settings)
         thumbnails_.looksChanged(after->project);
-    publish();
-    recoverFrom(reading.listing.content);
 }
 
 void Library::recoverFrom(const FolderContent& content) {
@@ -137,7 +145,7 @@ void Library::recover(const std::vector<fs::path>& folders) {
 }
 
 void Library::changedOutside(const LibraryChanges& changes) {
-    if (changes.isEverything) return reload();
+    if (changes.isEverything || changes.entries.size() > kMostEntries) return reload();
     reader_.read(changes.entries, projects());
 }
 
@@ -168,7 +176,7 @@ void Library::setQuery(const QString& query) {
 }
 
 void Library::publish() {
-    const QString query = foldedQuery(query_, seams_.calendar.locale);
+    const QString query = foldedQuery(query_);
     ReelPtrs found;
     if (query.isEmpty()) {
         found = projects();
@@ -192,22 +200,36 @@ void Library::waitForMidnight() {
 
 // --- Changing reels ---
 
+// Only the name is written: another program may be editing the reel.
 void Library::rename(const QString& folder, const QString& name) {
     const ReelPtr reel = find(folder);
     const QString trimmed = trimmedName(name);
     if (!reel || trimmed.isEmpty() || trimmed == reel->name) return;
+    if (trashing_.contains(reel->project.folder().native())) return;
     Project renamed = reel->project;
     renamed.info.name = trimmed.toStdString();
-    update(renamed);
+    projectSaved(renamed);
+    save(renamed, [renamed] {
+        return updateProject(renamed.folder(),
+                             [&](ProjectInfo& info) -> Result<void> {
+                                 info.name = renamed.info.name;
+                                 return {};
+                             })
+            .has_value();
+    });
     show(QStringLiteral("Renamed to “%1”").arg(trimmed), QStringLiteral("pencil"));
 }
 
 void Library::update(const Project& project) {
     if (!shelf_.find(project.folder()) || trashing_.contains(project.folder().native())) return;
     projectSaved(project);
+    save(project, [project] { return project.save(); });
+}
+
+void Library::save(const Project& project, std::function<bool()> write) {
     ++saving_[project.folder().native()];
-    reader_.disk().post([this, project] {
-        const bool isSaved = project.save();
+    reader_.disk().post([this, project, write = std::move(write)] {
+        const bool isSaved = write();
         return [this, project, isSaved] { saved(project, isSaved); };
     });
 }
@@ -294,6 +316,10 @@ void Library::importVideo(const fs::path& file) {
                   .library = seams_.folder(),
                   .defaults = reelDefaults(seams_.preferences),
                   .created = seams_.calendar.now()});
+}
+
+QString Library::openFolder() const {
+    return openProject_ ? folderText(openProject_->folder()) : QString();
 }
 
 void Library::closeProject() {

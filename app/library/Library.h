@@ -38,6 +38,7 @@ class Library : public QObject {
     Q_PROPERTY(Access access READ access NOTIFY accessChanged FINAL)
     Q_PROPERTY(QString accessTitle READ accessTitle NOTIFY accessChanged FINAL)
     Q_PROPERTY(QString rootPath READ rootPath NOTIFY accessChanged FINAL)
+    Q_PROPERTY(QString openFolder READ openFolder NOTIFY openProjectChanged FINAL)
     Q_PROPERTY(bool isLoading READ isLoading NOTIFY loadingChanged FINAL)
     Q_PROPERTY(bool hasScreenAccess READ hasScreenAccess WRITE setHasScreenAccess NOTIFY welcomeChanged FINAL)
     Q_PROPERTY(bool showPermissionSheet MEMBER showPermissionSheet_ NOTIFY welcomeChanged FINAL)
@@ -102,6 +103,7 @@ class Library : public QObject {
 
     // The reel that the window is to open, of an import that has ended; empty when there is none.
     std::optional<Project> openProject() const { return openProject_; }
+    QString openFolder() const; // its path, for views
     Q_INVOKABLE void closeProject();
 
     Access access() const { return access_; }
@@ -126,7 +128,8 @@ class Library : public QObject {
     ReelPtr find(const QString& folder) const;
     void publish();
     void scanned(const LibraryReading& reading);
-    void entryRead(const std::filesystem::path& entry, const LibraryReading& reading);
+    void entriesRead(const std::vector<EntryReading>& readings);
+    void replaceEntry(const EntryReading& reading);
     void recoverFrom(const FolderContent& content);
     void changedOutside(const LibraryChanges& changes);
     void put(const Project& project);
@@ -134,6 +137,7 @@ class Library : public QObject {
     void trashed(const ReelPtr& reel, const Result<std::filesystem::path>& inTrash);
     std::function<void()> undoOf(const ReelPtr& reel, const std::filesystem::path& inTrash);
     void restore(const std::filesystem::path& inTrash, const std::filesystem::path& folder);
+    void save(const Project& project, std::function<bool()> write);
     void saved(const Project& project, bool isSaved);
     void show(const QString& text, const QString& symbol);
     void showProblem(const QString& text);

@@ -73,23 +73,17 @@ void LibraryReader::scan(const fs::path& root, const ReelPtrs& known) {
 }
 
 void LibraryReader::read(const std::vector<fs::path>& entries, const ReelPtrs& known) {
-    struct Entry {
-        fs::path path;
-        LibraryReading reading;
-    };
     disk_.post([this, root = root_, entries, known, progress = disk_.progress()] {
         const auto readAt = WatchClock::now();
-        std::vector<Entry> read;
+        std::vector<EntryReading> read;
         for (const fs::path& entry : entries) {
             read.push_back({entry, toReading({.content = scanEntry(root, entry)}, known)});
             progress();
         }
         return [this, root, readAt, read = std::move(read)] {
             if (root != root_) return;
-            for (const Entry& entry : read) {
-                watch(entry.reading, readAt);
-                emit entryRead(entry.path, entry.reading);
-            }
+            for (const EntryReading& entry : read) watch(entry.reading, readAt);
+            emit entriesRead(read);
         };
     });
 }

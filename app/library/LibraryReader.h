@@ -22,6 +22,12 @@ struct LibraryReading {
     ReelPtrs reels;
 };
 
+// The same of one entry of the library.
+struct EntryReading {
+    std::filesystem::path entry;
+    LibraryReading reading;
+};
+
 // The library's side of the disk: reads it in the background, watches it, and says what it holds. Other work
 // on it goes through the same queue, so that what is read is never older than what was written. Main thread.
 class LibraryReader : public QObject {
@@ -46,7 +52,7 @@ class LibraryReader : public QObject {
   signals:
     // First, of a long scan, the first reels only, then all.
     void scanned(const glintro::LibraryReading& reading);
-    void entryRead(const std::filesystem::path& entry, const glintro::LibraryReading& reading);
+    void entriesRead(const std::vector<glintro::EntryReading>& readings);
     void changedOutside(const glintro::LibraryChanges& changes);
     // The disk does not answer: what was under way is left behind.
     void hung();

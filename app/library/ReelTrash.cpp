@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "app/library/TrashFolder.h"
@@ -64,6 +65,14 @@ int writeNewFile(const fs::path& file, std::string_view text) {
     return code;
 }
 
+// As new days are made, for nobody else to look into.
+void makeParent(const fs::path& folder, std::error_code& error) {
+    const fs::path parent = folder.parent_path();
+    fs::create_directories(parent.parent_path(), error);
+    if (!error && ::mkdir(parent.c_str(), 0700) != 0 && errno != EEXIST)
+        error.assign(errno, std::generic_category());
+}
+
 // Never over anything, where the file system can do that.
 int renameToFreeName(const fs::path& from, const fs::path& to) {
     if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
@@ -106,7 +115,7 @@ Result<fs::path> moveToTrash(const fs::path& folder) {
 
 Result<void> restoreFromTrash(const fs::path& inTrash, const fs::path& folder) {
     std::error_code error;
-    fs::create_directories(folder.parent_path(), error);
+    makeParent(folder, error);
     const int code = error ? error.value() : renameToFreeName(inTrash, folder);
     if (code == EEXIST || code == ENOTEMPTY)
         return failure("Another reel stands where this one was, so it was left in the Trash.", {}, code);

@@ -50,8 +50,9 @@ QString ReelPictures::folderOf(const Project& project) {
     return QFile::decodeName(project.folder().c_str());
 }
 
-std::string ReelPictures::nameOf(Kind kind, const QString& folder) {
-    return (kind == Kind::card ? "card " : "scrub ") + folder.toStdString();
+// By the folder's bytes, which need not be UTF-8.
+std::string ReelPictures::nameOf(Kind kind, const std::filesystem::path& folder) {
+    return (kind == Kind::card ? "card " : "scrub ") + folder.string();
 }
 
 void ReelPictures::requestCard(const Project& project) {
@@ -64,7 +65,7 @@ void ReelPictures::requestScrub(const Project& project) {
 
 void ReelPictures::request(Kind kind, const Project& project) {
     const auto job = std::make_shared<const Job>(Job{kind, project, folderOf(project), ++lastTicket_});
-    const std::string name = nameOf(kind, job->folder);
+    const std::string name = nameOf(kind, project.folder());
     std::string shown = job->shown();
     const auto known = requests_.find(name);
     if (known != requests_.end() && known->second.shown == shown) {
@@ -88,7 +89,7 @@ void ReelPictures::cancelScrub(const QString& folder) {
 }
 
 void ReelPictures::drop(Kind kind, const QString& folder) {
-    const std::string name = nameOf(kind, folder);
+    const std::string name = nameOf(kind, QFile::encodeName(folder).toStdString());
     requests_.erase(name);
     lookups_.drop(name);
     makers_.drop(name);
@@ -96,7 +97,7 @@ void ReelPictures::drop(Kind kind, const QString& folder) {
 
 // Null when the job was cancelled or superseded.
 const ReelPictures::Request* ReelPictures::requestOf(const Job& job) const {
-    const auto found = requests_.find(nameOf(job.kind, job.folder));
+    const auto found = requests_.find(nameOf(job.kind, job.project.folder()));
     return found != requests_.end() && found->second.ticket == job.ticket ? &found->second : nullptr;
 }
 
@@ -125,13 +126,13 @@ void ReelPictures::make(const JobPtr& job, const PictureKey& key) {
             if (finish(*job, made)) keeper_.post([cache = cache_, key, made] { cache->store(key, made); });
         });
     };
-    makers_.push(nameOf(job->kind, job->folder), wanted->urgency, std::move(task));
+    makers_.push(nameOf(job->kind, job->project.folder()), wanted->urgency, std::move(task));
 }
 
 // Hands pictures out, none where they could not be made. False when nobody wants them any more.
 bool ReelPictures::finish(const Job& job, const QList<QImage>& pictures) {
     if (requestOf(job) == nullptr) return false;
-    requests_.erase(nameOf(job.kind, job.folder));
+    requests_.erase(nameOf(job.kind, job.project.folder()));
     const QString& folder = job.folder;
     if (job.kind == Kind::card) {
         pictures.isEmpty() ? emit cardFailed(folder) : emit cardReady(folder, pictures.first());

@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QString>
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
@@ -67,7 +68,7 @@ class ReelPictures : public QObject {
     struct Job;
     using JobPtr = std::shared_ptr<const Job>;
 
-    static std::string nameOf(Kind kind, const QString& folder);
+    static std::string nameOf(Kind kind, const std::filesystem::path& folder);
     void request(Kind kind, const Project& project);
     void drop(Kind kind, const QString& folder);
     const Request* requestOf(const Job& job) const;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "app/library/Library.h"
+#include "app/library/LibraryPictures.h"
 #include "app/library/ReelRegistrar.h"
 #include "app/library/ReelTrash.h"
 #include "tests/app/library/LibraryReels.h"
@@ -31,9 +32,10 @@ class LibraryModel : public ::testing::Test {
         fs::create_directory(root_);
     }
     Library& open(LibraryReader::Scan scan = scanLibrary, std::chrono::milliseconds diskTimeout = 8000ms) {
+        if (!maker_.card) maker_.card = [this](const Project& project) { cards_.push_back(project); };
         const Library::Seams seams{.preferences = preferences_,
                                    .folder = [this] { return LibraryFolder(root_); },
-                                   .pictures = {.card = [this](const Project& p) { cards_.push_back(p); }},
+                                   .pictures = maker_,
                                    .calendar = calendar_,
                                    .scan = std::move(scan)};
         library_ = std::make_unique<Library>(
@@ -71,6 +73,7 @@ class LibraryModel : public ::testing::Test {
     DayCalendar calendar_;
     std::vector<Toast> toasts_;
     std::vector<Project> cards_;
+    PictureMaker maker_;
     std::unique_ptr<Library> library_;
 };
 
@@ -95,6 +98,18 @@ TEST_F(LibraryModel, ListsSearchesAndRenames) {
     for (const char* name : {" \n ", "Renamed ✂️ reel", " Renamed ✂️ reel\n"})
         library.rename(folder("d/1"), name);
     EXPECT_TRUE(toasts_.empty());
+}
+
+// The library has not heard of the edit yet when it renames the reel.
+TEST_F(LibraryModel, RenamesWithoutTouchingWhatOthersHaveEdited) {
+    Project project = putReel(root_ / "d/1", "Old");
+    Library& library = open();
+    project.info.settings.padding = 0.2;
+    ASSERT_TRUE(project.save());
+    library.rename(folder("d/1"), "New");
+    ASSERT_TRUE(handleUntil([&] { return Project::load(root_ / "d/1")->info.name == "New"; }));
+    EXPECT_EQ(Project::load(root_ / "d/1")->info.settings.padding, 0.2);
+    EXPECT_TRUE(showsTheDisk());
 }
 
 TEST_F(LibraryModel, SaysThatARenamedReelCouldNotBeSaved) {
@@ -227,6 +242,15 @@ TEST_F(LibraryModel, ShowsWhatOthersChange) {
     fs::remove_all(root_);
     putReel(root_ / "f/1", "Back", 10);
     EXPECT_TRUE(handleUntil([&] { return names() == Names{"Back"}; }));
+}
+
+TEST_F(LibraryModel, FollowsManyChangesAtOnce) {
+    open();
+    for (int i = 0; i < 60; ++i) putReel(root_ / ("d" + std::to_string(i % 3)) / std::to_string(i), "", i);
+    EXPECT_TRUE(showsTheDisk());
+    for (int i = 0; i < 60; i += 2) fs::remove_all(root_ / ("d" + std::to_string(i % 3)) / std::to_string(i));
+    EXPECT_TRUE(showsTheDisk());
+    EXPECT_EQ(names().size(), 30U);
 }
 
 TEST_F(LibraryModel, FollowsARandomSequenceOfChangesFromOutside) {
@@ -426,6 +450,23 @@ TEST_F(LibraryModel, AsksForANewCardWhenTheEditorHasSaved) {
     EXPECT_FALSE(library.thumbnails()->thumbnail(folder("d/1")).isNull()) << "the old one stays meanwhile";
     EXPECT_EQ(library.project(folder("d/1"))->info.settings.padding, 0.2);
     EXPECT_NE(Project::load(root_ / "d/1")->info.settings.padding, 0.2) << "it is not written a second time";
+}
+
+TEST_F(LibraryModel, ShowsRealPictures) {
+    ASSERT_TRUE(test::makeReel(root_ / "d/1", {}));
+    ReelPictures pictures(nullptr, {});
+    maker_ = pictureMaker(pictures);
+    Library& library = open();
+    connectPictures(pictures, *library.thumbnails());
+    library.makeThumbnail(folder("d/1"));
+    library.loadScrubFrames(folder("d/1"));
+    const auto role = [&](int which) {
+        return library.reels()->data(library.reels()->index(0), which).toInt();
+    };
+    ASSERT_TRUE(
+        handleUntil([&] { return role(ReelList::PictureRole) > 0 && role(ReelList::ScrubRole) > 0; }));
+    EXPECT_EQ(library.thumbnails()->thumbnail(folder("d/1")).width(), 720);
+    EXPECT_EQ(library.thumbnails()->scrubFrames(folder("d/1")).size(), 12);
 }
 
 TEST_F(LibraryModel, ShowsWhatATakeHasBecome) {

@@ -123,6 +123,7 @@ class EditorModel : public QObject {
     ReelMaterial material_; // without the clicks, which the actions hold
     int firstInSight_ = 1;  // numbers of shots
     int lastInSight_ = 0;
+    bool showsEdge_ = false; // of a drag, instead of the playhead
     bool isOpen_ = false;
     bool hasLooked_ = false; // at the project file, since it was opened
     bool hasFailed_ = false;

@@ -265,7 +265,6 @@ TEST_F(ProjectSaverTest, AReelThatIsGoneIsNotMadeAgain) {
     ASSERT_TRUE(handleUntil([&] { return saving.saver.message() != "" && saving.saver.isReelGone(); }));
     EXPECT_TRUE(fs::is_empty(folder / "reel"));
     fs::remove(folder / "reel");
-
     fs::rename(folder / "elsewhere", folder / "reel"); // taken out of the Trash
     ASSERT_TRUE(handleUntil([&] {
         time.pass(50ms);

@@ -302,7 +302,8 @@ TEST_F(ProjectSaverTest, NothingIsTornBetweenTwoProcesses) {
     saving.saver.watch();
     saveElsewhere(saving.project, [](ProjectInfo& theirs) { theirs.settings.shadow = 0.25; });
     fs::copy(saving.project.infoURL(), folder / "theirs.json");
-    const std::string script = "while cp \"$1\" \"$2/b\" && mv \"$2/b\" \"$2/project.json\"; do :; done";
+    const std::string script =
+        "while [ ! -e \"$2/stop\" ]; do cp \"$1\" \"$2/b\"; mv \"$2/b\" \"$2/project.json\"; done";
     test::ChildProcess other({"sh", "-c", script, "sh", folder / "theirs.json", folder / "reel"});
     for (int i = 1; i <= 60; ++i) {
         saving.settings = saving.saver.newest().settings;
@@ -313,8 +314,8 @@ TEST_F(ProjectSaverTest, NothingIsTornBetweenTwoProcesses) {
             return saving.saver.state() != State::saving;
         }));
     }
-    other.signal(SIGKILL);
-    other.wait();
+    std::ofstream(folder / "reel" / "stop") << "";
+    EXPECT_EQ(other.wait(), 0);
     saving.setPadding(0.15);
     EXPECT_TRUE(saving.saver.close());
     EXPECT_EQ(onDisk(saving.project).settings.padding, 0.15);

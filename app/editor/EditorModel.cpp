@@ -158,6 +158,8 @@ void EditorModel::handleGone() {
 }
 
 void EditorModel::handleMaterial(ReelMaterial material) {
+    clickTimes_.clear();
+    for (const EventSample& click : material.clicks) clickTimes_.append(click.sourceTime());
     actions_.setClicks(std::exchange(material.clicks, {}));
     material_ = std::move(material);
     emit materialChanged();

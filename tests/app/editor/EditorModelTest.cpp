@@ -84,6 +84,7 @@ TEST_F(EditorModelTest, CanBeUsedFromItsFirstMoment) {
     model->actions()->autoShots(); // the clicks are not read yet
     EXPECT_EQ(model->edits()->shots()[0].kind, Shot::Kind::cut);
     ASSERT_TRUE(handleUntil([&] { return model->edits()->settings().zooms.size() == 1; }));
+    EXPECT_EQ(model->clickTimes(), QList<double>{8});
     EXPECT_TRUE(model->close());
     EXPECT_FALSE(player.isOpen);
     EXPECT_EQ(Project::load(project.folder())->info.settings, model->edits()->settings());

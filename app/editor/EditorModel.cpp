@@ -44,7 +44,7 @@ EditorModel::~EditorModel() {
 void EditorModel::connectParts() {
     connect(&edits_, &ReelEdits::changed, this, &EditorModel::handleChange);
     connect(&edits_, &ReelEdits::gestureChanged, this, [this] {
-        if (!edits_.isDragging()) playback_.showPlayhead();
+        if (!edits_.isDragging() && std::exchange(showsEdge_, false)) playback_.showPlayhead();
     });
     connect(&looks_, &LookChoice::hoveredChanged, this, [this] { showSettings(false); });
     connect(&playback_, &Playback::rested, this, &EditorModel::refreshLooks);
@@ -106,7 +106,9 @@ void EditorModel::showSettings(bool isOtherStructure) {
     const auto edge = edits_.draggedEdge();
     player_.setSettings(looks_.shown(), playback_.playerTime());
     if (isOtherStructure) playback_.keepRange();
-    if (edge) playback_.show(*edge);
+    if (!edge) return;
+    showsEdge_ = true;
+    playback_.show(*edge);
 }
 
 void EditorModel::setCardsInSight(int first, int last) {
@@ -156,6 +158,8 @@ void EditorModel::handleGone() {
 }
 
 void EditorModel::handleMaterial(ReelMaterial material) {
+    clickTimes_.clear();
+    for (const EventSample& click : material.clicks) clickTimes_.append(click.sourceTime());
     actions_.setClicks(std::exchange(material.clicks, {}));
     material_ = std::move(material);
     emit materialChanged();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <memory>
@@ -45,6 +46,7 @@ class EditorModel : public QObject {
     Q_PROPERTY(QString pointerNotice READ pointerNotice NOTIFY materialChanged FINAL)
     Q_PROPERTY(QString cameraNotice READ cameraNotice NOTIFY materialChanged FINAL)
     Q_PROPERTY(QString zoomsNotice READ zoomsNotice NOTIFY materialChanged FINAL)
+    Q_PROPERTY(QList<double> clickTimes READ clickTimes NOTIFY materialChanged FINAL)
 
   public:
     // `project` is the reel as the library has loaded it.
@@ -85,6 +87,7 @@ class EditorModel : public QObject {
     QString pointerNotice() const;
     QString cameraNotice() const;
     QString zoomsNotice() const;
+    QList<double> clickTimes() const { return clickTimes_; } // source seconds, once the events are read
 
   signals:
     void nameChanged();
@@ -120,9 +123,11 @@ class EditorModel : public QObject {
     MomentPictures pictures_;
     LookPreviews lookPreviews_;
 
+    QList<double> clickTimes_;
     ReelMaterial material_; // without the clicks, which the actions hold
     int firstInSight_ = 1;  // numbers of shots
     int lastInSight_ = 0;
+    bool showsEdge_ = false; // of a drag, instead of the playhead
     bool isOpen_ = false;
     bool hasLooked_ = false; // at the project file, since it was opened
     bool hasFailed_ = false;

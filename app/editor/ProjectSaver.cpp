@@ -64,7 +64,8 @@ ProjectSaver::ProjectSaver(const Project& project, const DelayTimers& timers, QO
       retry_(timers()),
       stall_(timers()),
       lookDelay_(timers()),
-      worker_(std::make_shared<Worker>(project, *this)) {}
+      worker_(std::make_shared<Worker>(project, *this)),
+      queue_(std::make_shared<BackgroundQueue>()) {}
 
 ProjectSaver::~ProjectSaver() {
     if (!isClosed_) close();
@@ -96,11 +97,8 @@ void ProjectSaver::saveNow() {
     isSaving_ = true;
     handedOver_ = newest_;
     if (!worker_->wish({newest_, ++ticket_})) {
-        stall_->start(kStall, [this] {
-            setFailure(ETIMEDOUT);
-            updateState();
-        });
-        queue_.post([worker = worker_, this] {
+        awaitDisk();
+        queue_->post([worker = worker_, queue = queue_, this] {
             // The calls run on the saver's thread, and only while there is a saver.
             while (auto wanted = worker->next())
                 worker->post([this, ticket = wanted->ticket, outcome = worker->file.save(wanted->info)] {
@@ -111,9 +109,16 @@ void ProjectSaver::saveNow() {
     updateState();
 }
 
+void ProjectSaver::awaitDisk() {
+    stall_->start(kStall, [this] {
+        setFailure(ETIMEDOUT);
+        updateState();
+    });
+}
+
 void ProjectSaver::finishSave(int ticket, const Outcome& outcome) {
     isSaving_ = ticket != ticket_;
-    if (!isSaving_) stall_->stop();
+    isSaving_ ? awaitDisk() : stall_->stop();
     if (!outcome) {
         setIsReelGone(outcome.error().nativeCode == ENOENT);
         setFailure(outcome.error().nativeCode);
@@ -182,7 +187,7 @@ void ProjectSaver::scheduleLook() {
 
 void ProjectSaver::look() {
     isLooking_ = true;
-    queue_.post([worker = worker_, this] {
+    queue_->post([worker = worker_, this] {
         worker->post([this, outcome = worker->file.look()] { finishLook(outcome); });
     });
 }
@@ -205,15 +210,16 @@ void ProjectSaver::finishLook(const Outcome& outcome) {
 // not wait for it.
 void ProjectSaver::watchFile() {
     if (!watcher_) {
-        looksAgain_ = true; // for what happened since the look that has just ended began
         watcher_ = std::make_unique<QFileSystemWatcher>();
         connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, this, &ProjectSaver::scheduleLook);
         connect(watcher_.get(), &QFileSystemWatcher::fileChanged, this, &ProjectSaver::scheduleLook);
     }
-    watcher_->addPath(pathOf(project_.folder().parent_path()));
-    if (isReelGone_) return;
-    watcher_->addPath(pathOf(project_.folder()));
-    watcher_->addPath(pathOf(project_.infoURL()));
+    bool isNew = watcher_->addPath(pathOf(project_.folder().parent_path()));
+    if (!isReelGone_) {
+        isNew |= watcher_->addPath(pathOf(project_.folder()));
+        isNew |= watcher_->addPath(pathOf(project_.infoURL()));
+    }
+    looksAgain_ |= isNew; // for what happened between the last look and now
 }
 
 bool ProjectSaver::close(std::chrono::milliseconds timeout) {
@@ -221,7 +227,7 @@ bool ProjectSaver::close(std::chrono::milliseconds timeout) {
     lookDelay_->stop();
     saveNow();
     isClosed_ = true;
-    if (queue_.waitUntilIdle(timeout)) QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    if (queue_->waitUntilIdle(timeout)) QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     return !isUnsaved() && !isSaving_;
 }
 

@@ -77,6 +77,7 @@ class ProjectSaver : public QObject {
 
     bool isUnsaved() const { return newest_ != onDisk_; }
     void schedule();
+    void awaitDisk();
     void scheduleLook();
     void look();
     void watchFile();
@@ -108,7 +109,7 @@ class ProjectSaver : public QObject {
     std::unique_ptr<DelayTimer> lookDelay_;
     std::unique_ptr<QFileSystemWatcher> watcher_; // null while nothing is watched
     std::shared_ptr<Worker> worker_;              // shared with the thread
-    BackgroundQueue queue_;
+    std::shared_ptr<BackgroundQueue> queue_;      // shared with the saves that it has not carried out
 };
 
 } // namespace glintro

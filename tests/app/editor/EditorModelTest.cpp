@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "app/editor/EditorModel.h"
+#include "app/editor/ReelNotices.h"
 #include "app/pictures/Moments.h"
 #include "core/base/FileIO.h"
 #include "tests/app/editor/ManualTime.h"
@@ -83,6 +84,7 @@ TEST_F(EditorModelTest, CanBeUsedFromItsFirstMoment) {
     model->actions()->autoShots(); // the clicks are not read yet
     EXPECT_EQ(model->edits()->shots()[0].kind, Shot::Kind::cut);
     ASSERT_TRUE(handleUntil([&] { return model->edits()->settings().zooms.size() == 1; }));
+    EXPECT_EQ(model->clickTimes(), QList<double>{8});
     EXPECT_TRUE(model->close());
     EXPECT_FALSE(player.isOpen);
     EXPECT_EQ(Project::load(project.folder())->info.settings, model->edits()->settings());
@@ -93,32 +95,20 @@ TEST_F(EditorModelTest, SaysWhatAReelLacks) {
         const char* name;
         std::function<void(const Project&)> make;
         bool hasCamera;
-        const char* pointer;
-        const char* camera;
-        const char* zooms;
+        std::string_view pointer;
+        std::string_view camera;
+        std::string_view zooms;
     };
-    constexpr const char* kNoCamera =
-        "No camera in this recording. Turn the camera on in the recording capsule to add a bubble of "
-        "yourself "
-        "next time.";
-    constexpr const char* kNoPointer =
-        "This video has no pointer data, so there’s no cursor to redraw. Recordings made in Glintro include "
-        "it.";
-    constexpr const char* kNoClicks = "No clicks were recorded. Press Z on a shot to zoom it.";
+    using namespace notice;
     const auto write = [](const RecordingEvents& events) {
         return [events](const Project& p) { EXPECT_TRUE(writeEvents(events, p.eventsURL())); };
     };
     const Row rows[] = {
-        {"imported", write({}), false, kNoPointer, kNoCamera, kNoClicks},
-        {"without events", [](auto&) {}, false, kNoPointer, kNoCamera, kNoClicks},
+        {"imported", write({}), false, kNoPointerData, kNoCamera, kNoClicks},
+        {"without events", [](auto&) {}, false, kNoPointerData, kNoCamera, kNoClicks},
         {"events damaged", [](auto& p) { EXPECT_TRUE(writeFile(p.eventsURL(), "{")); }, false,
-         "The recorded pointer and clicks (events.json) can’t be read, so they are left out.", kNoCamera,
-         kNoClicks},
-        {"whole", write({.cursor = {{{0, 0, 0}}}, .clicks = {{{1, 0, 0}}}}), true, "",
-         "This reel’s camera file (camera.mov) is missing, so the bubble can’t be shown. Everything else "
-         "still "
-         "renders.",
-         ""},
+         kEventsUnreadable, kNoCamera, kNoClicks},
+        {"whole", write({.cursor = {{{0, 0, 0}}}, .clicks = {{{1, 0, 0}}}}), true, "", kCameraMissing, ""},
     };
     for (const Row& row : rows) {
         const Project project = reelOf(row.name, row.hasCamera);
@@ -129,14 +119,6 @@ TEST_F(EditorModelTest, SaysWhatAReelLacks) {
         EXPECT_EQ(model->zoomsNotice().toStdString(), row.zooms) << row.name;
         EXPECT_EQ(model->failure(), "");
     }
-}
-
-TEST_F(EditorModelTest, ARecordingThatCannotBeOpenedIsSaid) {
-    const auto model = open(reelOf("reel"));
-    emit player.failed("whatever the player says");
-    EXPECT_EQ(model->failure().toStdString(), "This recording couldn’t be opened");
-    EXPECT_EQ(model->failureAdvice().toStdString(),
-              "Check that the file still exists, then go back to the library and open it again.");
 }
 
 TEST_F(EditorModelTest, ThePlayerShowsTheDraggedEdgeAndThenThePlayheadAgain) {
@@ -155,15 +137,6 @@ TEST_F(EditorModelTest, ThePlayerShowsTheDraggedEdgeAndThenThePlayheadAgain) {
     model->actions()->cutShot(1);
     EXPECT_EQ(player.settingsAt, 2);
     EXPECT_EQ(player.shown.cuts.size(), 1u);
-}
-
-TEST_F(EditorModelTest, AHoveredLookIsNotSaved) {
-    const auto model = open(reelOf("reel"));
-    model->looks()->hover("Paper");
-    EXPECT_EQ(player.shown.background, BackgroundKind::solid);
-    EXPECT_EQ(model->saver()->state(), ProjectSaver::State::saved);
-    model->looks()->hover("");
-    EXPECT_EQ(player.shown, ProjectSettings());
 }
 
 TEST_F(EditorModelTest, ChangesFromElsewhereAreOneStepAndSaid) {

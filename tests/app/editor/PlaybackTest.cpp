@@ -67,17 +67,6 @@ TEST(PlaybackTest, ThePlayheadFollowsThePlayerToTheEnd) {
     EXPECT_EQ(parts.playhead(), 12);
 }
 
-// The movie takes its time to open; what was pressed meanwhile holds.
-TEST(PlaybackTest, PlayPressedWhileOpeningIsNotLost) {
-    EditParts parts(20);
-    parts.playback.togglePlay();
-    parts.player.isPlaying = false; // it had nothing to play
-    emit parts.player.opened();
-    EXPECT_TRUE(parts.player.isPlaying);
-    emit parts.player.failed("");
-    EXPECT_FALSE(parts.playback.clock()->isPlaying());
-}
-
 TEST(PlaybackTest, StepsGoFromFrameToFrameOfTheReel) {
     struct Row {
         double frame; // of the reel's 420

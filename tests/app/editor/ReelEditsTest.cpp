@@ -196,12 +196,12 @@ TEST(ReelEditsTest, ADragThatIsTakenBackLeavesNoTraceAndKeepsWhatCanBeRedone) {
 TEST(ReelEditsTest, AHeldSliderIsOneStepThatAnotherEditEnds) {
     EditParts parts(kDuration);
     parts.edits.beginGesture();
-    for (const double value : {0.01, 0.02, 0.03}) parts.edits.apply([=](auto& s) { s.padding = value; });
+    for (const double value : {0.01, 0.02, 0.03}) parts.edits.apply([=](auto& s) { s.padding += value; });
     EXPECT_FALSE(parts.edits.canUndo());
     parts.edits.edit([](auto& s) { s.shadow = 0; });
     EXPECT_EQ(parts.edits.history().undoCount(), 2u);
     parts.edits.undo();
-    EXPECT_EQ(parts.settings().padding, 0.03);
+    EXPECT_EQ(parts.settings().padding, 0.075 + 0.03); // each in place of the one before
     parts.edits.undo();
     EXPECT_EQ(parts.settings(), ProjectSettings());
     parts.edits.beginGesture();

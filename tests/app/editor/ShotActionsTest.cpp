@@ -135,19 +135,6 @@ TEST(ShotActionsTest, ZoomsFromClicksWaitForTheClicksAndRepeatWithoutAStep) {
                 "Undo");
 }
 
-TEST(ShotActionsTest, TrimsAreStepsOfTheirOwn) {
-    EditParts parts(20);
-    parts.playback.seek(3);
-    parts.actions.trimStartHere();
-    parts.playback.seek(17);
-    parts.actions.trimEndHere();
-    EXPECT_EQ(parts.settings().trimStart, 3);
-    EXPECT_EQ(parts.settings().trimEnd, 17);
-    parts.actions.clearTrim();
-    EXPECT_EQ(parts.settings(), ProjectSettings());
-    EXPECT_EQ(parts.edits.history().undoCount(), 3u);
-}
-
 // A slider that comes by a neighbour's scale must not leave it merged with the neighbour.
 TEST(ShotActionsTest, AHeldZoomSliderIsJudgedFromWhereItBegan) {
     ProjectSettings settings;

@@ -114,16 +114,17 @@ Result<void> updateProject(const fs::path& folder, const std::function<Result<vo
     const auto deadline = Clock::now() + kLongestWait;
     const fs::path file = Project(folder, {}).infoURL();
     while (Clock::now() < deadline) {
-        const auto locked = LockedFile::lock(file, deadline);
-        if (!locked) return std::unexpected(withReason(locked.error()));
-        if (!*locked) break;
+        const auto result = LockedFile::lock(file, deadline);
+        if (!result) return std::unexpected(withReason(result.error()));
+        const std::optional<LockedFile>& locked = *result;
+        if (!locked) break;
         auto project = Project::load(folder);
         if (!project)
             return failure(fmt::format("The project file of “{}” can’t be read any more.", folder.string()));
         const ProjectInfo before = project->info;
         if (auto changed = change(project->info); !changed) return changed;
         if (project->info == before) return {};
-        const auto replaced = replace(*project, (*locked)->state());
+        const auto replaced = replace(*project, locked->state());
         if (!replaced) return std::unexpected(withReason(replaced.error()));
         if (*replaced) return {};
     }

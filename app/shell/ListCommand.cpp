@@ -56,6 +56,7 @@ class LibraryReport {
 
 std::vector<DayGroup> LibraryReport::days() const {
     std::vector<Timestamp> created;
+    created.reserve(content_.reels.size());
     for (const ListedReel& reel : content_.reels) created.push_back(reel.project.info.created);
     return dayGroups(created, calendar_);
 }

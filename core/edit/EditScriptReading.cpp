@@ -228,7 +228,7 @@ Result<EditScript> EditScript::parse(std::span<const std::string> words) {
             return failure(fmt::format("“{}” is not an operation. They are {}.", words.front(), formNames()));
         Values values(form->usage, words.subspan(1));
         EditOperation operation = form->read(values);
-        if (values.refusal()) return failure(*values.refusal());
+        if (const auto& refusal = values.refusal()) return failure(*refusal);
         const std::size_t count = 1 + values.count();
         script.steps_.push_back({joined(words.first(count)), std::move(operation)});
         words = words.subspan(count);

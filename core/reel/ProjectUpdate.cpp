@@ -4,6 +4,8 @@
 #include <chrono>
 #include <cstring>
 #include <optional>
+#include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -22,6 +24,7 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto kLongestWait = std::chrono::seconds(20); // for other processes; a save takes well under one
+constexpr auto kAbandoned = std::chrono::minutes(10);
 constexpr auto kRetry = std::chrono::milliseconds(5);
 
 Failure busyFailure(const fs::path& folder) {
@@ -87,6 +90,20 @@ Result<std::optional<LockedFile>> LockedFile::lock(const fs::path& file, Clock::
     }
 }
 
+// A process that was killed while it wrote has left its file. A younger one may still be written, by somebody
+// without the lock.
+void removeAbandonedFiles(const fs::path& folder) {
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (!name.starts_with('.') || !name.ends_with(".partial.json")) continue;
+        std::error_code ignored;
+        const auto written = entry->last_write_time(ignored);
+        if (!ignored && fs::file_time_type::clock::now() - written > kAbandoned)
+            fs::remove(entry->path(), ignored);
+    }
+}
+
 // False when the file is no longer the one that was read.
 Result<bool> replace(const Project& project, const FileState& read) {
     const auto text = encodeProjectInfo(project.info);
@@ -97,6 +114,7 @@ Result<bool> replace(const Project& project, const FileState& read) {
     if (auto synced = file->sync(); !synced) return std::unexpected(synced.error());
     if (stateOf(project.infoURL()) != read) return false;
     if (auto committed = file->commit(); !committed) return std::unexpected(committed.error());
+    removeAbandonedFiles(project.folder());
     return true;
 }
 
@@ -114,16 +132,17 @@ Result<void> updateProject(const fs::path& folder, const std::function<Result<vo
     const auto deadline = Clock::now() + kLongestWait;
     const fs::path file = Project(folder, {}).infoURL();
     while (Clock::now() < deadline) {
-        const auto locked = LockedFile::lock(file, deadline);
-        if (!locked) return std::unexpected(withReason(locked.error()));
-        if (!*locked) break;
+        const auto result = LockedFile::lock(file, deadline);
+        if (!result) return std::unexpected(withReason(result.error()));
+        const std::optional<LockedFile>& locked = *result;
+        if (!locked) break;
         auto project = Project::load(folder);
         if (!project)
             return failure(fmt::format("The project file of “{}” can’t be read any more.", folder.string()));
         const ProjectInfo before = project->info;
         if (auto changed = change(project->info); !changed) return changed;
         if (project->info == before) return {};
-        const auto replaced = replace(*project, (*locked)->state());
+        const auto replaced = replace(*project, locked->state());
         if (!replaced) return std::unexpected(withReason(replaced.error()));
         if (*replaced) return {};
     }

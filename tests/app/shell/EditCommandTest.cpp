@@ -183,6 +183,10 @@ TEST_F(EditCommandTest, KeepsWhatOtherProcessesEditMeanwhile) {
 
 TEST_F(EditCommandTest, AppliesTheChangeAgainWhenSomebodySavedMeanwhile) {
     const Project reel = put("a", "Demo");
+    const fs::path abandoned = reel.folder() / ".ABCD.partial.json";
+    const fs::path young = reel.folder() / ".EF01.partial.json";
+    for (const fs::path& file : {abandoned, young}) writeText(file, "{");
+    fs::last_write_time(abandoned, fs::file_time_type::clock::now() - std::chrono::minutes(11));
     int calls = 0;
     const auto done = updateProject(reel.folder(), [&](ProjectInfo& info) -> Result<void> {
         if (++calls == 1) change(reel, [](ProjectInfo& saved) { saved.settings.padding = 0.15; });
@@ -193,6 +197,8 @@ TEST_F(EditCommandTest, AppliesTheChangeAgainWhenSomebodySavedMeanwhile) {
     EXPECT_EQ(calls, 2);
     EXPECT_EQ(Project::load(reel.folder())->info.name, "Changed");
     EXPECT_EQ(Project::load(reel.folder())->info.settings.padding, 0.15);
+    EXPECT_FALSE(fs::exists(abandoned));
+    EXPECT_TRUE(fs::exists(young));
 }
 
 TEST_F(EditCommandTest, SaysWhyItCannotSave) {

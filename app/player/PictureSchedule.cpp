@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "app/player/Transport.h"
+
 namespace glintro {
 namespace {
 

@@ -10,6 +10,8 @@ target_include_directories(glintro_options INTERFACE ${PROJECT_SOURCE_DIR})
 # No contraction of a * b + c: results must not depend on the machine a reel is rendered on.
 target_compile_options(glintro_options INTERFACE
     -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -ffp-contract=off -fno-math-errno
+    # In a unity build a source is an included file, for which GCC warns of types that the including file might define differently.
+    $<$<BOOL:${CMAKE_UNITY_BUILD}>:-Wno-subobject-linkage>
     $<$<BOOL:${GLINTRO_WERROR}>:-Werror>)
 if(GLINTRO_SANITIZE)
     target_compile_options(glintro_options INTERFACE
@@ -100,6 +102,7 @@ function(glintro_test name)
     cmake_parse_arguments(TEST "" "" "SOURCES;USES" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
     glintro_quick_to_compile(${name})
+    set_target_properties(${name} PROPERTIES UNITY_BUILD OFF)
     target_link_libraries(${name} PRIVATE glintro_options ${TEST_USES} GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()

@@ -100,13 +100,13 @@ void pause(ScriptWriter& writer) {
     writer.rest(1.6, 2.0);
 }
 
-using Scene = void (*)(ScriptWriter&);
-constexpr std::array<Scene, 4> kOpening{addOwnTask, pause, moveCard, filterBoard};
-constexpr std::array<Scene, 6> kScenes{addTask, moveCard, filterBoard, talk, searchBoard, pickCard};
+using Act = void (*)(ScriptWriter&);
+constexpr std::array<Act, 4> kOpening{addOwnTask, pause, moveCard, filterBoard};
+constexpr std::array<Act, 6> kScenes{addTask, moveCard, filterBoard, talk, searchBoard, pickCard};
 
 // The scenes of one round in an order of its own, each once.
-std::vector<Scene> shuffled(Random& random) {
-    std::vector<Scene> scenes(kScenes.begin(), kScenes.end());
+std::vector<Act> shuffled(Random& random) {
+    std::vector<Act> scenes(kScenes.begin(), kScenes.end());
     for (int i = static_cast<int>(scenes.size()) - 1; i > 0; --i) {
         std::swap(scenes[static_cast<std::size_t>(i)], scenes[static_cast<std::size_t>(random.index(i + 1))]);
     }
@@ -114,8 +114,8 @@ std::vector<Scene> shuffled(Random& random) {
 }
 
 // Adds those of the scenes that still fit.
-void play(std::span<const Scene> scenes, Seconds end, ScriptWriter& writer) {
-    for (const Scene scene : scenes) {
+void play(std::span<const Act> scenes, Seconds end, ScriptWriter& writer) {
+    for (const Act scene : scenes) {
         ScriptWriter attempt = writer;
         scene(attempt);
         if (attempt.now() <= end) writer = std::move(attempt);

@@ -29,6 +29,8 @@ class FileDescriptor {
     int value_;
 };
 
+inline constexpr unsigned kNewFileMode = 0666; // of new files, less the user's umask
+
 struct RegularFile {
     FileDescriptor descriptor;
     std::size_t size = 0; // bytes, when it was opened

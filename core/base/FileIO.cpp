@@ -15,8 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kNewFileMode = 0666; // less the user's umask
-
 std::unexpected<Failure> systemFailure(const char* verb, const fs::path& file, int code) {
     return failure(fmt::format("Couldn’t {} “{}”.", verb, file.filename().string()),
                    fmt::format("{}: {}", file.string(), std::strerror(code)), code);

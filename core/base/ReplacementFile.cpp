@@ -17,7 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr mode_t kNewFileMode = 0666; // less the user's umask
 constexpr mode_t kOwnerOnly = 0600;
 constexpr int kLongestLinkChain = 40; // as the kernel has it
 

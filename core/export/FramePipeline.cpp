@@ -106,7 +106,7 @@ class Pump {
         while (const auto slot = toDraw_.pop()) {
             Slot& work = **slot;
             work.picture = pool_.acquire();
-            job_.renderer.draw(work.frame.plan, work.frame.screen.get(), work.frame.camera.get(),
+            job_.renderer.draw(work.frame.plan, work.frame.screen.get(), work.frame.webcam.get(),
                                *work.picture, scratch);
             work.frame = {};
             work.done.release();

@@ -56,7 +56,7 @@ Bubble::Bubble(PixelLayout layout, PixelSize canvas, const BubblePlan& plan)
       picture_(Mask::roundedRect(layout, evenBox(grown(squareOf(plan), 1), canvas), squareOf(plan),
                                  plan.radius)) {}
 
-void Bubble::draw(const Picture& camera, PictureBuffer& canvas, Resampler& resampler,
+void Bubble::draw(const Picture& webcam, PictureBuffer& canvas, Resampler& resampler,
                   PictureBuffer& square) const {
     fill(canvas, shadow_, planeColour(canvas.layout(), 0, 0, 0));
     fill(canvas, ring_, planeColour(canvas.layout(), 1, 1, 1));
@@ -66,10 +66,10 @@ void Bubble::draw(const Picture& camera, PictureBuffer& canvas, Resampler& resam
     const PixelSize size{box.width, box.height};
     if (square.size() != size || square.layout() != canvas.layout())
         square = PictureBuffer(canvas.layout(), size);
-    const double side = std::min(camera.size.width, camera.size.height);
+    const double side = std::min(webcam.size.width, webcam.size.height);
     const auto diameter = static_cast<double>(plan_.diameter);
-    samplePicture(camera, {(camera.size.width - side) / 2, side, plan_.origin.x - box.x, diameter},
-                  {(camera.size.height - side) / 2, side, plan_.origin.y - box.y, diameter}, square,
+    samplePicture(webcam, {(webcam.size.width - side) / 2, side, plan_.origin.x - box.x, diameter},
+                  {(webcam.size.height - side) / 2, side, plan_.origin.y - box.y, diameter}, square,
                   {0, 0, box.width, box.height}, resampler);
     for (int i = 0; i < 3; ++i)
         blendMasked(canvas.plane(i).crop(planeArea(canvas.layout(), i, box)), std::as_const(square).plane(i),

@@ -6,14 +6,14 @@
 
 namespace glintro {
 
-// The camera bubble of one canvas: the presenter's picture in a circle or rounded square, a white ring around
+// The webcam bubble of one canvas: the presenter's picture in a circle or rounded square, a white ring around
 // it and a shadow below. Holds the masks, which do not change from frame to frame.
 class Bubble {
   public:
     Bubble(PixelLayout layout, PixelSize canvas, const BubblePlan& plan);
 
-    // Draws the central square of the camera's picture. `square` is memory kept by the caller between frames.
-    void draw(const Picture& camera, PictureBuffer& canvas, Resampler& resampler,
+    // Draws the central square of the webcam's picture. `square` is memory kept by the caller between frames.
+    void draw(const Picture& webcam, PictureBuffer& canvas, Resampler& resampler,
               PictureBuffer& square) const;
 
   private:

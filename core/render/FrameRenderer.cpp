@@ -81,15 +81,15 @@ FrameRenderer::FrameRenderer(ProjectSettings settings, Size sourceSize, Recordin
         framing) {}
 
 std::shared_ptr<const FrameRenderer> FrameRenderer::with(ProjectSettings settings) const {
-    auto camera = zoomCamera_;
+    auto zoomCamera = zoomCamera_;
     const bool isSmoothedAlike = settings.cursorSmoothing == settings_.cursorSmoothing;
     if (!isSmoothedAlike || !sameZooms(settings, settings_)) {
         const PointerPaths& paths = zoomCamera_->paths();
-        camera = std::make_shared<const ZoomCamera>(
+        zoomCamera = std::make_shared<const ZoomCamera>(
             settings, isSmoothedAlike ? paths : paths.smoothed(*source_.events, settings.cursorSmoothing));
     }
     return std::shared_ptr<const FrameRenderer>(
-        new FrameRenderer(std::move(settings), source_, framing_, std::move(camera), lastLayers()));
+        new FrameRenderer(std::move(settings), source_, framing_, std::move(zoomCamera), lastLayers()));
 }
 
 std::shared_ptr<const FrameRenderer> FrameRenderer::with(std::shared_ptr<const BgraImage> wallpaper) const {

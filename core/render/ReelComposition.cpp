@@ -10,7 +10,7 @@ Result<ReelComposition> ReelComposition::build(const Project& project, const Pro
     const MovieProperties properties = (*screen)->properties();
 
     ReelComposition reel{.screen = std::move(*screen),
-                         .camera = nullptr,
+                         .webcam = nullptr,
                          .cameraOffset = project.info.cameraOffset,
                          .audio = project.rawURL(),
                          .hasAudio = properties.hasAudio,
@@ -18,7 +18,7 @@ Result<ReelComposition> ReelComposition::build(const Project& project, const Pro
                          .sourceSize = {static_cast<double>(properties.naturalSize.width),
                                         static_cast<double>(properties.naturalSize.height)}};
     if (project.cameraAvailable()) {
-        if (auto camera = MovieReader::open(project.cameraURL())) reel.camera = std::move(*camera);
+        if (auto webcam = MovieReader::open(project.cameraURL())) reel.webcam = std::move(*webcam);
     }
     return reel;
 }

@@ -14,14 +14,14 @@ namespace glintro {
 // their moments the finished reel shows when.
 struct ReelComposition {
     std::unique_ptr<MovieReader> screen;
-    std::unique_ptr<MovieReader> camera; // null when the reel has none that can be read
-    Seconds cameraOffset = 0;            // camera time = source time - offset
+    std::unique_ptr<MovieReader> webcam; // null when the reel has none that can be read
+    Seconds cameraOffset = 0;            // webcam time = source time - offset
     std::filesystem::path audio;         // the movie whose sound plays, when hasAudio
     bool hasAudio = false;
     TimeMap map;
     Size sourceSize; // of the screen movie, pixels
 
-    // Fails where the screen movie cannot be read. A camera movie that is missing or broken is left out.
+    // Fails where the screen movie cannot be read. A webcam movie that is missing or broken is left out.
     [[nodiscard]] static Result<ReelComposition> build(const Project& project,
                                                        const ProjectSettings& settings);
 };

@@ -9,7 +9,7 @@ namespace glintro {
 struct ReelFrame {
     FramePlan plan;
     PicturePtr screen;
-    PicturePtr camera; // null: no bubble in this frame
+    PicturePtr webcam; // null: no bubble in this frame
     bool operator==(const ReelFrame&) const = default;
 };
 
@@ -21,11 +21,11 @@ class ReelCompositor {
     ReelCompositor(ReelComposition& reel, const FrameRenderer& renderer, PixelSize canvas)
         : reel_(reel), renderer_(renderer), canvas_(canvas) {}
 
-    // Fails where the screen movie cannot be read. A camera movie that turns out to be broken is left out.
+    // Fails where the screen movie cannot be read. A webcam movie that turns out to be broken is left out.
     [[nodiscard]] Result<ReelFrame> frameAt(Seconds compositionTime);
 
   private:
-    PicturePtr cameraAt(Seconds sourceTime);
+    PicturePtr webcamAt(Seconds sourceTime);
 
     ReelComposition& reel_;
     const FrameRenderer& renderer_;

@@ -17,8 +17,8 @@ BgraImage Still::render(const SourceFrame& frame, const RecordingEvents& events,
                       static_cast<double>(frame.screen->size.height)};
     const FrameRenderer renderer(settings, source, events, std::move(wallpaper), framing);
     const PixelSize canvas = outputSize(settings.aspect, source, LongSide{static_cast<double>(longSide)});
-    const Picture* camera = settings.showCamera ? frame.camera.get() : nullptr;
-    return renderer.render(frame.screen.get(), camera, frame.time, canvas);
+    const Picture* webcam = settings.showCamera ? frame.webcam.get() : nullptr;
+    return renderer.render(frame.screen.get(), webcam, frame.time, canvas);
 }
 
 Result<BgraImage> Still::render(const Project& project, Seconds at, int longSide,

@@ -29,14 +29,14 @@ Result<std::unique_ptr<StillSource>> StillSource::open(Project project, EventsRe
         new StillSource(std::move(project), std::move(*screen), std::move(readEvents)));
 }
 
-PicturePtr StillSource::cameraFrame(const StillRequest& request, Seconds sourceTime) {
-    if (!std::exchange(hasTriedCamera_, true)) {
+PicturePtr StillSource::webcamFrame(const StillRequest& request, Seconds sourceTime) {
+    if (!std::exchange(hasTriedWebcam_, true)) {
         auto movie = MovieReader::open(project_.cameraURL(), MovieReader::Access::single);
-        if (movie) camera_ = *std::move(movie);
+        if (movie) webcam_ = *std::move(movie);
     }
-    const Seconds cameraTime = sourceTime - project_.info.cameraOffset;
-    if (!camera_ || cameraTime < 0 || cameraTime >= camera_->properties().duration) return nullptr;
-    auto frame = camera_->frame({cameraTime, FrameTolerance::nearby, request.maxSide, request.stop});
+    const Seconds webcamTime = sourceTime - project_.info.cameraOffset;
+    if (!webcam_ || webcamTime < 0 || webcamTime >= webcam_->properties().duration) return nullptr;
+    auto frame = webcam_->frame({webcamTime, FrameTolerance::nearby, request.maxSide, request.stop});
     return frame ? frame->picture : nullptr;
 }
 
@@ -44,14 +44,14 @@ Result<SourceFrame> StillSource::grab(const StillRequest& request) {
     const Seconds time =
         std::min(std::max(request.at, 0.0), std::max(project_.info.duration - kEndMargin, 0.0));
     // Both movies decode at the same time: somebody waits for this frame.
-    std::future<PicturePtr> camera;
+    std::future<PicturePtr> webcam;
     if (request.camera == CameraUse::with && project_.cameraAvailable())
-        camera = std::async(std::launch::async, [&] { return cameraFrame(request, time); });
+        webcam = std::async(std::launch::async, [&] { return webcamFrame(request, time); });
     auto screen = screen_->frame({time, request.tolerance, request.maxSide, request.stop});
-    PicturePtr cameraPicture = camera.valid() ? camera.get() : nullptr;
+    PicturePtr webcamPicture = webcam.valid() ? webcam.get() : nullptr;
     if (!screen) return std::unexpected(screen.error());
     if (request.stop.stop_requested()) return std::unexpected(Failure::cancelled());
-    return SourceFrame{screen->picture, std::move(cameraPicture), time};
+    return SourceFrame{screen->picture, std::move(webcamPicture), time};
 }
 
 // The last renderer, or one that shares with it what stayed the same.
@@ -79,8 +79,8 @@ BgraImage StillSource::draw(const SourceFrame& frame, const ProjectSettings& set
                             std::shared_ptr<const BgraImage> wallpaper, Framing framing) {
     const PixelSize source = frame.screen->size;
     const FrameRenderer& renderer = rendererFor(settings, source, std::move(wallpaper), framing);
-    const Picture* camera = settings.showCamera ? frame.camera.get() : nullptr;
-    return renderer.render(frame.screen.get(), camera, frame.time, canvasOf(settings, source, longSide));
+    const Picture* webcam = settings.showCamera ? frame.webcam.get() : nullptr;
+    return renderer.render(frame.screen.get(), webcam, frame.time, canvasOf(settings, source, longSide));
 }
 
 Result<BgraImage> StillSource::still(const StillRequest& request, const ProjectSettings& settings,

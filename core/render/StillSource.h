@@ -14,7 +14,7 @@ namespace glintro {
 // The recording at one moment, as it was filmed.
 struct SourceFrame {
     PicturePtr screen;
-    PicturePtr camera; // null when the reel has none at this time
+    PicturePtr webcam; // null when the reel has none at this time
     Seconds time = 0;  // the source time that was asked for, moved into the recording
 };
 
@@ -23,7 +23,7 @@ enum class CameraUse { without, with };
 struct StillRequest {
     Seconds at = 0; // source time; moved into the recording where it lies outside
     CameraUse camera = CameraUse::without;
-    // Of the screen's frame. The camera's is always a nearby one.
+    // Of the screen's frame. The webcam's is always a nearby one.
     FrameTolerance tolerance = FrameTolerance::nearby;
     int maxSide = 0; // the longer side of the pictures is at most so many pixels; 0: as recorded
     std::stop_token stop = {};
@@ -41,7 +41,7 @@ class StillSource {
     [[nodiscard]] static Result<std::unique_ptr<StillSource>> open(Project project,
                                                                    EventsReader readEvents = {});
 
-    // A camera's frame that cannot be had is left out.
+    // A webcam frame that cannot be had is left out.
     [[nodiscard]] Result<SourceFrame> grab(const StillRequest& request);
 
     // Draws a grabbed frame on the canvas that has the given long side, as an export would. From one call to
@@ -59,14 +59,14 @@ class StillSource {
   private:
     StillSource(Project project, std::unique_ptr<MovieReader> screen, EventsReader readEvents)
         : project_(std::move(project)), screen_(std::move(screen)), readEvents_(std::move(readEvents)) {}
-    PicturePtr cameraFrame(const StillRequest& request, Seconds sourceTime);
+    PicturePtr webcamFrame(const StillRequest& request, Seconds sourceTime);
     const FrameRenderer& rendererFor(const ProjectSettings& settings, PixelSize source,
                                      std::shared_ptr<const BgraImage> wallpaper, Framing framing);
 
     Project project_;
     std::unique_ptr<MovieReader> screen_;
-    std::unique_ptr<MovieReader> camera_; // opened at the first use; null when it cannot be read
-    bool hasTriedCamera_ = false;
+    std::unique_ptr<MovieReader> webcam_; // opened at the first use; null when it cannot be read
+    bool hasTriedWebcam_ = false;
 
     EventsReader readEvents_;
     std::shared_ptr<const RecordingEvents> events_; // null until they are needed first

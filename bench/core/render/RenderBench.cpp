@@ -12,14 +12,14 @@ constexpr PixelSize kCanvas{1920, 1080};
 
 void draw(benchmark::State& state, const ProjectSettings& settings, Framing framing, PixelSize canvas) {
     const PicturePtr screen = page({2560, 1600});
-    const PicturePtr camera = page({1280, 720});
+    const PicturePtr webcam = page({1280, 720});
     const FrameRenderer renderer(settings, {2560, 1600}, movingPointer(), nullptr, framing);
     PictureBuffer frame(PixelLayout::yuv420, canvas);
     DrawScratch scratch;
-    renderer.draw(renderer.plan(0, canvas), screen.get(), camera.get(), frame, scratch);
+    renderer.draw(renderer.plan(0, canvas), screen.get(), webcam.get(), frame, scratch);
     double t = 5;
     for (auto _ : state) {
-        renderer.draw(renderer.plan(t, canvas), screen.get(), camera.get(), frame, scratch);
+        renderer.draw(renderer.plan(t, canvas), screen.get(), webcam.get(), frame, scratch);
         t = t < 50 ? t + 1.0 / 60 : 5;
     }
 }

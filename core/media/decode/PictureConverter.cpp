@@ -17,7 +17,7 @@ namespace glintro {
 namespace {
 
 constexpr const char* kCannotConvert = "Couldn’t convert the recording’s pictures.";
-constexpr int kLargestSide = 16384;
+constexpr int kLongestSide = 16384;
 constexpr const char* kColours = "matrix=709:range=limited:chromal=left:filter=bicubic";
 
 // Without a tag, players take small pictures for television's BT.601 and large ones for BT.709.
@@ -108,7 +108,7 @@ PixelSize naturalSizeOf(PixelSize stored, AVRational pixelAspect, Orientation or
     PixelSize size = stored;
     if (pixelAspect.num > 0 && pixelAspect.den > 0) {
         const double width = std::round(stored.width * av_q2d(pixelAspect));
-        if (width >= 1 && width <= kLargestSide) size.width = static_cast<int>(width);
+        if (width >= 1 && width <= kLongestSide) size.width = static_cast<int>(width);
     }
     if (orientation.transposed) std::swap(size.width, size.height);
     return size;

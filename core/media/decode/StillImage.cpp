@@ -16,7 +16,7 @@ constexpr const char* kCannotLoad = "The picture can’t be read.";
 constexpr const char* kCannotSave = "The picture can’t be written.";
 constexpr const char* kFormats =
     "image2,png_pipe,jpeg_pipe,webp_pipe,bmp_pipe,tiff_pipe,gif,gif_pipe,jpegxl_pipe,qoi_pipe,svg_pipe,mov";
-constexpr std::int64_t kMostPixels = std::int64_t{1} << 27;
+constexpr std::int64_t kMostStillPixels = std::int64_t{1} << 27;
 
 // How often the decoder may halve the picture while it decodes (JPEG) and still cover a size, whichever way
 // the picture is turned.
@@ -138,7 +138,7 @@ BgraImage turned(BgraImage image, Turn turn) {
 
 Result<BgraImage> toBgra(const AVFrame& frame, PixelSize size) {
     const bool fits =
-        frame.width > 0 && frame.height > 0 && std::int64_t{frame.width} * frame.height <= kMostPixels;
+        frame.width > 0 && frame.height > 0 && std::int64_t{frame.width} * frame.height <= kMostStillPixels;
     if (!fits) return failure("The picture’s size is not supported.");
     const ScalerPtr scaler(sws_getContext(
         frame.width, frame.height, static_cast<AVPixelFormat>(frame.format), size.width, size.height,

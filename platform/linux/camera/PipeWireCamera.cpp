@@ -23,7 +23,7 @@ namespace glintro {
 namespace {
 
 constexpr const char* kPrefix = "pipewire:"; // of identifiers; the node's name follows
-constexpr timespec kTimeout{5, 0};           // for a camera's next picture
+constexpr timespec kPictureTimeout{5, 0};    // for a camera's next picture
 
 std::vector<PipeWireNode> cameraNodes(PipeWireConnection& connection) {
     std::vector<PipeWireNode> nodes = nodesOfClass(connection, "Video/Source");
@@ -186,7 +186,7 @@ void PipeWireCamera::process() {
 }
 
 void PipeWireCamera::waitForNext() {
-    timespec timeout = kTimeout;
+    timespec timeout = kPictureTimeout;
     pw_loop_update_timer(connection_->loop(), timeout_, &timeout, nullptr, false);
 }
 

@@ -42,13 +42,13 @@ void closeDevice(int descriptor, void*) {
     ::close(descriptor);
 }
 
-constexpr libinput_interface kInterface{openDevice, closeDevice};
+constexpr libinput_interface kDeviceAccess{openDevice, closeDevice};
 
 // All devices of the user's seat, as far as they may be read.
 class InputContext {
   public:
     InputContext() : udev_(udev_new()) {
-        if (udev_) context_.reset(libinput_udev_create_context(&kInterface, nullptr, udev_.get()));
+        if (udev_) context_.reset(libinput_udev_create_context(&kDeviceAccess, nullptr, udev_.get()));
         if (!context_) return;
         libinput_log_set_handler(context_.get(), nullptr);
         const char* seat = std::getenv("XDG_SEAT");

@@ -25,6 +25,8 @@ using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
 using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
 using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
 
+inline constexpr const char* kPortalSession = "org.freedesktop.portal.Session";
+
 // The user's answer to a question of the portal.
 struct PortalAnswer {
     enum class Verdict : std::uint32_t { granted = 0, refused = 1, ended = 2 };

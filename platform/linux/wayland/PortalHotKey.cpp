@@ -10,8 +10,7 @@
 namespace glintro {
 namespace {
 
-constexpr const char* kInterface = "org.freedesktop.portal.GlobalShortcuts";
-constexpr const char* kSession = "org.freedesktop.portal.Session";
+constexpr const char* kShortcuts = "org.freedesktop.portal.GlobalShortcuts";
 constexpr const char* kPath = "/org/freedesktop/portal/desktop";
 constexpr const char* kShortcut = "record";
 constexpr std::uint32_t kFirstFunctionKey = 0xFFBE, kLastFunctionKey = 0xFFC9; // F1 to F12
@@ -88,7 +87,7 @@ Result<void> PortalHotKey::listen(const KeyCombination& keys, HotKeyHandlers han
         return failure("This key cannot be had on this desktop; choose a letter, a digit or a function key.");
     auto bus = PortalBus::connect();
     if (!bus) return std::unexpected(bus.error());
-    if (const auto version = (*bus)->number(kInterface, "version"); !version) {
+    if (const auto version = (*bus)->number(kShortcuts, "version"); !version) {
         return failure(
             "This desktop gives programs no key of their own; start and stop recordings from the window.",
             version.error().detail, version.error().nativeCode);
@@ -130,9 +129,9 @@ Result<void> PortalHotKey::serve(const std::string& trigger, const std::stop_tok
         const char* of = nullptr;
         if (sd_bus_message_read(message, "o", &of) >= 0 && *session == of) show(readTrigger(message));
     };
-    const auto closedSlot = bus_->onSignal(*session, kSession, "Closed", closed);
-    const auto activatedSlot = bus_->onSignal(kPath, kInterface, "Activated", activated);
-    const auto changedSlot = bus_->onSignal(kPath, kInterface, "ShortcutsChanged", changed);
+    const auto closedSlot = bus_->onSignal(*session, kPortalSession, "Closed", closed);
+    const auto activatedSlot = bus_->onSignal(kPath, kShortcuts, "Activated", activated);
+    const auto changedSlot = bus_->onSignal(kPath, kShortcuts, "ShortcutsChanged", changed);
     for (const auto* slot : {&closedSlot, &activatedSlot, &changedSlot})
         if (!*slot) return std::unexpected(slot->error());
     if (auto bound = bind(*session, trigger, stop); !bound) return bound;
@@ -146,7 +145,7 @@ Result<std::string> PortalHotKey::createSession(const std::string& trigger, cons
     const auto write = [&](sd_bus_message* message, const std::string& token) {
         return appendSessionOptions(message, token, sessionToken, trigger);
     };
-    const auto answer = bus_->ask(kInterface, "CreateSession", write, stop);
+    const auto answer = bus_->ask(kShortcuts, "CreateSession", write, stop);
     if (!answer) return std::unexpected(answer.error());
     if (answer->verdict != PortalAnswer::Verdict::granted) return noKey("CreateSession");
     auto session = readSessionHandle(answer->results.get());
@@ -166,11 +165,11 @@ Result<void> PortalHotKey::bind(const std::string& session, const std::string& t
         return sd_bus_message_append(message, "oa{sv}", session.c_str(), 1, "handle_token", "s",
                                      token.c_str());
     };
-    auto answer = bus_->ask(kInterface, "BindShortcuts", writeBind, stop);
+    auto answer = bus_->ask(kShortcuts, "BindShortcuts", writeBind, stop);
     auto shown = answer ? readTriggerResult(answer->results.get()) : std::nullopt;
     // A refusal is no end: the key that came with the session may stand.
     if (!shown && (answer || !answer.error().isCancelled())) {
-        answer = bus_->ask(kInterface, "ListShortcuts", writeList, stop);
+        answer = bus_->ask(kShortcuts, "ListShortcuts", writeList, stop);
         if (answer) shown = readTriggerResult(answer->results.get());
     }
     if (!answer) return std::unexpected(answer.error());

@@ -9,8 +9,7 @@
 namespace glintro {
 namespace {
 
-constexpr const char* kInterface = "org.freedesktop.portal.ScreenCast";
-constexpr const char* kSession = "org.freedesktop.portal.Session";
+constexpr const char* kScreenCast = "org.freedesktop.portal.ScreenCast";
 
 enum CursorMode : std::uint32_t { hiddenCursor = 1, embeddedCursor = 2, metadataCursor = 4 };
 enum PersistMode : std::uint32_t { persistUntilRevoked = 2 };
@@ -84,14 +83,14 @@ Result<std::unique_ptr<ScreenCast>> ScreenCast::openWith(const std::string& toke
 }
 
 ScreenCast::~ScreenCast() {
-    if (!session_.empty() && !isClosed_) bus_->tell(session_, kSession, "Close");
+    if (!session_.empty() && !isClosed_) bus_->tell(session_, kPortalSession, "Close");
 }
 
 Result<void> ScreenCast::choosePointerMode() {
-    const auto version = bus_->number(kInterface, "version");
+    const auto version = bus_->number(kScreenCast, "version");
     if (!version) return std::unexpected(version.error());
     // Portals before version 2 draw the pointer, and know no choice.
-    const std::uint32_t modes = bus_->number(kInterface, "AvailableCursorModes").value_or(embeddedCursor);
+    const std::uint32_t modes = bus_->number(kScreenCast, "AvailableCursorModes").value_or(embeddedCursor);
     // Without metadata nobody knows where the pointer is, so it must at least be seen.
     pointerMode_ = modes & metadataCursor   ? PointerMode::metadata
                    : modes & embeddedCursor ? PointerMode::embedded
@@ -102,7 +101,7 @@ Result<void> ScreenCast::choosePointerMode() {
 Result<void> ScreenCast::createSession(const std::stop_token& cancel) {
     const std::string sessionToken = bus_->freshToken();
     auto answer = bus_->ask(
-        kInterface, "CreateSession",
+        kScreenCast, "CreateSession",
         [&](sd_bus_message* message, const std::string& token) {
             return sd_bus_message_append(message, "a{sv}", 2, "handle_token", "s", token.c_str(),
                                          "session_handle_token", "s", sessionToken.c_str());
@@ -114,7 +113,7 @@ Result<void> ScreenCast::createSession(const std::stop_token& cancel) {
     if (!session) return malformed("CreateSession");
     session_ = *session;
     closed_ = [this](sd_bus_message*) { isClosed_ = true; };
-    auto slot = bus_->onSignal(session_, kSession, "Closed", closed_);
+    auto slot = bus_->onSignal(session_, kPortalSession, "Closed", closed_);
     if (!slot) return std::unexpected(slot.error());
     closedSlot_ = std::move(*slot);
     return {};
@@ -124,7 +123,7 @@ Result<void> ScreenCast::selectSources(SharedSource::Kind kind, const std::strin
                                        const std::stop_token& cancel) {
     const auto type = static_cast<std::uint32_t>(kind);
     auto answer = bus_->ask(
-        kInterface, "SelectSources",
+        kScreenCast, "SelectSources",
         [&](sd_bus_message* message, const std::string& handle) {
             int code = sd_bus_message_append(message, "o", session_.c_str());
             if (code >= 0) code = sd_bus_message_open_container(message, 'a', "{sv}");
@@ -146,7 +145,7 @@ Result<void> ScreenCast::selectSources(SharedSource::Kind kind, const std::strin
 
 Result<void> ScreenCast::start(const std::stop_token& cancel) {
     auto answer = bus_->ask(
-        kInterface, "Start",
+        kScreenCast, "Start",
         [&](sd_bus_message* message, const std::string& token) {
             return sd_bus_message_append(message, "osa{sv}", session_.c_str(), "", 1, "handle_token", "s",
                                          token.c_str());
@@ -209,7 +208,7 @@ bool ScreenCast::readStreamEntry(sd_bus_message* message, const std::string& nam
 
 Result<void> ScreenCast::openRemote(const std::stop_token& cancel) {
     auto reply = bus_->call(
-        kInterface, "OpenPipeWireRemote",
+        kScreenCast, "OpenPipeWireRemote",
         [&](sd_bus_message* message) {
             return sd_bus_message_append(message, "oa{sv}", session_.c_str(), 0);
         },

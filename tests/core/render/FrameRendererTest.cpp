@@ -41,8 +41,8 @@ FrameRenderer rendererOf(const ProjectSettings& settings, const RecordingEvents&
 }
 
 BgraImage frameOf(const ProjectSettings& settings, const RecordingEvents& events = {}, double t = 1,
-                  const Picture* camera = nullptr) {
-    return rendererOf(settings, events).render(recording(kSource, kGreen).get(), camera, t, kCanvas);
+                  const Picture* webcam = nullptr) {
+    return rendererOf(settings, events).render(recording(kSource, kGreen).get(), webcam, t, kCanvas);
 }
 
 // The target of the default padding in the canvas above.
@@ -129,11 +129,11 @@ TEST(FrameRenderer, TheArrowsTipLiesOnThePointer) {
 }
 
 TEST(FrameRenderer, BubbleShowsTheCamerasCentralSquare) {
-    const PicturePtr camera = recording({320, 180}, [](int x, int) {
+    const PicturePtr webcam = recording({320, 180}, [](int x, int) {
         return x < 70 || x >= 250 ? Rgb{250, 0, 0} : Rgb{20, 60, 220};
     });
     ProjectSettings settings = paper();
-    const BgraImage frame = frameOf(settings, {}, 1, camera.get());
+    const BgraImage frame = frameOf(settings, {}, 1, webcam.get());
     const auto bubble = *planBubble(settings, kCanvas);
     const double radius = bubble.diameter / 2.0;
     const auto at = [&](double dx, double dy) {
@@ -147,7 +147,7 @@ TEST(FrameRenderer, BubbleShowsTheCamerasCentralSquare) {
     EXPECT_GT(at(radius - 2, radius - 2).red, 150) << "outside the circle the backdrop shows";
 
     settings.showCamera = false;
-    EXPECT_EQ(frameOf(settings, {}, 1, camera.get()).pixels, frameOf(settings).pixels);
+    EXPECT_EQ(frameOf(settings, {}, 1, webcam.get()).pixels, frameOf(settings).pixels);
 }
 
 TEST(FrameRenderer, DrawsAgainOnceThereIsMemory) {

@@ -30,7 +30,7 @@ int frameNumber(const PicturePtr& picture) {
     return (rgb.plane(0).row(100)[160] - 30 + 1) / 3;
 }
 
-TEST(ReelComposition, PlaysTheMapsMomentsAndAlignsTheCamera) {
+TEST(ReelComposition, PlaysTheMapsMomentsAndAlignsTheWebcam) {
     const TemporaryFolder folder;
     auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 30});
     ASSERT_TRUE(reel);
@@ -48,13 +48,13 @@ TEST(ReelComposition, PlaysTheMapsMomentsAndAlignsTheCamera) {
     struct Row {
         double t;
         int screen;
-        int camera; // -1: outside the camera movie
+        int webcam; // -1: outside its movie
     };
     for (const Row& row : {Row{0, 0, -1}, {0.4, 12, -1}, {0.5, 30, 15}, {0.75, 45, -1}, {0.99, 59, -1}}) {
         const auto frame = compositor.frameAt(row.t + 1e-4);
         ASSERT_TRUE(frame);
         EXPECT_EQ(frameNumber(frame->screen), row.screen) << row.t;
-        EXPECT_EQ(frame->camera != nullptr, row.camera >= 0) << row.t;
+        EXPECT_EQ(frame->webcam != nullptr, row.webcam >= 0) << row.t;
     }
 }
 
@@ -67,24 +67,24 @@ TEST(ReelComposition, OpensTheWebcamThoughItsBubbleIsHidden) {
     settings.showCamera = false;
     auto composition = ReelComposition::build(*reel, settings);
     ASSERT_TRUE(composition);
-    EXPECT_NE(composition->camera, nullptr);
+    EXPECT_NE(composition->webcam, nullptr);
     for (const bool isShown : {false, true}) {
         settings.showCamera = isShown;
         const FrameRenderer renderer(settings, composition->sourceSize, {}, nullptr, Framing::fit);
         const auto frame = ReelCompositor(*composition, renderer, {320, 180}).frameAt(0.2);
         ASSERT_TRUE(frame);
-        EXPECT_EQ(frame->camera != nullptr, isShown);
+        EXPECT_EQ(frame->webcam != nullptr, isShown);
     }
 }
 
-TEST(ReelComposition, ABrokenCameraLeavesOnlyTheBubbleOut) {
+TEST(ReelComposition, ABrokenWebcamLeavesOnlyTheBubbleOut) {
     const TemporaryFolder folder;
     auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 30});
     ASSERT_TRUE(reel);
     std::ofstream(reel->cameraURL(), std::ios::binary | std::ios::trunc) << "not a movie";
     const auto composition = ReelComposition::build(*reel, reel->info.settings);
     ASSERT_TRUE(composition);
-    EXPECT_EQ(composition->camera, nullptr);
+    EXPECT_EQ(composition->webcam, nullptr);
     EXPECT_TRUE(Still::frame(*reel, {.at = 1, .camera = CameraUse::with}));
 }
 

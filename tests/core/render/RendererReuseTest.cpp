@@ -120,10 +120,11 @@ TEST(RendererReuse, KeepsTheTracksUnlessTheirSettingsChange) {
         ProjectSettings settings;
         row.apply(settings);
         const auto other = renderer.with(settings);
-        const ZoomCamera& camera = other->zoomCamera();
-        EXPECT_EQ(&camera == &renderer.zoomCamera(), row.sharesCamera) << row.what;
-        EXPECT_EQ(camera.pointerPath() == renderer.zoomCamera().pointerPath(), row.sharesPointer) << row.what;
-        EXPECT_EQ(camera.viewPath(), renderer.zoomCamera().viewPath()) << row.what;
+        const ZoomCamera& zoomCamera = other->zoomCamera();
+        EXPECT_EQ(&zoomCamera == &renderer.zoomCamera(), row.sharesCamera) << row.what;
+        EXPECT_EQ(zoomCamera.pointerPath() == renderer.zoomCamera().pointerPath(), row.sharesPointer)
+            << row.what;
+        EXPECT_EQ(zoomCamera.viewPath(), renderer.zoomCamera().viewPath()) << row.what;
     }
 }
 

@@ -53,8 +53,9 @@ test: build
 bench: build
 	@bench/run.sh $(RELEASE)
 
-lint: lint-quick $(RELEASE)/tests.configured build/setup-lint.done
-	@scripts/clang_tidy.sh $(RELEASE) $(JOBS)
+# clang-tidy reads each source by itself.
+lint: lint-quick build/lint/tests.configured build/setup-lint.done
+	@scripts/clang_tidy.sh build/lint $(JOBS)
 
 lint-quick: build/setup-format.done
 	@scripts/check_format.sh

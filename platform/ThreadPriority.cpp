@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
+#include <mutex>
+#include <utility>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace glintro {
 namespace {
@@ -21,7 +25,32 @@ int leastNice() {
     return 20 - static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 40));
 }
 
+struct Service {
+    std::mutex mutex;
+    std::shared_ptr<const ThreadPriorityService> ask; // guarded by mutex
+};
+
+Service& service() {
+    static Service only;
+    return only;
+}
+
+void askService(int nice) {
+    std::shared_ptr<const ThreadPriorityService> ask;
+    {
+        const std::scoped_lock lock(service().mutex);
+        ask = service().ask;
+    }
+    if (ask && *ask) (*ask)(::gettid(), nice);
+}
+
 } // namespace
+
+void setThreadPriorityService(ThreadPriorityService ask) {
+    auto next = std::make_shared<const ThreadPriorityService>(std::move(ask));
+    const std::scoped_lock lock(service().mutex);
+    service().ask.swap(next);
+}
 
 void raiseThreadPriority(ThreadUrgency urgency) {
     // 0 is the calling thread on Linux, for priorities are each thread's own there.
@@ -32,6 +61,7 @@ void raiseThreadPriority(ThreadUrgency urgency) {
     if (::setpriority(PRIO_PROCESS, 0, wanted) == 0) return;
     if (const int granted = std::max(wanted, leastNice()); granted < current)
         ::setpriority(PRIO_PROCESS, 0, granted);
+    askService(wanted);
 }
 
 } // namespace glintro

@@ -33,7 +33,7 @@ double points(int pangoUnits) {
     return static_cast<double>(pangoUnits) / PANGO_SCALE;
 }
 
-// One box blur along a line of samples `step` bytes apart, edges taken as empty.
+// One box blur along a line of samples `step` bytes apart, edges treated as empty.
 void boxBlurLine(std::uint8_t* line, int count, std::ptrdiff_t step, int radius,
                  std::vector<std::uint8_t>& copy) {
     for (int i = 0; i < count; ++i) copy[static_cast<std::size_t>(i)] = line[i * step];

@@ -7,6 +7,7 @@
 #include <fmt/ranges.h>
 
 #include "app/base/Images.h"
+#include "app/base/Text.h"
 #include "app/editor/ReelNotices.h"
 
 namespace glintro {
@@ -14,10 +15,6 @@ namespace {
 
 // Below this, a rate says more about opening files than about rendering.
 constexpr double kEnoughProgress = 0.02;
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 } // namespace
 

@@ -1,13 +1,8 @@
 #include "app/editor/RenderPresetList.h"
 
+#include "app/base/Text.h"
+
 namespace glintro {
-namespace {
-
-QString toQt(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-} // namespace
 
 int RenderPresetList::rowCount(const QModelIndex& parent) const {
     return parent.isValid() ? 0 : static_cast<int>(kRenderPresets.size());

@@ -22,6 +22,7 @@ namespace fs = std::filesystem;
 using Environment = LibraryFolder::Environment;
 
 constexpr mode_t kOwnerOnly = 0700;
+constexpr int kMostVanishings = 5;
 constexpr std::size_t kLongestUserFolders = 1U << 20; // bytes; the real ones are some hundred
 
 // What a variable names, unless that depends on the current folder.
@@ -122,18 +123,33 @@ LibraryFolder LibraryFolder::ofUser(const Environment& environment) {
     return LibraryFolder(videosFolder(environment) / "Glintro");
 }
 
-// Making the folder is the test of whether its name is free: nobody can come in between.
-Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
-    const std::tm local = localTime(date);
-    const fs::path day = root_ / fmt::format("{:%Y-%m-%d}", local);
+fs::path LibraryFolder::dayFolder(Timestamp date) const {
+    return root_ / fmt::format("{:%Y-%m-%d}", localTime(date));
+}
+
+Result<fs::path> LibraryFolder::makeDayFolder(Timestamp date) const {
+    fs::path day = dayFolder(date);
     if (const auto error = makePrivateFolders(root_, day)) return cannotMake(day, error.value());
-    const fs::path first = day / fmt::format("{:%H.%M.%S}", local);
-    fs::path folder = first;
-    for (int number = 2; ::mkdir(folder.c_str(), kOwnerOnly) != 0; ++number) {
-        if (errno != EEXIST) return cannotMake(folder, errno);
-        folder = fmt::format("{}-{}", first.string(), number);
+    return day;
+}
+
+// Making the folder is the test of whether its name is free: nobody can come in between. An import that was
+// cancelled may remove the day's folder just before.
+Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
+    const std::string time = fmt::format("{:%H.%M.%S}", localTime(date));
+    auto day = makeDayFolder(date);
+    for (int number = 1, vanished = 0; day;) {
+        fs::path folder = *day / (number == 1 ? time : fmt::format("{}-{}", time, number));
+        if (::mkdir(folder.c_str(), kOwnerOnly) == 0) return folder;
+        if (errno == EEXIST) {
+            ++number;
+        } else if (errno == ENOENT && ++vanished < kMostVanishings) {
+            day = makeDayFolder(date);
+        } else {
+            return cannotMake(folder, errno);
+        }
     }
-    return folder;
+    return day;
 }
 
 Result<FinishedReel> LibraryFolder::registerRecording(const fs::path& folder, const std::string& name,

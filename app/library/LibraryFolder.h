@@ -40,6 +40,10 @@ class LibraryFolder {
     // can be read by its owner only: a recording may show anything.
     [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) const;
 
+    // Where reels of a date stand, and the same made with all its parents.
+    std::filesystem::path dayFolder(Timestamp date) const;
+    [[nodiscard]] Result<std::filesystem::path> makeDayFolder(Timestamp date) const;
+
     // Makes a take a reel that is created now; see finishReel(). Not for the main thread.
     [[nodiscard]] static Result<FinishedReel> registerRecording(const std::filesystem::path& folder,
                                                                 const std::string& name,

@@ -2,7 +2,9 @@
 
 #include <QObject>
 #include <QString>
+#include <optional>
 
+#include "app/player/PlayRange.h"
 #include "core/model/ProjectSettings.h"
 #include "core/reel/Project.h"
 
@@ -30,7 +32,14 @@ class PlayerTransport : public QObject {
     virtual void setSettings(const ProjectSettings& settings, Seconds compositionTime) = 0;
     virtual void seek(Seconds compositionTime, SeekKind kind) = 0;
     virtual void play() = 0;
+    // Stays at the picture on screen, and tells by advanced() which one that is.
     virtual void pause() = 0;
+    // Playing keeps to a range, such as a shot; `nullopt`: the whole reel. Forgotten by close() and by
+    // changes of structure, which move what it means.
+    virtual void setRange(std::optional<PlayRange> range) = 0;
+    virtual void setLooping(bool isLooping) = 0; // over the whole reel, or the range
+    // How many times as fast as the reel itself; held to 0.25..8.
+    virtual void setRate(double rate) = 0;
     // Lets go of the reel's files.
     virtual void close() = 0;
 
@@ -39,7 +48,8 @@ class PlayerTransport : public QObject {
     void failed(const QString& message);
     // Where it is while it plays, about sixty times a second.
     void advanced(double compositionTime);
-    // Everything was played: it is paused at the reel's end. Not while it loops.
+    // Everything was played: it is paused at the reel's end, or at the last picture of the range. Not while
+    // it loops.
     void ended();
 };
 

@@ -71,7 +71,7 @@ bool CameraRecorder::open(PixelSize size) {
         return false;
     }
     interval_ = 1.0 / settings.fps;
-    const std::scoped_lock lock(making_);
+    const std::scoped_lock lock(mutex_);
     writer_ = std::move(*writer);
     track_ = std::make_unique<VideoTrack>(*writer_, settings.fps,
                                           [this](const Failure&) { handlers_.notice(kCannotWrite); });
@@ -81,21 +81,21 @@ bool CameraRecorder::open(PixelSize size) {
 void CameraRecorder::handle(CameraFrame frame) {
     const auto time = pauses_.shifted(frame.hostTime);
     if (!time) return;
-    if (!firstTime_) {
-        firstTime_ = time;
+    if (!firstShiftedTime_) {
+        firstShiftedTime_ = time;
         handlers_.started(frame.hostTime);
     }
-    lastTime_ = *time;
+    lastShiftedTime_ = *time;
     // A picture for which there is no room is left out: the one before it stays.
-    (void)track_->offer([held = std::move(frame)] { return evenPicture(held); }, *time - *firstTime_);
+    (void)track_->offer([held = std::move(frame)] { return evenPicture(held); }, *time - *firstShiftedTime_);
 }
 
 // The movie of a camera that has died ends with it, rather than showing its last picture to the take's end.
-void CameraRecorder::setEnd(Seconds recordingEnd) {
-    if (!firstTime_) return;
-    const bool hasDied = isLost_ || recordingEnd - lastTime_ > kLongestHold;
-    const Seconds end = hasDied ? std::min(lastTime_ + interval_, recordingEnd) : recordingEnd;
-    end_ = end - *firstTime_;
+void CameraRecorder::setEnd(Seconds shiftedTime) {
+    if (!firstShiftedTime_) return;
+    const bool hasDied = isLost_ || shiftedTime - lastShiftedTime_ > kLongestHold;
+    const Seconds end = hasDied ? std::min(lastShiftedTime_ + interval_, shiftedTime) : shiftedTime;
+    end_ = end - *firstShiftedTime_;
 }
 
 bool CameraRecorder::finish() {
@@ -110,7 +110,7 @@ bool CameraRecorder::finish() {
 }
 
 std::int64_t CameraRecorder::progress() const {
-    const std::scoped_lock lock(making_);
+    const std::scoped_lock lock(mutex_);
     return track_ ? track_->writtenFrames() + writer_->answeredAccesses() : 0;
 }
 

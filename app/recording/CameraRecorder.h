@@ -35,15 +35,12 @@ class CameraRecorder {
     void stop();
     // On the queue, after stop(): the end of the take, a host time with the pauses cut out. A camera that
     // still works shows its last picture until then.
-    void setEnd(Seconds recordingEnd);
+    void setEnd(Seconds shiftedTime);
     // Finishes the file, or removes one without a picture. Not on the queue. Whether there is a movie.
     bool finish();
 
     // Grows while pictures are encoded and the file is written. From any thread; never blocks.
     std::int64_t progress() const;
-
-    // On the queue: the host time of the first picture with the pauses cut out; 0 when there was none.
-    Seconds startTime() const { return firstTime_.value_or(0); }
 
   private:
     void see(CameraFrame frame);
@@ -58,16 +55,16 @@ class CameraRecorder {
     std::atomic<bool> isLost_ = false;
 
     // Made on the camera's thread with the first picture, before any is handed to the queue, and kept until
-    // the end. The lock is for who asks meanwhile.
+    // the end. Guarded by the mutex for who asks meanwhile.
     Seconds interval_ = 0; // between two pictures
     bool cannotOpen_ = false;
-    mutable std::mutex making_;
+    mutable std::mutex mutex_;
     std::unique_ptr<LiveMovieWriter> writer_;
     std::unique_ptr<VideoTrack> track_;
 
     // Of the queue. Host times with the pauses cut out.
-    std::optional<Seconds> firstTime_;
-    Seconds lastTime_ = 0;
+    std::optional<Seconds> firstShiftedTime_;
+    Seconds lastShiftedTime_ = 0;
     Seconds end_ = 0; // after the first picture
 
     std::unique_ptr<Camera> camera_; // last: its thread uses all of the above

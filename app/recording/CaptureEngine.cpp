@@ -53,9 +53,8 @@ struct CaptureEngine::Impl {
     void begin(Seconds stamp);
     void beginTracks();
     void endWriting();
-    CaptureResult describe() const;
 
-    CaptureResult finish();
+    bool finish();
     bool finishScreen();
     void removeMovies() const;
     void fail(const Failure& failure);
@@ -75,7 +74,7 @@ struct CaptureEngine::Impl {
     std::atomic<bool> hasFailed = false;
     std::atomic<bool> isPaused = false;
     std::atomic<std::int64_t> finishedSteps = 0;
-    std::atomic<Seconds> firstFrameTime = 0; // host time; 0 before it
+    std::atomic<Seconds> firstFrameHostTime = 0; // host time; 0 before it
 
     // Of the queue while recording.
     TakeClock clock;
@@ -88,7 +87,7 @@ struct CaptureEngine::Impl {
 
     // Made by prepare() and start(), and kept until the end. The lock is for who asks for writer and camera
     // meanwhile, who must not wait: never held while anything is done with them.
-    mutable std::mutex making;
+    mutable std::mutex mutex;
     std::unique_ptr<LiveMovieWriter> writer;
     SerialQueue queue{kWaitingSamples};
     std::unique_ptr<MicrophoneRecorder> microphone;
@@ -133,7 +132,7 @@ Result<void> CaptureEngine::Impl::openMovie() {
 
 void CaptureEngine::Impl::openTracks(std::unique_ptr<LiveMovieWriter> movie, const LiveVideoSettings& video) {
     {
-        const std::scoped_lock lock(making);
+        const std::scoped_lock lock(mutex);
         writer = std::move(movie);
     }
     if (settings.mic)
@@ -178,7 +177,7 @@ void CaptureEngine::Impl::startCamera() {
         CameraRecorder::Handlers{[this](const std::string& sentence) { notice(sentence); },
                                  [this](Seconds hostTime) { journal.cameraStarted(hostTime); }});
     {
-        const std::scoped_lock lock(making);
+        const std::scoped_lock lock(mutex);
         camera = std::move(recorder);
     }
     camera->start(cameras, settings.cameraDevice);
@@ -197,7 +196,7 @@ void CaptureEngine::Impl::handle(ScreenFrame frame) {
 
 void CaptureEngine::Impl::begin(Seconds stamp) {
     clock.begin(stamp, hostTime());
-    firstFrameTime = clock.firstHostTime();
+    firstFrameHostTime = clock.firstHostTime();
     if (writer) beginTracks();
 }
 
@@ -216,20 +215,11 @@ void CaptureEngine::Impl::endWriting() {
     if (camera) camera->setEnd(clock.firstShiftedTime() + endRecordedTime);
 }
 
-CaptureResult CaptureEngine::Impl::describe() const {
-    CaptureResult result;
-    result.firstShiftedTime = clock.firstShiftedTime();
-    result.hasAudio = microphone != nullptr;
-    const Seconds cameraStart = camera ? camera->startTime() : 0;
-    if (clock.hasBegun() && cameraStart > 0) result.cameraOffset = cameraStart - clock.firstShiftedTime();
-    return result;
-}
-
-CaptureResult CaptureEngine::Impl::finish() {
-    if (isEnding.exchange(true)) return {};
+bool CaptureEngine::Impl::finish() {
+    if (isEnding.exchange(true)) return false;
     health.reset();
     disk.reset();
-    if (!screen) return {};
+    if (!screen) return false;
     screen->stop();
     ++finishedSteps;
     if (camera) camera->stop();
@@ -237,16 +227,12 @@ CaptureResult CaptureEngine::Impl::finish() {
     if (microphone) microphone->close();
     readyCamera.reset();
     ++finishedSteps;
-    CaptureResult result;
-    queue.run([this, &result] {
-        endWriting();
-        result = describe();
-    });
-    result.hasFrames = finishScreen();
+    queue.run([this] { endWriting(); });
+    const bool hasMovie = finishScreen();
     ++finishedSteps;
-    result.hasCamera = camera && camera->finish();
+    if (camera) camera->finish();
     ++finishedSteps;
-    return result;
+    return hasMovie;
 }
 
 bool CaptureEngine::Impl::finishScreen() {
@@ -325,25 +311,25 @@ void CaptureEngine::resume(Seconds hostTime) {
     });
 }
 
-CaptureResult CaptureEngine::stop() {
+bool CaptureEngine::stop() {
     return impl_->finish();
 }
 
 CaptureProgress CaptureEngine::progress() const {
-    const std::scoped_lock lock(impl_->making);
+    const std::scoped_lock lock(impl_->mutex);
     if (!impl_->writer) return {};
     const auto [seconds, bytes] = impl_->writer->progress();
     const auto& counts = impl_->screen->counts();
     return {seconds, bytes, counts.accepted, counts.dropped, impl_->screen->encoderName()};
 }
 
-std::optional<Seconds> CaptureEngine::firstFrameTime() const {
-    const Seconds time = impl_->firstFrameTime;
+std::optional<Seconds> CaptureEngine::firstFrameHostTime() const {
+    const Seconds time = impl_->firstFrameHostTime;
     return time > 0 ? std::optional(time) : std::nullopt;
 }
 
 std::int64_t CaptureEngine::finishingProgress() const {
-    const std::scoped_lock lock(impl_->making);
+    const std::scoped_lock lock(impl_->mutex);
     std::int64_t done = impl_->finishedSteps;
     if (impl_->writer) done += impl_->screen->writtenFrames() + impl_->writer->answeredAccesses();
     if (impl_->camera) done += impl_->camera->progress();

@@ -29,14 +29,6 @@ struct CaptureSettings {
     std::optional<std::string> cameraDevice = {};
 };
 
-struct CaptureResult {
-    bool hasFrames = false; // false: no movie was kept
-    bool hasCamera = false;
-    bool hasAudio = false;        // there is a sound track, silent where no microphone was
-    Seconds cameraOffset = 0;     // of the camera's first picture after the screen's, pauses cut out
-    Seconds firstShiftedTime = 0; // of the screen's first picture: recorded time 0 (see TakeClock)
-};
-
 // What has become of the take so far.
 struct CaptureProgress {
     Seconds secondsOnDisk = 0; // of the screen movie, safe from a kill or a power cut
@@ -81,12 +73,13 @@ class CaptureEngine {
     void pause(Seconds hostTime);
     void resume(Seconds hostTime);
     // Blocks until the files are finished; not for the main thread, not from a callback. A second call does
-    // nothing. Hangs while the disk does: see finishingProgress().
-    CaptureResult stop();
+    // nothing. Hangs while the disk does: see finishingProgress(). Whether a movie was kept: there is none
+    // without a picture.
+    bool stop();
 
     CaptureProgress progress() const; // from any thread; never blocks
     // Host time of the first picture; absent before it. From any thread; never blocks.
-    std::optional<Seconds> firstFrameTime() const;
+    std::optional<Seconds> firstFrameHostTime() const;
     // Grows while stop() gets on: pictures encoded, disk accesses answered, steps done, of screen and camera.
     // From any thread; never blocks.
     std::int64_t finishingProgress() const;

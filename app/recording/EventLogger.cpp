@@ -13,7 +13,7 @@ namespace {
 using Clock = std::chrono::steady_clock; // that of hostTime()
 constexpr std::chrono::nanoseconds kSampleEvery{1'000'000'000 / 60};
 
-// `nullopt` when there is no rectangle to take fractions of.
+// `nullopt` when there is no rectangle to count fractions of.
 std::optional<PointerMoment> momentAt(Seconds hostTime, Point position, const Rect& recorded) {
     const bool hasSize = recorded.width > 0 && recorded.height > 0;
     if (!hasSize) return std::nullopt;
@@ -43,8 +43,8 @@ Result<void> EventLogger::start(std::function<Rect()> frame, PointerSource& poin
 
 // By absolute times, so that the rate does not drift; times that were slept through are left out.
 void EventLogger::keepSampling(const std::stop_token& stop) {
-    std::mutex waiting;
-    std::unique_lock lock(waiting);
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
     for (auto next = Clock::now(); !stop.stop_requested();) {
         if (const auto position = pointer_->position()) sample(*position, hostTime());
         while (next <= Clock::now()) next += kSampleEvery;

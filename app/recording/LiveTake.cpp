@@ -129,14 +129,14 @@ CaptureProgress LiveTake::progress() const {
     return impl_->engine->progress();
 }
 
-std::optional<Seconds> LiveTake::firstFrameTime() const {
-    return impl_->engine->firstFrameTime();
+std::optional<Seconds> LiveTake::firstFrameHostTime() const {
+    return impl_->engine->firstFrameHostTime();
 }
 
 // Whatever step this ends at, the journal tells of an interrupted take, and the folder can be completed.
 Result<std::optional<Project>> LiveTake::finish(const PauseClock& pauses) {
-    const CaptureResult captured = impl_->engine->stop();
-    if (!captured.hasFrames) {
+    const bool hasMovie = impl_->engine->stop();
+    if (!hasMovie) {
         discard();
         return std::nullopt;
     }

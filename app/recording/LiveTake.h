@@ -64,7 +64,7 @@ class LiveTake {
     void resume(Seconds hostTime);
     CaptureProgress progress() const; // from any thread; never blocks
     // Host time of the first picture; absent before it. From any thread; never blocks.
-    std::optional<Seconds> firstFrameTime() const;
+    std::optional<Seconds> firstFrameHostTime() const;
 
     // Finishes the files and registers the reel. Whatever moment the process is killed at, the folder can be
     // completed later. `nullopt`, and no folder, when there was no picture. Fails when the recording could

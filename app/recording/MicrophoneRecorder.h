@@ -37,7 +37,7 @@ class MicrophoneRecorder {
     // On the queue: recording begins at a host time; silence is added while the microphone gives nothing; and
     // the recording ends.
     void begin(Seconds hostTime) { track_.line().begin(hostTime, pauses_); }
-    void keepGoing(Seconds now);
+    void keepGoing(Seconds hostTime);
     void end(Seconds hostTime) { track_.line().fillTo(hostTime, pauses_); }
 
   private:

@@ -22,7 +22,7 @@ class RecordingChoice {
     Q_ENUM(Mode)
 
     // What can be recorded now. The selection is kept while it can be recorded in this mode; else the first
-    // source offered takes its place.
+    // source offered replaces it.
     void offer(ShareableContent content);
     // A display or a window, with the first one offered selected unless one is already.
     void setMode(Mode mode);

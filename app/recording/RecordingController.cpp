@@ -11,7 +11,10 @@ namespace glintro {
 namespace {
 
 constexpr std::chrono::milliseconds kTickInterval{100};
-constexpr std::chrono::milliseconds kWatchTickInterval{200};
+constexpr const char* kStartHangs =
+    "The desktop, the disk or a device did not answer while the start was taken back. Should a folder of it "
+    "be "
+    "left, “glintro recover” removes it.";
 
 Failure diskHangs(const std::filesystem::path& folder) {
     return {
@@ -25,19 +28,19 @@ Failure diskHangs(const std::filesystem::path& folder) {
 RecordingController::RecordingController(const Seams& seams, const Timing& timing, QObject* parent)
     : QObject(parent),
       seams_(seams),
-      finishTimeout_(timing.finishTimeout),
       switches_(seams.preferences),
       sound_(std::make_shared<SharedSound>(seams.platform.sound())),
       cameras_(std::make_shared<SharedCameras>(seams.platform.cameras())),
       microphoneLevel_(sound_),
       cameraPreview_(cameras_),
       countdown_(timing.countdownStep),
-      mainThread_(std::make_shared<MainThreadPost>(*this)) {
+      background_(timing.finishTimeout),
+      start_({seams.platform.screen(), sound_, cameras_, seams.library}, background_) {
     connectParts();
+    connectStart();
     tick_.setInterval(kTickInterval);
     connect(&tick_, &QTimer::timeout, this, &RecordingController::tick);
-    watchTick_.setInterval(kWatchTickInterval);
-    connect(&watchTick_, &QTimer::timeout, this, &RecordingController::watchBackground);
+    connect(&background_, &TakeBackground::stalled, this, &RecordingController::letGo);
 }
 
 void RecordingController::connectParts() {
@@ -52,46 +55,26 @@ void RecordingController::connectParts() {
     follow();
 }
 
+void RecordingController::connectStart() {
+    connect(&start_, &TakeStart::prepared, this, &RecordingController::handlePrepared);
+    connect(&start_, &TakeStart::failed, this, &RecordingController::startFailed);
+    connect(&start_, &TakeStart::started, this, &RecordingController::record);
+    connect(&start_, &TakeStart::ended, this, [this] {
+        emit canStartChanged();
+        emit ended();
+    });
+}
+
 RecordingController::~RecordingController() {
     blockSignals(true); // those who listened may have gone already
-    starting_.request_stop();
-    if (startingTake_) background_.post([take = startingTake_] { take->discard(); });
+    start_.discardAtEnd();
     if (phase_ == Phase::recording) stop();
-    const bool answers = waitForBackground();
-    mainThread_->close();
-    releaseInBackground(std::exchange(take_, nullptr));
-    releaseInBackground(std::exchange(startingTake_, nullptr));
-    if (handover_) releaseInBackground(handover_->close());
-    if (answers) (void)waitForBackground();
-}
-
-// Its end closes files and devices.
-void RecordingController::releaseInBackground(TakePtr take) {
-    if (take) background_.post([take = std::move(take)]() mutable { take.reset(); });
-}
-
-std::int64_t RecordingController::doneInBackground() const {
-    const TakePtr& take = take_ ? take_ : startingTake_;
-    return take ? take->finishingProgress() : 0;
-}
-
-// False when it hangs, and was left behind.
-bool RecordingController::waitForBackground() {
-    ProgressWatch progress;
-    while (!background_.waitUntilIdle(kTickInterval)) {
-        if (progress.stalledFor(doneInBackground(), hostTime()) < finishTimeout_) continue;
-        if (take_) take_->letGo();
-        if (startingTake_) startingTake_->letGo();
-        background_.abandon();
-        return false;
-    }
-    return true;
-}
-
-// The work hands back what to do about it on the main thread, which is dropped when the controller has gone
-// by then. The work itself may outlive the controller.
-void RecordingController::inBackground(std::function<std::function<void()>()> work) {
-    background_.post([post = mainThread_, work = std::move(work)] { (*post)(work()); });
+    background_.endWatch();
+    const bool answers = background_.finish(take_ ? take_ : start_.take());
+    background_.close();
+    background_.release(std::exchange(take_, nullptr));
+    start_.releaseAtEnd();
+    if (answers) (void)background_.finish(nullptr);
 }
 
 void RecordingController::setBarShown(bool shown) {
@@ -114,13 +97,13 @@ void RecordingController::openBar() {
 
 void RecordingController::closeBar() {
     if (phase_ != Phase::choosing) return;
-    if (isStarting_) cancelStart();
+    if (isStarting()) start_.cancel();
     setBarShown(false);
     setPhase(Phase::idle);
 }
 
 void RecordingController::loadSources() {
-    inBackground([this, number = ++contentNumber_, &screen = seams_.platform.screen()] {
+    background_.run([this, number = ++contentNumber_, &screen = seams_.platform.screen()] {
         return [this, number, content = screen.content()] {
             if (number == contentNumber_) handleContent(content);
         };
@@ -133,7 +116,7 @@ void RecordingController::handleContent(const Result<ShareableContent>& content)
 }
 
 bool RecordingController::isChoosing() const {
-    return (phase_ == Phase::choosing || phase_ == Phase::idle) && !isStarting_;
+    return (phase_ == Phase::choosing || phase_ == Phase::idle) && !isStarting();
 }
 
 void RecordingController::setMode(Mode mode) {
@@ -142,7 +125,7 @@ void RecordingController::setMode(Mode mode) {
 }
 
 void RecordingController::chooseArea() {
-    if (phase_ != Phase::choosing || isStarting_ || seams_.views.areaPicker == nullptr) return;
+    if (phase_ != Phase::choosing || isStarting() || seams_.views.areaPicker == nullptr) return;
     setBarShown(false);
     seams_.views.areaPicker->pickArea(sources_.area(), [this](const std::optional<Rect>& area) {
         if (phase_ != Phase::choosing) return;
@@ -166,33 +149,17 @@ void RecordingController::chooseAgain() {
 void RecordingController::start() {
     if (phase_ != Phase::choosing || !canStart()) return;
     const auto filter = sources_.choice().filter();
-    if (filter) return prepare(*filter);
-    failed(filter.error());
-    emit ended();
-}
-
-void RecordingController::prepare(const ContentFilter& filter) {
+    if (!filter) {
+        failed(filter.error());
+        return emit ended();
+    }
     ++takeNumber_;
-    starting_ = std::stop_source();
     countsDown_ = switches_.countdownOn();
     failedEarly_.reset();
     progress_.set({});
     elapsed_ = 0;
-    handover_ = std::make_shared<Handover<LiveTake>>();
-    setStarting(true);
-    inBackground([this, number = takeNumber_, handover = handover_, order = order(filter),
-                  handlers = handlers(), &screen = seams_.platform.screen(), sound = sound_,
-                  cameras = cameras_, &library = seams_.library, cancel = starting_.get_token()] {
-        auto take = LiveTake::prepare(order, {screen, *sound, *cameras}, library, handlers, cancel);
-        Result<void> result;
-        if (take)
-            handover->put(*std::move(take));
-        else
-            result = std::unexpected(take.error());
-        return [this, number, result] {
-            if (number == takeNumber_) prepared(result);
-        };
-    });
+    start_.prepare(order(*filter), handlers());
+    emit canStartChanged();
 }
 
 TakeOrder RecordingController::order(const ContentFilter& filter) const {
@@ -209,7 +176,7 @@ TakeOrder RecordingController::order(const ContentFilter& filter) const {
 
 // What comes from a take that is not the current one any more is ignored.
 TakeHandlers RecordingController::handlers() {
-    const auto onMain = [this, post = mainThread_, number = takeNumber_](auto call) {
+    const auto onMain = [this, post = background_.mainThread(), number = takeNumber_](auto call) {
         (*post)([this, number, call] {
             if (number == takeNumber_) call();
         });
@@ -223,27 +190,25 @@ TakeHandlers RecordingController::handlers() {
 }
 
 void RecordingController::handleFailure(const Failure& failure) {
-    if (isStarting_)
+    if (isStarting())
         failedEarly_ = failure; // judged once the take is known to run
     else if (take_ && phase_ == Phase::recording)
         failed(failure);
 }
 
-void RecordingController::prepared(const Result<void>& result) {
-    startingTake_ = handover_->get();
-    const bool isCancelled = starting_.stop_requested();
-    if (result && isCancelled) return discardStart();
-    if (!result) {
-        if (!isCancelled && result.error().isCancelled())
-            refused(result.error());
-        else if (!isCancelled)
-            failed(result.error());
-        return endStart();
-    }
+void RecordingController::handlePrepared() {
     if (countsDown_)
         countdown_.start();
     else
-        launch();
+        start_.launch();
+}
+
+// Users who refuse in the system's dialog may want to choose something else.
+void RecordingController::startFailed(const Failure& failure) {
+    if (failure.isCancelled())
+        seams_.views.messages.notice(QString::fromStdString(failure.message));
+    else
+        failed(failure);
 }
 
 void RecordingController::showCountdown() {
@@ -253,74 +218,24 @@ void RecordingController::showCountdown() {
 }
 
 void RecordingController::countdownEnded() {
-    launch();
+    start_.launch();
     if (seams_.views.countdown != nullptr) seams_.views.countdown->hideCountdown();
 }
 
 void RecordingController::cancelCountdown() {
     if (phase_ != Phase::countdown) return;
     countdown_.cancel();
-    cancelStart();
+    start_.cancel();
     if (seams_.views.countdown != nullptr) seams_.views.countdown->hideCountdown();
     setPhase(Phase::choosing);
-    if (!isLaunching_) discardStart(); // else launched() does so
 }
 
-void RecordingController::launch() {
-    isLaunching_ = true;
-    inBackground([this, number = takeNumber_, take = startingTake_] {
-        const Seconds startHost = hostTime();
-        const auto started = take->start();
-        if (!started) take->discard();
-        return [this, number, startHost, started] {
-            if (number == takeNumber_) launched(started, startHost);
-        };
-    });
-}
-
-void RecordingController::launched(const Result<void>& started, Seconds startHost) {
-    isLaunching_ = false;
-    const bool isCancelled = starting_.stop_requested();
-    if (started && isCancelled) return discardStart();
-    if (started) return record(startHost);
-    if (!isCancelled) failed(started.error());
-    endStart();
-}
-
-void RecordingController::cancelStart() {
-    starting_.request_stop();
-    watch_ = {};
-    watchTick_.start();
-}
-
-void RecordingController::discardStart() {
-    inBackground([this, number = takeNumber_, take = startingTake_] {
-        take->discard();
-        return [this, number] {
-            if (number == takeNumber_) endStart();
-        };
-    });
-}
-
-void RecordingController::endStart() {
-    watchTick_.stop();
-    isLaunching_ = false;
-    releaseInBackground(std::exchange(startingTake_, nullptr));
-    setStarting(false);
-    emit ended();
-}
-
-// By the user, in the system's dialog: they may want to choose something else.
-void RecordingController::refused(const Failure& failure) {
-    seams_.views.messages.notice(QString::fromStdString(failure.message));
-}
-
-void RecordingController::record(Seconds startHost) {
-    take_ = std::exchange(startingTake_, nullptr);
-    startHost_ = take_->firstFrameTime().value_or(startHost);
+void RecordingController::record(const std::shared_ptr<LiveTake>& take, Seconds startHost) {
+    take_ = take;
+    startHost_ = take_->firstFrameHostTime().value_or(startHost);
     pauses_ = {};
     isPaused_ = false;
-    setStarting(false);
+    emit canStartChanged();
     tick();
     setPhase(Phase::recording);
     setBarShown(true);
@@ -330,7 +245,7 @@ void RecordingController::record(Seconds startHost) {
 
 void RecordingController::tick() {
     const Seconds now = hostTime();
-    startHost_ = take_->firstFrameTime().value_or(startHost_);
+    startHost_ = take_->firstFrameHostTime().value_or(startHost_);
     elapsed_ = std::max(0.0, now - startHost_ - pauses_.paused(now));
     emit elapsedChanged();
     progress_.set(take_->progress());
@@ -362,25 +277,23 @@ void RecordingController::stop() {
     if (isPaused_) endPause(hostTime());
     tick();
     setPhase(Phase::finishing);
-    watch_ = {};
-    watchTick_.start();
-    inBackground([this, number = takeNumber_, take = take_, pauses = pauses_] {
+    background_.watch(take_);
+    background_.run([this, number = takeNumber_, take = take_, pauses = pauses_] {
         return [this, number, reel = take->finish(pauses)] {
             if (number == takeNumber_) finished(reel);
         };
     });
 }
 
-void RecordingController::watchBackground() {
-    if (watch_.stalledFor(doneInBackground(), hostTime()) < finishTimeout_) return;
-    if (take_)
-        letGo();
-    else
-        letStartGo();
+void RecordingController::letGo() {
+    if (take_) return letTakeGo();
+    seams_.views.messages.alert(QStringLiteral("Recording couldn’t be cancelled"),
+                                QString::fromUtf8(kStartHangs));
+    start_.letGo();
 }
 
 // The thread that hangs is left behind, and the take with it.
-void RecordingController::letGo() {
+void RecordingController::letTakeGo() {
     const QString text = QString::fromStdString(diskHangs(take_->folder()).message);
     take_->letGo();
     ++takeNumber_;
@@ -390,18 +303,9 @@ void RecordingController::letGo() {
     emit ended();
 }
 
-// Nobody waits for its take any more, and a later start must not wait for its thread.
-void RecordingController::letStartGo() {
-    if (startingTake_) startingTake_->letGo();
-    ++takeNumber_;
-    background_.abandon();
-    releaseInBackground(handover_->close());
-    endStart();
-}
-
 void RecordingController::endTake() {
-    watchTick_.stop();
-    releaseInBackground(std::exchange(take_, nullptr));
+    background_.endWatch();
+    background_.release(std::exchange(take_, nullptr));
     setBarShown(false);
     setPhase(Phase::idle);
 }
@@ -436,11 +340,6 @@ void RecordingController::failed(const Failure& failure) {
 void RecordingController::setPhase(Phase phase) {
     phase_ = phase;
     emit phaseChanged();
-}
-
-void RecordingController::setStarting(bool starting) {
-    isStarting_ = starting;
-    emit canStartChanged();
 }
 
 } // namespace glintro

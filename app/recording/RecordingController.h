@@ -6,22 +6,18 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <stop_token>
 
-#include "app/base/BackgroundQueue.h"
-#include "app/base/MainThreadPost.h"
 #include "app/preferences/Preferences.h"
 #include "app/recording/CameraPreview.h"
 #include "app/recording/Countdown.h"
-#include "app/recording/Handover.h"
-#include "app/recording/LiveTake.h"
 #include "app/recording/MicrophoneLevel.h"
 #include "app/recording/RecordingSources.h"
 #include "app/recording/RecordingViews.h"
 #include "app/recording/SharedInput.h"
-#include "app/recording/TakeHealth.h"
+#include "app/recording/TakeBackground.h"
 #include "app/recording/TakeLibrary.h"
 #include "app/recording/TakeProgress.h"
+#include "app/recording/TakeStart.h"
 #include "app/recording/TakeSwitches.h"
 #include "core/timeline/PauseClock.h"
 #include "platform/Platform.h"
@@ -43,7 +39,7 @@ namespace glintro {
 //
 // A take that still runs when the controller is destroyed is finished first. Finishing is waited for while it
 // makes progress; after five seconds without any, on a disk that hangs, the take is let go: its folder stays
-// for a later recovery. A start that is cancelled is let go likewise when it hangs.
+// for a later recovery. A start that is cancelled is let go likewise when it hangs, and the user told.
 class RecordingController : public QObject {
     Q_OBJECT
     Q_PROPERTY(Phase phase READ phase NOTIFY phaseChanged FINAL)
@@ -100,8 +96,8 @@ class RecordingController : public QObject {
 
     Phase phase() const { return phase_; }
     int countdownNumber() const { return phase_ == Phase::countdown ? countdown_.number() : 0; }
-    bool isStarting() const { return isStarting_; }
-    bool canStart() const { return !isStarting_ && sources_.choice().isComplete(); }
+    bool isStarting() const { return start_.isRunning(); }
+    bool canStart() const { return !isStarting() && sources_.choice().isComplete(); }
     // The display to show the countdown on; absent when it is not known.
     std::optional<ShareableDisplay> targetScreen() const { return sources_.choice().targetScreen(); }
     Seconds elapsed() const { return elapsed_; } // recorded, without pauses
@@ -124,44 +120,31 @@ class RecordingController : public QObject {
     void ended();
 
   private:
-    using TakePtr = std::shared_ptr<LiveTake>;
     using ReelResult = Result<std::optional<Project>>;
 
-    void inBackground(std::function<std::function<void()>()> work);
     void connectParts();
+    void connectStart();
     bool isChoosing() const;
     void handleContent(const Result<ShareableContent>& content);
     void setPhase(Phase phase);
-    void setStarting(bool starting);
     void setBarShown(bool shown);
 
     TakeOrder order(const ContentFilter& filter) const;
     TakeHandlers handlers();
     void handleFailure(const Failure& failure);
-    void prepare(const ContentFilter& filter);
-    void prepared(const Result<void>& result);
+    void handlePrepared();
+    void startFailed(const Failure& failure);
     void showCountdown();
     void countdownEnded();
-    void launch();
-    void launched(const Result<void>& started, Seconds startHost);
-    void cancelStart();
-    void discardStart();
-    void endStart();
-    void releaseInBackground(TakePtr take);
-    void refused(const Failure& failure);
-    void record(Seconds startHost);
+    void record(const std::shared_ptr<LiveTake>& take, Seconds startHost);
     void tick();
     void endPause(Seconds hostTime);
     void finished(const ReelResult& reel);
     void endTake();
-    std::int64_t doneInBackground() const;
-    void watchBackground();
     void letGo();
-    void letStartGo();
-    bool waitForBackground();
+    void letTakeGo();
 
     const Seams seams_;
-    const Seconds finishTimeout_;
     RecordingSources sources_;
     TakeSwitches switches_;
     TakeProgress progress_;
@@ -170,29 +153,21 @@ class RecordingController : public QObject {
     MicrophoneLevel microphoneLevel_;
     CameraPreview cameraPreview_;
     Countdown countdown_;
+    TakeBackground background_;
+    TakeStart start_;
     QTimer tick_;
-    QTimer watchTick_; // while a take is finished or a start is cancelled
 
     Phase phase_ = Phase::idle;
-    int contentNumber_ = 0; // of the newest question for what can be recorded
-
-    bool isStarting_ = false;
-    bool countsDown_ = false; // this start
-    std::stop_source starting_;
+    int contentNumber_ = 0;              // of the newest question for what can be recorded
+    int takeNumber_ = 0;                 // of the newest take; what earlier ones say is ignored
+    bool countsDown_ = false;            // this start
     std::optional<Failure> failedEarly_; // told before the take was known to run
-    int takeNumber_ = 0;
-    bool isLaunching_ = false;
-    std::shared_ptr<Handover<LiveTake>> handover_; // of the newest start
-    TakePtr startingTake_;                         // is prepared, and then started or discarded
-    TakePtr take_;                                 // records or is finished
+
+    std::shared_ptr<LiveTake> take_; // records or is finished
     Seconds startHost_ = 0;
     PauseClock pauses_;
     bool isPaused_ = false;
     Seconds elapsed_ = 0;
-    ProgressWatch watch_;
-
-    std::shared_ptr<MainThreadPost> mainThread_;
-    BackgroundQueue background_;
 };
 
 } // namespace glintro

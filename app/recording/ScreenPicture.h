@@ -18,7 +18,7 @@ namespace glintro {
 // converted. A frame that is larger by one odd row or column is cropped; one of any other size (a window that
 // was resized) is fitted into the picture and centred, black around it.
 //
-// Snapshots take turns in a few buffers. A buffer lags behind by what has changed since its last turn, and
+// Snapshots use a few buffers in turn. A buffer lags behind by what has changed since its last turn, and
 // those rows are converted with the next ones. There are as many buffers as snapshots are in use, and one
 // more; those that stay unused are freed after some seconds.
 class ScreenPicture {

@@ -19,7 +19,7 @@ std::size_t ScreenTrack::queueLimit(PixelSize size, int fps) {
     return static_cast<std::size_t>(std::max(kShortestQueue, std::min(byTime, kLargestQueue / bytes)));
 }
 
-bool ScreenTrack::offer(ScreenFrame frame, Seconds time) {
+bool ScreenTrack::offer(ScreenFrame frame, Seconds recordedTime) {
     rows_.addTo(frame);
     if (!video_.hasRoom()) {
         rows_.accumulate(frame);
@@ -27,7 +27,7 @@ bool ScreenTrack::offer(ScreenFrame frame, Seconds time) {
     }
     auto picture = converted(frame);
     if (!picture) return false;
-    return video_.offer([picture = std::move(*picture)] { return picture; }, time);
+    return video_.offer([picture = std::move(*picture)] { return picture; }, recordedTime);
 }
 
 std::optional<Picture> ScreenTrack::converted(const ScreenFrame& frame) try {

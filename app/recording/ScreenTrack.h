@@ -27,7 +27,7 @@ class ScreenTrack {
     static std::size_t queueLimit(PixelSize size, int fps);
 
     // False when the frame had to be dropped.
-    [[nodiscard]] bool offer(ScreenFrame frame, Seconds time);
+    [[nodiscard]] bool offer(ScreenFrame frame, Seconds recordedTime);
     // A frame that is not to be recorded: the next one shows what it changed.
     void drop(ScreenFrame frame);
 

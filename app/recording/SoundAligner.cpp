@@ -52,7 +52,7 @@ void SoundAligner::fillTo(Seconds hostTime, const PauseClock& pauses) {
     if (!hasBegun_ || lineIndex(hostTime) <= line_) return;
     if (!held_.empty()) placeHeld(pauses);
     endRun(pauses);
-    emitSilence(lineIndex(hostTime) - line_, pauses);
+    deliverSilence(lineIndex(hostTime) - line_, pauses);
 }
 
 // How much later than where the run would place them the next samples were heard.
@@ -68,7 +68,7 @@ std::int64_t SoundAligner::lineIndex(Seconds hostTime) const {
 
 void SoundAligner::startRun(Seconds hostTime, const PauseClock& pauses) {
     const std::int64_t start = lineIndex(hostTime);
-    if (start > line_) emitSilence(start - line_, pauses);
+    if (start > line_) deliverSilence(start - line_, pauses);
     run_.restart(static_cast<std::size_t>(line_ - start));
     drift_.errorWasCorrected();
     isRunning_ = true;
@@ -78,7 +78,7 @@ void SoundAligner::endRun(const PauseClock& pauses) {
     if (!isRunning_) return;
     std::vector<float> samples;
     run_.drain(drift_.speed(), samples);
-    emit(samples, pauses);
+    deliver(samples, pauses);
     isRunning_ = false;
 }
 
@@ -86,7 +86,7 @@ void SoundAligner::append(std::span<const float> samples, const PauseClock& paus
     run_.append(samples);
     std::vector<float> read;
     run_.read(drift_.speed(), read);
-    emit(read, pauses);
+    deliver(read, pauses);
 }
 
 // Begins a run with what is held, where most of its stamps say.
@@ -101,17 +101,17 @@ void SoundAligner::placeHeld(const PauseClock& pauses) {
     append(samples, pauses);
 }
 
-void SoundAligner::emitSilence(std::int64_t count, const PauseClock& pauses) {
+void SoundAligner::deliverSilence(std::int64_t count, const PauseClock& pauses) {
     while (count > 0) {
         const auto part = std::min<std::int64_t>(count, kSilence.size());
-        emit(std::span(kSilence).first(static_cast<std::size_t>(part)), pauses);
+        deliver(std::span(kSilence).first(static_cast<std::size_t>(part)), pauses);
         count -= part;
     }
 }
 
 // Goes on along the host clock, and keeps what lies outside the pauses. What is cut is rounded on the running
 // total, so that the line stays with the picture however many pauses there are.
-void SoundAligner::emit(std::span<const float> samples, const PauseClock& pauses) {
+void SoundAligner::deliver(std::span<const float> samples, const PauseClock& pauses) {
     const std::int64_t begin = line_;
     const std::int64_t end = begin + static_cast<std::int64_t>(samples.size());
     line_ = end;

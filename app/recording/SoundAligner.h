@@ -44,8 +44,8 @@ class SoundAligner {
     void append(std::span<const float> samples, const PauseClock& pauses);
     void hold(const SoundBlock& block, const PauseClock& pauses);
     void placeHeld(const PauseClock& pauses);
-    void emitSilence(std::int64_t count, const PauseClock& pauses);
-    void emit(std::span<const float> samples, const PauseClock& pauses);
+    void deliverSilence(std::int64_t count, const PauseClock& pauses);
+    void deliver(std::span<const float> samples, const PauseClock& pauses);
     void keep(std::span<const float> samples, std::int64_t place);
     void writeSilence(std::int64_t count);
 

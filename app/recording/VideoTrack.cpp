@@ -28,10 +28,10 @@ VideoTrack::VideoTrack(LiveMovieWriter& writer, int fps, FailureHandler failed, 
       encoderName_(writer.encoderName()),
       thread_([this] { work(); }) {}
 
-bool VideoTrack::offer(Source source, Seconds time) {
+bool VideoTrack::offer(Source source, Seconds movieTime) {
     const std::scoped_lock lock(mutex_);
     if (isClosed_ || waiting_.size() >= limit_) return false;
-    waiting_.push_back({std::move(source), time});
+    waiting_.push_back({std::move(source), movieTime});
     changed_.notify_one();
     return true;
 }
@@ -84,14 +84,14 @@ void VideoTrack::encode(Entry entry) {
     if (hasFailed_) return;
     const Picture picture = entry.source();
     entry.source = nullptr;
-    const Seconds time = std::max(entry.time, lastTime_ + kShortestShow);
-    const auto result = writer_.writeFrame(picture, time);
+    const Seconds movieTime = std::max(entry.movieTime, lastMovieTime_ + kShortestShow);
+    const auto result = writer_.writeFrame(picture, movieTime);
     if (!result) {
         hasFailed_ = true;
         failed_(result.error());
         return;
     }
-    lastTime_ = time;
+    lastMovieTime_ = movieTime;
     const std::scoped_lock lock(mutex_);
     ++written_;
 }

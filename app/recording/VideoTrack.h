@@ -32,9 +32,9 @@ class VideoTrack {
     VideoTrack(LiveMovieWriter& writer, int fps, FailureHandler failed, std::size_t limit = kDeviceLimit);
     ~VideoTrack() { close(); }
 
-    // False when the queue is full. `time` as for LiveMovieWriter::writeFrame; a picture that does not come
-    // after the one before it is shown right behind it.
-    [[nodiscard]] bool offer(Source source, Seconds time);
+    // False when the queue is full. `movieTime` as for LiveMovieWriter::writeFrame; a picture that does not
+    // come after the one before it is shown right behind it.
+    [[nodiscard]] bool offer(Source source, Seconds movieTime);
     // Whether offer() accepts the next picture, if this is the only thread that offers any.
     bool hasRoom() const;
     // Encodes what waits, and ends. From one thread at a time.
@@ -46,7 +46,7 @@ class VideoTrack {
   private:
     struct Entry {
         Source source;
-        Seconds time = 0;
+        Seconds movieTime = 0;
     };
     void work();
     void encode(Entry entry);
@@ -59,7 +59,7 @@ class VideoTrack {
     const std::size_t limit_;
 
     // Of the track's thread.
-    Seconds lastTime_ = -1;
+    Seconds lastMovieTime_ = -1;
     Seconds meanBusy_ = 0;
     int framesAtThisPace_ = 0;
     bool hasFailed_ = false;

@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include "app/shell/Numbers.h"
+#include "core/base/Numbers.h"
 
 namespace glintro {
 namespace {

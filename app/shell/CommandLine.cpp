@@ -1,11 +1,17 @@
 #include "app/shell/CommandLine.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "app/shell/ArgumentValues.h"
+#include "app/shell/EditOptions.h"
 #include "app/shell/RecordOptions.h"
 #include "app/shell/RenderOptions.h"
+#include "app/shell/TerminalText.h"
 
 namespace glintro {
 namespace {
@@ -20,7 +26,7 @@ constexpr auto kAbout = "Glintro develops screen recordings into polished demo v
 constexpr SecondsRange kTakeSeconds{0.1, 86400};
 constexpr WholeRange kGifSides{2, 4096};
 constexpr WholeRange kGifFrameRates{1, 50};
-constexpr auto kReel = "The reel's folder";
+constexpr auto kReel = "The reel's folder, its name, or “latest”";
 
 CLI::App* addCommand(CLI::App& app, const std::string& name, const std::string& about,
                      const std::string& examples) {
@@ -35,11 +41,12 @@ void addFolder(CLI::App& command, const std::string& name, const std::string& de
     addText(command, name, accept, description)->type_name("")->required();
 }
 
-void addReels(CLI::App& command, std::vector<std::filesystem::path>& reels) {
-    const auto add = [&reels](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts) reels.emplace_back(text);
+void addPaths(CLI::App& command, const std::string& name, const std::string& description,
+              std::vector<std::filesystem::path>& paths) {
+    const auto add = [&paths](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts) paths.emplace_back(text);
     };
-    addTexts(command, "REEL", add, "The reels' folders")->type_name("")->required();
+    addTexts(command, name, add, description)->type_name("")->required();
 }
 
 void addFile(CLI::App& command, const std::string& names, std::optional<std::filesystem::path>& file,
@@ -77,10 +84,14 @@ class Grammar {
     void describeRecord();
     void describeSources();
     void describeRecover();
+    void describeList();
+    void describeImport();
+    void describeEdit();
     Command command() const;
     RenderArguments render() const;
     StillArguments still() const;
     RecordArguments record() const;
+    EditArguments edit() const;
     std::string expectation(const CLI::ParseError& error) const;
     Notice wrongUsage(const std::string& sentence) const;
 
@@ -92,6 +103,9 @@ class Grammar {
     CLI::App* record_ = nullptr;
     CLI::App* sources_ = nullptr;
     CLI::App* recover_ = nullptr;
+    CLI::App* list_ = nullptr;
+    CLI::App* import_ = nullptr;
+    CLI::App* edit_ = nullptr;
     RenderArguments renderArguments_;
     RenderWishes renderWishes_;
     StillArguments stillArguments_;
@@ -100,6 +114,10 @@ class Grammar {
     RecordArguments recordArguments_;
     SourcesArguments sourcesArguments_;
     RecoverArguments recoverArguments_;
+    ListArguments listArguments_;
+    ImportArguments importArguments_;
+    EditArguments editArguments_;
+    std::vector<std::string> literal_; // what stands behind "--" of an edit, with it
 };
 
 Grammar::Grammar() {
@@ -121,6 +139,9 @@ Grammar::Grammar() {
     describeRecord();
     describeSources();
     describeRecover();
+    describeList();
+    describeImport();
+    describeEdit();
 }
 
 void Grammar::describeRender() {
@@ -133,7 +154,7 @@ void Grammar::describeRender() {
                          "Ctrl-C cancels, with exit status 1, and leaves no unfinished file.");
     RenderArguments& to = renderArguments_;
     RenderWishes& wishes = renderWishes_;
-    addReels(*render_, to.reels);
+    addPaths(*render_, "REEL", "The reels' folders, their names, or “latest”", to.reels);
     addOutput(*render_, wishes.output);
     addPreset(*render_, wishes.preset);
     addFormat(*render_, wishes.format);
@@ -262,8 +283,47 @@ void Grammar::describeRecover() {
                           "  glintro recover my-reel\n"
                           "  glintro recover ~/Videos/Glintro/*/* --json\n"
                           "A reel that is fine is left alone, and so is a recording that still runs.");
-    addReels(*recover_, recoverArguments_.reels);
+    addPaths(*recover_, "REEL", "The reels' folders", recoverArguments_.reels);
     addReport(*recover_, recoverArguments_.report);
+}
+
+void Grammar::describeList() {
+    list_ = addCommand(app_, "list", "List the reels of the library, newest first",
+                       "  glintro list\n"
+                       "  glintro list demo --json");
+    const auto accept = [this](const std::string& text) { listArguments_.query = text; };
+    addText(*list_, "QUERY", accept, "Only the reels whose name contains this")->type_name("");
+    addReport(*list_, listArguments_.report);
+}
+
+void Grammar::describeImport() {
+    import_ = addCommand(app_, "import", "Make reels in the library of movie files",
+                         "  glintro import talk.mp4\n"
+                         "  glintro import takes/*.mov --json\n"
+                         "Ctrl-C cancels, with exit status 1, and leaves no unfinished reel.");
+    addPaths(*import_, "FILE", "The movies, which stay as they are", importArguments_.files);
+    addReport(*import_, importArguments_.report);
+}
+
+void Grammar::describeEdit() {
+    edit_ = app_.add_subcommand("edit", "Edit a reel: cut, split, zoom, speed up, trim, style");
+    glintro::describeEdit(*edit_);
+    addFolder(*edit_, "REEL", kReel, editArguments_.reel);
+    edit_->add_flag_callback(
+        "--dry-run", [this] { editArguments_.isDryRun = true; }, "Say what would be, and save nothing");
+    addReport(*edit_, editArguments_.report);
+}
+
+EditArguments Grammar::edit() const {
+    std::vector<std::string> behindTheReel = edit_->remaining();
+    behindTheReel.insert(behindTheReel.end(), literal_.begin(), literal_.end());
+    EditWords words = editWords(behindTheReel);
+    if (words.isHelp) throw CLI::CallForHelp();
+    EditArguments arguments = editArguments_;
+    arguments.script = std::move(words.script);
+    arguments.isDryRun = arguments.isDryRun || words.isDryRun;
+    if (words.isJson) arguments.report = Report::json;
+    return arguments;
 }
 
 Command Grammar::command() const {
@@ -273,6 +333,9 @@ Command Grammar::command() const {
     if (record_->parsed()) return record();
     if (sources_->parsed()) return sourcesArguments_;
     if (recover_->parsed()) return recoverArguments_;
+    if (list_->parsed()) return listArguments_;
+    if (import_->parsed()) return importArguments_;
+    if (edit_->parsed()) return edit();
     return sampleArguments_;
 }
 
@@ -296,7 +359,10 @@ std::string Grammar::expectation(const CLI::ParseError& error) const {
 
 std::expected<Command, Notice> Grammar::parse(const std::vector<std::string>& arguments) {
     try {
-        app_.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        const bool isEdit = !arguments.empty() && arguments.front() == "edit";
+        const auto end = isEdit ? std::ranges::find(arguments, "--") : arguments.end();
+        literal_.assign(end, arguments.end());
+        app_.parse(std::vector<std::string>(std::reverse_iterator(end), arguments.rend()));
         return command();
     } catch (const CLI::CallForVersion& version) {
         return std::unexpected(Notice{ExitStatus::success, fmt::format("{}\n", version.what())});
@@ -314,7 +380,7 @@ Notice Grammar::wrongUsage(const std::string& sentence) const {
     const std::string help = nothingGiven
                                  ? "\n" + app_.help()
                                  : fmt::format("Run “glintro {}--help” to see what it takes.\n", command);
-    return {ExitStatus::wrongUsage, fmt::format("glintro: {}\n{}", sentence, help)};
+    return {ExitStatus::wrongUsage, fmt::format("glintro: {}\n{}", printable(sentence), help)};
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 
 #include "app/shell/ExitStatus.h"
 #include "core/base/Geometry.h"
+#include "core/edit/EditScript.h"
 #include "core/export/ExportOptions.h"
 #include "core/model/Look.h"
 #include "platform/linux/LinuxDesktop.h"
@@ -20,7 +21,7 @@ namespace glintro {
 enum class Report { text, json };
 
 struct RenderArguments {
-    std::vector<std::filesystem::path> reels;    // at least one
+    std::vector<std::filesystem::path> reels;    // at least one; folders or what stands for them
     std::optional<std::filesystem::path> output; // of a single reel; absent: named after each, in `folder`
     std::filesystem::path folder;                // empty: the current one
     ExportOptions options;
@@ -84,8 +85,26 @@ struct RecoverArguments {
     Report report = Report::text;
 };
 
-using Command = std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments,
-                             RecordArguments, SourcesArguments, RecoverArguments>;
+struct ListArguments {
+    std::string query; // empty: all reels
+    Report report = Report::text;
+};
+
+struct ImportArguments {
+    std::vector<std::filesystem::path> files; // at least one
+    Report report = Report::text;
+};
+
+struct EditArguments {
+    std::filesystem::path reel;
+    EditScript script; // not empty
+    bool isDryRun = false;
+    Report report = Report::text;
+};
+
+using Command =
+    std::variant<RenderArguments, StillArguments, InspectArguments, SampleArguments, RecordArguments,
+                 SourcesArguments, RecoverArguments, ListArguments, ImportArguments, EditArguments>;
 
 // What is said instead of running a command. With the status of success it is what was asked for (help, the
 // version) and belongs on standard output; otherwise it says what was expected.

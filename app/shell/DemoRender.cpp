@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "app/shell/Numbers.h"
 #include "app/shell/SignalCancel.h"
+#include "core/base/Numbers.h"
 #include "core/export/Exporter.h"
 #include "core/timeline/AutoZoom.h"
 
@@ -52,7 +52,7 @@ Result<ExportOutcome> render(const Project& project, const fs::path& output) {
     options.fps = kFps;
     options.fill = project.info.settings.aspect != AspectRatio::wide;
     const auto cancel = std::make_shared<ExportCancel>();
-    const SignalCancel signals(cancel);
+    const SignalCancel onSignal(cancel);
     return Exporter::run({.project = project,
                           .settings = project.info.settings,
                           .options = options,

@@ -12,9 +12,13 @@
 #include "app/preferences/Preferences.h"
 #include "app/shell/CommandLine.h"
 #include "app/shell/DemoRender.h"
+#include "app/shell/EditCommand.h"
+#include "app/shell/ImportCommand.h"
 #include "app/shell/InspectCommand.h"
+#include "app/shell/ListCommand.h"
 #include "app/shell/RecordCommand.h"
 #include "app/shell/RecoverCommand.h"
+#include "app/shell/ReelFinder.h"
 #include "app/shell/RenderCommand.h"
 #include "app/shell/SampleCommand.h"
 #include "app/shell/SourcesCommand.h"
@@ -39,13 +43,18 @@ struct CommandRunner {
     const Environment& environment;
     Result<void> operator()(RenderArguments arguments) const {
         arguments.folder = user.exportFolder().value_or("");
+        for (std::filesystem::path& reel : arguments.reels) {
+            if (auto found = replaceByFolder(reel); !found) return found;
+        }
         return runRender(arguments, console, [this] { return desktopPicture(); });
     }
     Result<void> operator()(StillArguments arguments) const {
         arguments.folder = user.exportFolder().value_or("");
+        if (auto found = replaceByFolder(arguments.reel); !found) return found;
         return runStill(arguments, console, [this] { return desktopPicture(); });
     }
-    Result<void> operator()(const InspectArguments& arguments) const {
+    Result<void> operator()(InspectArguments arguments) const {
+        if (auto found = replaceByFolder(arguments.reel); !found) return found;
         return runInspect(arguments, console);
     }
     Result<void> operator()(const SampleArguments& arguments) const { return runSample(arguments, console); }
@@ -62,8 +71,25 @@ struct CommandRunner {
     Result<void> operator()(const RecoverArguments& arguments) const {
         return runRecover(arguments, reelDefaults(user), console);
     }
+    Result<void> operator()(const ListArguments& arguments) const {
+        return runList(arguments, library(), console);
+    }
+    Result<void> operator()(const ImportArguments& arguments) const {
+        return runImport(arguments, library(), reelDefaults(user), console);
+    }
+    Result<void> operator()(const EditArguments& arguments) const {
+        return runEdit(arguments, ReelFinder(library()), user.defaultZoom(), console);
+    }
 
   private:
+    LibraryFolder library() const { return LibraryFolder::ofUser(environment); }
+    // What the user named becomes the folder that is meant.
+    Result<void> replaceByFolder(std::filesystem::path& reel) const {
+        auto folder = ReelFinder(library()).find(reel);
+        if (!folder) return std::unexpected(folder.error());
+        reel = *std::move(folder);
+        return {};
+    }
     std::optional<DesktopPicture> desktopPicture() const {
         const auto desktop = desktopFor({}, environment);
         if (!desktop) return std::nullopt;

@@ -12,11 +12,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Whether a path may be the name of a reel.
+bool isName(const fs::path& named) {
+    return !named.empty() && !named.has_parent_path();
+}
+
 std::string noReelMessage(const fs::path& folder) {
     std::error_code error;
     const fs::file_status status = fs::status(folder, error);
     if (status.type() == fs::file_type::not_found)
-        return fmt::format("There is no folder “{}”.", folder.string());
+        return fmt::format("There is no folder “{}”{}.", folder.string(),
+                           isName(folder) ? ", and the library has no reel of that name" : "");
     if (error) return fmt::format("“{}” can’t be opened: {}.", folder.string(), error.message());
     if (status.type() != fs::file_type::directory)
         return fmt::format("“{}” is not a folder. Give the reel’s folder, the one that holds raw.mov.",

@@ -182,7 +182,7 @@ Result<void> renderMany(const Renderer& renderer, const RenderArguments& argumen
 Result<void> runRender(const RenderArguments& arguments, const Console& console, AskDesktopPicture desktop) {
     Wallpaper wallpaper(arguments.wallpaper, std::move(desktop), console);
     const auto cancel = std::make_shared<ExportCancel>();
-    const SignalCancel signals(cancel);
+    const SignalCancel onSignal(cancel);
     const Renderer renderer(arguments, console, wallpaper, cancel);
     return arguments.reels.size() == 1 ? renderOne(renderer, arguments, console)
                                        : renderMany(renderer, arguments, console);

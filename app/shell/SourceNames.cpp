@@ -18,7 +18,7 @@ namespace {
 // A sentence with more names than this is read by nobody.
 constexpr std::size_t kMostNamed = 6;
 // Nor one with longer ones.
-constexpr int kLongestName = 40;
+constexpr int kLongestTitle = 40;
 
 std::optional<std::uint32_t> identifier(std::string_view text) {
     const bool isHexadecimal = text.starts_with("0x") || text.starts_with("0X");
@@ -55,8 +55,8 @@ std::string choices(const std::vector<ShareableWindow>& windows) {
     std::vector<std::string> names;
     for (const ShareableWindow& window : windows)
         names.push_back(fmt::format(
-            "“{}” (id {})", shortened(window.title.empty() ? window.application : window.title, kLongestName),
-            window.id));
+            "“{}” (id {})",
+            shortened(window.title.empty() ? window.application : window.title, kLongestTitle), window.id));
     return listed(names);
 }
 

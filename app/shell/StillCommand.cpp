@@ -57,7 +57,7 @@ Result<void> runStill(const StillArguments& arguments, const Console& console, A
     }
     warnOfMissingCamera(*project, console);
     const auto cancel = std::make_shared<ExportCancel>();
-    const SignalCancel signals(cancel);
+    const SignalCancel onSignal(cancel);
     Wallpaper wallpaper(arguments.wallpaper, std::move(desktop), console);
     const auto image = render(*project, arguments, wallpaper, console);
     if (!image) return std::unexpected(image.error());

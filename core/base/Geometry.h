@@ -100,7 +100,7 @@ inline bool isEmpty(const Rect& rect) {
     return !(rect.width > 0 && rect.height > 0);
 }
 
-// What both rectangles cover. Where that is nothing, width or height is 0, never negative.
+// The overlap of both rectangles. Where there is none, width or height is 0, never negative.
 inline Rect intersected(const Rect& a, const Rect& b) {
     const double left = std::max(a.x, b.x);
     const double top = std::max(a.y, b.y);

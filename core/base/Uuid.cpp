@@ -24,7 +24,7 @@ std::optional<std::uint8_t> hexValue(char digit) {
 } // namespace
 
 // Asks the system every time: a generator of our own would go on with the same numbers in a forked process,
-// and std::random_device may take a hundred times as long.
+// and std::random_device may need a hundred times as long.
 Uuid Uuid::random() {
     Uuid uuid;
     // Fails for more than 256 bytes only.

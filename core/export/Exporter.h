@@ -54,7 +54,7 @@ class Exporter {
   public:
     // Renders and returns when the file is finished, has failed or was cancelled (Failure::isCancelled). The
     // file replaces its destination in one step, when it is whole and on the disk: a render that does not
-    // finish leaves no partial file and an older file as it was. A cancel takes effect up to that step, also
+    // finish leaves no partial file and an older file as it was. A cancel has effect up to that step, also
     // while the file is being finished. The destination's folder is made. A destination that is one of the
     // reel's own files is refused. Sound that cannot be decoded is left out, with a warning.
     [[nodiscard]] static Result<ExportOutcome> run(const ExportRequest& request);

@@ -100,7 +100,7 @@ std::string withoutOverflows(std::string_view text) {
 } // namespace
 
 Result<nlohmann::json> parseJson(std::string_view text, const JsonLimits& limits) {
-    // The parser would take a zero byte for the end of the text.
+    // The parser reads a zero byte as the end of the text.
     if (!isWithinLimits(text, limits) || text.find('\0') != std::string_view::npos)
         return failure("The file is damaged.", "too large, nested too deeply or not text");
     auto value = nlohmann::json::parse(withoutOverflows(text), nullptr, /*allow_exceptions=*/false);

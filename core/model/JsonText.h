@@ -9,7 +9,7 @@
 
 namespace glintro {
 
-// What a text may hold at most. A document tree takes many times the memory of its text, so the text is
+// What a text may hold at most. A document tree needs many times the memory of its text, so the text is
 // measured before a tree is built.
 struct JsonLimits {
     std::size_t bytes = 0;

@@ -25,11 +25,11 @@ struct ProjectInfo {
 };
 
 // A longer text is not decoded, nor is one with more than a million values or 512 levels: thousands of
-// segments take about a megabyte, and a hostile file must not take the memory of the machine.
+// segments need about a megabyte, and a hostile file must not fill the memory of the machine.
 inline constexpr std::size_t kLongestProjectText = 64U << 20; // bytes
 
 // Strict for the record: every one of the nine values must be there and of its type, else the failure says
-// what is wrong. Lenient for the settings: a value that is missing, malformed or too large for a double takes
+// what is wrong. Lenient for the settings: a value that is missing, malformed or too large for a double gets
 // its default, a list with one malformed element becomes empty. Unknown keys are ignored.
 [[nodiscard]] Result<ProjectInfo> decodeProjectInfo(std::string_view json);
 

@@ -38,7 +38,7 @@ struct RecordingEvents {
 // text holds makes the whole of it a failure.
 [[nodiscard]] Result<RecordingEvents> decodeEvents(std::string_view json);
 
-// The same from a file, which is read piece by piece: beyond the events themselves the memory taken does not
+// The same from a file, which is read piece by piece: beyond the events themselves the memory used does not
 // grow with the file. Fails for what is not a regular file.
 [[nodiscard]] Result<RecordingEvents> readEvents(const std::filesystem::path& file);
 

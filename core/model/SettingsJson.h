@@ -10,7 +10,7 @@ namespace glintro {
 // All 23 values under their field names; `trimEnd` only when there is one.
 nlohmann::json settingsToJson(const ProjectSettings& settings);
 
-// `object` must be a JSON object. Each value that is missing or malformed takes its default; one malformed
+// `object` must be a JSON object. Each value that is missing or malformed gets its default; one malformed
 // element empties its whole list.
 ProjectSettings settingsFromJson(const nlohmann::json& object);
 

@@ -4,7 +4,7 @@
 #include "core/model/ProjectSettings.h"
 #include "core/plan/ZoomCamera.h"
 
-// The pure geometry of one output frame: canvas, inner area, crop, zoom window and where the window lands.
+// The geometry of one output frame: canvas, inner area, crop, zoom window and target.
 //
 //   recording (source pixels)            canvas (output pixels)
 //   +--------------------------+         +---------------------------+

@@ -62,7 +62,7 @@ void mixFour(const float* const* rows, const float* weights, int width, float* t
     }
 }
 
-// Every four neighbouring cells become `factor` samples; phase p of them takes weights[k * stride + p] of
+// Every four neighbouring cells become `factor` samples; phase p of them uses weights[k * stride + p] of
 // cell k. Whole vectors are written: what one cell writes too much, the next overwrites.
 void enlargeAcross(const float* cells, int count, const float* weights, int stride, int factor, float* to) {
     const Samples d;
@@ -130,8 +130,8 @@ void convolve(FloatPlane& plane, double sigma) {
 //
 //   samples ──mean──► cells ──Gaussian──► cells ──cubic B-spline──► samples
 //
-// All three are blurs, and the variances of blurs add up, so the Gaussian takes what the other two leave of
-// sigma.
+// All three are blurs, and the variances of blurs add up, so the Gaussian contributes what the other two
+// leave of sigma.
 
 // Cells beyond each edge of the picture, for the spline to read.
 constexpr int kMargin = 2;

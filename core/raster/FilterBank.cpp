@@ -9,7 +9,8 @@ namespace {
 
 constexpr double kOne = 1 << 14;
 
-// Keys' cubic convolution with a = -0.5, for the distance x >= 0. Both branches are cheap, so none is taken.
+// Keys' cubic convolution with a = -0.5, for the distance x >= 0. Both polynomials are cheap, so both are
+// computed and one is selected.
 double catmullRom(double x) {
     const double inner = (1.5 * x - 2.5) * x * x + 1;
     const double outer = ((-0.5 * x + 2.5) * x - 4) * x + 2;
@@ -23,8 +24,8 @@ int floorOf(double value) {
     return truncated - (value < truncated ? 1 : 0);
 }
 
-// Hands out the weights of one destination sample in turn. Rounding their running total keeps the sum exact
-// and every weight within one unit.
+// Returns the weights of one destination sample one after the other. Rounding their running total keeps the
+// sum exact and every weight within one unit.
 class Rounding {
   public:
     explicit Rounding(double sum) : scale_(kOne / sum) {}
@@ -53,7 +54,7 @@ FilterBank::FilterBank(AxisMap map, int destinationLength, int sourceLength) {
 
     std::int16_t* weights = weights_.data();
     for (int i = 0; i < destinationLength; ++i, weights += taps_) {
-        // Farther out than this, every sample read is the edge anyhow.
+        // Farther out than this, every sample read is the edge.
         const double position = std::clamp(map.origin + i * map.step, -support - 1, sourceLength + support);
         const int start = floorOf(position - support) + 1;
         const int first = std::clamp(start, 0, sourceLength - taps_);

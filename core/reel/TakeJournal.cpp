@@ -101,7 +101,7 @@ void TakeJournal::Impl::repeat(const std::stop_token& stop, milliseconds interva
     work();
 }
 
-// What the disk does not take stays for the next time: the file is always a beginning of what was logged,
+// What the disk does not accept stays for the next time: the file is always a beginning of what was logged,
 // however often a write is cut short.
 void TakeJournal::Impl::appendPending() {
     const std::scoped_lock fileLock(fileMutex);

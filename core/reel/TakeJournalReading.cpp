@@ -16,7 +16,7 @@ constexpr std::size_t kBlockSize = 64U << 10;
 constexpr std::size_t kLongestLine = 256; // bytes; ours have less than half of it
 constexpr Seconds kSampleMargin = 0.2;
 
-// One line taken apart.
+// One line, parsed.
 struct Line {
     std::string_view word;
     std::array<double, 3> numbers{};

@@ -22,7 +22,7 @@ Ground solidGround(PixelLayout layout, std::string_view hexColour);
 // The gradient preset of an index, which is clamped to the presets, with its highlight near the top left.
 Ground gradientGround(PixelLayout layout, PixelSize canvas, std::int64_t index);
 
-// The recording's shadow: where it falls, and how much light it takes away there, 0..1.
+// The recording's shadow: where it falls, and how dark it makes the backdrop there, 0..1.
 struct BackdropShadow {
     const SoftRoundedRect* shape = nullptr; // over the whole canvas; null for no shadow
     float strength = 0;

@@ -45,7 +45,7 @@ class FrameRenderer {
 
     // The renderer of other settings for the same source. It keeps the tracks unless smoothing, zooms or
     // following changed, and those static layers whose settings are the same. Draws exactly what a renderer
-    // made from nothing would draw.
+    // made for these settings alone would draw.
     std::shared_ptr<const FrameRenderer> with(ProjectSettings settings) const;
     // With another wallpaper, which is loaded later than the first frame is wanted. May be null.
     std::shared_ptr<const FrameRenderer> with(std::shared_ptr<const BgraImage> wallpaper) const;

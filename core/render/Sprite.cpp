@@ -42,7 +42,7 @@ Sprite::Sprite(PixelLayout layout, const BgraImage& image) : size_(image.size) {
                 planeColour(layout, static_cast<float>(pixel[2]) / 255.0F,
                             static_cast<float>(pixel[1]) / 255.0F, static_cast<float>(pixel[0]) / 255.0F);
             alpha_.row(y + kSpriteBorder)[x + kSpriteBorder] = pixel[3];
-            // The encoding has an offset (black is not 0): only the part beyond black came multiplied.
+            // Limited range has an offset (black is 16): only the part above black is multiplied with alpha.
             for (std::size_t i = 0; i < 3; ++i)
                 colours_[i].row(y + kSpriteBorder)[x + kSpriteBorder] =
                     toByte(colour.values[i] - black.values[i] + black.values[i] * alpha);

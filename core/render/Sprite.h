@@ -10,7 +10,7 @@ namespace glintro {
 
 // A small bitmap with soft edges, kept in the planes of a layout: its alpha, and its three colour planes
 // already multiplied with it. A transparent border of kSpriteBorder samples surrounds the bitmap, so that
-// filters that reach over its edge find nothing there.
+// filters that reach over its edge read transparent samples.
 inline constexpr int kSpriteBorder = 4;
 
 class Sprite {

@@ -13,7 +13,7 @@ namespace glintro {
 enum class Edges { covered, uncovered }; // whether a segment covers its own start and end
 
 // Answers which of many segments covers a time, for times that are asked in ascending order: n segments and m
-// times take O((n + m) log n) instead of n * m. `Wins` orders two list indices: the covering segment is the
+// times cost O((n + m) log n) instead of n * m. `Wins` orders two list indices: the covering segment is the
 // one that wins over all others that hold the time.
 template <TimeSegment Segment, class Wins>
 class CoverageSweep {

@@ -44,7 +44,8 @@ class RecordedPath {
     std::size_t current_ = 0;
 };
 
-// A critically damped spring, stepped by semi-implicit Euler: it settles on a still target without overshoot.
+// A critically damped spring, stepped by semi-implicit Euler: it comes to rest on a still target without
+// overshoot.
 class Spring {
   public:
     Spring(Point start, double omega) : omega_(omega), position_(start), target_(start) {}

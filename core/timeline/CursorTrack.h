@@ -19,7 +19,7 @@ class CursorTrack {
     // `omega` is the spring's angular frequency per second: the larger, the closer the track follows; 0 or
     // less turns smoothing off. Samples may come in any order; those that lack a number or hold one that is
     // not finite are ignored. `nullopt` when no sample is left or `duration` is not above 0. The track
-    // covers 0..duration, but at most `kLongest`, so that a bad duration cannot take all memory. Time and
+    // covers 0..duration, but at most `kLongest`, so that a bad duration cannot fill the memory. Time and
     // memory grow linearly with the duration (and the samples, when they come in order).
     static std::optional<CursorTrack> create(const std::vector<EventSample>& raw, Seconds duration,
                                              double omega);

@@ -36,7 +36,7 @@ struct Storyboard {
     //           ^ at
     static bool split(ProjectSettings& settings, Seconds at, Seconds duration);
 
-    // Leaves a shot out, and takes it back.
+    // Leaves a shot out, and shows it again.
     //
     //   |www|zzzzz|www|  cut ->  |www|ccccc|www|  restore ->  |www|zzzzz|www|
     static void cut(ProjectSettings& settings, const Shot& shot);

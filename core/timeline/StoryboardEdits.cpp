@@ -73,6 +73,12 @@ void clear(std::vector<Segment>& segments, const Shot& range) {
 }
 
 template <TimeSegment Segment>
+void divide(std::vector<Segment>& segments, Seconds at) {
+    segments = Storyboard::splitSegments(segments, at);
+    sortByStart(segments); // of overlapping ones, all begin anew at the split
+}
+
+template <TimeSegment Segment>
 void add(std::vector<Segment>& segments, Segment segment) {
     segments.push_back(std::move(segment));
     sortByStart(segments);
@@ -105,6 +111,16 @@ void moveEdges(std::vector<Segment>& segments, Seconds from, Seconds to) {
         if (isSameMoment(segment.end, from)) segment.end = to;
     }
     dropShort(segments);
+    sortByStart(segments); // an edge may pass segments that the trims hide
+}
+
+void moveSplits(std::vector<Seconds>& splits, Seconds from, Seconds to) {
+    for (Seconds& split : splits) {
+        if (isSameMoment(split, from)) split = to;
+    }
+    std::ranges::stable_sort(splits, ascending);
+    const auto repeated = std::ranges::unique(splits);
+    splits.erase(repeated.begin(), repeated.end());
 }
 
 } // namespace
@@ -113,9 +129,9 @@ bool Storyboard::split(ProjectSettings& settings, Seconds at, Seconds duration) 
     const std::vector<Shot> row = shots(settings, duration);
     const Shot* divided = shot(at, row);
     if (!divided || at - divided->start < kShortestShot || divided->end - at < kShortestShot) return false;
-    settings.zooms = splitSegments(settings.zooms, at);
-    settings.speeds = splitSegments(settings.speeds, at);
-    settings.cuts = splitSegments(settings.cuts, at);
+    divide(settings.zooms, at);
+    divide(settings.speeds, at);
+    divide(settings.cuts, at);
     settings.splits.push_back(at);
     std::ranges::stable_sort(settings.splits, ascending);
     return true;
@@ -157,6 +173,7 @@ bool Storyboard::joinWithNext(ProjectSettings& settings, const Shot& shot, Secon
     if (first == row.end() || first + 1 == row.end()) return false;
     if (isSplit(first->end, settings)) {
         std::erase_if(settings.splits, [&](Seconds split) { return isSameMoment(split, first->end); });
+        normalize(settings); // the parts of a zoom that was split become one again
         return true;
     }
     Shot joined = *first;
@@ -179,9 +196,7 @@ Seconds Storyboard::moveBoundary(ProjectSettings& settings, Seconds from, Second
     moveEdges(settings.zooms, *edge, moved);
     moveEdges(settings.cuts, *edge, moved);
     moveEdges(settings.speeds, *edge, moved);
-    for (Seconds& split : settings.splits) {
-        if (isSameMoment(split, *edge)) split = moved;
-    }
+    moveSplits(settings.splits, *edge, moved);
     if (isFirst) settings.trimStart = moved;
     if (isLast) settings.trimEnd = moved >= duration - kUntrimmed ? std::nullopt : std::optional(moved);
     return moved;

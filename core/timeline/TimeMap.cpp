@@ -14,7 +14,7 @@ constexpr Seconds kShortestPiece = 0.01; // so must a piece
 constexpr double kLowestRate = 0.25;
 constexpr std::size_t kMostRepeats = 1'000'000;
 
-// What the cuts leave of the range. Since they are taken by ascending start, whatever ends at a cut's start
+// What the cuts leave of the range. Since they are applied by ascending start, whatever ends at a cut's start
 // is out of reach of all later ones: only the last range is still open to them.
 std::vector<KeptRange> withoutCuts(KeptRange open, std::vector<CutSegment> cuts) {
     std::ranges::stable_sort(cuts, ascending, &CutSegment::start);

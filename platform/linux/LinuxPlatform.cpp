@@ -1,5 +1,7 @@
 #include "platform/linux/LinuxPlatform.h"
 
+#include "platform/ThreadPriority.h"
+#include "platform/linux/RealtimeKit.h"
 #include "platform/linux/camera/LinuxCameras.h"
 #include "platform/linux/sound/PulseSound.h"
 #include "platform/linux/wayland/WaylandDesktop.h"
@@ -15,7 +17,13 @@ class LinuxPlatform final : public Platform {
           hotKey_(desktop == LinuxDesktop::wayland ? createPortalHotKeySource() : createX11HotKeySource()),
           desktopPicture_(createDesktopPictureSource()),
           sound_(createPulseSound()),
-          cameras_(createLinuxCameras()) {}
+          cameras_(createLinuxCameras()) {
+        setThreadPriorityService(
+            [kit = std::make_shared<RealtimeKit>()](pid_t thread, int nice) { kit->raise(thread, nice); });
+    }
+    ~LinuxPlatform() override { setThreadPriorityService(nullptr); }
+    LinuxPlatform(const LinuxPlatform&) = delete;
+    LinuxPlatform& operator=(const LinuxPlatform&) = delete;
 
     ScreenCapture& screen() override { return *screen_; }
     SoundSystem& sound() override { return *sound_; }

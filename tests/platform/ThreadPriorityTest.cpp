@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "platform/ThreadPriority.h"
+#include "tests/support/ForkedProcess.h"
 
 namespace glintro {
 namespace {
@@ -29,6 +31,27 @@ TEST(ThreadPriority, RaisesTheCallingThreadAndTheThreadsItStartsOnly) {
     EXPECT_EQ(inherited, encoding);
     EXPECT_LE(grabbing, encoding);
     EXPECT_LE(encoding, before);
+}
+
+// As an ordinary user, who may not.
+TEST(ThreadPriority, AsksTheServiceForWhatTheSystemDoesNotAllow) {
+    test::ForkedProcess process([] {
+        const rlimit none{};
+        ::setrlimit(RLIMIT_NICE, &none);
+        if (::geteuid() == 0 && ::setuid(65534) != 0) return false;
+        pid_t asked = 0, thread = 0;
+        int wanted = 0;
+        setThreadPriorityService([&](pid_t forThread, int nice) {
+            asked = forThread;
+            wanted = nice;
+        });
+        std::thread([&] {
+            thread = ::gettid();
+            raiseThreadPriority(ThreadUrgency::grabbing);
+        }).join();
+        return asked == thread && wanted < nice();
+    });
+    EXPECT_TRUE(process.succeeds());
 }
 
 } // namespace

@@ -21,7 +21,7 @@ class FrameWatch {
                         std::optional<std::uint32_t> forbidden = std::nullopt)
         : stream_(stream), forbidden_(forbidden) {
         const Result<void> started =
-            stream.start({fps, queueDepth}, {[this](ScreenFrame frame) { take(std::move(frame)); },
+            stream.start({fps, queueDepth}, {[this](ScreenFrame frame) { accept(std::move(frame)); },
                                              [this](Failure failure) {
                                                  const std::scoped_lock lock(mutex_);
                                                  stopped_.push_back(std::move(failure));
@@ -36,7 +36,7 @@ class FrameWatch {
     FrameWatch(const FrameWatch&) = delete;
     FrameWatch& operator=(const FrameWatch&) = delete;
 
-    // 0xRRGGBB; nothing outside of the picture.
+    // 0xRRGGBB; `nullopt` outside of the picture.
     std::optional<std::uint32_t> pixel(int x, int y) const {
         const std::scoped_lock lock(mutex_);
         return copy_.pixel(x, y);
@@ -102,7 +102,7 @@ class FrameWatch {
     }
 
   private:
-    void take(ScreenFrame frame) {
+    void accept(ScreenFrame frame) {
         const std::scoped_lock lock(mutex_);
         if (frame.hostTime < lastTime_) wrong_ = "a frame is older than the one before it";
         lastTime_ = frame.hostTime;
@@ -114,8 +114,8 @@ class FrameWatch {
         keep(std::move(frame));
     }
 
-    // As an encoder does, now more and now fewer frames at a time: the stream has to take its buffers in
-    // turns.
+    // As an encoder does, now more and now fewer frames at a time: the stream has to use its buffers in
+    // turn.
     void keep(ScreenFrame frame) {
         held_.push_back(std::move(frame));
         const std::size_t kept = isHeld_ ? held_.size() : static_cast<std::size_t>(frames_ % 4);

@@ -27,7 +27,7 @@ class PictureCopy {
 
     PixelSize size() const { return size_; }
 
-    // 0xRRGGBB; nothing outside of the picture.
+    // 0xRRGGBB; `nullopt` outside of the picture.
     std::optional<std::uint32_t> pixel(int x, int y) const {
         if (x < 0 || y < 0 || x >= size_.width || y >= size_.height) return std::nullopt;
         return at(x, y);

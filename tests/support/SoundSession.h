@@ -71,7 +71,7 @@ class SoundSession {
     const std::string& server() const { return server_; } // for PULSE_SERVER
     const TemporaryFolder& folder() const { return folder_; }
 
-    // What `pactl WORDS` prints, nothing when it fails. Words with blanks need quotes.
+    // What `pactl WORDS` prints; `nullopt` when it fails. Words with blanks need quotes.
     std::optional<std::string> pactl(const std::string& words) const {
         std::FILE* pipe = ::popen(("pactl " + words + " 2>/dev/null").c_str(), "r");
         if (pipe == nullptr) return std::nullopt;
@@ -148,7 +148,7 @@ class SoundSession {
 
     void startPipeWire() {
         server_ = "unix:" + (folder_ / "pulse" / "native").string();
-        // WirePlumber gives up where there is no bus.
+        // WirePlumber ends where there is no bus.
         start({"dbus-daemon", "--session", "--nofork", "--address=unix:path=" + (folder_ / "bus").string()});
         await("the bus", [this] { return std::filesystem::exists(folder_ / "bus"); });
         start({"pipewire"});

@@ -15,7 +15,7 @@
 namespace glintro::test {
 
 struct XPainter::Order {
-    enum class Verb { show, fill, place, raise, lower, map, unmap, minimise, close, wallpaper };
+    enum class Verb { show, fill, place, raise, map, minimise, close, wallpaper };
 
     Verb verb = Verb::show;
     Kind kind = Kind::managed;
@@ -98,16 +98,10 @@ class XPainter::Process {
                 place(order.window, order.rect);
                 break;
             case Order::Verb::raise:
-                restack(order.window, XCB_STACK_MODE_ABOVE);
-                break;
-            case Order::Verb::lower:
-                restack(order.window, XCB_STACK_MODE_BELOW);
+                raise(order.window);
                 break;
             case Order::Verb::map:
                 xcb_map_window(server_, order.window);
-                break;
-            case Order::Verb::unmap:
-                xcb_unmap_window(server_, order.window);
                 break;
             case Order::Verb::minimise:
                 minimise(order.window);
@@ -140,7 +134,8 @@ class XPainter::Process {
             values);
     }
 
-    void restack(xcb_window_t window, std::uint32_t mode) {
+    void raise(xcb_window_t window) {
+        const std::uint32_t mode = XCB_STACK_MODE_ABOVE;
         xcb_configure_window(server_, window, XCB_CONFIG_WINDOW_STACK_MODE, &mode);
     }
 
@@ -214,16 +209,8 @@ void XPainter::raise(xcb_window_t window) {
     carryOut({Order::Verb::raise, {}, window});
 }
 
-void XPainter::lower(xcb_window_t window) {
-    carryOut({Order::Verb::lower, {}, window});
-}
-
 void XPainter::map(xcb_window_t window) {
     carryOut({Order::Verb::map, {}, window});
-}
-
-void XPainter::unmap(xcb_window_t window) {
-    carryOut({Order::Verb::unmap, {}, window});
 }
 
 void XPainter::minimise(xcb_window_t window) {

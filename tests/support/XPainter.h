@@ -24,13 +24,11 @@ class XPainter {
 
     // Shown at once, of one colour (0xAARRGGBB) until it is painted on.
     xcb_window_t show(Kind kind, const PixelRect& place, std::uint32_t colour);
-    // On a window, or on the root window when it is 0. A window forgets it when it is exposed anew.
+    // On a window, or on the root window when it is 0. A window forgets it when it is exposed again.
     void fill(xcb_window_t window, const PixelRect& part, std::uint32_t colour);
     void place(xcb_window_t window, const PixelRect& place);
     void raise(xcb_window_t window);
-    void lower(xcb_window_t window);
     void map(xcb_window_t window);
-    void unmap(xcb_window_t window);
     // As a person does by the window manager.
     void minimise(xcb_window_t window);
     void close(xcb_window_t window);

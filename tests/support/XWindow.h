@@ -15,9 +15,9 @@ namespace glintro::test {
 class XWindow {
   public:
     explicit XWindow(const std::string& display, int width = 300, int height = 200, int x = 0, int y = 0,
-                     bool overrideRedirect = false)
+                     bool overrideRedirect = false, std::uint32_t colour = 0xFFFFFF)
         : connection_(connectTo(display)), window_(xcb_generate_id(connection_.get())) {
-        const std::uint32_t values[] = {0xFFFFFF, overrideRedirect ? 1U : 0U};
+        const std::uint32_t values[] = {colour, overrideRedirect ? 1U : 0U};
         xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, rootOf(connection_.get()),
                           static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
                           static_cast<std::uint16_t>(width), static_cast<std::uint16_t>(height), 0,
@@ -46,6 +46,21 @@ class XWindow {
 
     void show() {
         xcb_map_window(connection_.get(), window_);
+        synchronise(connection_.get());
+    }
+    void hide() {
+        xcb_unmap_window(connection_.get(), window_);
+        synchronise(connection_.get());
+    }
+    void move(int x, int y) {
+        const std::uint32_t values[] = {static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y)};
+        xcb_configure_window(connection_.get(), window_, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, values);
+        synchronise(connection_.get());
+    }
+    // Of this colour from now on.
+    void paint(std::uint32_t colour) {
+        xcb_change_window_attributes(connection_.get(), window_, XCB_CW_BACK_PIXEL, &colour);
+        xcb_clear_area(connection_.get(), 0, window_, 0, 0, 0, 0);
         synchronise(connection_.get());
     }
     void raise() {

@@ -33,7 +33,7 @@ struct Scene {
 };
 
 // A window of a 4:2:0 picture into a rectangle: luma alone, or with both chroma planes. `moving` is how far
-// the window's origin moves in each frame, so that filters have to be built anew.
+// the window's origin moves in each frame, so that filters have to be built again.
 void resampleScene(benchmark::State& state, Scene scene) {
     const Plane luma = noise(scene.source.width, scene.source.height);
     const Plane chroma = noise(scene.source.width / 2, scene.source.height / 2);

@@ -14,7 +14,7 @@ namespace {
 static_assert(AudioMix::kSampleRate == SoundTrack::kSampleRate
               && AudioMix::kChannels == SoundTrack::kChannels);
 
-// Long enough to take the crack out of a cut, too short to hear: 2 ms.
+// Long enough to hide the crack of a cut, too short to hear: 2 ms.
 constexpr std::int64_t kFade = AudioMix::kSampleRate / 500;
 
 // A piece on the samples of the mix.

@@ -59,7 +59,7 @@ class MovieReader {
         // Decoding threads; 0: as suits the access. More threads lower latency but raise memory.
         int threads = 0;
         // Decoded frames around the last request are kept up to this many bytes, so that stepping back and
-        // scrubbing to and fro decode nothing twice. A frame of 2560 × 1600 takes 6 MB. 0: none are kept.
+        // scrubbing to and fro decode nothing twice. A frame of 2560 × 1600 needs 6 MB. 0: none are kept.
         std::size_t cacheBytes = 0;
     };
 

@@ -20,7 +20,7 @@ constexpr const char* kCannotConvert = "Couldn’t convert the recording’s pic
 constexpr int kLongestSide = 16384;
 constexpr const char* kColours = "matrix=709:range=limited:chromal=left:filter=bicubic";
 
-// Without a tag, players take small pictures for television's BT.601 and large ones for BT.709.
+// Without a tag, players treat small pictures as BT.601 and large ones as BT.709.
 AVColorSpace matrixOf(const AVFrame& frame, const AVPixFmtDescriptor& format) {
     constexpr int kFirstHdHeight = 720;
     if ((format.flags & AV_PIX_FMT_FLAG_RGB) != 0) return AVCOL_SPC_RGB;

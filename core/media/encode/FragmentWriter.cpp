@@ -102,8 +102,8 @@ Result<void> FragmentWriter::append(const Fragment& fragment) {
 }
 
 void FragmentWriter::syncRegularly(const std::stop_token& stop) {
-    std::mutex sleeping;
-    std::unique_lock lock(sleeping);
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
     std::condition_variable_any wake;
     const auto isStopped = [&stop] { return stop.stop_requested(); };
     while (!wake.wait_for(lock, stop, kBetweenSyncs, isStopped)) sync();

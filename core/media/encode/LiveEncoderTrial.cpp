@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A recorder that takes more than this of one core's time makes what it records stutter.
+// A recorder that uses more than this of one core's time makes what it records stutter.
 constexpr double kHighestLoad = 1.0 / 3;
 // Hardware works beside the processor; it needs room only for what else the machine asks of it.
 constexpr double kHighestHardwareLoad = 1.0 / 2;

@@ -74,7 +74,7 @@ Result<FragmentFile> FragmentFile::open(const std::filesystem::path& file, Acces
 
 Result<void> FragmentFile::append(ByteView bytes) {
     if (const int error = answered(writeAllAt(descriptor_.value(), bytes, size_)); error != 0) {
-        // Half a fragment is of no use, and takes room on a disk that has none left.
+        // Half a fragment is of no use, and occupies a disk that has no room left.
         [[maybe_unused]] const int ignored = ::ftruncate(descriptor_.value(), static_cast<off_t>(size_));
         return writeFailure(error);
     }

@@ -17,7 +17,7 @@ constexpr std::size_t kBoxHeader = 8;
 constexpr BoxType kSignature = "Glnt";
 // The index of half a second, or of no second, is far smaller.
 constexpr std::uint64_t kLargestFragmentIndex = std::uint64_t{16} << 20;
-// Three days of them; an index of that many takes half a gigabyte, in memory and in the file.
+// Three days of them; an index of that many needs half a gigabyte, in memory and in the file.
 constexpr std::size_t kMostSamples = std::size_t{1} << 25;
 
 struct BoxPlace {

@@ -173,12 +173,12 @@ void PipeWireCamera::formatChanged(const spa_pod* parameter) {
 }
 
 void PipeWireCamera::process() {
-    while (pw_buffer* taken = pw_stream_dequeue_buffer(stream_.get())) {
-        const spa_buffer& buffer = *taken->buffer;
+    while (pw_buffer* dequeued = pw_stream_dequeue_buffer(stream_.get())) {
+        const spa_buffer& buffer = *dequeued->buffer;
         std::optional<CameraFrame> frame;
         if (format_ && viewPicture(*view_, buffer, *format_))
             frame = pictures_.convert(*view_, stampOf(buffer));
-        pw_stream_queue_buffer(stream_.get(), taken);
+        pw_stream_queue_buffer(stream_.get(), dequeued);
         if (!frame || !lost_) continue;
         waitForNext();
         seen_(std::move(*frame));

@@ -16,7 +16,9 @@ const pw_core_events PipeWireConnection::kCoreEvents = [] {
     };
     events.error = [](void* self, std::uint32_t id, int, int code, const char*) {
         auto* connection = static_cast<PipeWireConnection*>(self);
-        if (id == PW_ID_CORE && code == -EPIPE && connection->lost_) connection->lost_();
+        if (id != PW_ID_CORE || code != -EPIPE) return;
+        connection->isLost_ = true;
+        if (connection->lost_) connection->lost_();
     };
     return events;
 }();
@@ -49,6 +51,17 @@ Result<std::unique_ptr<PipeWireConnection>> PipeWireConnection::connect(int desc
 
 PipeWireConnection::~PipeWireConnection() {
     if (loop_) stop();
+}
+
+void PipeWireConnection::onLost(std::function<void()> handler) {
+    lost_ = std::move(handler);
+    if (!isLost_) return;
+    const auto tell = [](spa_loop*, bool, std::uint32_t, const void*, std::size_t, void* self) {
+        const auto* connection = static_cast<PipeWireConnection*>(self);
+        if (connection->lost_) connection->lost_();
+        return 0;
+    };
+    pw_loop_invoke(loop(), tell, 0, nullptr, 0, false, this);
 }
 
 void PipeWireConnection::afterRoundTrip(std::function<void()> handler) {

@@ -33,7 +33,8 @@ struct PipeWireHook : spa_hook {
 // all other threads hold the lock while they touch PipeWire objects, and listeners run with it held.
 class PipeWireConnection {
   public:
-    // To the user's daemon, or over a descriptor that was opened for us, which is taken over.
+    // To the user's daemon, or over a socket that was opened for us, whose descriptor belongs to the
+    // connection from here on.
     [[nodiscard]] static Result<std::unique_ptr<PipeWireConnection>> connect(int descriptor = -1);
     ~PipeWireConnection();
 
@@ -46,8 +47,9 @@ class PipeWireConnection {
     pw_loop* loop() const { return pw_thread_loop_get_loop(loop_.get()); }
     pw_core* core() const { return core_.get(); }
 
-    // Called on the connection's thread when the daemon is gone; set it under the lock.
-    void onLost(std::function<void()> handler) { lost_ = std::move(handler); }
+    // Called on the connection's thread when the daemon is gone, also when it went before this; set it under
+    // the lock.
+    void onLost(std::function<void()> handler);
     // Called on the connection's thread once the daemon has handled all requests made before this.
     void afterRoundTrip(std::function<void()> handler);
 
@@ -60,6 +62,7 @@ class PipeWireConnection {
     std::unique_ptr<pw_core, PipeWireDeleter> core_;
     PipeWireHook hook_;
     std::function<void()> lost_;
+    bool isLost_ = false;
     std::function<void()> synchronised_;
     int sequence_ = -1;
 };

@@ -8,22 +8,12 @@
 #include <stop_token>
 #include <string>
 
-#include <systemd/sd-bus.h>
-
 #include "core/base/Failure.h"
 #include "core/base/FileDescriptor.h"
+#include "platform/linux/BusHandles.h"
 #include "platform/linux/WakeUp.h"
 
 namespace glintro {
-
-struct BusDeleter {
-    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-    void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-};
-using BusHandle = std::unique_ptr<sd_bus, BusDeleter>;
-using BusMessage = std::unique_ptr<sd_bus_message, BusDeleter>;
-using BusSlot = std::unique_ptr<sd_bus_slot, BusDeleter>;
 
 inline constexpr const char* kPortalSession = "org.freedesktop.portal.Session";
 
@@ -54,7 +44,7 @@ class PortalBus {
                                           const std::function<int(sd_bus_message*)>& write,
                                           const std::stop_token& cancel);
 
-    // A call that the portal answers when the user has: waits as long as they take, unless the portal ends.
+    // A call that the portal answers when the user has: waits as long as they need, unless the portal ends.
     // A stop request closes the dialog.
     [[nodiscard]] Result<PortalAnswer> ask(const char* interface, const char* method,
                                            const ArgumentWriter& write, const std::stop_token& cancel);

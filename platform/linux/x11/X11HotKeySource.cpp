@@ -43,7 +43,7 @@ class Listener {
     void tellLost(const Failure& why);
 
     X11Connection& connection_;
-    std::optional<X11KeyGrab> grab_; // absent while a change of the keyboard has taken the key away
+    std::optional<X11KeyGrab> grab_; // absent while a change of the keyboard has removed the key
     KeyCombination keys_;
     HotKeyHandlers handlers_;
     bool isHeld_ = false;

@@ -75,8 +75,8 @@ void X11Stream::run(const std::stop_token& stop) {
 }
 
 Result<void> X11Stream::step() {
-    const Result<void> taken = handleEvents();
-    if (!taken) return taken;
+    const Result<void> handled = handleEvents();
+    if (!handled) return handled;
     const Result<void> updated = subject_->update(hostTime());
     if (!updated) return updated;
     if (!subject_->dirty().isEmpty() && hostTime() >= dueTick_) {
@@ -124,8 +124,8 @@ void X11Stream::deliverFrom(X11FramePool& pool, X11FrameBuffer& buffer) {
     const std::optional<RowSet> fetched = pool.fetch(buffer, sources, changed);
     handleQueuedEvents();
     if (!fetched || subject_->isOutdated()) return subject_->makeAllDirty();
-    // A buffer's old rows are fetched as they are now: what was drawn there since the events were taken is in
-    // the picture already, and has been told by an event that came before the pixels.
+    // A buffer's old rows are fetched as they are now: what was drawn there since the events were handled is
+    // in the picture already, and has been told by an event that came before the pixels.
     changed.add(subject_->dirty().intersected(*fetched));
     shownTime_ = now;
     handlers_.frame(pool.publish(buffer, changed, now));

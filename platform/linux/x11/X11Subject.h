@@ -13,7 +13,7 @@
 
 namespace glintro {
 
-// What a stream takes its pictures of: it listens to the server and knows where the picture is and which of
+// What a stream shows: it listens to the server and knows where the picture is and which of
 // its rows have changed. Used by one thread at a time, except frame().
 class X11Subject {
   public:

@@ -23,7 +23,7 @@ struct X11TopLevel {
 };
 
 // The children of the root window in stacking order, as the server's events tell of them. Windows that only
-// take input, and those of the server itself, are never mapped here: they show nothing of their own.
+// accept input, and those of the server itself, are never mapped here: they show nothing of their own.
 class X11TopLevels {
   public:
     // The connection must outlive this.

@@ -163,7 +163,7 @@ class Answers {
     Answers(xcb_connection_t* connection, const Atoms& atoms, Management management)
         : connection_(connection), atoms_(atoms), management_(management) {}
 
-    // Nothing when the window has gone meanwhile, or nobody can see it.
+    // `nullopt` when the window has gone meanwhile, or nobody can see it.
     std::optional<ShareableWindow> read(const Questions& asked, const Processes& processes,
                                         double scale) const {
         const X11Reply<xcb_get_geometry_reply_t> geometry(

@@ -63,94 +63,103 @@ class FakeStream : public ScreenStream {
     PointerSource& pointer() override { return pointer_; }
     Result<void> start(const StreamConfiguration&, StreamHandlers handlers) override {
         {
-            const std::lock_guard guard(lock_);
+            const std::scoped_lock lock(mutex_);
             handlers_ = std::move(handlers);
         }
         for (ScreenFrame& frame : atOnce) show(std::move(frame));
         return {};
     }
     void stop() override {
-        const std::lock_guard guard(lock_);
+        const std::scoped_lock lock(mutex_);
         handlers_ = {};
     }
 
     void show(ScreenFrame frame) {
-        const std::lock_guard guard(lock_);
+        const std::scoped_lock lock(mutex_);
         if (handlers_.frame) handlers_.frame(std::move(frame));
     }
     void end(const Failure& failure) {
-        const std::lock_guard guard(lock_);
+        const std::scoped_lock lock(mutex_);
         if (handlers_.stopped) handlers_.stopped(failure);
     }
 
     std::vector<ScreenFrame> atOnce; // what comes while it is being started
 
   private:
-    std::mutex lock_;
-    StreamHandlers handlers_; // guarded by lock_
+    std::mutex mutex_;
+    StreamHandlers handlers_; // guarded by mutex_
     PixelSize size_;
     NoPointer pointer_;
 };
 
-// The one microphone of a sound system; a test speaks into it.
-class FakeSound : public SoundSystem {
+// The one device of its kind: a test plays what it hears or sees.
+template <class Device, class Sample>
+class FakeDevice {
   public:
-    Result<std::vector<SoundDevice>> microphones() override { return std::vector<SoundDevice>{}; }
-    Result<std::unique_ptr<SoundOutput>> openOutput(int) override { return failure("No output."); }
-    Result<std::unique_ptr<Microphone>> openMicrophone(std::optional<std::string>) override {
-        if (!exists) return failure("No microphone was found.");
-        ++openings;
-        return std::make_unique<Device>(*this);
-    }
-
-    void speak(std::span<const float> samples, Seconds hostTime) {
-        const std::lock_guard guard(lock_);
-        if (heard_) heard_({samples, hostTime});
-    }
     void unplug() {
-        const std::lock_guard guard(lock_);
-        if (lost_) lost_({"The microphone was unplugged."});
-        heard_ = nullptr;
+        const std::scoped_lock lock(mutex_);
+        if (lost_) lost_({"It was unplugged."});
+        sampled_ = nullptr;
     }
     bool isRunning() {
-        const std::lock_guard guard(lock_);
+        const std::scoped_lock lock(mutex_);
         return lost_ != nullptr;
     }
 
     bool exists = true;
     std::atomic<int> openings = 0;
 
+  protected:
+    Result<std::unique_ptr<Device>> open(const char* whyNone) {
+        if (!exists) return failure(whyNone);
+        ++openings;
+        return std::make_unique<Opened>(*this);
+    }
+    void give(Sample sample) {
+        const std::scoped_lock lock(mutex_);
+        if (sampled_) sampled_(std::forward<Sample>(sample));
+    }
+
   private:
-    struct Device : Microphone {
-        explicit Device(FakeSound& of) : system(of) {}
-        Result<void> start(std::function<void(const SoundBlock&)> heard,
-                           std::function<void(Failure)> lost) override {
-            const std::lock_guard guard(system.lock_);
-            system.heard_ = std::move(heard);
-            system.lost_ = std::move(lost);
+    using Handler = std::function<void(Sample)>;
+    using LossHandler = std::function<void(Failure)>;
+
+    struct Opened : Device {
+        explicit Opened(FakeDevice& from) : of(from) {}
+        Result<void> start(Handler sampled, LossHandler lost) override {
+            of.set(std::move(sampled), std::move(lost));
             return {};
         }
-        void stop() override {
-            const std::lock_guard guard(system.lock_);
-            system.heard_ = nullptr;
-            system.lost_ = nullptr;
-        }
-        FakeSound& system;
+        void stop() override { of.set(nullptr, nullptr); }
+        FakeDevice& of;
     };
+    void set(Handler sampled, LossHandler lost) {
+        const std::scoped_lock lock(mutex_);
+        sampled_ = std::move(sampled);
+        lost_ = std::move(lost);
+    }
 
-    std::mutex lock_;
-    std::function<void(const SoundBlock&)> heard_; // guarded by lock_
-    std::function<void(Failure)> lost_;            // guarded by lock_
+    std::mutex mutex_;
+    Handler sampled_;  // guarded by mutex_
+    LossHandler lost_; // guarded by mutex_
 };
 
-// The one camera; a test stands before it.
-class FakeCameras : public CameraSystem {
+class FakeSound : public SoundSystem, public FakeDevice<Microphone, const SoundBlock&> {
+  public:
+    Result<std::vector<SoundDevice>> microphones() override { return std::vector<SoundDevice>{}; }
+    Result<std::unique_ptr<SoundOutput>> openOutput(int) override { return failure("No output."); }
+    Result<std::unique_ptr<Microphone>> openMicrophone(std::optional<std::string>) override {
+        return open("No microphone was found.");
+    }
+
+    void speak(std::span<const float> samples, Seconds hostTime) { give({samples, hostTime}); }
+};
+
+class FakeCameras : public CameraSystem, public FakeDevice<Camera, CameraFrame> {
   public:
     Result<std::vector<CameraDevice>> cameras() override { return std::vector<CameraDevice>{}; }
     Result<std::unique_ptr<Camera>> openCamera(std::optional<std::string>) override {
-        if (!exists) return failure("No camera was found.");
-        ++openings;
-        return std::make_unique<Device>(*this);
+        return open("No camera was found.");
     }
 
     // The pixels, which live as long as somebody uses the picture.
@@ -160,45 +169,9 @@ class FakeCameras : public CameraSystem {
         std::fill_n(pixels->begin(), bytes, static_cast<std::uint8_t>(luma));
         const std::uint8_t* chroma = pixels->data() + bytes;
         const std::ptrdiff_t half = (size.width + 1) / 2;
-        const std::lock_guard guard(lock_);
-        if (seen_)
-            seen_({size, {pixels->data(), chroma, chroma}, {size.width, half, half}, hostTime, pixels});
+        give({size, {pixels->data(), chroma, chroma}, {size.width, half, half}, hostTime, pixels});
         return pixels;
     }
-    void unplug() {
-        const std::lock_guard guard(lock_);
-        if (lost_) lost_({"The camera was unplugged."});
-        seen_ = nullptr;
-    }
-    bool isRunning() {
-        const std::lock_guard guard(lock_);
-        return lost_ != nullptr;
-    }
-
-    bool exists = true;
-    std::atomic<int> openings = 0;
-
-  private:
-    struct Device : Camera {
-        explicit Device(FakeCameras& of) : system(of) {}
-        Result<void> start(std::function<void(CameraFrame)> seen,
-                           std::function<void(Failure)> lost) override {
-            const std::lock_guard guard(system.lock_);
-            system.seen_ = std::move(seen);
-            system.lost_ = std::move(lost);
-            return {};
-        }
-        void stop() override {
-            const std::lock_guard guard(system.lock_);
-            system.seen_ = nullptr;
-            system.lost_ = nullptr;
-        }
-        FakeCameras& system;
-    };
-
-    std::mutex lock_;
-    std::function<void(CameraFrame)> seen_; // guarded by lock_
-    std::function<void(Failure)> lost_;     // guarded by lock_
 };
 
 } // namespace glintro::test

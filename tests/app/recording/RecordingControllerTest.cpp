@@ -1,17 +1,10 @@
 #include <QDeadlineTimer>
 #include <QRegularExpression>
-#include <QStringList>
 #include <cmath>
 
 #include <gtest/gtest.h>
 
-#include "app/recording/RecordingController.h"
-#include "core/reel/TakeJournal.h"
-#include "tests/app/recording/DeskPlatform.h"
-#include "tests/app/recording/EventLoop.h"
-#include "tests/app/recording/FolderLibrary.h"
-#include "tests/support/TemporaryFolder.h"
-#include "tests/support/WaitUntil.h"
+#include "tests/app/recording/ControllerFixture.h"
 
 namespace glintro {
 namespace {
@@ -20,80 +13,9 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Kind = CaptureSource::Kind;
 using Mode = RecordingController::Mode;
-using Phase = RecordingController::Phase;
 using test::handleUntil;
 
-// Notes what it is told to show.
-class NotedViews final : public MessageView,
-                         public MainWindowView,
-                         public RecordingBarView,
-                         public CountdownView,
-                         public AreaPickerView {
-  public:
-    RecordingViews all() { return {*this, *this, this, this, this}; }
-
-    void showBar() override { shown << "bar"; }
-    void hideBar() override { shown << "no bar"; }
-    void showCountdown(int number, const std::optional<ShareableDisplay>& screen) override {
-        shown << QString("%1 on %2").arg(number).arg(screen ? screen->id : 0);
-    }
-    void hideCountdown() override { shown << "no countdown"; }
-    void pickArea(const std::optional<Rect>&, AreaPicked completion) override { pick = completion; }
-    void showReel(const Project& project) override { reels.push_back(project); }
-    void presentPermissionSheet() override { shown << "permission"; }
-    void alert(const QString& title, const QString& text) override { alerts << title + ": " + text; }
-    void notice(const QString& sentence) override { notices << sentence; }
-
-    QStringList shown;
-    QStringList alerts;
-    QStringList notices;
-    std::vector<Project> reels;
-    AreaPicked pick;
-};
-
-class RecordingControllerTest : public testing::Test {
-  protected:
-    RecordingControllerTest() {
-        test::application();
-        make(10ms);
-    }
-
-    void make(std::chrono::milliseconds countdownStep) {
-        preferences.setCountdown(false);
-        controller = std::make_unique<RecordingController>(
-            RecordingController::Seams{platform, preferences, views.all(), library},
-            RecordingController::Timing{.countdownStep = countdownStep, .finishTimeout = 1.5});
-    }
-    // The bar with its sources.
-    void choose() {
-        controller->openBar();
-        ASSERT_TRUE(handleUntil([&] { return !controller->sources()->displays().isEmpty(); }));
-    }
-    void record() {
-        choose();
-        controller->start();
-        ASSERT_TRUE(reaches(Phase::recording)) << views.alerts.join("\n").toStdString();
-    }
-    bool reaches(Phase phase) {
-        return handleUntil([&] { return controller->phase() == phase; });
-    }
-    bool recordsFor(Seconds seconds) {
-        const Seconds end = controller->elapsed() + seconds;
-        return handleUntil([&] { return controller->elapsed() >= end; });
-    }
-    bool endsStarting() {
-        return handleUntil([&] { return !controller->isStarting(); });
-    }
-
-    TemporaryFolder folder;
-    test::DeskPlatform platform;
-    test::DeskTrouble& trouble = platform.screen().trouble;
-    TransientPreferenceStore store;
-    Preferences preferences{store};
-    NotedViews views;
-    test::FolderLibrary library{folder.path()};
-    std::unique_ptr<RecordingController> controller;
-};
+using RecordingControllerTest = test::ControllerFixture;
 
 TEST_F(RecordingControllerTest, OpensTheBarOnlyWithPermission) {
     trouble.hasAccess = false;
@@ -147,7 +69,7 @@ TEST_F(RecordingControllerTest, StartsOnlyWhatIsChosen) {
     EXPECT_FALSE(controller->isStarting());
 
     controller->setMode(Mode::area);
-    views.pick(std::nullopt); // given up: the bar is as it was
+    views.pick(std::nullopt); // cancelled: the bar is as it was
     EXPECT_EQ(controller->sources()->mode(), Mode::window);
     EXPECT_FALSE(controller->canStart());
     controller->setMode(Mode::area);
@@ -237,8 +159,7 @@ TEST_F(RecordingControllerTest, SharesMicrophoneAndCameraBetweenPreviewAndTake) 
     controller->switches()->setCameraOn(false); // of takes to come: this one goes on
     EXPECT_FALSE(controller->cameraPreview()->picture());
     EXPECT_TRUE(platform.cameras().isRunning());
-    controller->stop();
-    ASSERT_TRUE(reaches(Phase::idle));
+    ASSERT_TRUE(stops());
     ASSERT_EQ(views.reels.size(), 1U);
     EXPECT_TRUE(fs::exists(views.reels.front().cameraURL()));
     EXPECT_TRUE(handleUntil([&] { return !platform.cameras().isRunning(); }));
@@ -302,28 +223,16 @@ TEST_F(RecordingControllerTest, CutsPausesOut) {
 }
 
 TEST_F(RecordingControllerTest, LeavesNothingOfAStartThatFails) {
-    struct Row {
-        const char* what;
-        std::function<void(test::DeskTrouble&)> make;
-        QString alert;
-    };
-    const Row rows[] = {
-        {"opening", [](auto& it) { it.opening = Failure{"The display has gone."}; },
-         "Recording couldn’t start: The display has gone."},
-        {"starting", [](auto& it) { it.starting = Failure{"The screen can’t be read."}; },
-         "Recording couldn’t start: The screen can’t be read."},
-    };
-    for (const Row& row : rows) {
-        trouble = {};
-        row.make(trouble);
+    for (auto* const why : {&trouble.opening, &trouble.starting}) {
+        *why = Failure{"The display has gone."};
         choose();
         controller->start();
-        ASSERT_TRUE(reaches(Phase::idle)) << row.what;
-        EXPECT_EQ(views.alerts.back(), row.alert);
+        ASSERT_TRUE(reaches(Phase::idle));
+        EXPECT_EQ(views.alerts.back(), "Recording couldn’t start: The display has gone.");
         EXPECT_EQ(views.shown.back(), "no bar");
-        EXPECT_TRUE(library.isEmpty()) << row.what;
+        EXPECT_TRUE(library.isEmpty());
+        *why = {};
     }
-    trouble = {};
     record(); // a failure leaves the controller as good as new
     EXPECT_EQ(views.alerts.size(), 2);
 }
@@ -343,7 +252,7 @@ TEST_F(RecordingControllerTest, ComesBackToChoosingWhenTheUserRefuses) {
     EXPECT_TRUE(reaches(Phase::recording));
 }
 
-TEST_F(RecordingControllerTest, TakesBackAQuestionToTheUser) {
+TEST_F(RecordingControllerTest, WithdrawsAQuestionToTheUser) {
     trouble.asksForEver = true;
     choose();
     controller->start();
@@ -356,21 +265,9 @@ TEST_F(RecordingControllerTest, TakesBackAQuestionToTheUser) {
     EXPECT_EQ(library.made, 0);
 }
 
-TEST_F(RecordingControllerTest, KeepsWhatATakeHadWhenItsScreenDies) {
-    trouble.dying = Failure{"The window was closed."};
-    record();
-    ASSERT_TRUE(reaches(Phase::idle));
-    EXPECT_EQ(views.alerts, QStringList("Recording stopped: The window was closed."));
-    ASSERT_EQ(views.reels.size(), 1U);
-    EXPECT_NEAR(views.reels.front().info.duration, 1, 0.5);
-}
-
 TEST_F(RecordingControllerTest, LeavesNoFolderWithoutAPicture) {
     trouble.isBlank = true;
-    record();
-    ASSERT_TRUE(recordsFor(0.3));
-    controller->stop();
-    ASSERT_TRUE(reaches(Phase::idle));
+    recordFor(0.3);
     EXPECT_TRUE(views.reels.empty());
     EXPECT_EQ(views.alerts.size(), 1);
     EXPECT_EQ(library.made, 1);
@@ -379,10 +276,7 @@ TEST_F(RecordingControllerTest, LeavesNoFolderWithoutAPicture) {
 
 TEST_F(RecordingControllerTest, LeavesAReelThatCannotBeRegisteredToALaterScan) {
     library.isReadOnly = true;
-    record();
-    ASSERT_TRUE(recordsFor(0.5));
-    controller->stop();
-    ASSERT_TRUE(reaches(Phase::idle));
+    recordFor(0.5);
     ASSERT_EQ(views.alerts.size(), 1);
     EXPECT_TRUE(views.alerts.front().startsWith("Recording couldn’t be finished: ")) << "no alert";
     EXPECT_TRUE(fs::exists(folder / "1" / "raw.mov"));
@@ -391,10 +285,7 @@ TEST_F(RecordingControllerTest, LeavesAReelThatCannotBeRegisteredToALaterScan) {
 
 TEST_F(RecordingControllerTest, DrawsNoSecondPointerOverOneInThePicture) {
     trouble.pointerIsEmbedded = true;
-    record();
-    ASSERT_TRUE(recordsFor(0.5));
-    controller->stop();
-    ASSERT_TRUE(reaches(Phase::idle));
+    recordFor(0.5);
     ASSERT_EQ(views.reels.size(), 1U);
     const auto stored = Project::load(views.reels.front().folder());
     ASSERT_TRUE(stored);
@@ -407,10 +298,7 @@ TEST_F(RecordingControllerTest, SaysOnceWhatATakeIsWithout) {
     platform.sound().exists = platform.cameras().exists = false;
     controller->switches()->setMicOn(true);
     controller->switches()->setCameraOn(true);
-    record();
-    ASSERT_TRUE(recordsFor(0.5));
-    controller->stop();
-    ASSERT_TRUE(reaches(Phase::idle));
+    recordFor(0.5);
     views.notices.sort();
     EXPECT_EQ(views.notices, QStringList({"Clicks can’t be seen here.", "No camera was found.",
                                           "No microphone was found."}));
@@ -424,8 +312,7 @@ TEST_F(RecordingControllerTest, SaysWhatAReelLacksInTheEnd) {
     ASSERT_TRUE(recordsFor(0.3));
     (void)platform.cameras().show({160, 120}, 90, hostTime());
     ASSERT_TRUE(recordsFor(0.2));
-    controller->stop();
-    ASSERT_TRUE(reaches(Phase::idle));
+    ASSERT_TRUE(stops());
     ASSERT_EQ(views.reels.size(), 1U);
     ASSERT_EQ(views.notices.size(), 1);
     EXPECT_TRUE(views.notices.front().contains("camera.mov")) << views.notices.front().toStdString();
@@ -438,89 +325,6 @@ TEST_F(RecordingControllerTest, FinishesItsTakeWhenTheProgramEnds) {
     controller.reset();
     EXPECT_TRUE(Project::load(folder / "1"));
     EXPECT_FALSE(fs::exists(TakeJournal::fileIn(folder / "1")));
-}
-
-// A disk that hangs keeps neither the user nor the end of the program.
-TEST_F(RecordingControllerTest, LetsATakeGoWhoseFinishingHangs) {
-    for (const bool quits : {false, true}) {
-        SCOPED_TRACE(quits);
-        library.hang();
-        record();
-        ASSERT_TRUE(recordsFor(0.3));
-        views.alerts.clear();
-        controller->stop();
-        if (quits) {
-            controller.reset();
-        } else {
-            ASSERT_TRUE(reaches(Phase::idle));
-            ASSERT_EQ(views.alerts.size(), 1);
-            EXPECT_TRUE(views.alerts.front().contains("no longer answers")) << "and where the take is kept";
-            EXPECT_TRUE(views.alerts.front().contains(QString::fromStdString(folder.path().string())));
-        }
-        const auto reel = folder / std::to_string(library.made);
-        EXPECT_TRUE(fs::exists(reel / "raw.mov") && fs::exists(TakeJournal::fileIn(reel)));
-        EXPECT_TRUE(views.reels.empty());
-        library.answer();
-        ASSERT_TRUE(handleUntil([] { return test::DeskStream::alive == 0; })) << "the thread left behind";
-        if (quits) return;
-        record(); // the next take is as good as any
-        ASSERT_TRUE(recordsFor(0.3));
-        controller->stop();
-        ASSERT_TRUE(reaches(Phase::idle));
-        EXPECT_EQ(views.reels.size(), 1U);
-        views.reels.clear();
-    }
-}
-
-// Whoever waits for the end of the attempt learns of it, and the next one is as good as any.
-TEST_F(RecordingControllerTest, LetsAStartGoThatHangs) {
-    for (const bool quits : {false, true}) {
-        SCOPED_TRACE(quits);
-        choose();
-        int ends = 0;
-        QObject::connect(controller.get(), &RecordingController::ended, [&] { ++ends; });
-        const int made = test::DeskStream::made;
-        const int openings = platform.screen().openings;
-        platform.screen().isHanging = true;
-        controller->start();
-        ASSERT_TRUE(handleUntil([&] { return platform.screen().openings > openings; }));
-        if (quits) {
-            controller.reset();
-        } else {
-            controller->closeBar();
-            ASSERT_TRUE(endsStarting());
-            EXPECT_EQ(ends, 1);
-        }
-        platform.screen().answer();
-        ASSERT_TRUE(handleUntil([&] { return test::DeskStream::made > made && !test::DeskStream::alive; }));
-        EXPECT_EQ(library.made, 0) << "by the thread left behind";
-        if (quits) return;
-        EXPECT_EQ(controller->phase(), Phase::idle);
-        record();
-        controller->stop();
-        ASSERT_TRUE(reaches(Phase::idle));
-        EXPECT_EQ(ends, 2) << "none of the start that was let go";
-        library.made = 0;
-    }
-}
-
-// The take is prepared, but the main thread has not been told.
-TEST_F(RecordingControllerTest, ReleasesATakeNobodyWaitsForInTheBackground) {
-    choose();
-    controller->start();
-    ASSERT_TRUE(test::waitUntil([&] { return fs::exists(folder / "1" / "raw.mov"); }));
-    std::this_thread::sleep_for(300ms);
-    controller.reset();
-    EXPECT_EQ(test::DeskStream::alive, 0);
-    EXPECT_NE(test::DeskStream::lastEndedOn.load(), std::this_thread::get_id());
-    EXPECT_TRUE(library.isEmpty());
-}
-
-TEST_F(RecordingControllerTest, LeavesNothingWhenTheProgramEndsWhileItStarts) {
-    choose();
-    controller->start();
-    controller.reset();
-    EXPECT_TRUE(library.isEmpty());
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 #include "app/recording/CaptureEngine.h"
 #include "tests/app/recording/FakeSources.h"
 #include "tests/core/media/MediaTools.h"
+#include "tests/support/SharedLog.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"
 
@@ -44,14 +44,8 @@ class TakeFixture {
         if (!made) throw std::runtime_error(made.error().message);
         journal_ = *std::move(made);
         engine = std::make_unique<CaptureEngine>(reel_, sound, cameras, *journal_);
-        engine->onError = [this](const Failure& failure) {
-            const std::lock_guard guard(lock_);
-            errors_.push_back(failure.message);
-        };
-        engine->onNotice = [this](const std::string& sentence) {
-            const std::lock_guard guard(lock_);
-            notices_.push_back(sentence);
-        };
+        engine->onError = [this](const Failure& failure) { errors_.add(failure.message); };
+        engine->onNotice = [this](const std::string& sentence) { notices_.add(sentence); };
     }
 
     Result<void> start() {
@@ -82,14 +76,8 @@ class TakeFixture {
         journal_.reset();
         return TakeJournal::read(reel_);
     }
-    std::vector<std::string> errors() const {
-        const std::lock_guard guard(lock_);
-        return errors_;
-    }
-    std::vector<std::string> notices() const {
-        const std::lock_guard guard(lock_);
-        return notices_;
-    }
+    std::vector<std::string> errors() const { return errors_.all(); }
+    std::vector<std::string> notices() const { return notices_.all(); }
     std::filesystem::path rawMovie() const { return reel_ / "raw.mov"; }
     std::filesystem::path cameraMovie() const { return reel_ / "camera.mov"; }
     const std::filesystem::path& reel() const { return reel_; }
@@ -104,9 +92,8 @@ class TakeFixture {
     CaptureSettings settings_;
     std::filesystem::path reel_;
     std::unique_ptr<TakeJournal> journal_;
-    mutable std::mutex lock_;
-    std::vector<std::string> errors_;  // guarded by lock_
-    std::vector<std::string> notices_; // guarded by lock_
+    SharedLog<std::string> errors_;
+    SharedLog<std::string> notices_;
 
   public:
     std::unique_ptr<CaptureEngine> engine; // last: its threads use all of the above

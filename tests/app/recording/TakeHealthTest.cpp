@@ -108,7 +108,7 @@ TEST(TakeDiagnosis, CountsOnlyTheTimeInWhichItLooked) {
                 || diagnosis.examine(after, 124));
 }
 
-// Finishing is given up after some seconds without progress, not when it takes long or was stopped.
+// Finishing is let go after some seconds without progress, not when it is slow or was stopped.
 TEST(ProgressWatch, CountsTheTimeSinceTheLastProgress) {
     ProgressWatch watch;
     Seconds time = 0;

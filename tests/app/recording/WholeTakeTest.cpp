@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -16,6 +15,8 @@
 #include "platform/HostClock.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "tests/app/recording/FolderLibrary.h"
+#include "tests/support/FlashesAndClicks.h"
+#include "tests/support/SharedLog.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"
@@ -30,42 +31,6 @@ std::vector<Seconds> instantsIn(const std::filesystem::path& log) {
     std::vector<Seconds> instants;
     for (std::string line; std::getline(lines, line);) instants.push_back(std::stod(line));
     return instants;
-}
-
-// The frames of a movie that begin a white flash.
-std::vector<Seconds> flashesOf(const std::filesystem::path& movie) {
-    auto reader = MovieReader::open(movie);
-    if (!reader) return {};
-    std::vector<Seconds> flashes;
-    bool wasWhite = false;
-    for (Seconds time = 0; time < (*reader)->properties().duration; time += 1.0 / 240) {
-        const auto frame = (*reader)->frameAt(time);
-        if (!frame) break;
-        const PlaneView luma = frame->picture->planes[0];
-        const bool isWhite = luma.row(luma.height / 2)[luma.width / 2] > 128;
-        if (isWhite && !wasWhite) flashes.push_back(frame->time);
-        wasWhite = isWhite;
-    }
-    return flashes;
-}
-
-std::vector<Seconds> soundsOf(const std::filesystem::path& movie, Seconds duration) {
-    auto mix = AudioMix::open(movie, {{0, duration, 1}});
-    if (!mix) return {};
-    std::vector<Seconds> sounds;
-    std::vector<float> block(std::size_t{4800} * AudioMix::kChannels);
-    std::int64_t position = 0;
-    Seconds quietSince = -1;
-    while (const int count = (*mix)->read(block).value_or(0)) {
-        for (int i = 0; i < count; ++i) {
-            const Seconds time = static_cast<double>(position + i) / AudioMix::kSampleRate;
-            if (std::abs(block[static_cast<std::size_t>(i) * AudioMix::kChannels]) < 0.2F) continue;
-            if (time - quietSince > 0.1) sounds.push_back(time);
-            quietSince = time;
-        }
-        position += count;
-    }
-    return sounds;
 }
 
 std::optional<Seconds> nearest(const std::vector<Seconds>& times, Seconds wanted) {
@@ -92,12 +57,8 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     ASSERT_TRUE(content) << content.error().message;
     ASSERT_FALSE(content->displays.empty());
     FolderLibrary library(folder.path());
-    std::mutex complaining; // a take does so on its own threads
-    std::vector<std::string> complaints;
-    const auto complain = [&](const std::string& sentence) {
-        const std::scoped_lock lock(complaining);
-        complaints.push_back(sentence);
-    };
+    SharedLog<std::string> complaints;
+    const auto complain = [&](const std::string& sentence) { complaints.add(sentence); };
     const TakeHandlers handlers{[&](const Failure& failure) { complain(failure.message); }, complain};
     auto take = LiveTake::prepare(
         {DisplayFilter{content->displays[0].id}, {.pixelSize = {}, .fps = 60, .mic = true}},
@@ -120,11 +81,11 @@ TEST_P(WholeTakeTest, PictureSoundAndClicksMeetBeforeAndAfterAPause) {
     const auto reel = (*take)->finish(pauses);
     ASSERT_TRUE(reel) << reel.error().message;
     ASSERT_TRUE(*reel);
-    EXPECT_TRUE(complaints.empty()) << complaints.front();
+    EXPECT_EQ(complaints.all(), std::vector<std::string>());
 
     const RecordingEvents events = (*reel)->loadEvents();
-    const std::vector<Seconds> flashes = flashesOf((*reel)->rawURL());
-    const std::vector<Seconds> sounds = soundsOf((*reel)->rawURL(), events.duration);
+    const std::vector<Seconds> flashes = flashesIn((*reel)->rawURL());
+    const std::vector<Seconds> sounds = clicksIn((*reel)->rawURL(), events.duration);
     std::vector<Seconds> recorded; // in host time without the pauses
     for (const Seconds instant : instantsIn(log)) {
         if (const auto time = pauses.shifted(instant)) recorded.push_back(*time);

@@ -7,27 +7,24 @@
 #include <gtest/gtest.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
-#include <signal.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "core/base/FileIO.h"
+#include "tests/core/media/FileSizeLimit.h"
+#include "tests/support/Files.h"
+#include "tests/support/ForkedProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
 namespace {
 
 namespace fs = std::filesystem;
+using test::contentOf;
 
 constexpr std::size_t kNoLimit = 1U << 30;
-
-std::string contentOf(const fs::path& file) {
-    return readFile(file, kNoLimit).value_or("unreadable");
-}
 
 std::ptrdiff_t entriesIn(const fs::path& folder) {
     return std::distance(fs::directory_iterator(folder), fs::directory_iterator());
@@ -36,22 +33,6 @@ std::ptrdiff_t entriesIn(const fs::path& folder) {
 mode_t permissionsOf(const fs::path& file) {
     struct stat status {};
     return ::stat(file.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
-}
-
-// Runs `work` in a child process that may write no more than `longest` bytes to a file, as on a full disk.
-template <class Work>
-bool succeedsWithFileLimit(rlim_t longest, Work work) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{longest, longest};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        ::_exit(work() ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status));
-    return WEXITSTATUS(status) == 0;
 }
 
 TEST(WriteFileAtomically, CreatesAndReplaces) {
@@ -86,10 +67,15 @@ TEST(WriteFileAtomically, AFailureLeavesEverythingAsItWas) {
     const auto file = folder / "project.json";
     ASSERT_TRUE(writeFileAtomically(file, "the old bytes"));
     const std::string tooLong(100'000, 'x');
-    EXPECT_FALSE(succeedsWithFileLimit(4096, [&] { return writeFileAtomically(file, tooLong).has_value(); }));
-    EXPECT_TRUE(
-        succeedsWithFileLimit(200'000, [&] { return writeFileAtomically(file, "short").has_value(); }));
-    EXPECT_FALSE(succeedsWithFileLimit(0, [&] { return writeFileAtomically(file, tooLong).has_value(); }));
+    {
+        const test::FileSizeLimit limit(4096);
+        EXPECT_FALSE(writeFileAtomically(file, tooLong));
+        EXPECT_TRUE(writeFileAtomically(file, "short"));
+    }
+    {
+        const test::FileSizeLimit limit(0);
+        EXPECT_FALSE(writeFileAtomically(file, tooLong));
+    }
     EXPECT_EQ(contentOf(file), "short");
 
     fs::create_directory(folder / "folder");
@@ -129,11 +115,11 @@ TEST(WriteFileAtomically, SucceedsWhereAFileSystemHasNoPermissions) {
     for (const auto& row : rows) {
         ASSERT_TRUE(writeFile(file, "the old bytes"));
         ASSERT_EQ(::chmod(file.c_str(), row.mode), 0);
-        const bool succeeds = succeedsWithFileLimit(RLIM_INFINITY, [&] {
+        test::ForkedProcess process([&] {
             ::umask(022);
             return refuseFchmod(row.error) && writeFileAtomically(file, "the new bytes").has_value();
         });
-        EXPECT_EQ(succeeds, row.succeeds) << row.error;
+        EXPECT_EQ(process.succeeds(), row.succeeds) << row.error;
         EXPECT_EQ(contentOf(file), row.succeeds ? "the new bytes" : "the old bytes") << row.error;
     }
 }
@@ -150,17 +136,14 @@ TEST(WriteFileAtomically, AKillLeavesTheOldFileOrTheNew) {
     std::minstd_rand random(7);
     int kills = 0;
     do {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            for (char letter = 'a';; letter = letter == 'z' ? 'a' : static_cast<char>(letter + 1)) {
-                if (!writeFileAtomically(file, letters(letter))) ::_exit(1);
-            }
-        }
+        test::ForkedProcess process([&] {
+            char letter = 'a';
+            while (writeFileAtomically(file, letters(letter)))
+                letter = letter == 'z' ? 'a' : static_cast<char>(letter + 1);
+            return false;
+        });
         ::usleep(static_cast<useconds_t>(random() % 5000));
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status));
+        ASSERT_TRUE(process.kill());
         const std::string left = contentOf(file);
         ASSERT_FALSE(left.empty());
         ASSERT_EQ(left, letters(left.front())) << "after " << kills << " kills";

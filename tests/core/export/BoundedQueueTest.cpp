@@ -31,18 +31,6 @@ TEST(BoundedQueue, HandsEverythingOnInOrderAndNeverHoldsMoreThanItsCapacity) {
     EXPECT_FALSE(overfull);
 }
 
-TEST(BoundedQueue, ClosingLetsWhatIsThereOutAndTakesNothingMore) {
-    BoundedQueue<int> queue(4);
-    ASSERT_TRUE(queue.push(1));
-    ASSERT_TRUE(queue.push(2));
-    queue.close();
-    EXPECT_FALSE(queue.push(3));
-    EXPECT_EQ(queue.pop(), 1);
-    EXPECT_EQ(queue.pop(), 2);
-    EXPECT_EQ(queue.pop(), std::nullopt);
-    EXPECT_EQ(queue.failure(), std::nullopt);
-}
-
 TEST(BoundedQueue, AbortingWakesBothEndsAndKeepsTheFirstFailure) {
     BoundedQueue<int> full(1);
     ASSERT_TRUE(full.push(1));

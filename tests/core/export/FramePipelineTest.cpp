@@ -118,15 +118,5 @@ TEST(FramePipeline, ReportsARecordingThatCannotBeRead) {
     EXPECT_EQ(result.error().message, "Couldn’t read the recording.");
 }
 
-TEST(FramePipeline, CountsWholeFrames) {
-    struct Row {
-        double duration;
-        int fps;
-        std::int64_t frames;
-    };
-    for (const Row& row : {Row{10, 60, 600}, {10.02, 15, 151}, {0, 30, 1}, {0.01, 30, 1}, {0.1 + 0.2, 10, 3}})
-        EXPECT_EQ(frameCount(row.duration, row.fps), row.frames) << row.duration;
-}
-
 } // namespace
 } // namespace glintro

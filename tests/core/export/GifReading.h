@@ -1,20 +1,17 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "core/raster/Picture.h"
+#include "tests/core/media/MediaTools.h"
+#include "tests/support/Files.h"
 
 namespace glintro::test {
 
@@ -30,8 +27,8 @@ struct GifFacts {
 class GifBlocks {
   public:
     explicit GifBlocks(const std::filesystem::path& file) {
-        std::ifstream in(file, std::ios::binary);
-        bytes_.assign(std::istreambuf_iterator<char>(in), {});
+        const std::string bytes = contentOf(file);
+        bytes_.assign(bytes.begin(), bytes.end());
     }
 
     GifFacts read() {
@@ -65,19 +62,10 @@ class GifBlocks {
     std::size_t at_ = 0;
 };
 
-inline std::string outputOf(const std::string& command) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-    std::string output;
-    std::array<char, 4096> block;
-    while (const auto count = fread(block.data(), 1, block.size(), pipe.get()))
-        output.append(block.data(), count);
-    return output;
-}
-
 // Every frame of a GIF as FFmpeg shows it: R, G and B of each pixel, row by row.
 inline std::vector<std::string> decodeGif(const std::filesystem::path& file, PixelSize size) {
-    const std::string bytes = outputOf("ffmpeg -v error -nostdin -i '" + file.string()
-                                       + "' -fps_mode passthrough -pix_fmt rgb24 -f rawvideo -");
+    const std::string bytes = run({"ffmpeg", "-v", "error", "-nostdin", "-i", file.string(), "-fps_mode",
+                                   "passthrough", "-pix_fmt", "rgb24", "-f", "rawvideo", "-"});
     const auto frame = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height) * 3;
     std::vector<std::string> frames;
     for (std::size_t at = 0; at + frame <= bytes.size(); at += frame)

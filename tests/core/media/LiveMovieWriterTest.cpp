@@ -5,13 +5,12 @@
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include "core/media/fragments/MovieSealing.h"
 #include "tests/core/media/FileSizeLimit.h"
 #include "tests/core/media/LiveTakes.h"
+#include "tests/support/ForkedProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -128,19 +127,6 @@ TEST(LiveMovieWriter, IsSilentWhereNoSoundCame) {
     ASSERT_TRUE(writer->finish(1));
     test::expectPictures(file, times, times.size());
     EXPECT_EQ(probe(file, "a", "codec_name"), "");
-}
-
-TEST(LiveMovieWriter, CanBePlayedWhileItIsWritten) {
-    const TemporaryFolder folder;
-    const auto file = folder / "movie.mov";
-    const auto times = test::takeTimes(200);
-    auto writer = test::startTake(file);
-    ASSERT_TRUE(writer);
-    ASSERT_TRUE(test::writeTake(*writer, times));
-    // What is not in the file yet is less than a fragment.
-    const auto stored = std::ranges::count_if(times, [&](Seconds time) { return time < times.back() - 0.5; });
-    EXPECT_GE(std::stol(framesAsOthersDecode(file)), stored);
-    EXPECT_GT(std::stod(probe(file, "a", "duration")), times.back() - 0.6);
 }
 
 // On a still screen nothing comes that would push the picture before it to the disk.
@@ -290,10 +276,7 @@ TEST(LiveMovieWriter, KeepsWhatHadRoomOnAFullDisk) {
 }
 
 // A process that records as fast as it can and tells of every picture before it writes the next one.
-pid_t recordInChild(const std::filesystem::path& file, int reports) {
-    const pid_t child = ::fork();
-    if (child != 0) return child;
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+bool recordAndReport(const std::filesystem::path& file, int reports) {
     auto writer = test::startTake(file);
     std::vector<Seconds> times = test::takeTimes(1000);
     std::int64_t heard = 0;
@@ -308,7 +291,7 @@ pid_t recordInChild(const std::filesystem::path& file, int reports) {
         if (::write(reports, report, sizeof report) != sizeof report) break;
     }
     ::pause();
-    ::_exit(1);
+    return false;
 }
 
 TEST(LiveMovieWriter, LosesAtMostTwoFragmentsWhenItsProcessIsKilled) {
@@ -319,17 +302,15 @@ TEST(LiveMovieWriter, LosesAtMostTwoFragmentsWhenItsProcessIsKilled) {
         const auto file = folder / ("take" + std::to_string(round) + ".mov");
         int pipe[2];
         ASSERT_EQ(::pipe(pipe), 0);
-        const pid_t child = recordInChild(file, pipe[1]);
+        test::ForkedProcess process([&] { return recordAndReport(file, pipe[1]); });
         ::close(pipe[1]);
         double report[2] = {0, 0};
         const auto killAfter = 40 + random() % 900;
         for (std::size_t seen = 0; ::read(pipe[0], report, sizeof report) == sizeof report;) {
-            if (++seen == killAfter) ::kill(child, SIGKILL);
+            if (++seen == killAfter) process.signal(SIGKILL);
         }
         ::close(pipe[0]);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+        ASSERT_TRUE(process.kill());
 
         const auto sealed = sealMovie(file);
         ASSERT_TRUE(sealed) << sealed.error().message;

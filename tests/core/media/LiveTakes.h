@@ -4,19 +4,18 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "core/media/decode/AudioMix.h"
 #include "core/media/decode/MovieFile.h"
 #include "core/media/decode/MovieReader.h"
 #include "core/media/encode/LiveMovieWriter.h"
 #include "tests/core/media/MediaTools.h"
+#include "tests/support/Files.h"
+#include "tests/support/FlashesAndClicks.h"
 
 // Takes whose pictures and clicks can be told apart when the movie is read back.
 namespace glintro::test {
@@ -126,18 +125,6 @@ inline void expectPictures(const std::filesystem::path& file, const std::vector<
     }
 }
 
-// All sound of a movie, one channel at 48 kHz, as the movie's own clock has it.
-inline std::vector<float> soundOf(const std::filesystem::path& file, Seconds length) {
-    auto mix = AudioMix::open(file, {{0, length, 1}});
-    EXPECT_TRUE(mix) << mix.error().message;
-    std::vector<float> left;
-    std::vector<float> block(2 * 4800);
-    for (auto got = (*mix)->read(block); got && *got > 0; got = (*mix)->read(block)) {
-        for (int i = 0; i < *got; ++i) left.push_back(block[static_cast<std::size_t>(2 * i)]);
-    }
-    return left;
-}
-
 // The clicks are heard within a millisecond of their samples, and nothing is between them.
 inline void expectClicks(const std::vector<float>& sound, const std::vector<std::int64_t>& at) {
     std::vector<std::int64_t> found;
@@ -148,15 +135,6 @@ inline void expectClicks(const std::vector<float>& sound, const std::vector<std:
     }
     ASSERT_EQ(found.size(), at.size());
     for (std::size_t i = 0; i < at.size(); ++i) EXPECT_LE(std::abs(found[i] - at[i]), 48) << i;
-}
-
-inline std::string contentOf(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-inline void writeContent(const std::filesystem::path& file, const std::string& content) {
-    std::ofstream(file, std::ios::binary) << content;
 }
 
 struct TopBox {

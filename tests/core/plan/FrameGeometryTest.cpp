@@ -58,7 +58,7 @@ TEST(TargetRect, CentresTheRecordingInsideThePadding) {
     }
 }
 
-TEST(SourceCrop, TakesTheInnerShapeOnlyWhenFilling) {
+TEST(SourceCrop, HasTheInnerShapeOnlyWhenFilling) {
     ProjectSettings settings;
     settings.padding = 0;
     EXPECT_EQ(sourceCrop(settings, kScreen, {1080, 1920}, Framing::fit), kScreen);

@@ -76,35 +76,19 @@ TEST(FramePlan, ZoomMagnifiesAndThePointerGrowsByThreeQuarters) {
     EXPECT_NEAR(plan.pointer->scale.width / planAt(bare(), events, 5).pointer->scale.width, 1.75, 1e-9);
 }
 
-TEST(BubblePlan, SitsInItsCornerInsideThePadding) {
-    struct Row {
-        CamCorner corner;
-        CamShape shape;
-        double padding;
-        double margin;
-        double radius;
-    };
-    const Row rows[] = {
-        {CamCorner::bottomRight, CamShape::circle, 0, 37.8, 129.5},
-        {CamCorner::topLeft, CamShape::rounded, 0, 37.8, 51.8},
-        {CamCorner::topRight, CamShape::circle, 0.1, 48.6, 129.5},
-        {CamCorner::bottomLeft, CamShape::circle, 0.1, 48.6, 129.5},
-    };
-    for (const Row& row : rows) {
-        ProjectSettings settings;
-        settings.camCorner = row.corner;
-        settings.camShape = row.shape;
-        settings.padding = row.padding;
+TEST(BubblePlan, SitsAsFarFromBothEdgesOfItsCorner) {
+    for (const CamCorner corner :
+         {CamCorner::topLeft, CamCorner::topRight, CamCorner::bottomLeft, CamCorner::bottomRight}) {
+        ProjectSettings settings = bare();
+        settings.camCorner = corner;
         const auto plan = planBubble(settings, kCanvas);
         ASSERT_TRUE(plan);
-        EXPECT_EQ(plan->diameter, 259);
-        EXPECT_NEAR(plan->radius, row.radius, 1e-9);
-        const bool left = row.corner == CamCorner::topLeft || row.corner == CamCorner::bottomLeft;
-        const bool top = row.corner == CamCorner::topLeft || row.corner == CamCorner::topRight;
-        const double across = left ? plan->origin.x : kCanvas.width - plan->diameter - plan->origin.x;
-        const double down = top ? plan->origin.y : kCanvas.height - plan->diameter - plan->origin.y;
-        EXPECT_NEAR(across, row.margin, 1e-9);
-        EXPECT_NEAR(down, row.margin, 1e-9);
+        const double left = plan->origin.x, right = kCanvas.width - plan->diameter - left;
+        const double top = plan->origin.y, bottom = kCanvas.height - plan->diameter - top;
+        EXPECT_EQ(left < right, corner == CamCorner::topLeft || corner == CamCorner::bottomLeft);
+        EXPECT_EQ(top < bottom, corner == CamCorner::topLeft || corner == CamCorner::topRight);
+        EXPECT_NEAR(std::min(left, right), 37.8, 1e-9);
+        EXPECT_NEAR(std::min(top, bottom), 37.8, 1e-9);
     }
 }
 

@@ -18,45 +18,20 @@ ZoomCamera cameraOf(std::vector<ZoomSegment> zooms, RecordingEvents events = {})
     return {settings, events};
 }
 
-TEST(ZoomCamera, RampsInAndOut) {
-    const ZoomCamera camera = cameraOf({zoomOf(10, 20, 2), zoomOf(30, 30.4, 3)});
-    struct Row {
-        double t;
-        double scale;
-    };
-    const Row rows[] = {
-        {9.98, 1},
-        {10, 1},
-        {10.35, 1.5},
-        {10.7, 2},
-        {15, 2},
-        {19.3, 2},
-        {19.65, 1.5},
-        {20, 1},
-        {25, 1},
-        // A short zoom ramps for half its length each way.
-        {30.1, 2},
-        {30.2, 3},
-        {30.3, 2},
-        {30.4, 1},
-    };
-    for (const Row& row : rows) EXPECT_NEAR(camera.zoom(row.t).scale, row.scale, 1e-9) << row.t;
-}
-
-TEST(ZoomCamera, GlidesIntoANeighbourInsteadOfDipping) {
-    const ZoomCamera camera = cameraOf({zoomOf(10, 20, 2), zoomOf(20.01, 30, 3)});
-    struct Row {
-        double t;
-        double scale;
-    };
-    const Row rows[] = {{15, 2}, {19.65, 2}, {20, 2.5}, {20.36, 3}, {25, 3}};
-    for (const Row& row : rows) EXPECT_NEAR(camera.zoom(row.t).scale, row.scale, 1e-3) << row.t;
-    for (double t = 19; t < 21; t += 0.01) EXPECT_GE(camera.zoom(t).scale, 2 - 1e-9) << t;
-}
-
-TEST(ZoomCamera, OverlappingZoomsTakeTheLarger) {
-    const ZoomCamera camera = cameraOf({zoomOf(0, 10, 2), zoomOf(2, 8, 1.5)});
-    EXPECT_NEAR(camera.zoom(5).scale, 2, 1e-9);
+TEST(ZoomCamera, RampsInAndOutAndGlidesIntoANeighbour) {
+    const std::vector<ZoomSegment> apart{zoomOf(10, 20, 2), zoomOf(30, 30.4, 3)};
+    const std::vector<ZoomSegment> neighbours{zoomOf(10, 20, 2), zoomOf(20.01, 30, 3)};
+    const struct {
+        std::vector<ZoomSegment> zooms;
+        std::vector<std::pair<double, double>> scales; // by time
+    } rows[] = {{apart, {{9.98, 1}, {10, 1}, {10.35, 1.5}, {10.7, 2}, {19.3, 2}, {19.65, 1.5}, {20, 1}}},
+                {apart, {{30.1, 2}, {30.2, 3}, {30.3, 2}, {30.4, 1}}}, // half of its length each way
+                {neighbours, {{15, 2}, {19.65, 2}, {20, 2.5}, {20.36, 3}, {25, 3}}},
+                {{zoomOf(0, 10, 2), zoomOf(2, 8, 1.5)}, {{5, 2}}}}; // the larger of two
+    for (const auto& row : rows)
+        for (const auto& [t, scale] : row.scales)
+            EXPECT_NEAR(cameraOf(row.zooms).zoom(t).scale, scale, 1e-3) << t;
+    for (double t = 19; t < 21; t += 0.01) EXPECT_GE(cameraOf(neighbours).zoom(t).scale, 2 - 1e-9) << t;
 }
 
 TEST(ZoomCamera, CentreFollowsClicksPointerOrNothing) {

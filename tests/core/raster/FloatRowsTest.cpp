@@ -56,20 +56,6 @@ TEST_P(FloatRowsTest, AGradientsPixelsDoNotDependOnTheRowsBegin) {
     }
 }
 
-TEST_P(FloatRowsTest, FineSamplesKeepTheirValue) {
-    const float inputs[][3] = {{0, 0, 0}, {255, 255, 255}, {12.25F, 100.5F, 3}, {300, -9, 0}};
-    for (const auto& input : inputs) {
-        std::vector<float> rows[] = {rowOf(1), rowOf(1), rowOf(1)};
-        for (std::size_t i = 0; i < 3; ++i) rows[i][0] = input[i];
-        const float* const sources[] = {rows[0].data(), rows[1].data(), rows[2].data()};
-        std::vector<std::uint16_t> fine(1 + kFloatRowSlack);
-        mixToFineRow({{0.5F, 0.25F, 0}, 8}, sources, 1, fine.data());
-        std::vector<float> back = rowOf(1);
-        fineToFloatRow(fine.data(), 1, back.data());
-        EXPECT_NEAR(back[0], std::clamp(input[0] * 0.5F + input[1] * 0.25F + 8, 0.0F, 255.0F), 1.0 / 512);
-    }
-}
-
 // The float reduction and the 8-bit one have the same filter and the same sites.
 TEST_P(FloatRowsTest, ChromaIsReducedAsMasksAre) {
     std::mt19937 random(5);

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
-#include "core/base/FileIO.h"
 #include "core/media/encode/MovieWriter.h"
 #include "core/reel/Project.h"
 #include "tests/core/model/Generators.h"
+#include "tests/support/Files.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -14,14 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using Status = Project::LoadResult::Status;
-
-void putFile(const fs::path& file, std::string_view bytes) {
-    ASSERT_TRUE(writeFile(file, bytes)) << file;
-}
-
-std::string contentOf(const fs::path& file) {
-    return readFile(file, kLongestProjectText).value_or("unreadable");
-}
+using test::contentOf;
+using test::putFile;
 
 // Two seconds of a grey picture.
 void putMovie(const fs::path& file) {
@@ -70,19 +64,6 @@ TEST(Project, SavesAndLoads) {
     EXPECT_FALSE(Project(folder / "missing", ProjectInfo()).save());
 }
 
-TEST(Project, UnreadableEventsAreEmptyOnes) {
-    const TemporaryFolder folder;
-    const Project project(folder.path(), {});
-    EXPECT_EQ(project.loadEvents(), RecordingEvents());
-    for (const char* text : {"", "nonsense", R"({"version":1,"duration":2,"cursor":[[0,0,0]]})"}) {
-        putFile(project.eventsURL(), text);
-        EXPECT_EQ(project.loadEvents(), RecordingEvents()) << text;
-    }
-    const RecordingEvents events{1, 2, {{{0, 0.5, 0.5}}}, {}};
-    ASSERT_TRUE(writeEvents(events, project.eventsURL()));
-    EXPECT_EQ(project.loadEvents(), events);
-}
-
 TEST(Registration, BuildsTheRecordFromMovieAndEvents) {
     const TemporaryFolder folder;
     putMovie(folder / "raw.mov");
@@ -101,30 +82,6 @@ TEST(Registration, BuildsTheRecordFromMovieAndEvents) {
     const ProjectInfo expected{"Take", details.created, info.duration, 320, 180, true, 0.5, true, settings};
     EXPECT_EQ(info, expected);
     EXPECT_EQ(Project::load(folder.path()).value().info, expected) << "and it is saved";
-}
-
-TEST(Registration, ARebuildKeepsTheDamagedFileOnce) {
-    const TemporaryFolder folder;
-    putMovie(folder / "raw.mov");
-    for (const std::string damaged : {"first damage", "second damage"}) {
-        putFile(folder / "project.json", damaged);
-        const auto project = Project::registerReel(folder.path(), kRegistration);
-        ASSERT_TRUE(project);
-        EXPECT_EQ(project->info.settings, ProjectSettings()) << "without events no zooms, 16:9";
-        EXPECT_EQ(contentOf(folder / "project-damaged.json"), damaged);
-        EXPECT_EQ(Project::inspect(folder.path()).status, Status::ok);
-    }
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 3);
-}
-
-TEST(Registration, AMovieThatCannotBeReadChangesNothing) {
-    const TemporaryFolder folder;
-    EXPECT_FALSE(Project::registerReel(folder.path(), kRegistration));
-    putFile(folder / "raw.mov", "not a movie");
-    putFile(folder / "project.json", "old");
-    EXPECT_FALSE(Project::registerReel(folder.path(), kRegistration));
-    EXPECT_EQ(contentOf(folder / "project.json"), "old");
-    EXPECT_FALSE(fs::exists(folder / "project-damaged.json"));
 }
 
 // What a cut or a flipped byte makes of the two files is never worse than damaged and empty.

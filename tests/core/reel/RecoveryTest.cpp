@@ -1,109 +1,37 @@
 #include <algorithm>
-#include <csignal>
 #include <fstream>
 #include <functional>
-#include <map>
-#include <random>
 #include <regex>
-#include <thread>
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include "core/base/FileIO.h"
 #include "core/media/decode/MovieReader.h"
 #include "core/media/fragments/MovieSealing.h"
 #include "core/reel/Recovery.h"
 #include "core/reel/TakeJournal.h"
-#include "platform/HostClock.h"
-#include "tests/core/reel/Takes.h"
+#include "tests/core/reel/InterruptedTakes.h"
+#include "tests/support/Files.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/support/WaitUntil.h"
 
 namespace glintro {
 namespace {
 
 namespace fs = std::filesystem;
 using Outcome = RecoveredReel::Outcome;
+using test::filesIn;
+using test::namesIn;
+using test::putFile;
 using test::TakeMaker;
 
-constexpr Seconds kFirstFrame = 5000; // host time of all takes made here
-
-void putFile(const fs::path& file, std::string_view bytes) {
-    ASSERT_TRUE(writeFile(file, bytes)) << file;
-}
-
-std::map<std::string, std::string> filesIn(const fs::path& folder) {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::directory_iterator(folder))
-        files[entry.path().filename()] = readFile(entry.path(), 1U << 30).value_or("no file");
-    return files;
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& [name, content] : filesIn(folder)) names.push_back(name);
-    return names;
-}
-
-// Three seconds, cut off somewhere in the last one.
-void putInterruptedMovie(const fs::path& file, TakeMaker::Sound sound = TakeMaker::Sound::tone) {
-    TakeMaker(file, sound).writeFrames(60);
-}
-
-void putFinishedMovie(const fs::path& file) {
-    TakeMaker take(file, TakeMaker::Sound::tone);
-    take.writeFrames(60);
-    take.finish();
-}
-
-void putJournal(const fs::path& folder, const std::function<void(TakeJournal&)>& more = {}) {
-    const auto journal = TakeJournal::create(folder).value();
-    journal->firstFrame(kFirstFrame);
-    for (const Seconds time : {-0.1, 0.5, 1.0, 1.5}) journal->sample({kFirstFrame + time, {time, 0.5}});
-    journal->click({kFirstFrame + 1, {0.25, 0.75}});
-    if (more) more(*journal);
-}
-
-// What a take of putInterruptedMovie and putJournal becomes.
-void expectWholeReel(const Project& reel) {
-    EXPECT_GE(reel.info.duration, 2);
-    EXPECT_LE(reel.info.duration, 3.001);
-    EXPECT_EQ(reel.sourceSize(), (Size{160, 100}));
-    EXPECT_TRUE(reel.info.hasAudio);
-    const RecordingEvents events = reel.loadEvents();
-    ASSERT_EQ(events.cursor.size(), 4U);
-    EXPECT_NEAR(events.cursor[0].sourceTime(), -0.1, 1e-9);
-    EXPECT_EQ(events.clicks, (std::vector<EventSample>{{{1, 0.25, 0.75}}}));
-    EXPECT_NEAR(events.duration, reel.info.duration, 0.05);
-    EXPECT_EQ(reel.info.settings.zooms.size(), 1U);
-    EXPECT_FALSE(needsRecovery(reel.folder()));
-    const auto movie = MovieReader::open(reel.rawURL());
-    ASSERT_TRUE(movie);
-    EXPECT_TRUE((*movie)->frameAt(reel.info.duration));
-}
-
-class RecoveryTest : public testing::Test {
-  protected:
-    // A whole take of three seconds with a byte changed.
-    std::string damagedMovie(std::size_t position) const {
-        putInterruptedMovie(home_ / "movie");
-        std::string bytes = filesIn(home_.path())["movie"];
-        fs::remove(home_ / "movie");
-        bytes[position] ^= 0x10;
-        return bytes;
-    }
-    fs::path folder(const std::string& name) const {
-        fs::create_directory(home_ / name);
-        return home_ / name;
-    }
-    TemporaryFolder home_;
-};
+using RecoveryTest = test::RecoveryFixture;
+using test::expectWholeReel;
+using test::kFirstFrame;
+using test::putFinishedMovie;
+using test::putInterruptedMovie;
+using test::putJournal;
 
 TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
     struct Row {
@@ -168,7 +96,7 @@ TEST_F(RecoveryTest, CompletesATakeThatDiedBetweenAnyTwoSteps) {
     }
 }
 
-TEST_F(RecoveryTest, TakesWhatTheReelsFilesTell) {
+TEST_F(RecoveryTest, ReadsWhatTheReelsFilesTell) {
     const fs::path reel = folder("2026-11-21");
     putInterruptedMovie(reel / "raw.mov", TakeMaker::Sound::none);
     putInterruptedMovie(reel / "camera.mov");
@@ -436,101 +364,6 @@ TEST_F(RecoveryTest, LeavesATakeToTheProcessThatWorksOnIt) {
     EXPECT_EQ(filesIn(reel)["raw.mov"], movie);
     ::close(other);
     EXPECT_TRUE(recoverReel(reel, {}));
-}
-
-// Runs `work` in a process of its own until it is killed.
-pid_t startProcess(const std::function<void()>& work) {
-    const pid_t process = ::fork();
-    if (process != 0) return process;
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    work();
-    ::_exit(0);
-}
-
-void killProcess(pid_t process) {
-    ::kill(process, SIGKILL);
-    ::waitpid(process, nullptr, 0);
-}
-
-// A recovery that is killed again and again ends where one that is left alone does.
-TEST_F(RecoveryTest, MayItselfBeKilledAtAnyMoment) {
-    std::minstd_rand random(7);
-    int interrupted = 0;
-    for (int round = 0; round < 25; ++round) {
-        const fs::path reel = folder("round " + std::to_string(round));
-        putInterruptedMovie(reel / "raw.mov");
-        putFile(reel / "project.json", "damaged");
-        putJournal(reel);
-        for (int kills = 0; kills < 3; ++kills) {
-            const pid_t process = startProcess([&] { (void)recoverReel(reel, {}); });
-            std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
-            killProcess(process);
-            if (needsRecovery(reel)) ++interrupted;
-        }
-        const auto recovered = recoverReel(reel, {});
-        ASSERT_TRUE(recovered) << recovered.error().message;
-        expectWholeReel(*recovered->project);
-        EXPECT_EQ(filesIn(reel)["project-damaged.json"], "damaged");
-        fs::remove_all(reel);
-    }
-    EXPECT_GT(interrupted, 0) << "no kill came in time to be of any use";
-}
-
-// A take in real time, with a click every half second.
-void record(const fs::path& folder) {
-    const auto journal = TakeJournal::create(folder).value();
-    TakeMaker take(folder / "raw.mov", TakeMaker::Sound::tone);
-    const Seconds begin = hostTime();
-    journal->firstFrame(begin);
-    for (int frame = 0;; ++frame) {
-        const Seconds time = begin + take.end();
-        while (hostTime() < time) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        take.writeFrame();
-        journal->sample({time, {0.5, 0.5}});
-        if (frame % 10 == 0) journal->click({time, {0.5, 0.5}});
-    }
-}
-
-TEST_F(RecoveryTest, LosesAtMostTwoSecondsToAKill) {
-    constexpr Seconds kLoss = 2;
-    std::minstd_rand random(std::random_device{}());
-    struct Take {
-        fs::path folder;
-        pid_t process;
-        Seconds length; // until it is killed
-    };
-    for (int round = 0; round < 2; ++round) {
-        std::vector<Take> takes;
-        for (int i = 0; i < 5; ++i) {
-            const fs::path reel = folder(fmt::format("take {}-{}", round, i));
-            const Seconds length = 2.5 + static_cast<double>(random() % 2500) / 1000;
-            takes.push_back({reel, startProcess([&] { record(reel); }), length});
-        }
-        for (const Take& take : takes)
-            ASSERT_TRUE(test::waitUntil([&] {
-                const auto record = TakeJournal::read(take.folder);
-                return record && record->firstFrameHost > 0
-                       && hostTime() - record->firstFrameHost > take.length;
-            }));
-        for (const Take& take : takes) {
-            const Seconds killed = hostTime() - TakeJournal::read(take.folder)->firstFrameHost;
-            killProcess(take.process);
-            EXPECT_TRUE(needsRecovery(take.folder));
-            const auto recovered = recoverReel(take.folder, {});
-            ASSERT_TRUE(recovered) << recovered.error().message;
-            ASSERT_EQ(recovered->outcome, Outcome::recovered) << killed;
-            const Project& reel = *recovered->project;
-            EXPECT_GE(reel.info.duration, killed - kLoss);
-            EXPECT_LE(reel.info.duration, killed + 1);
-            EXPECT_TRUE(reel.info.hasAudio);
-            const RecordingEvents events = reel.loadEvents();
-            for (std::size_t i = 0; static_cast<double>(i) / 2 < killed - kLoss; ++i) {
-                ASSERT_LT(i, events.clicks.size());
-                EXPECT_NEAR(events.clicks[i].sourceTime(), static_cast<double>(i) / 2, 1e-6);
-            }
-            EXPECT_GE(events.cursor.size(), static_cast<std::size_t>((killed - kLoss) * test::kTakeFps));
-        }
-    }
 }
 
 } // namespace

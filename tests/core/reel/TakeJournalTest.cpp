@@ -1,13 +1,11 @@
-#include <csignal>
-
 #include <gtest/gtest.h>
-#include <sys/prctl.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include "core/base/FileIO.h"
 #include "core/reel/TakeJournal.h"
+#include "tests/core/media/FileSizeLimit.h"
+#include "tests/support/Files.h"
+#include "tests/support/ForkedProcess.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"
 
@@ -15,11 +13,9 @@ namespace glintro {
 namespace {
 
 namespace fs = std::filesystem;
+using test::contentOf;
+using test::putFile;
 using test::waitUntil;
-
-std::string contentOf(const fs::path& file) {
-    return readFile(file, 1U << 30).value_or("unreadable");
-}
 
 std::unique_ptr<TakeJournal> journalIn(const TemporaryFolder& folder) {
     return TakeJournal::create(folder.path()).value();
@@ -99,7 +95,7 @@ TEST(TakeJournal, EndsWhereItIsTorn) {
         const std::string kept = whole.substr(0, length);
         if (kept.ends_with('\n')) ++wholeLines;
         for (const std::string& tail : tails) {
-            ASSERT_TRUE(writeFile(file, kept + tail));
+            putFile(file, kept + tail);
             const auto record = TakeJournal::read(folder.path());
             ASSERT_TRUE(record);
             EXPECT_EQ(linesIn(*record), wholeLines > 0 ? wholeLines - 1 : 0)
@@ -110,7 +106,7 @@ TEST(TakeJournal, EndsWhereItIsTorn) {
     EXPECT_EQ(wholeLines, 10U);
 }
 
-TEST(TakeJournal, PassesOverNothingThatIsNotItsOwn) {
+TEST(TakeJournal, EndsAtALineThatIsNotItsOwn) {
     const std::string begin = "glintro-take 1\ns 1 0 0\n";
     const char* rows[] = {"",           "s 1 0\n",        "s 1 0 0 0\n",   "s 1 0 nan\n",  "s 1 0 inf\n",
                           "s  1 0 0\n", "s 1 0 0 \n",     "pause\n",       "pause x\n",    "pause 1 2 3\n",
@@ -119,13 +115,13 @@ TEST(TakeJournal, PassesOverNothingThatIsNotItsOwn) {
     const TemporaryFolder folder;
     const fs::path file = TakeJournal::fileIn(folder.path());
     for (const std::string line : rows) {
-        ASSERT_TRUE(writeFile(file, begin + line + "s 2 0 0\n"));
+        putFile(file, begin + line + "s 2 0 0\n");
         const auto record = TakeJournal::read(folder.path());
         ASSERT_TRUE(record);
         EXPECT_EQ(record->samples.size(), line.empty() ? 2U : 1U) << line;
         EXPECT_EQ(record->clicks.size() + record->pauses.gaps.size(), 0U) << line;
     }
-    ASSERT_TRUE(writeFile(file, "glintro-take 2\ns 1 0 0\n"));
+    putFile(file, "glintro-take 2\ns 1 0 0\n");
     EXPECT_EQ(TakeJournal::read(folder.path()), TakeRecord()) << "a form that is not known yet";
     fs::remove(file);
     ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
@@ -148,61 +144,20 @@ TEST(TakeJournal, HoldsAnHourOfSamplesWithATornEnd) {
     EXPECT_EQ(record->samples.back(), (PointerMoment{1e6 + (kHour - 2) / 60.0, {(kHour - 2) / 1920.0, 0.1}}));
 }
 
-// Whether a journal that finds no room in the middle of a line goes on there once there is some. For a
-// process of its own: the limit is the whole process's.
-bool goesOnAfterAFullDisk(const fs::path& folder) {
-    constexpr rlim_t kRoom = 1000;
-    rlimit limit{};
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit little{kRoom, limit.rlim_max};
-    std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &little);
-    const auto journal = TakeJournal::create(folder).value();
-    for (int i = 0; i < 500; ++i) journal->sample({100 + i / 60.0, {0.5, 0.5}});
-    std::error_code ignored;
-    if (!waitUntil([&] { return fs::file_size(TakeJournal::fileIn(folder), ignored) == kRoom; }))
-        return false;
-    if (journal->record().samples.size() != 500) return false;
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    return waitUntil([&] { return TakeJournal::read(folder)->samples.size() == 500; });
-}
-
+// Nor to one on which the middle of a line found no more room.
 TEST(TakeJournal, LosesNothingToADiskThatIsFullForAWhile) {
     const TemporaryFolder folder;
-    const pid_t process = ::fork();
-    if (process == 0) ::_exit(goesOnAfterAFullDisk(folder.path()) ? 0 : 1);
-    int status = -1;
-    ::waitpid(process, &status, 0);
-    EXPECT_EQ(status, 0);
+    std::unique_ptr<TakeJournal> journal;
+    {
+        constexpr rlim_t kRoom = 1000;
+        const test::FileSizeLimit limit(kRoom);
+        journal = journalIn(folder);
+        for (int i = 0; i < 500; ++i) journal->sample({100 + i / 60.0, {0.5, 0.5}});
+        ASSERT_TRUE(waitUntil([&] { return contentOf(TakeJournal::fileIn(folder.path())).size() == kRoom; }));
+        EXPECT_EQ(journal->record().samples.size(), 500U);
+    }
+    EXPECT_TRUE(waitUntil([&] { return TakeJournal::read(folder.path())->samples.size() == 500; }));
 }
-
-// A process that logs a take until it is killed.
-class LoggingProcess {
-  public:
-    explicit LoggingProcess(const TemporaryFolder& folder) {
-        process_ = ::fork();
-        if (process_ != 0) return;
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        const auto journal = journalIn(folder);
-        for (double time = 1;; time += 1.0 / 60) {
-            journal->sample({time, {0.5, 0.5}});
-            ::usleep(1000);
-        }
-    }
-    ~LoggingProcess() { kill(); }
-    LoggingProcess(const LoggingProcess&) = delete;
-    LoggingProcess& operator=(const LoggingProcess&) = delete;
-
-    void kill() {
-        if (process_ <= 0) return;
-        ::kill(process_, SIGKILL);
-        ::waitpid(process_, nullptr, 0);
-        process_ = 0;
-    }
-
-  private:
-    pid_t process_ = 0;
-};
 
 TEST(TakeJournal, RunsWhileItsProcessLives) {
     const TemporaryFolder folder;
@@ -211,7 +166,14 @@ TEST(TakeJournal, RunsWhileItsProcessLives) {
         return record ? record->samples.size() : 0;
     };
     EXPECT_FALSE(TakeJournal::isRunning(folder.path()));
-    LoggingProcess process(folder);
+    test::ForkedProcess process([&] {
+        const auto journal = journalIn(folder);
+        for (double time = 1;; time += 1.0 / 60) {
+            journal->sample({time, {0.5, 0.5}});
+            ::usleep(1000);
+        }
+        return true;
+    });
     ASSERT_TRUE(waitUntil([&] { return samples() > 100; }));
     EXPECT_TRUE(TakeJournal::isRunning(folder.path()));
     EXPECT_TRUE(TakeJournal::isRunning(folder.path())) << "asking does not disturb";
@@ -219,7 +181,7 @@ TEST(TakeJournal, RunsWhileItsProcessLives) {
     EXPECT_FALSE(TakeJournal::isRunning(folder.path()));
     EXPECT_GT(samples(), 100U);
     { const auto journal = journalIn(folder); }
-    EXPECT_FALSE(TakeJournal::isRunning(folder.path())) << "nor one that was given up";
+    EXPECT_FALSE(TakeJournal::isRunning(folder.path())) << "nor one whose journal was closed";
 }
 
 TEST(TakeRecord, ItsEventsAreWhatLiesInTheRecording) {

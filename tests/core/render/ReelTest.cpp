@@ -143,20 +143,5 @@ TEST(StillSource, DrawsOneFrameUnderManyLooks) {
     }
 }
 
-TEST(Still, DrawsTheFrameOnTheReelsCanvas) {
-    const TemporaryFolder folder;
-    const auto reel = makeReel(folder / "reel", {}, {}, MovieRecipe{.size = {160, 90}, .frames = 60});
-    ASSERT_TRUE(reel);
-    const auto image = Still::render(*reel, 1, 640, std::nullopt, Framing::fit);
-    ASSERT_TRUE(image) << image.error().message;
-    EXPECT_EQ(image->size, (PixelSize{640, 360}));
-    EXPECT_NEAR(pixelAt(*image, 320, 180).red, 120, 12) << "a frame of the tenth of a second around it";
-    ProjectSettings settings = reel->info.settings;
-    settings.showCamera = false;
-    const auto hidden = Still::render(*reel, 1, 640, settings, Framing::fit);
-    ASSERT_TRUE(hidden);
-    EXPECT_NE(hidden->pixels, image->pixels) << "the bubble was there and is gone";
-}
-
 } // namespace
 } // namespace glintro

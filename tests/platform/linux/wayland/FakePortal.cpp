@@ -184,7 +184,12 @@ void FakePortal::respond(const std::string& path, const std::string& method, std
 }
 
 int FakePortal::answerRemote(sd_bus_message* message) const {
-    if (behaviour_.pipeWire.empty()) return sd_bus_reply_method_return(message, "h", 0);
+    if (behaviour_.pipeWire.empty()) { // it has died meanwhile
+        int ends[2] = {-1, -1};
+        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return -errno;
+        const FileDescriptor ours(ends[0]), dead(ends[1]);
+        return sd_bus_reply_method_return(message, "h", dead.value());
+    }
     const FileDescriptor remote(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

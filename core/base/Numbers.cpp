@@ -1,4 +1,4 @@
-#include "app/shell/Numbers.h"
+#include "core/base/Numbers.h"
 
 #include <charconv>
 #include <cmath>
@@ -25,7 +25,8 @@ std::optional<std::int64_t> parseWhole(std::string_view text) {
 
 std::optional<double> parseDecimal(std::string_view text) {
     const auto number = parse<double>(text);
-    return number && std::isfinite(*number) ? number : std::nullopt;
+    if (!number || !std::isfinite(*number)) return std::nullopt;
+    return *number + 0.0; // "-0" is 0
 }
 
 std::optional<PixelSize> parsePixelSize(std::string_view text) {

@@ -1,0 +1,228 @@
+#include "app/editor/ProjectSaver.h"
+
+#include <QCoreApplication>
+#include <QEvent>
+#include <algorithm>
+#include <cerrno>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+#include "app/base/MainThreadPost.h"
+#include "app/base/Text.h"
+#include "app/editor/ReelNotices.h"
+
+namespace glintro {
+namespace {
+
+// A program that saves may touch several files of the folder in turn.
+constexpr std::chrono::milliseconds kLookDelay{100};
+
+QString pathOf(const std::filesystem::path& path) {
+    return QString::fromStdString(path.string());
+}
+
+} // namespace
+
+// What the background thread works on. It may outlive the saver, when the disk does not answer.
+struct ProjectSaver::Worker {
+    struct Wanted {
+        ProjectInfo info;
+        int ticket = 0;
+    };
+
+    Worker(const Project& project, QObject& receiver) : file(project), post(receiver) {}
+
+    // The value to be written next, in place of one that nobody has begun to write. Whether somebody will
+    // write it: the caller has to see to it else.
+    bool wish(Wanted value) {
+        const std::scoped_lock lock(mutex_);
+        wanted_ = std::move(value);
+        return std::exchange(isWriting_, true);
+    }
+    std::optional<Wanted> next() {
+        const std::scoped_lock lock(mutex_);
+        isWriting_ = wanted_.has_value();
+        return std::exchange(wanted_, std::nullopt);
+    }
+
+    ProjectFile file; // background thread only
+    MainThreadPost post;
+
+  private:
+    std::mutex mutex_;
+    std::optional<Wanted> wanted_; // guarded by mutex_
+    bool isWriting_ = false;       // guarded by mutex_: a task asks for the next one until there is none
+};
+
+ProjectSaver::ProjectSaver(const Project& project, const DelayTimers& timers, QObject* parent)
+    : QObject(parent),
+      project_(project),
+      newest_(project.info),
+      onDisk_(project.info),
+      debounce_(timers()),
+      retry_(timers()),
+      stall_(timers()),
+      lookDelay_(timers()),
+      worker_(std::make_shared<Worker>(project, *this)) {}
+
+ProjectSaver::~ProjectSaver() {
+    if (!isClosed_) close();
+    worker_->post.close();
+}
+
+void ProjectSaver::setSettings(const ProjectSettings& settings) {
+    newest_.settings = settings;
+    schedule();
+}
+
+void ProjectSaver::setName(const std::string& name) {
+    newest_.name = name;
+    schedule();
+}
+
+void ProjectSaver::schedule() {
+    if (isUnsaved())
+        debounce_->start(kDebounce, [this] { saveNow(); });
+    else
+        debounce_->stop();
+    updateState();
+}
+
+void ProjectSaver::saveNow() {
+    debounce_->stop();
+    retry_->stop();
+    if (isSaving_ ? handedOver_ == newest_ : !isUnsaved()) return;
+    isSaving_ = true;
+    handedOver_ = newest_;
+    if (!worker_->wish({newest_, ++ticket_})) {
+        stall_->start(kStall, [this] {
+            setFailure(ETIMEDOUT);
+            updateState();
+        });
+        queue_.post([worker = worker_, this] {
+            // The calls run on the saver's thread, and only while there is a saver.
+            while (auto wanted = worker->next())
+                worker->post([this, ticket = wanted->ticket, outcome = worker->file.save(wanted->info)] {
+                    finishSave(ticket, outcome);
+                });
+        });
+    }
+    updateState();
+}
+
+void ProjectSaver::finishSave(int ticket, const Outcome& outcome) {
+    isSaving_ = ticket != ticket_;
+    if (!isSaving_) stall_->stop();
+    if (!outcome) {
+        setIsReelGone(outcome.error().nativeCode == ENOENT);
+        setFailure(outcome.error().nativeCode);
+        if (!isSaving_) retryLater();
+        return updateState();
+    }
+    setIsReelGone(false);
+    message_.clear();
+    nextRetry_ = kFirstRetry;
+    absorb(*outcome);
+    emit saved(Project(project_.folder(), outcome->now));
+}
+
+// What another program changed goes into the newest value, and the news to those who show it.
+void ProjectSaver::absorb(const ProjectFile::News& news) {
+    onDisk_ = news.now;
+    const ProjectInfo ours = newest_;
+    if (news.theirs) {
+        const bool isRenamed = ours.name == news.before.name && news.theirs->name != ours.name;
+        const bool isEdited =
+            news.theirs->settings != news.before.settings && news.theirs->settings != ours.settings;
+        const bool isOverruled = isEdited && ours.settings != news.before.settings;
+        newest_ = *news.theirs;
+        if (!isRenamed) newest_.name = ours.name;
+        if (!isEdited || isOverruled) newest_.settings = ours.settings;
+        if (isRenamed) emit nameArrived(newest_.name);
+        if (isOverruled) emit settingsOverruled(news.theirs->settings);
+        if (isEdited && !isOverruled) emit settingsArrived(news.theirs->settings);
+    }
+    if (isUnsaved() && !isSaving_ && !isClosed_ && !debounce_->isActive()) return schedule();
+    updateState();
+}
+
+void ProjectSaver::setFailure(int error) {
+    message_ = toQt(notice::notSaved(error));
+}
+
+void ProjectSaver::retryLater() {
+    retry_->start(nextRetry_, [this] { saveNow(); });
+    nextRetry_ = std::min(nextRetry_ * 2, kLastRetry);
+}
+
+void ProjectSaver::setIsReelGone(bool isGone) {
+    if (std::exchange(isReelGone_, isGone) != isGone) emit isReelGoneChanged();
+}
+
+void ProjectSaver::updateState() {
+    if (!isSaving_ && !isUnsaved()) {
+        message_.clear();
+        retry_->stop();
+    }
+    State state = isSaving_ ? State::saving : isUnsaved() ? State::unsaved : State::saved;
+    if (!message_.isEmpty()) state = State::failed;
+    state_ = state;
+    emit stateChanged();
+}
+
+void ProjectSaver::watch() {
+    if (!isClosed_ && !isLooking_) look();
+}
+
+void ProjectSaver::scheduleLook() {
+    looksAgain_ = isLooking_;
+    if (!isLooking_ && !lookDelay_->isActive()) lookDelay_->start(kLookDelay, [this] { look(); });
+}
+
+void ProjectSaver::look() {
+    isLooking_ = true;
+    queue_.post([worker = worker_, this] {
+        worker->post([this, outcome = worker->file.look()] { finishLook(outcome); });
+    });
+}
+
+void ProjectSaver::finishLook(const Outcome& outcome) {
+    isLooking_ = false;
+    if (isClosed_) return;
+    const bool isGone = !outcome && outcome.error().nativeCode == ENOENT;
+    const bool isBack = isReelGone_ && !isGone;
+    setIsReelGone(isGone);
+    if (outcome) absorb(*outcome);
+    if (isBack) saveNow();
+    watchFile();
+    if (std::exchange(looksAgain_, false)) scheduleLook();
+    emit looked();
+}
+
+// Renames show in the folder, the folder's own end in the one above it, and a file that is written in place
+// only in itself; whoever replaces the file ends the watch on it. The disk has just answered, so this does
+// not wait for it.
+void ProjectSaver::watchFile() {
+    if (!watcher_) {
+        looksAgain_ = true; // for what happened since the look that has just ended began
+        watcher_ = std::make_unique<QFileSystemWatcher>();
+        connect(watcher_.get(), &QFileSystemWatcher::directoryChanged, this, &ProjectSaver::scheduleLook);
+        connect(watcher_.get(), &QFileSystemWatcher::fileChanged, this, &ProjectSaver::scheduleLook);
+    }
+    watcher_->addPath(pathOf(project_.folder().parent_path()));
+    if (isReelGone_) return;
+    watcher_->addPath(pathOf(project_.folder()));
+    watcher_->addPath(pathOf(project_.infoURL()));
+}
+
+bool ProjectSaver::close(std::chrono::milliseconds timeout) {
+    watcher_.reset();
+    lookDelay_->stop();
+    saveNow();
+    isClosed_ = true;
+    if (queue_.waitUntilIdle(timeout)) QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
+    return !isUnsaved() && !isSaving_;
+}
+
+} // namespace glintro

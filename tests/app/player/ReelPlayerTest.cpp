@@ -1,0 +1,282 @@
+// The player by what it shows: every picture is held against the one that an export draws at its time.
+
+#include <algorithm>
+#include <filesystem>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "app/player/PictureDrawer.h"
+#include "tests/app/player/PlayerFixture.h"
+
+namespace glintro {
+namespace {
+
+using test::handleUntil;
+
+class ReelPlayerTest : public testing::Test, public test::PlayerFixture {};
+
+void expectExported(const PlayerPicture& picture, test::ExportedPictures& exported) {
+    ASSERT_TRUE(picture.image);
+    const Seconds time = std::min(picture.compositionTime, lastPictureBefore(exported.map().compDuration()));
+    EXPECT_TRUE(picture.image->pixels == exported.at(time).pixels) << "at " << picture.compositionTime;
+}
+
+std::vector<ProjectSettings> editsOf(const ProjectSettings& settings) {
+    std::vector<ProjectSettings> edits(6, settings);
+    edits[1].padding = 0.15;
+    edits[2].cuts = {{.start = 1, .end = 2}};
+    edits[2].speeds = {{.start = 3, .end = 5, .rate = 4}};
+    edits[3].trimStart = 0.5;
+    edits[3].trimEnd = 4.2;
+    edits[3].showCamera = false;
+    edits[4] = edits[3];
+    edits[4].showCamera = true;
+    edits[4].cursorSmoothing = 0.1;
+    edits[5].aspect = AspectRatio::square;
+    return edits;
+}
+
+TEST_F(ReelPlayerTest, PlaysThePicturesOfAnExportThroughCutsAndSpeeds) {
+    settings = editsOf(settings)[2];
+    ASSERT_TRUE(open(0.7));
+    auto exported = this->exported();
+    expectExported(shown(), exported);
+    const Seconds end = map().compDuration();
+    for (const double rate : {1.0, 3.0}) {
+        SCOPED_TRACE(rate);
+        player->setRate(rate);
+        player->seek(0.7, SeekKind::exact);
+        player->play();
+        ASSERT_TRUE(handleUntil([&] {
+            pass(0.001);
+            return player->position() > 0.7; // the clock waits for the first picture
+        }));
+        Seconds last = shown().compositionTime;
+        int watched = 0;
+        while (player->isPlaying()) {
+            pass(1.0 / 60);
+            QCoreApplication::processEvents();
+            const Seconds position = player->position();
+            ASSERT_TRUE(handleUntil([&] {
+                return shown().compositionTime > position - rate / 30 - 1e-6 || !player->isPlaying();
+            })) << position
+                << " " << shown().compositionTime;
+            const PlayerPicture picture = shown();
+            if (picture.compositionTime == last) continue;
+            EXPECT_GE(picture.compositionTime, last);
+            last = picture.compositionTime;
+            if (++watched % 5 == 0) expectExported(picture, exported);
+        }
+        EXPECT_GT(watched, 60 / rate);
+        ASSERT_TRUE(rests());
+        EXPECT_EQ(player->position(), end);
+        expectExported(shown(), exported);
+    }
+    EXPECT_EQ(ends, 2);
+    EXPECT_TRUE(failures.isEmpty()) << failures.join("; ").toStdString();
+}
+
+// Whatever was asked for in whatever order and haste: what rests in the end is the right picture.
+TEST_F(ReelPlayerTest, EndsOnTheRightPictureAfterAnySequence) {
+    ASSERT_TRUE(open());
+    std::mt19937 random(11);
+    const auto edits = editsOf(settings);
+    const auto any = [&](Seconds longest) {
+        return std::uniform_real_distribution<Seconds>(0, longest)(random);
+    };
+    for (int round = 0; round < 25; ++round) {
+        SCOPED_TRACE(round);
+        for (int i = 0; i < 8; ++i) {
+            pass(any(0.3));
+            switch (random() % 8) {
+                case 0:
+                    player->play();
+                    break;
+                case 1:
+                    player->pause();
+                    break;
+                case 2:
+                    player->seek(any(7) - 0.5, SeekKind::exact);
+                    break;
+                case 3:
+                case 4:
+                    player->seek(any(6), SeekKind::scrubbing);
+                    break;
+                case 5:
+                    player->stepFrames(static_cast<int>(random() % 7) - 3);
+                    break;
+                case 6:
+                    player->setRate(any(8));
+                    break;
+                default:
+                    settings = edits[random() % edits.size()];
+                    player->setSettings(settings, any(5));
+            }
+            if (random() % 2 == 0) test::handleFor(std::chrono::milliseconds(random() % 30));
+        }
+        if (random() % 3 == 0) player->seek(any(6), SeekKind::scrubbing);
+        player->pause();
+        ASSERT_TRUE(rests());
+        const PlayerPicture picture = shown();
+        EXPECT_EQ(picture.compositionTime, player->position());
+        EXPECT_TRUE(picture.isExact);
+        const PixelSize canvas = canvasWithin(kView, settings.aspect, project->sourceSize());
+        EXPECT_EQ(picture.image->size, canvas);
+        test::ExportedPictures exported(*project, settings, canvas);
+        expectExported(picture, exported);
+    }
+    EXPECT_TRUE(failures.isEmpty()) << failures.join("; ").toStdString();
+}
+
+TEST_F(ReelPlayerTest, StepsByThePicturesOfTheRecordingBothWays) {
+    ASSERT_TRUE(open(1));
+    for (const auto& [count, frame] :
+         {std::pair{1, 31}, {1, 32}, {-1, 31}, {-3, 28}, {-99, 0}, {999, 179}, {1, 179}, {-1, 178}}) {
+        player->stepFrames(count);
+        ASSERT_TRUE(rests());
+        EXPECT_NEAR(player->position(), frame / 30.0, 1e-9);
+        EXPECT_EQ(shown().compositionTime, player->position());
+    }
+    player->seek(1.51, SeekKind::exact);
+    player->stepFrames(-1);
+    EXPECT_NEAR(player->position(), 44 / 30.0, 1e-9) << "from the picture that is on screen";
+}
+
+TEST_F(ReelPlayerTest, FitsTheReelsShapeIntoAnyView) {
+    for (const AspectRatio aspect : {AspectRatio::wide, AspectRatio::square, AspectRatio::tall})
+        for (const PixelSize view : {PixelSize{1280, 720}, {777, 333}, {301, 999}, {2, 2}, {640, 3}}) {
+            const PixelSize canvas = canvasWithin(view, aspect, {2560, 1600});
+            EXPECT_LE(canvas.width, view.width);
+            EXPECT_LE(canvas.height, view.height);
+            const bool isTight = canvas.width >= view.width - 3 || canvas.height >= view.height - 3;
+            EXPECT_TRUE(canvas.width == 0 || isTight) << canvas.width << " x " << canvas.height;
+        }
+    EXPECT_EQ(canvasWithin({1280, 720}, AspectRatio::wide, {2560, 1600}), (PixelSize{1280, 720}));
+    EXPECT_EQ(canvasWithin({0, 0}, AspectRatio::wide, {2560, 1600}), PixelSize{});
+}
+
+// It comes later than the first picture is wanted, and must end behind it.
+TEST_F(ReelPlayerTest, ShowsTheWallpaperHoweverLateItComes) {
+    const auto picture = std::make_shared<BgraImage>(PixelSize{400, 300});
+    for (std::size_t i = 0; i < picture->pixels.size(); ++i)
+        picture->pixels[i] = static_cast<std::uint8_t>(i % 4 == 3 ? 255 : i / 500);
+    settings.background = BackgroundKind::wallpaper;
+    for (const auto delay : {std::chrono::milliseconds(0), std::chrono::milliseconds(400)}) {
+        auto handed = parts();
+        handed.loadWallpaper = [=](PixelSize) {
+            std::this_thread::sleep_for(delay);
+            return picture;
+        };
+        makePlayer(handed);
+        ASSERT_TRUE(open(2));
+        auto exported = this->exported(picture);
+        const BgraImage wanted = exported.at(2);
+        EXPECT_TRUE(handleUntil([&] { return shown().image->pixels == wanted.pixels; }));
+    }
+}
+
+TEST_F(ReelPlayerTest, CloseLetsGoOfTheFilesAndAnotherReelCanBeOpened) {
+    const auto holdsFiles = [&] {
+        return std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/fd"), [&](const auto&
+                                                                                                 entry) {
+            std::error_code gone;
+            return std::filesystem::read_symlink(entry, gone).string().starts_with(folder.path().string());
+        });
+    };
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_TRUE(open());
+        EXPECT_TRUE(holdsFiles());
+        player->play();
+        player->close();
+        EXPECT_FALSE(player->isPlaying());
+        EXPECT_EQ(shown().image, nullptr);
+        EXPECT_TRUE(handleUntil([&] { return !holdsFiles(); }));
+        player->open(*project, settings, 1); // superseded at once
+    }
+    ASSERT_TRUE(open(3));
+    EXPECT_EQ(shown().compositionTime, 3);
+}
+
+TEST_F(ReelPlayerTest, SaysOnceWhatIsWrongWithAMovie) {
+    std::filesystem::rename(project->rawURL(), folder / "elsewhere");
+    player->open(*project, settings, 0);
+    ASSERT_TRUE(handleUntil([&] { return !failures.isEmpty(); }));
+    EXPECT_EQ(failures.takeFirst().toStdString(), "There is no such movie file.");
+    std::filesystem::rename(folder / "elsewhere", project->rawURL());
+
+    // Cut off while it is open.
+    player->open(*project, settings, 0);
+    ASSERT_TRUE(rests());
+    std::filesystem::resize_file(project->rawURL(), std::filesystem::file_size(project->rawURL()) / 3);
+    player->play();
+    ASSERT_TRUE(handleUntil([&] {
+        pass(0.01);
+        return !failures.isEmpty() || ends > 0;
+    }));
+    EXPECT_FALSE(player->isPlaying());
+    player->seek(5.5, SeekKind::exact);
+    player->seek(5, SeekKind::scrubbing);
+    test::handleFor(std::chrono::milliseconds(500));
+    EXPECT_EQ(failures.size(), 1) << failures.join("; ").toStdString();
+}
+
+// A movie on a disk that stops answering, until it is let go.
+class HangingPictures final : public PictureSource {
+  public:
+    HangingPictures(std::unique_ptr<PictureSource> real, std::shared_ptr<std::atomic<bool>> hangs)
+        : real_(std::move(real)), hangs_(std::move(hangs)) {}
+    Properties properties() const override { return real_->properties(); }
+    Result<SourcePictures> at(const SourceRequest& request) override {
+        hangs_->wait(true);
+        return real_->at(request);
+    }
+
+  private:
+    std::unique_ptr<PictureSource> real_;
+    std::shared_ptr<std::atomic<bool>> hangs_;
+};
+
+TEST_F(ReelPlayerTest, ADiskThatHangsIsSaidAndHoldsNobodyUp) {
+    const auto hangs = std::make_shared<std::atomic<bool>>(false);
+    auto handed = parts();
+    handed.openPictures = [hangs](const Project& reel) -> Result<std::unique_ptr<PictureSource>> {
+        auto real = ReelPictureSource::open(reel);
+        if (!real) return real;
+        return std::make_unique<HangingPictures>(*std::move(real), hangs);
+    };
+    makePlayer(handed);
+    ASSERT_TRUE(open());
+    *hangs = true;
+    player->play();
+    ASSERT_TRUE(handleUntil([&] {
+        pass(0.1);
+        return !failures.isEmpty();
+    }));
+    EXPECT_FALSE(player->isPlaying());
+    EXPECT_TRUE(failures.first().startsWith("The recording’s disk doesn’t answer."));
+    const auto start = std::chrono::steady_clock::now();
+    player->seek(2, SeekKind::exact);
+    player->close();
+    player->open(*project, settings, 1);
+    player.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    *hangs = false;
+    hangs->notify_all();
+}
+
+TEST_F(ReelPlayerTest, CanBeDestroyedAtAnyMoment) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 12; ++round) {
+        makePlayer(parts());
+        player->open(*project, settings, 1);
+        test::handleFor(std::chrono::milliseconds(random() % 60));
+        player->play();
+        player->seek(4, SeekKind::scrubbing);
+        test::handleFor(std::chrono::milliseconds(random() % 20));
+        player.reset();
+    }
+}
+
+} // namespace
+} // namespace glintro

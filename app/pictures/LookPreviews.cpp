@@ -14,7 +14,7 @@ namespace glintro {
 namespace {
 
 // The decoder looks at its stop token between two frames, so this is rarely used up.
-constexpr std::chrono::milliseconds kStopTimeout{200};
+constexpr std::chrono::milliseconds kTilesTimeout{200};
 // The frame that is drawn from is reduced once, to so many times a tile's length: zooms still find detail.
 constexpr int kFrameFactor = 5;
 
@@ -89,7 +89,7 @@ LookPreviews::LookPreviews(Project project, WallpaperSource wallpaper, QObject* 
 LookPreviews::~LookPreviews() {
     post_->close();
     cancel();
-    (void)queue_.waitUntilIdle(kStopTimeout);
+    (void)queue_.waitUntilIdle(kTilesTimeout);
 }
 
 void LookPreviews::refresh(const ProjectSettings& settings, Seconds playhead, Seconds delay) {

@@ -10,7 +10,7 @@ namespace glintro {
 namespace {
 
 // The decoder looks at its stop token between two frames, so this is rarely used up.
-constexpr std::chrono::milliseconds kStopTimeout{200};
+constexpr std::chrono::milliseconds kPumpTimeout{200};
 
 } // namespace
 
@@ -25,7 +25,7 @@ MomentPictures::MomentPictures(Project project, qsizetype limit, QObject* parent
 MomentPictures::~MomentPictures() {
     post_->close();
     (void)pump_->replace({});
-    (void)queue_.waitUntilIdle(kStopTimeout);
+    (void)queue_.waitUntilIdle(kPumpTimeout);
 }
 
 void MomentPictures::request(const std::vector<Seconds>& sourceTimes) {

@@ -65,6 +65,7 @@ struct FolderWatch::State {
     FileDescriptor events{::inotify_init1(IN_NONBLOCK | IN_CLOEXEC)};
     FileDescriptor wake{::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)};
     std::atomic<bool> isComplete = true;
+    std::atomic<bool> isRootWatched = false;
     std::mutex mutex;
     std::deque<Addition> additions; // guarded by mutex, as what follows
     Report report;                  // empty once closed
@@ -108,7 +109,7 @@ class FolderWatch::Watching {
 
 void FolderWatch::Watching::run() {
     watch(root_.parent_path());
-    watch(root_);
+    state_->isRootWatched = watch(root_);
     while (true) {
         std::array<pollfd, 2> files = {
             {{state_->events.value(), POLLIN, 0}, {state_->wake.value(), POLLIN, 0}}};
@@ -134,7 +135,7 @@ void FolderWatch::Watching::addAll() {
         const std::scoped_lock lock(state_->mutex);
         additions.swap(state_->additions);
     }
-    watch(root_);
+    state_->isRootWatched = watch(root_);
     for (const auto& addition : additions)
         for (const fs::path& folder : addition.folders) add(folder, addition.readAt);
 }
@@ -260,7 +261,7 @@ void FolderWatch::add(std::vector<fs::path> folders, Clock::time_point readAt) {
 }
 
 bool FolderWatch::isComplete() const {
-    return state_->isComplete;
+    return state_->isComplete && state_->isRootWatched;
 }
 
 } // namespace glintro

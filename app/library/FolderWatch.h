@@ -39,7 +39,7 @@ class FolderWatch {
     // forgotten. Any thread; never blocks.
     void add(std::vector<std::filesystem::path> folders, Clock::time_point readAt);
 
-    // Whether all that was added could be watched. Any thread.
+    // Whether the root and all that was added are watched, as far as is known. Any thread.
     bool isComplete() const;
 
   private:

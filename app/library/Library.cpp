@@ -64,7 +64,7 @@ void Library::connectParts() {
         if (!text.isEmpty()) show(text, QStringLiteral("bandage.fill"));
     });
     connect(&imports_, &ImportQueue::imported, this, [this](const Project& project) {
-        put(project);
+        put({project, true});
         openProject_ = project;
         emit openProjectChanged();
     });
@@ -251,15 +251,15 @@ void Library::projectSaved(const Project& project) {
     publish();
 }
 
-void Library::put(const Project& project) {
-    shelf_.put(makeReel({project}));
-    touched_.insert(project.folder().native());
+void Library::put(const ListedReel& reel) {
+    shelf_.put(makeReel(reel));
+    touched_.insert(reel.project.folder().native());
     publish();
-    reader_.read({project.folder()}, projects());
+    reader_.read({reel.project.folder()}, projects()); // and watch it
 }
 
 void Library::recordingRegistered(const Project& project) {
-    put(project);
+    put({project});
 }
 
 void Library::trash(const QString& folder) {

@@ -132,7 +132,7 @@ class Library : public QObject {
     void replaceEntry(const EntryReading& reading);
     void recoverFrom(const FolderContent& content);
     void changedOutside(const LibraryChanges& changes);
-    void put(const Project& project);
+    void put(const ListedReel& reel);
     void diskHung();
     void trashed(const ReelPtr& reel, const Result<std::filesystem::path>& inTrash);
     std::function<void()> undoOf(const ReelPtr& reel, const std::filesystem::path& inTrash);

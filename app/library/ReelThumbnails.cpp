@@ -8,8 +8,8 @@
 namespace glintro {
 namespace {
 
-constexpr int kThumbnailRoom = 64 * 1024; // kB
-constexpr int kScrubRoom = 96 * 1024;
+constexpr int kThumbnailRoom = 40 * 1024; // kB
+constexpr int kScrubRoom = 32 * 1024;
 
 int costOf(const QImage& image) {
     return static_cast<int>(image.sizeInBytes() / 1024) + 1;

@@ -9,6 +9,7 @@
 
 #include <benchmark/benchmark.h>
 #include <fmt/format.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include "app/library/Library.h"
@@ -193,6 +194,7 @@ void memoryOfTenThousandReels(benchmark::State& state) {
         opened.readAll();
         const double megabytes = residentMegabytes();
         state.counters["MB"] = megabytes;
+        state.counters["in use MB"] = static_cast<double>(::mallinfo2().uordblks) / 1e6;
         if (megabytes > 150) state.SkipWithError("more than 150 MB");
     }
 }

@@ -5,6 +5,7 @@
 
 #include "app/library/ReelList.h"
 #include "app/library/ReelShelf.h"
+#include "app/library/ReelThumbnails.h"
 #include "core/timeline/Storyboard.h"
 
 namespace glintro {
@@ -172,6 +173,22 @@ TEST(SignaturePieces, ShareTheKeptTime) {
         EXPECT_NEAR(pieces[i].share, expected[i].share, 1e-9) << i;
     }
     EXPECT_TRUE(signatureOf({}).isEmpty());
+}
+
+TEST(ReelThumbnails, KeepThoseThatWereLookedAtLast) {
+    constexpr int kReels = 200;
+    ReelThumbnails thumbnails({});
+    const auto folder = [](int number) { return QString::number(number); };
+    qsizetype bytes = 0;
+    for (int i = 0; i < kReels; ++i) {
+        thumbnails.cardReady(folder(i), QImage(720, 405, QImage::Format_RGB32));
+        EXPECT_FALSE(thumbnails.thumbnail("0").isNull()) << "looked at again and again";
+    }
+    for (int i = 0; i < kReels; ++i) bytes += thumbnails.thumbnail(folder(i)).sizeInBytes();
+    EXPECT_LT(bytes, 42'000'000);
+    EXPECT_GT(bytes, 30'000'000);
+    EXPECT_FALSE(thumbnails.thumbnail(folder(kReels - 1)).isNull());
+    EXPECT_TRUE(thumbnails.thumbnail("1").isNull());
 }
 
 } // namespace

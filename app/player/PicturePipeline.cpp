@@ -1,13 +1,39 @@
 #include "app/player/PicturePipeline.h"
 
+#include <condition_variable>
 #include <exception>
+#include <mutex>
 #include <thread>
 #include <utility>
 
 #include "app/base/BackgroundQueue.h"
 #include "app/player/PictureDrawer.h"
+#include "platform/ThreadPriority.h"
 
 namespace glintro {
+// Counts the threads that run.
+class PicturePipeline::Threads {
+  public:
+    void begin() {
+        const std::scoped_lock lock(mutex_);
+        ++running_;
+    }
+    void end() {
+        const std::scoped_lock lock(mutex_);
+        --running_;
+        changed_.notify_all();
+    }
+    void await(std::chrono::milliseconds limit) {
+        std::unique_lock lock(mutex_);
+        changed_.wait_for(lock, limit, [this] { return running_ == 0; });
+    }
+
+  private:
+    std::mutex mutex_; // guards running_
+    std::condition_variable changed_;
+    int running_ = 0;
+};
+
 namespace {
 
 using SchedulePtr = std::shared_ptr<PictureSchedule>;
@@ -16,22 +42,19 @@ using Handlers = PicturePipeline::Handlers;
 // The first picture of a reel rather comes a little later than with another backdrop.
 constexpr std::chrono::milliseconds kWallpaperWait{200};
 
-// Runs a thread of its own whose end the future tells. What `work` throws, for want of memory, is a failure.
-template <class Work>
-std::future<void> startThread(Work work, const Handlers& handlers) {
-    std::promise<void> ended;
-    std::future<void> end = ended.get_future();
-    std::thread([work = std::move(work), handlers, ended = std::move(ended)]() mutable {
+// Runs a thread of its own. What `work` throws, for want of memory, is a failure.
+void startThread(const std::shared_ptr<PicturePipeline::Threads>& threads, std::function<void()> work,
+                 const Handlers& handlers) {
+    threads->begin();
+    std::thread([threads, work = std::move(work), failed = handlers.failed]() mutable {
         try {
             work();
         } catch (const std::exception& error) {
-            handlers.failed({"There is not enough memory to play this reel.", error.what()});
+            failed({"There is not enough memory to play this reel.", error.what()});
         }
-        // What the thread used is released before its end is told.
-        const auto used = std::exchange(work, {});
-        ended.set_value_at_thread_exit();
+        work = nullptr; // what it holds is released before its end is told
+        threads->end();
     }).detach();
-    return end;
 }
 
 void decodePictures(PictureSchedule& schedule, const Project& project, const OpenPictures& open,
@@ -76,6 +99,8 @@ class WallpaperLoading {
 };
 
 void drawPictures(const SchedulePtr& schedule, const Project& project, const LoadWallpaper& load) {
+    // It needs little, but when a picture is due.
+    raiseThreadPriority(ThreadUrgency::encoding);
     const auto events = std::make_shared<const RecordingEvents>(project.loadEvents());
     WallpaperLoading wallpaper(schedule, load);
     std::optional<PictureDrawer> drawer;
@@ -96,22 +121,21 @@ void drawPictures(const SchedulePtr& schedule, const Project& project, const Loa
 } // namespace
 
 PicturePipeline::PicturePipeline(const Project& project, const Parts& parts, const Handlers& handlers)
-    : schedule_(std::make_shared<PictureSchedule>(parts.hostTime, parts.mailbox, handlers.shown)) {
-    decoding_ =
-        startThread(std::function<void()>([schedule = schedule_, project, open = parts.openPictures,
-                                           handlers] { decodePictures(*schedule, project, open, handlers); }),
-                    handlers);
-    drawing_ = startThread(std::function<void()>([schedule = schedule_, project, load = parts.loadWallpaper] {
-                               drawPictures(schedule, project, load);
-                           }),
-                           handlers);
+    : schedule_(std::make_shared<PictureSchedule>(parts.hostTime, parts.mailbox, handlers.shown)),
+      threads_(std::make_shared<Threads>()) {
+    const auto decode = [schedule = schedule_, project, open = parts.openPictures, handlers] {
+        decodePictures(*schedule, project, open, handlers);
+    };
+    const auto draw = [schedule = schedule_, project, load = parts.loadWallpaper] {
+        drawPictures(schedule, project, load);
+    };
+    startThread(threads_, decode, handlers);
+    startThread(threads_, draw, handlers);
 }
 
 void PicturePipeline::stop(std::chrono::milliseconds limit) {
     schedule_->stop();
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    decoding_.wait_until(deadline);
-    drawing_.wait_until(deadline);
+    threads_->await(limit);
 }
 
 } // namespace glintro

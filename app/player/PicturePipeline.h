@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <functional>
-#include <future>
 #include <memory>
 
 #include "app/player/PictureSchedule.h"
@@ -28,6 +27,7 @@ class PicturePipeline {
         LoadWallpaper loadWallpaper; // may be empty
         std::shared_ptr<FrameMailbox> mailbox;
     };
+    class Threads;
     // Called on the pipeline's threads, possibly after its destruction.
     struct Handlers {
         std::function<void(const PictureSource::Properties&)> opened; // at most once, before all others
@@ -47,8 +47,7 @@ class PicturePipeline {
 
   private:
     std::shared_ptr<PictureSchedule> schedule_;
-    std::future<void> decoding_;
-    std::future<void> drawing_;
+    std::shared_ptr<Threads> threads_;
 };
 
 } // namespace glintro

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "app/player/Transport.h"
+
 namespace glintro {
 namespace {
 
@@ -20,6 +22,17 @@ constexpr double kNewest = 0.2;
 std::int64_t strideAt(double rate) {
     const auto whole = static_cast<std::int64_t>(std::ceil(rate - kRounding));
     return whole > 2 ? 2 * whole : std::max<std::int64_t>(whole, 1);
+}
+
+// Leaving pictures out saves their drawing. At high speeds that is little beside the frames between them,
+// which have to be decoded all the same, unless one leaps across a key frame: then pictures come a little
+// late until it is time to leap. In composition time.
+constexpr double kHighSpeed = 2;
+Seconds bearable(double rate) {
+    return rate > kHighSpeed ? 0.06 * rate : 0;
+}
+Seconds leap(double rate) {
+    return rate > kHighSpeed ? 0.2 * rate : 0;
 }
 
 Seconds timeOf(std::int64_t picture) {
@@ -143,12 +156,12 @@ std::optional<PictureSchedule::Wanted> PictureSchedule::plan() {
     return want(order_.compositionTime, isNearby ? FrameTolerance::keyFrame : FrameTolerance::exact, false);
 }
 
-// The next picture that can still be ready when it is due.
+// The next picture; where decoding cannot keep up, one that can still be ready when it is due.
 std::optional<PictureSchedule::Wanted> PictureSchedule::planPlayed() {
-    const std::int64_t stride = strideAt(order_.rate);
     const Seconds now = clock_.at(hostTime_());
-    if (clock_.isRunning() && timeOf(nextPicture_) < now) {
-        const Seconds ready = now + decodingTime_ * clock_.rate();
+    if (clock_.isRunning() && now - timeOf(nextPicture_) > bearable(order_.rate)) {
+        const Seconds ready = now + std::max(decodingTime_ * order_.rate, leap(order_.rate));
+        const std::int64_t stride = strideAt(order_.rate);
         const Seconds late = (ready - timeOf(nextPicture_)) * kPicturesASecond;
         const auto skipped = static_cast<std::int64_t>(std::ceil(late / static_cast<double>(stride)));
         statistics_.dropped += skipped;

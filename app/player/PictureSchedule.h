@@ -10,47 +10,12 @@
 #include <stop_token>
 
 #include "app/player/FrameMailbox.h"
+#include "app/player/PictureOrder.h"
 #include "app/player/PictureSource.h"
 #include "app/player/PlayClock.h"
-#include "app/player/PlayerTransport.h"
-#include "app/player/Transport.h"
-#include "core/model/ProjectSettings.h"
 #include "core/timeline/TimeMap.h"
 
 namespace glintro {
-
-using HostTime = std::function<Seconds()>;
-
-// Which pictures are wanted from now on. A newer order replaces an older one, whose pictures are not shown;
-// but while one scrubs, a nearby picture that is being decoded is.
-struct PictureOrder {
-    enum class Kind {
-        still, // the picture at `compositionTime`
-        play,  // that one, then all up to `end` as the clock reaches them
-    };
-
-    Kind kind = Kind::still;
-    Seconds compositionTime = 0;
-    SeekKind seek = SeekKind::exact; // scrubbing: a nearby picture comes before the exact one
-    Seconds end = 0;                 // play: no picture starts there or later
-    double rate = 1;                 // play: how fast the clock will run
-};
-
-// How pictures are to look.
-struct PictureLook {
-    std::shared_ptr<const ProjectSettings> settings; // null before they are known
-    PixelSize view;                                  // device pixels; empty: nothing is drawn
-    std::shared_ptr<const BgraImage> wallpaper;
-    bool isWallpaperKnown = false; // the answer is there, even if it is that there is none
-    std::uint64_t version = 0;
-};
-
-// Pictures since the opening.
-struct PlayerStatistics {
-    std::int64_t shown = 0;   // of playing, on time or late
-    std::int64_t late = 0;    // shown more than a sixtieth of a second after their time
-    std::int64_t dropped = 0; // not shown as they would have been too late
-};
 
 // What a picture pipeline's threads do next: one place where orders, the clock and changes of look meet what
 // is decoded, drawn and due.
@@ -63,8 +28,8 @@ struct PlayerStatistics {
 // lock is never held while something is decoded or drawn.
 class PictureSchedule {
   public:
-    static constexpr std::size_t kAhead =
-        12; // 0.2 s: as long as a cut into the middle of a group of pictures takes
+    // 0.2 s of playing: as long as a cut into the middle of a group of pictures takes to decode.
+    static constexpr std::size_t kAhead = 12;
 
     // `shown` is called after a picture was put into the mailbox, with no lock held.
     PictureSchedule(HostTime hostTime, std::shared_ptr<FrameMailbox> mailbox, std::function<void()> shown);

@@ -9,11 +9,17 @@ namespace {
 // About a second of a recording of 2560 × 1600, and a few of a camera's.
 constexpr std::size_t kScreenCache = std::size_t{384} << 20;
 constexpr std::size_t kCameraCache = std::size_t{48} << 20;
+constexpr int kDecodingThreads = 2;
+
+// Opened by the header alone, as somebody waits for the first picture.
+MovieReader::Options options(int threads, std::size_t cacheBytes) {
+    return {.access = MovieReader::Access::single, .threads = threads, .cacheBytes = cacheBytes};
+}
 
 } // namespace
 
 Result<std::unique_ptr<PictureSource>> ReelPictureSource::open(const Project& project) {
-    auto screen = MovieReader::open(project.rawURL(), {.cacheBytes = kScreenCache});
+    auto screen = MovieReader::open(project.rawURL(), options(kDecodingThreads, kScreenCache));
     if (!screen) return std::unexpected(screen.error());
     return std::unique_ptr<PictureSource>(new ReelPictureSource(project, *std::move(screen)));
 }
@@ -23,7 +29,7 @@ ReelPictureSource::ReelPictureSource(const Project& project, std::unique_ptr<Mov
       cameraOffset_(project.info.cameraOffset),
       screen_(std::move(screen)) {
     if (!project.cameraAvailable()) return;
-    auto camera = MovieReader::open(project.cameraURL(), {.threads = 1, .cacheBytes = kCameraCache});
+    auto camera = MovieReader::open(project.cameraURL(), options(1, kCameraCache));
     if (camera) camera_ = *std::move(camera);
 }
 

@@ -57,6 +57,18 @@ inline const Project& busyReel() {
     return reel;
 }
 
+// Large shapes only, so that an hour of it is small.
+inline PicturePtr calmPage() {
+    PictureBuffer buffer(PixelLayout::yuv420, kSize);
+    for (int i = 0; i < 3; ++i) {
+        const MutablePlaneView plane = buffer.plane(i);
+        for (int y = 0; y < plane.height; ++y)
+            for (int x = 0; x < plane.width; ++x)
+                plane.row(y)[x] = static_cast<std::uint8_t>(i > 0 ? 128 : 40 + (x / 320 + y / 160) % 7 * 30);
+    }
+    return share(std::move(buffer));
+}
+
 // An hour of a still page, 216,000 frames, with 400,000 pointer samples.
 inline const Project& hourReel() {
     static const TemporaryFolder folder;
@@ -65,7 +77,7 @@ inline const Project& hourReel() {
         auto writer = MovieWriter::create(folder / "part.mov",
                                           {kSize, kFps, 4'000'000, 2 * kFps, "ultrafast"}, std::nullopt);
         if (!writer) std::abort();
-        const PicturePtr picture = page(kSize, 0);
+        const PicturePtr picture = calmPage();
         for (int i = 0; i < kFps * kPart; ++i)
             if (!(*writer)->writeFrame(*picture, i)) std::abort();
         if (!(*writer)->finish()) std::abort();

@@ -156,6 +156,47 @@ TEST_F(ReelPlayerTest, FitsTheReelsShapeIntoAnyView) {
     EXPECT_EQ(canvasWithin({0, 0}, AspectRatio::wide, {2560, 1600}), PixelSize{});
 }
 
+// While it plays, too: the clock stands, so no new picture is due.
+TEST_F(ReelPlayerTest, ShowsChangesOfLookAtOnceWhileItPlays) {
+    ASSERT_TRUE(open(1));
+    player->play();
+    ASSERT_TRUE(handleUntil([&] {
+        pass(0.001);
+        return player->position() > 1.2;
+    }));
+    test::handleFor(std::chrono::milliseconds(100));
+    for (const std::size_t edit : {1, 5, 1}) {
+        settings = editsOf(settings)[edit];
+        settings.padding += 0.01;
+        player->setSettings(settings, 5); // of the same structure: the time handed in does not count
+        const PlayerPicture before = shown();
+        const PixelSize canvas = canvasWithin(kView, settings.aspect, project->sourceSize());
+        const BgraImage wanted =
+            test::ExportedPictures(*project, settings, canvas).at(before.compositionTime);
+        EXPECT_TRUE(handleUntil([&] { return shown().image->pixels == wanted.pixels; })) << edit;
+        EXPECT_EQ(shown().compositionTime, before.compositionTime);
+    }
+    EXPECT_TRUE(player->isPlaying());
+}
+
+TEST_F(ReelPlayerTest, PlaysWithoutItsCameraAndWithoutAView) {
+    std::filesystem::remove(project->cameraURL());
+    ASSERT_TRUE(open(2));
+    auto exported = this->exported();
+    expectExported(shown(), exported);
+    player->setViewSize({});
+    player->seek(5.5, SeekKind::exact);
+    player->play();
+    EXPECT_TRUE(handleUntil([&] {
+        pass(0.01);
+        return ends == 1;
+    }));
+    EXPECT_EQ(shown().compositionTime, 2) << "nothing is drawn";
+    player->setViewSize(kView);
+    ASSERT_TRUE(rests());
+    EXPECT_EQ(shown().compositionTime, kDuration);
+}
+
 // It comes later than the first picture is wanted, and must end behind it.
 TEST_F(ReelPlayerTest, ShowsTheWallpaperHoweverLateItComes) {
     const auto picture = std::make_shared<BgraImage>(PixelSize{400, 300});

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "app/base/Images.h"
@@ -23,7 +24,7 @@ int longSideWithin(PixelSize tile, AspectRatio aspect, Size source) {
     const PixelSize trial = outputSize(aspect, source, LongSide{length});
     const double scale =
         std::min({1.0, length / trial.width, static_cast<double>(tile.height) / trial.height});
-    return static_cast<int>(length * scale + 0.5);
+    return static_cast<int>(std::lround(length * scale));
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "app/pictures/MomentPictures.h"
 
 #include <QSet>
-#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -41,7 +40,7 @@ void MomentPictures::request(const std::vector<Seconds>& sourceTimes) {
     for (const int key : std::as_const(wanted_))
         if (pictures_.contains(key)) unwanted_.append(key);
     erase_if(unwanted_, [&](int key) { return keys.contains(key); });
-    wanted_ = keys.values();
+    wanted_ = keys;
     if (pump_->replace(missing)) queue_.post([pump = pump_] { pump->run(); });
 }
 
@@ -51,22 +50,21 @@ void MomentPictures::receive(int key, const QImage& picture) {
         emit pictureFailed(key);
         return;
     }
-    keep(key, picture);
-    emit pictureReady(key, picture);
-}
-
-void MomentPictures::keep(int key, const QImage& picture) {
+    if (!makeRoom(picture.sizeInBytes())) {
+        (void)pump_->replace({});
+        return;
+    }
     if (!wanted_.contains(key)) unwanted_.append(key); // superseded when it was on its way
     pictures_[key] = picture;
     bytes_ += picture.sizeInBytes();
-    if (!makeRoom()) (void)pump_->replace({});
+    emit pictureReady(key, picture);
 }
 
 // False when what is wanted takes all the room.
-bool MomentPictures::makeRoom() {
-    while (bytes_ > limit_ && !unwanted_.isEmpty())
+bool MomentPictures::makeRoom(qsizetype bytes) {
+    while (bytes_ + bytes > limit_ && !unwanted_.isEmpty())
         bytes_ -= pictures_.take(unwanted_.takeFirst()).sizeInBytes();
-    return bytes_ <= limit_;
+    return bytes_ + bytes <= limit_;
 }
 
 } // namespace glintro

@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QList>
 #include <QObject>
+#include <QSet>
 #include <memory>
 #include <vector>
 
@@ -23,7 +24,7 @@ class MomentPictures : public QObject {
     static constexpr int kLongSide = 240; // pixels
     static constexpr qsizetype kLimit = qsizetype{96} << 20;
 
-    // Keeps at most `limit` bytes of pictures, and one picture more.
+    // Keeps at most `limit` bytes of pictures.
     explicit MomentPictures(Project project, qsizetype limit = kLimit, QObject* parent = nullptr);
     ~MomentPictures() override;
 
@@ -44,12 +45,11 @@ class MomentPictures : public QObject {
 
   private:
     void receive(int key, const QImage& picture);
-    void keep(int key, const QImage& picture);
-    bool makeRoom();
+    bool makeRoom(qsizetype bytes);
 
     const qsizetype limit_;
     QHash<int, QImage> pictures_;
-    QList<int> wanted_;   // keys of the last request
+    QSet<int> wanted_;    // keys of the last request
     QList<int> unwanted_; // keys of other pictures that are there, longest unwanted first
     qsizetype bytes_ = 0; // of pictures_
     std::shared_ptr<MainThreadPost> post_;

@@ -18,7 +18,8 @@ bool MomentPump::replace(const std::vector<Moment>& moments) {
     const auto isRunning = [this](const Moment& moment) { return moment.key == *running_; };
     if (running_ && std::ranges::none_of(moments, isRunning)) {
         stop_.request_stop();
-        underway_.erase(*std::exchange(running_, std::nullopt));
+        underway_.erase(*running_);
+        running_.reset();
     }
     waiting_.clear();
     std::ranges::copy_if(moments, std::back_inserter(waiting_),

@@ -1,12 +1,19 @@
 #include "app/pictures/ReelPictures.h"
 
 #include <QFile>
+#include <chrono>
 #include <utility>
 
 #include "app/pictures/PictureKeys.h"
 #include "app/pictures/ReelStills.h"
 
 namespace glintro {
+namespace {
+
+// For what waits to be written when the program ends; what is late is made again some day.
+constexpr std::chrono::milliseconds kKeepTimeout{200};
+
+} // namespace
 
 // A request on its way through the background threads.
 struct ReelPictures::Job {
@@ -36,14 +43,16 @@ ReelPictures::ReelPictures(std::shared_ptr<PictureCache> cache, WallpaperSource 
 
 ReelPictures::~ReelPictures() {
     post_->close();
+    (void)keeper_.waitUntilIdle(kKeepTimeout);
 }
 
 QString ReelPictures::folderOf(const Project& project) {
     return QFile::decodeName(project.folder().c_str());
 }
 
-std::string ReelPictures::nameOf(Kind kind, const QString& folder) {
-    return (kind == Kind::card ? "card " : "scrub ") + folder.toStdString();
+// By the folder's bytes, which need not be UTF-8.
+std::string ReelPictures::nameOf(Kind kind, const std::filesystem::path& folder) {
+    return (kind == Kind::card ? "card " : "scrub ") + folder.string();
 }
 
 void ReelPictures::requestCard(const Project& project) {
@@ -56,7 +65,7 @@ void ReelPictures::requestScrub(const Project& project) {
 
 void ReelPictures::request(Kind kind, const Project& project) {
     const auto job = std::make_shared<const Job>(Job{kind, project, folderOf(project), ++lastTicket_});
-    const std::string name = nameOf(kind, job->folder);
+    const std::string name = nameOf(kind, project.folder());
     std::string shown = job->shown();
     const auto known = requests_.find(name);
     if (known != requests_.end() && known->second.shown == shown) {
@@ -80,7 +89,7 @@ void ReelPictures::cancelScrub(const QString& folder) {
 }
 
 void ReelPictures::drop(Kind kind, const QString& folder) {
-    const std::string name = nameOf(kind, folder);
+    const std::string name = nameOf(kind, QFile::encodeName(folder).toStdString());
     requests_.erase(name);
     lookups_.drop(name);
     makers_.drop(name);
@@ -88,7 +97,7 @@ void ReelPictures::drop(Kind kind, const QString& folder) {
 
 // Null when the job was cancelled or superseded.
 const ReelPictures::Request* ReelPictures::requestOf(const Job& job) const {
-    const auto found = requests_.find(nameOf(job.kind, job.folder));
+    const auto found = requests_.find(nameOf(job.kind, job.project.folder()));
     return found != requests_.end() && found->second.ticket == job.ticket ? &found->second : nullptr;
 }
 
@@ -110,26 +119,27 @@ void ReelPictures::lookUp(const std::string& name, const JobPtr& job) {
 void ReelPictures::make(const JobPtr& job, const PictureKey& key) {
     const Request* wanted = requestOf(*job);
     if (wanted == nullptr) return;
-    auto task = [this, job, key, cache = cache_, wallpaper = wallpaperMemo_,
-                 post = post_](const std::stop_token& stop) {
+    auto task = [this, job, key, wallpaper = wallpaperMemo_, post = post_](const std::stop_token& stop) {
         const auto pictures = job->pictures(*wallpaper, stop);
         if (stop.stop_requested()) return;
-        (*post)([this, job, made = pictures.value_or(QList<QImage>())] { finish(*job, made); });
-        if (pictures) cache->store(key, *pictures);
+        (*post)([this, job, key, made = pictures.value_or(QList<QImage>())] {
+            if (finish(*job, made)) keeper_.post([cache = cache_, key, made] { cache->store(key, made); });
+        });
     };
-    makers_.push(nameOf(job->kind, job->folder), wanted->urgency, std::move(task));
+    makers_.push(nameOf(job->kind, job->project.folder()), wanted->urgency, std::move(task));
 }
 
-// No pictures: they could not be made.
-void ReelPictures::finish(const Job& job, const QList<QImage>& pictures) {
-    if (requestOf(job) == nullptr) return;
-    requests_.erase(nameOf(job.kind, job.folder));
+// Hands pictures out, none where they could not be made. False when nobody wants them any more.
+bool ReelPictures::finish(const Job& job, const QList<QImage>& pictures) {
+    if (requestOf(job) == nullptr) return false;
+    requests_.erase(nameOf(job.kind, job.project.folder()));
     const QString& folder = job.folder;
     if (job.kind == Kind::card) {
         pictures.isEmpty() ? emit cardFailed(folder) : emit cardReady(folder, pictures.first());
     } else {
         pictures.isEmpty() ? emit scrubFailed(folder) : emit scrubReady(folder, pictures);
     }
+    return true;
 }
 
 } // namespace glintro

@@ -5,10 +5,12 @@
 #include <QObject>
 #include <QString>
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
 
+#include "app/base/BackgroundQueue.h"
 #include "app/base/MainThreadPost.h"
 #include "app/pictures/PictureCache.h"
 #include "app/pictures/RequestStack.h"
@@ -66,13 +68,13 @@ class ReelPictures : public QObject {
     struct Job;
     using JobPtr = std::shared_ptr<const Job>;
 
-    static std::string nameOf(Kind kind, const QString& folder);
+    static std::string nameOf(Kind kind, const std::filesystem::path& folder);
     void request(Kind kind, const Project& project);
     void drop(Kind kind, const QString& folder);
     const Request* requestOf(const Job& job) const;
     void lookUp(const std::string& name, const JobPtr& job);
     void make(const JobPtr& job, const PictureKey& key);
-    void finish(const Job& job, const QList<QImage>& pictures);
+    bool finish(const Job& job, const QList<QImage>& pictures);
 
     const std::shared_ptr<PictureCache> cache_;
     const WallpaperSource wallpaper_;
@@ -82,6 +84,7 @@ class ReelPictures : public QObject {
     std::shared_ptr<MainThreadPost> post_;
     RequestStack lookups_; // apart from the makers: a card that is cached waits for no decoding
     RequestStack makers_;
+    BackgroundQueue keeper_; // what was made is written to the cache beside them
 };
 
 } // namespace glintro

@@ -1,8 +1,5 @@
 #include "app/pictures/ReelStills.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "app/base/Images.h"
 #include "app/pictures/PictureKeys.h"
 #include "core/render/StillSource.h"
@@ -10,23 +7,11 @@
 namespace glintro {
 namespace {
 
-// How far a scrub frame may be from its place: a share of the distance to the next one, which nobody sees,
-// for the sake of a key frame that is sooner decoded.
-constexpr double kScrubTolerance = 0.1;
-
 std::shared_ptr<const BgraImage> wallpaperOf(const ProjectSettings& settings, PixelSize source, int longSide,
                                              WallpaperMemo& wallpaper) {
     if (settings.background != BackgroundKind::wallpaper) return nullptr;
     const Size size{static_cast<double>(source.width), static_cast<double>(source.height)};
     return wallpaper.pictureFor(outputSize(settings.aspect, size, LongSide{static_cast<double>(longSide)}));
-}
-
-Result<MovieFrame> scrubFrame(MovieReader& movie, FrameRequest request, Seconds spacing) {
-    request.tolerance = FrameTolerance::keyFrame;
-    auto frame = movie.frame(request);
-    if (!frame || std::abs(frame->time - request.time) <= kScrubTolerance * spacing) return frame;
-    request.tolerance = FrameTolerance::nearby;
-    return movie.frame(request);
 }
 
 } // namespace
@@ -54,8 +39,10 @@ Result<QList<QImage>> grabScrubFrames(const Project& project, const ScrubShape& 
     QList<QImage> frames;
     for (int i = 0; i < shape.frames; ++i) {
         if (stop.stop_requested()) return std::unexpected(Failure::cancelled());
-        const FrameRequest request{.time = (i + 0.5) * spacing, .maxSide = shape.width, .stop = stop};
-        const auto frame = scrubFrame(**movie, request, spacing);
+        const auto frame = (*movie)->frame({.time = (i + 0.5) * spacing,
+                                            .tolerance = FrameTolerance::nearby,
+                                            .maxSide = shape.width,
+                                            .stop = stop});
         if (!frame) return std::unexpected(frame.error());
         frames.append(toImage(plainImage(*frame->picture)));
     }

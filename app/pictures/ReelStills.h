@@ -19,8 +19,8 @@ struct ScrubShape {
 [[nodiscard]] Result<QList<QImage>> drawCard(const Project& project, int longSide, WallpaperMemo& wallpaper,
                                              const std::stop_token& stop);
 
-// Frames of the recording as it was filmed, each from the middle of an equal part of its length, or near it.
-// Looks at `stop` between two frames. Not for the main thread.
+// Frames of the recording as it was filmed, each from within 0.1 s of the middle of an equal part of its
+// length. Looks at `stop` between two frames. Not for the main thread.
 [[nodiscard]] Result<QList<QImage>> grabScrubFrames(const Project& project, const ScrubShape& shape,
                                                     const std::stop_token& stop);
 

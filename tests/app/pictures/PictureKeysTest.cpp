@@ -20,7 +20,8 @@ using test::makeReel;
 RecordingEvents pointer() {
     RecordingEvents events;
     events.duration = 4;
-    for (int i = 0; i < 240; ++i) events.cursor.push_back({{i / 60.0, 0.3 + i * 0.001, 0.6}});
+    // A leap just before the moment of the card, where paths of different smoothing are far apart.
+    for (int i = 0; i < 240; ++i) events.cursor.push_back({{i / 60.0, i < 80 ? 0.1 : 0.9, 0.6}});
     for (const double time : {0.5, 1.2, 1.3, 3.0}) events.clicks.push_back({{time, 0.3, 0.6}});
     return events;
 }
@@ -38,7 +39,7 @@ class PictureKeysTest : public testing::Test {
 
     // Four seconds: the card shows 1.4 s.
     TemporaryFolder folder;
-    std::optional<Project> reel = makeReel(folder / "reel", {.frames = 120}, pointer(),
+    std::optional<Project> reel = makeReel(folder / "reel", {.frames = 120, .grain = true}, pointer(),
                                            test::MovieRecipe{.frames = 120, .colour = [](int) {
                                                                  return test::Rgb{200, 40, 40};
                                                              }});
@@ -47,7 +48,7 @@ class PictureKeysTest : public testing::Test {
 // One step of an editor, of any kind.
 void edit(ProjectSettings& settings, std::mt19937& random) {
     const auto share = [&] { return static_cast<double>(random() % 1000) / 1000; };
-    const Seconds start = 4 * share();
+    const Seconds start = random() % 2 == 0 ? 4 * share() : 1; // often where the card looks
     const std::vector<std::function<void()>> edits{
         [&] { settings.background = static_cast<BackgroundKind>(random() % 3); },
         [&] { settings.gradientIndex = static_cast<int>(random() % 14); },
@@ -88,7 +89,7 @@ TEST_F(PictureKeysTest, ReelsOfTheSameKeyLookTheSame) {
     std::map<std::string, std::vector<std::uint8_t>> drawn;
     Project changed = *reel;
     int same = 0;
-    for (int i = 0; i < 600; ++i) {
+    for (int i = 0; i < 900; ++i) {
         edit(changed.info.settings, random);
         const auto picture = (*source)->draw(*frame, changed.info.settings, 160, nullptr, Framing::fit);
         const auto [known, isNew] = drawn.try_emplace(cardKey(changed, {}).content, picture.pixels);

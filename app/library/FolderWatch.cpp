@@ -34,7 +34,7 @@ using Steady = std::chrono::steady_clock;
 constexpr std::uint32_t kEvents = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CLOSE_WRITE
                                   | IN_MOVE_SELF | IN_DELETE_SELF | IN_ONLYDIR | IN_EXCL_UNLINK;
 constexpr std::uint32_t kLinked = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
-constexpr std::size_t kEventBytes = 64 * 1024;
+constexpr std::size_t kEventBytes = 64U << 10;
 
 // Clocks of file systems are coarse, and those of servers may be off a little.
 constexpr auto kClockSlack = std::chrono::seconds(1);

@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QPointer>
+#include <QStringList>
 #include <algorithm>
 #include <iterator>
 #include <memory>
@@ -42,6 +43,7 @@ Library::Library(Seams seams, const Timing& timing, QObject* parent)
 }
 
 Library::~Library() {
+    reader_.stopScan(); // writes wait behind it
     if (!saving_.empty() || !trashing_.empty()) static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
 }
 
@@ -52,17 +54,7 @@ void Library::connectParts() {
     connect(&reader_, &LibraryReader::hung, this, &Library::diskHung);
     connect(&recovery_, &LibraryRecovery::rested, this,
             [this](const std::vector<fs::path>& folders) { reader_.read(folders, projects()); });
-    connect(&recovery_, &LibraryRecovery::recovered, this, [this](const LibraryRecovery::Outcome& outcome) {
-        reader_.read(outcome.changed, projects());
-        QString text;
-        if (outcome.recovered > 0)
-            text = QStringLiteral("Recovered %1 reel%2")
-                       .arg(outcome.recovered)
-                       .arg(outcome.recovered == 1 ? QString() : QStringLiteral("s"));
-        for (const std::string& notice : outcome.notices)
-            text += (text.isEmpty() ? QString() : QStringLiteral(". ")) + QString::fromStdString(notice);
-        if (!text.isEmpty()) show(text, QStringLiteral("bandage.fill"));
-    });
+    connect(&recovery_, &LibraryRecovery::recovered, this, &Library::recovered);
     connect(&imports_, &ImportQueue::imported, this, [this](const Project& project) {
         put({project, true});
         openProject_ = project;
@@ -77,8 +69,6 @@ void Library::connectParts() {
     midnight_.setTimerType(Qt::PreciseTimer);
     connect(&midnight_, &QTimer::timeout, this, &Library::waitForMidnight);
 }
-
-// --- Reading ---
 
 void Library::reload() {
     root_ = seams_.folder().root();
@@ -144,6 +134,17 @@ void Library::recover(const std::vector<fs::path>& folders) {
     recovery_.recover(folders, reelDefaults(seams_.preferences));
 }
 
+void Library::recovered(const LibraryRecovery::Outcome& outcome) {
+    reader_.read(outcome.changed, projects());
+    QStringList sentences;
+    if (outcome.recovered > 0)
+        sentences << QStringLiteral("Recovered %1 reel%2")
+                         .arg(outcome.recovered)
+                         .arg(outcome.recovered == 1 ? QString() : QStringLiteral("s"));
+    for (const std::string& notice : outcome.notices) sentences << QString::fromStdString(notice);
+    if (!sentences.isEmpty()) show(sentences.join(QStringLiteral(". ")), QStringLiteral("bandage.fill"));
+}
+
 void Library::changedOutside(const LibraryChanges& changes) {
     if (changes.isEverything || changes.entries.size() > kMostEntries) return reload();
     reader_.read(changes.entries, projects());
@@ -156,8 +157,6 @@ void Library::diskHung() {
     setAccess(Access::notAnswering);
     showProblem(QStringLiteral("The disk with the reels doesn’t answer"));
 }
-
-// --- Lists ---
 
 ReelPtr Library::find(const QString& folder) const {
     return shelf_.find(folderOf(folder));
@@ -197,8 +196,6 @@ void Library::waitForMidnight() {
     const auto rest = std::chrono::duration_cast<milliseconds>(seams_.calendar.startOfNextDay(now) - now);
     midnight_.start(std::clamp(rest, milliseconds(1), kLongestWait));
 }
-
-// --- Changing reels ---
 
 // Only the name is written: another program may be editing the reel.
 void Library::rename(const QString& folder, const QString& name) {
@@ -305,8 +302,6 @@ void Library::restore(const fs::path& inTrash, const fs::path& folder) {
     });
 }
 
-// --- Imports and pictures ---
-
 void Library::importVideo(const QUrl& file) {
     importVideo(folderOf(file.isLocalFile() ? file.toLocalFile() : file.path()));
 }
@@ -335,8 +330,6 @@ void Library::makeThumbnail(const QString& folder) {
 void Library::loadScrubFrames(const QString& folder) {
     if (const ReelPtr reel = find(folder)) thumbnails_.loadScrubFrames(reel->project);
 }
-
-// --- State ---
 
 void Library::show(const QString& text, const QString& symbol) {
     emit toastShown({.text = text, .symbol = symbol});

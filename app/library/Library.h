@@ -131,6 +131,7 @@ class Library : public QObject {
     void entriesRead(const std::vector<EntryReading>& readings);
     void replaceEntry(const EntryReading& reading);
     void recoverFrom(const FolderContent& content);
+    void recovered(const LibraryRecovery::Outcome& outcome);
     void changedOutside(const LibraryChanges& changes);
     void put(const ListedReel& reel);
     void diskHung();

@@ -44,7 +44,7 @@ class ReelThumbnails : public QObject {
     void looksChanged(const Project& project);
     void forget(const QString& folder);
 
-  public slots:
+    // What PictureMaker was asked for.
     void cardReady(const QString& folder, const QImage& picture);
     void scrubReady(const QString& folder, const QList<QImage>& frames);
     void scrubFailed(const QString& folder);

@@ -24,6 +24,7 @@ const DayCalendar kCalendar{.now = [] { return Timestamp(std::chrono::seconds(86
 class Mirror : public QObject {
   public:
     explicit Mirror(ReelList& list) : list_(list) {
+        for (int row = 0; row < list.count(); ++row) rows_.push_back(read(row));
         connect(&list, &ReelList::rowsInserted, this, [this](const QModelIndex&, int first, int last) {
             for (int row = first; row <= last; ++row) rows_.insert(rows_.begin() + row, read(row));
         });
@@ -111,6 +112,7 @@ TEST(ReelList, MovesAReelWhoseDateHasChanged) {
         list.setReels(shelf.all());
         EXPECT_EQ(list.rowOf("/library/4"), to == 5 ? 5 : to);
         EXPECT_EQ(mirror.moves, 1) << to;
+        mirror.check();
     }
 }
 

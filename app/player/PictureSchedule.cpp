@@ -238,7 +238,7 @@ std::optional<PictureSchedule::ToDraw> PictureSchedule::nextToDraw() {
     changed_.wait(lock, [&] { return isStopped_ || isOutdated() || !queue_.empty(); });
     if (isStopped_) return std::nullopt;
     ToDraw picture;
-    if (isOutdated()) {
+    if (current_ && isOutdated()) {
         picture = *current_;
         picture.isRedraw = true;
     } else {

@@ -106,6 +106,7 @@ class ReelPlayer final : public PlayerTransport {
     std::filesystem::path movieFile_;
     ProjectSettings settings_;
     std::optional<PictureSource::Properties> movie_; // once it is opened
+    std::shared_ptr<const TimeMap> map_;             // of the settings, once it is opened
     Seconds startTime_ = 0;                          // where the first picture is wanted
     bool hasFailed_ = false;                         // was said
 };

@@ -4,10 +4,12 @@
 #include <functional>
 #include <memory>
 
+#include "app/player/PlayClock.h"
 #include "app/player/PlayerTransport.h"
 #include "core/base/Geometry.h"
 #include "core/model/ProjectSettings.h"
 #include "core/raster/Picture.h"
+#include "core/timeline/TimeMap.h"
 
 // What the player's main thread asks of the threads that make its pictures, and what they tell of them.
 namespace glintro {
@@ -24,6 +26,8 @@ struct PictureOrder {
     };
 
     Kind kind = Kind::still;
+    PlayClock clock;                    // from now on
+    std::shared_ptr<const TimeMap> map; // never null
     Seconds compositionTime = 0;
     SeekKind seek = SeekKind::exact; // scrubbing: a nearby picture comes before the exact one
     Seconds end = 0;                 // play: no picture starts there or later

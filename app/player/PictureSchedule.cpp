@@ -52,12 +52,6 @@ PictureSchedule::PictureSchedule(HostTime hostTime, std::shared_ptr<FrameMailbox
 
 // The controlling thread.
 
-void PictureSchedule::setMap(std::shared_ptr<const TimeMap> map) {
-    const std::scoped_lock lock(mutex_);
-    map_ = std::move(map);
-    changed_.notify_all();
-}
-
 void PictureSchedule::order(const PictureOrder& order) {
     std::deque<ToDraw> dropped; // its pictures are let go outside the lock
     const std::scoped_lock lock(mutex_);
@@ -68,6 +62,7 @@ void PictureSchedule::order(const PictureOrder& order) {
     dropped.swap(queue_);
     ++generation_;
     order_ = order;
+    clock_ = order.clock;
     stage_ = order.seek == SeekKind::scrubbing ? Stage::nearby : Stage::exact;
     nextPicture_ = std::llround(pictureAt(order.compositionTime) * kPicturesASecond) + strideAt(order.rate);
     changed_.notify_all();
@@ -150,7 +145,7 @@ std::optional<PictureSchedule::Wanted> PictureSchedule::nextWanted() {
 }
 
 std::optional<PictureSchedule::Wanted> PictureSchedule::plan() {
-    if (!map_ || !look_.settings || stage_ == Stage::done) return std::nullopt;
+    if (!look_.settings || stage_ == Stage::done) return std::nullopt;
     if (stage_ == Stage::played) return planPlayed();
     const bool isNearby = stage_ == Stage::nearby;
     return want(order_.compositionTime, isNearby ? FrameTolerance::keyFrame : FrameTolerance::exact, false);
@@ -177,11 +172,11 @@ std::optional<PictureSchedule::Wanted> PictureSchedule::planPlayed() {
 
 PictureSchedule::Wanted PictureSchedule::want(Seconds compositionTime, FrameTolerance tolerance,
                                               bool isPlayed) const {
-    const Seconds shown = shownTime(compositionTime, map_->compDuration());
+    const Seconds shown = shownTime(compositionTime, order_.map->compDuration());
     return {generation_,
             compositionTime,
             isPlayed,
-            {map_->source(shown), tolerance, look_.settings->showCamera, superseded_.get_token()}};
+            {order_.map->source(shown), tolerance, look_.settings->showCamera, superseded_.get_token()}};
 }
 
 bool PictureSchedule::decoded(const Wanted& wanted, SourcePictures pictures) {
@@ -238,7 +233,7 @@ std::optional<PictureSchedule::ToDraw> PictureSchedule::nextToDraw() {
     changed_.wait(lock, [&] { return isStopped_ || isOutdated() || !queue_.empty(); });
     if (isStopped_) return std::nullopt;
     ToDraw picture;
-    if (isOutdated()) {
+    if (current_ && isOutdated()) {
         picture = *current_;
         picture.isRedraw = true;
     } else {

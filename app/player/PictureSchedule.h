@@ -12,8 +12,6 @@
 #include "app/player/FrameMailbox.h"
 #include "app/player/PictureOrder.h"
 #include "app/player/PictureSource.h"
-#include "app/player/PlayClock.h"
-#include "core/timeline/TimeMap.h"
 
 namespace glintro {
 
@@ -36,8 +34,8 @@ class PictureSchedule {
 
     // The controlling thread.
 
-    void setMap(std::shared_ptr<const TimeMap> map);
     void order(const PictureOrder& order);
+    // As it goes on since the order.
     void setClock(const PlayClock& clock);
     void setSettings(std::shared_ptr<const ProjectSettings> settings);
     void setView(PixelSize view);
@@ -112,8 +110,7 @@ class PictureSchedule {
     std::condition_variable changed_;
     bool isStopped_ = false;
 
-    std::shared_ptr<const TimeMap> map_; // null before the movies are open
-    std::uint64_t generation_ = 0;       // of the newest order; 0: none yet
+    std::uint64_t generation_ = 0; // of the newest order; 0: none yet
     PictureOrder order_;
     std::stop_source superseded_; // of the newest order
     PlayClock clock_;

@@ -44,10 +44,10 @@ ReelPlayer::~ReelPlayer() {
 
 void ReelPlayer::open(const Project& project, const ProjectSettings& settings, Seconds compositionTime) {
     close();
-    project_ = project;
+    movieFile_ = project.rawURL();
     settings_ = settings;
     startTime_ = compositionTime;
-    const auto report = [post = post_, this, reel = reel_](auto handle) {
+    const auto report = [post = post_, this, reel = reel_](const auto& handle) {
         (*post)([this, reel, handle] {
             if (reel == reel_) handle();
         });
@@ -73,12 +73,11 @@ void ReelPlayer::open(const Project& project, const ProjectSettings& settings, S
 
 void ReelPlayer::finishOpening(const PictureSource::Properties& properties) {
     movie_ = properties;
-    const TimeMap map(settings_, properties.duration);
+    map_ = std::make_shared<const TimeMap>(settings_, properties.duration);
     std::unique_ptr<SoundPlayback> sound;
     if (properties.hasAudio && parts_.openSound)
-        sound = std::make_unique<SoundPlayback>(parts_.openSound, project_->rawURL(), map, startTime_);
-    transport_.open(map.compDuration(), startTime_, std::move(sound));
-    pipeline_->schedule().setMap(std::make_shared<const TimeMap>(map));
+        sound = std::make_unique<SoundPlayback>(parts_.openSound, movieFile_, *map_, startTime_);
+    transport_.open(map_->compDuration(), startTime_, std::move(sound));
     orderPictures();
     emit opened();
 }
@@ -89,7 +88,6 @@ void ReelPlayer::close() {
     pipeline_ = nullptr;
     transport_.close();
     mailbox_->clear();
-    project_ = std::nullopt;
     movie_ = std::nullopt;
     hasFailed_ = false;
     watching_.stop();
@@ -105,17 +103,16 @@ void ReelPlayer::setSettings(const ProjectSettings& settings, Seconds compositio
     if (!movie_) {
         startTime_ = compositionTime;
     } else if (!settings.sameStructure(old)) {
-        setStructure(compositionTime);
+        setStructure(*movie_, compositionTime);
     } else if (settings.showCamera && !old.showCamera && !isPlaying()) {
         orderPictures(); // its camera frame was not decoded
     }
 }
 
-void ReelPlayer::setStructure(Seconds compositionTime) {
-    const auto map = std::make_shared<const TimeMap>(settings_, movie_->duration);
+void ReelPlayer::setStructure(const PictureSource::Properties& movie, Seconds compositionTime) {
+    map_ = std::make_shared<const TimeMap>(settings_, movie.duration);
     transport_.setRange(std::nullopt);
-    transport_.setMap(*map, compositionTime, now());
-    pipeline_->schedule().setMap(map);
+    transport_.setMap(*map_, compositionTime, now());
     orderPictures();
 }
 
@@ -195,13 +192,13 @@ PlayerStatistics ReelPlayer::statistics() const {
 // The pictures of where the transport is and of what it does.
 void ReelPlayer::orderPictures(SeekKind seek) {
     using Kind = PictureOrder::Kind;
-    PictureSchedule& schedule = pipeline_->schedule();
-    schedule.setClock(transport_.clock());
-    schedule.order({.kind = isPlaying() ? Kind::play : Kind::still,
-                    .compositionTime = transport_.clock().at(now()),
-                    .seek = seek,
-                    .end = transport_.range().end,
-                    .rate = transport_.rate()});
+    pipeline_->schedule().order({.kind = isPlaying() ? Kind::play : Kind::still,
+                                 .clock = transport_.clock(),
+                                 .map = map_,
+                                 .compositionTime = transport_.clock().at(now()),
+                                 .seek = seek,
+                                 .end = transport_.range().end,
+                                 .rate = transport_.rate()});
     updateTimers();
 }
 

@@ -2,6 +2,7 @@
 
 #include <QTimer>
 #include <atomic>
+#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -81,7 +82,7 @@ class ReelPlayer final : public PlayerTransport {
 
   private:
     void finishOpening(const PictureSource::Properties& properties);
-    void setStructure(Seconds compositionTime);
+    void setStructure(const PictureSource::Properties& movie, Seconds compositionTime);
     void orderPictures(SeekKind seek = SeekKind::exact);
     void handleShown();
     void handleFailure(const QString& message);
@@ -102,9 +103,10 @@ class ReelPlayer final : public PlayerTransport {
     // The open reel.
     int reel_ = 0;                              // counts openings: reports of an earlier one are ignored
     std::unique_ptr<PicturePipeline> pipeline_; // null while none is open
-    std::optional<Project> project_;
+    std::filesystem::path movieFile_;
     ProjectSettings settings_;
     std::optional<PictureSource::Properties> movie_; // once it is opened
+    std::shared_ptr<const TimeMap> map_;             // of the settings, once it is opened
     Seconds startTime_ = 0;                          // where the first picture is wanted
     bool hasFailed_ = false;                         // was said
 };

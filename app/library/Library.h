@@ -28,7 +28,7 @@ namespace glintro {
 
 // The reels on the disk: finds, renames, removes, imports and repairs them, and shows what others change
 // there. One for the whole program, on the main thread; all work on the disk runs elsewhere, and what it
-// finds comes back as signals. A disk that hangs is left behind and told of.
+// finds comes back as signals. Work on a disk that hangs is abandoned, and a toast says so.
 class Library : public QObject {
     Q_OBJECT
     Q_PROPERTY(ReelList* reels READ reels CONSTANT FINAL)

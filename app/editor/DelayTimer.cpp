@@ -10,6 +10,7 @@ class EventLoopTimer final : public DelayTimer {
   public:
     EventLoopTimer() {
         timer_.setSingleShot(true);
+        timer_.setTimerType(Qt::PreciseTimer); // others may come a twentieth of the delay too early
         QObject::connect(&timer_, &QTimer::timeout, &timer_, [this] { std::exchange(call_, {})(); });
     }
 

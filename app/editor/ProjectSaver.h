@@ -33,7 +33,8 @@ class ProjectSaver : public QObject {
     static constexpr std::chrono::milliseconds kDebounce{600};
     static constexpr std::chrono::milliseconds kFirstRetry{1000}; // each later one waits twice as long
     static constexpr std::chrono::milliseconds kLastRetry{60'000};
-    static constexpr std::chrono::milliseconds kStall{10'000}; // a write that lasts longer is told of
+    static constexpr std::chrono::milliseconds kStall{
+        10'000}; // a write that lasts longer is a failure to the user
     static constexpr std::chrono::milliseconds kCloseTimeout{5'000};
 
     // `project` is the reel as it was loaded.

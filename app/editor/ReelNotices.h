@@ -14,8 +14,7 @@ inline constexpr std::string_view kCameraUnreadable =
     "renders.";
 inline constexpr std::string_view kNoCamera =
     "No camera in this recording. Turn the camera on in the recording capsule to add a bubble of yourself "
-    "next "
-    "time.";
+    "next time.";
 inline constexpr std::string_view kNoPointerData =
     "This video has no pointer data, so there’s no cursor to redraw. Recordings made in Glintro include it.";
 inline constexpr std::string_view kEventsUnreadable =

@@ -24,15 +24,6 @@ namespace fs = std::filesystem;
 constexpr std::string_view kPrefix = ".importing-";
 constexpr int kMostTries = 5;
 
-// Innermost first.
-std::vector<fs::path> missingFolders(const fs::path& folder) {
-    std::vector<fs::path> missing;
-    std::error_code error;
-    for (fs::path path = folder; !path.empty() && !fs::exists(path, error); path = path.parent_path())
-        missing.push_back(path);
-    return missing;
-}
-
 FileDescriptor openFolder(const fs::path& folder) {
     return FileDescriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }

@@ -14,7 +14,7 @@
 namespace glintro {
 
 // The imports that run and wait, as rows; they run one after the other in the background. A row goes when its
-// import has ended. One that is cancelled goes at once, and what it has made is removed behind its back: a
+// import has ended. One that is cancelled goes at once, and its files are removed in the background: a
 // disk that hangs holds up nobody. Main thread.
 class ImportQueue : public QAbstractListModel {
     Q_OBJECT

@@ -88,11 +88,13 @@ void Library::scanned(const LibraryReading& reading) {
         if (projects().empty()) shelf_.addMissing(reading.reels);
         return publish();
     }
+    const ReelPtrs before = projects();
     shelf_.replaceAll(reading.reels, touched_);
     touched_.clear();
     setAccess(reading.listing.access == LibraryListing::Access::unreadable ? Access::unreadable
                                                                            : Access::readable);
     publish();
+    refreshCards(before);
     setLoading(false);
     recoverFrom(reading.listing.content);
     if (const auto& imports = reading.listing.content.abandonedImports; !imports.empty())
@@ -100,6 +102,20 @@ void Library::scanned(const LibraryReading& reading) {
             for (const fs::path& folder : imports) removeAbandonedImport(folder);
             return {};
         });
+}
+
+// Of reels whose settings are not what they were. Both lists are in one order.
+void Library::refreshCards(const ReelPtrs& before) {
+    auto old = before.begin();
+    for (const ReelPtr& reel : projects()) {
+        old = std::find_if(old, before.end(), [&](const ReelPtr& each) {
+            return !isListedBefore(each->project, reel->project);
+        });
+        if (old == before.end()) return;
+        const Project& known = (*old)->project;
+        if (known == reel->project && known.info.settings != reel->project.info.settings)
+            thumbnails_.looksChanged(reel->project);
+    }
 }
 
 void Library::entriesRead(const std::vector<EntryReading>& readings) {
@@ -206,27 +222,24 @@ void Library::rename(const QString& folder, const QString& name) {
     Project renamed = reel->project;
     renamed.info.name = trimmed.toStdString();
     projectSaved(renamed);
-    save(renamed, [renamed] {
-        return updateProject(renamed.folder(),
-                             [&](ProjectInfo& info) -> Result<void> {
-                                 info.name = renamed.info.name;
-                                 return {};
-                             })
-            .has_value();
-    });
+    save(renamed, [renamed](ProjectInfo& info) { info.name = renamed.info.name; });
     show(QStringLiteral("Renamed to “%1”").arg(trimmed), QStringLiteral("pencil"));
 }
 
 void Library::update(const Project& project) {
     if (!shelf_.find(project.folder()) || trashing_.contains(project.folder().native())) return;
     projectSaved(project);
-    save(project, [project] { return project.save(); });
+    save(project, [record = project.info](ProjectInfo& info) { info = record; });
 }
 
-void Library::save(const Project& project, std::function<bool()> write) {
+void Library::save(const Project& project, std::function<void(ProjectInfo&)> change) {
     ++saving_[project.folder().native()];
-    reader_.disk().post([this, project, write = std::move(write)] {
-        const bool isSaved = write();
+    reader_.disk().post([this, project, change = std::move(change)] {
+        const auto apply = [&](ProjectInfo& info) -> Result<void> {
+            change(info);
+            return {};
+        };
+        const bool isSaved = updateProject(project.folder(), apply).has_value();
         return [this, project, isSaved] { saved(project, isSaved); };
     });
 }

@@ -28,7 +28,7 @@ namespace glintro {
 
 // The reels on the disk: finds, renames, removes, imports and repairs them, and shows what others change
 // there. One for the whole program, on the main thread; all work on the disk runs elsewhere, and what it
-// finds comes back as signals. A disk that hangs is left behind and told of.
+// finds comes back as signals. Work on a disk that hangs is abandoned, and a toast says so.
 class Library : public QObject {
     Q_OBJECT
     Q_PROPERTY(ReelList* reels READ reels CONSTANT FINAL)
@@ -128,6 +128,7 @@ class Library : public QObject {
     ReelPtr find(const QString& folder) const;
     void publish();
     void scanned(const LibraryReading& reading);
+    void refreshCards(const ReelPtrs& before);
     void entriesRead(const std::vector<EntryReading>& readings);
     void replaceEntry(const EntryReading& reading);
     void recoverFrom(const FolderContent& content);
@@ -138,7 +139,8 @@ class Library : public QObject {
     void trashed(const ReelPtr& reel, const Result<std::filesystem::path>& inTrash);
     std::function<void()> undoOf(const ReelPtr& reel, const std::filesystem::path& inTrash);
     void restore(const std::filesystem::path& inTrash, const std::filesystem::path& folder);
-    void save(const Project& project, std::function<bool()> write);
+    // `change` is made to what the project file holds then.
+    void save(const Project& project, std::function<void(ProjectInfo&)> change);
     void saved(const Project& project, bool isSaved);
     void show(const QString& text, const QString& symbol);
     void showProblem(const QString& text);

@@ -158,4 +158,12 @@ Result<FinishedReel> LibraryFolder::registerRecording(const fs::path& folder, co
     return finishReel(folder, {.name = name, .created = now, .take = take, .defaults = defaults});
 }
 
+std::vector<fs::path> missingFolders(const fs::path& folder) {
+    std::vector<fs::path> missing;
+    std::error_code error;
+    for (fs::path path = folder; !path.empty() && !fs::exists(path, error); path = path.parent_path())
+        missing.push_back(path);
+    return missing;
+}
+
 } // namespace glintro

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "app/preferences/Preferences.h"
 #include "core/base/Failure.h"
@@ -53,5 +54,8 @@ class LibraryFolder {
   private:
     std::filesystem::path root_;
 };
+
+// The folders that would have to be made for a path, innermost first: those that are not there.
+std::vector<std::filesystem::path> missingFolders(const std::filesystem::path& folder);
 
 } // namespace glintro

@@ -85,7 +85,7 @@ void ReelList::setReels(ReelPtrs reels) {
     if (changes.size() > kMostChanges) {
         beginResetModel();
         reels_ = std::move(reels);
-        updateDays();
+        hasDays_ = false;
         endResetModel();
     } else if (!applyMove(changes, reels)) {
         apply(changes, reels);
@@ -106,16 +106,16 @@ void ReelList::apply(const std::vector<Change>& changes, const ReelPtrs& after) 
         if (change.kind == remove) {
             beginRemoveRows({}, first, last);
             reels_.erase(at, at + (last + 1 - first));
-            updateDays();
+            hasDays_ = false;
             endRemoveRows();
         } else if (change.kind == insert) {
             beginInsertRows({}, first, last);
             reels_.insert(at, source, sourceEnd);
-            updateDays();
+            hasDays_ = false;
             endInsertRows();
         } else {
             std::copy(source, sourceEnd, at);
-            updateDays();
+            hasDays_ = false;
             emit dataChanged(index(first), index(last));
         }
     }
@@ -134,21 +134,24 @@ bool ReelList::applyMove(const std::vector<Change>& changes, const ReelPtrs& aft
     if (from < 0 || from == to) return false;
     beginMoveRows({}, from, from, {}, to > from ? to + 1 : to);
     reels_ = after;
-    updateDays();
+    hasDays_ = false;
     endMoveRows();
     emit dataChanged(index(to), index(to));
     return true;
 }
 
-void ReelList::updateDays() {
+// Grouping asks the calendar for every day of a library: once for a change, however many rows it takes.
+const std::vector<DayGroup>& ReelList::days() const {
+    if (std::exchange(hasDays_, true)) return days_;
     std::vector<Timestamp> times;
     times.reserve(reels_.size());
     for (const ReelPtr& reel : reels_) times.push_back(reel->project.info.created);
     days_ = dayGroups(times, calendar_);
+    return days_;
 }
 
 void ReelList::refreshDays() {
-    updateDays();
+    hasDays_ = false;
     if (!reels_.empty())
         emit dataChanged(index(0), index(count() - 1), {DayRole, DayTitleRole, TimeOfDayRole});
     emit daysChanged();
@@ -169,7 +172,7 @@ void ReelList::pictureChanged(const QString& folder, int role) {
 QVariantList ReelList::dayList() const {
     QVariantList list;
     const QDate today = calendar_.today();
-    for (const DayGroup& day : days_) {
+    for (const DayGroup& day : days()) {
         Seconds duration = 0;
         for (qsizetype i = day.first; i < day.first + day.count; ++i)
             duration += reels_[static_cast<std::size_t>(i)]->project.info.duration;

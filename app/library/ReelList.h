@@ -56,7 +56,7 @@ class ReelList : public QAbstractListModel {
     Q_INVOKABLE int rowOf(const QString& folder) const;
 
     // Days newest first, with their title, first row, number of reels and seconds in all.
-    const std::vector<DayGroup>& days() const { return days_; }
+    const std::vector<DayGroup>& days() const;
     Q_INVOKABLE QVariantList dayList() const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -72,11 +72,11 @@ class ReelList : public QAbstractListModel {
     static std::vector<Change> changesBetween(const ReelPtrs& before, const ReelPtrs& after);
     void apply(const std::vector<Change>& changes, const ReelPtrs& after);
     bool applyMove(const std::vector<Change>& changes, const ReelPtrs& after);
-    void updateDays();
 
     const DayCalendar& calendar_;
     ReelPtrs reels_;
-    std::vector<DayGroup> days_;
+    mutable std::vector<DayGroup> days_;
+    mutable bool hasDays_ = true; // days_ are those of the rows as they are
     QHash<QString, int> cards_;
     QHash<QString, int> scrubs_;
     int lastPicture_ = 0;

@@ -20,7 +20,7 @@ struct PictureMaker {
     std::function<void(const QString& folder)> cancel = {};
 };
 
-// The pictures of the cards that were shown last, by the reel's folder: at most some 64 MB of stills and 96
+// The pictures of the cards that were shown last, by the reel's folder: at most 40 MB of stills and 32
 // MB of the frames for running the pointer over a card; those that were not looked at the longest go first.
 // Main thread.
 class ReelThumbnails : public QObject {

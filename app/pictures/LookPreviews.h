@@ -16,8 +16,8 @@
 namespace glintro {
 
 // The tiles of the Look panel: the frame under the playhead as each Look would show it. The frame is decoded
-// once and drawn under every Look. Main thread; works on a thread of its own, which it
-// waits for only a moment at the end.
+// once and drawn under every Look. Main thread; works on a thread of its own, which the destructor waits for
+// 0.2 s at most.
 class LookPreviews : public QObject {
     Q_OBJECT
 

@@ -107,8 +107,7 @@ struct Entry {
     fs::file_time_type used;
 };
 
-// Calls visit(entry) for every file of the cache; removes what killed processes left. What others put into
-// the folder is ignored.
+// Every file of the cache; removes what killed processes left. What others put into the folder is ignored.
 std::vector<Entry> entriesOf(const fs::path& folder) {
     std::vector<Entry> entries;
     const auto now = fs::file_time_type::clock::now();

@@ -84,10 +84,6 @@ void ReelPictures::cancel(const QString& folder) {
     drop(Kind::scrub, folder);
 }
 
-void ReelPictures::cancelScrub(const QString& folder) {
-    drop(Kind::scrub, folder);
-}
-
 void ReelPictures::drop(Kind kind, const QString& folder) {
     const std::string name = nameOf(kind, QFile::encodeName(folder).toStdString());
     requests_.erase(name);

@@ -50,7 +50,6 @@ class ReelPictures : public QObject {
 
     // What waits for the reel is dropped, and what runs is stopped: a row that has left the view.
     void cancel(const QString& folder);
-    void cancelScrub(const QString& folder); // the same for the scrub frames only
 
   signals:
     void cardReady(const QString& folder, const QImage& picture);

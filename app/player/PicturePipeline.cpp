@@ -11,6 +11,7 @@
 #include "platform/ThreadPriority.h"
 
 namespace glintro {
+
 // Counts the threads that run.
 class PicturePipeline::Threads {
   public:

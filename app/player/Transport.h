@@ -83,7 +83,7 @@ class Transport {
     Seconds since_ = 0;                    // host time at which state_ began
     bool isSoundClock_ = false;            // of this run
     std::unique_ptr<SoundPlayback> sound_; // null for a reel without
-    std::optional<TimeMap> soundMap_;      // the sound has not been told of
+    std::optional<TimeMap> soundMap_;      // not handed to the sound yet
 };
 
 } // namespace glintro

@@ -13,8 +13,7 @@ namespace {
 constexpr std::chrono::milliseconds kTickInterval{100};
 constexpr const char* kStartHangs =
     "The desktop, the disk or a device did not answer while the start was taken back. Should a folder of it "
-    "be "
-    "left, “glintro recover” removes it.";
+    "be left, “glintro recover” removes it.";
 
 Failure diskHangs(const std::filesystem::path& folder) {
     return {

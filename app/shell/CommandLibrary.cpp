@@ -12,15 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Innermost first.
-std::vector<fs::path> missingFolders(const fs::path& folder) {
-    std::vector<fs::path> missing;
-    std::error_code error;
-    for (fs::path path = folder; !path.empty() && !fs::exists(path, error); path = path.parent_path())
-        missing.push_back(path);
-    return missing;
-}
-
 fs::path normalized(const fs::path& folder) {
     std::error_code error;
     const fs::path path = fs::absolute(folder, error).lexically_normal();

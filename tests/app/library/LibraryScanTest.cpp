@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <random>
 
@@ -128,7 +129,7 @@ TEST(LibraryScan, ShowsTheLatestFirstAndCanBeStopped) {
     for (int i = 0; i < 200; ++i)
         putReel(library / ("2026-01-" + std::to_string(10 + i / 10)) / std::to_string(100 + i), "", i);
     std::vector<LibraryListing> first;
-    int steps = 0;
+    std::atomic<int> steps = 0; // any of the scan's threads counts
     const auto all = scanLibrary(
         library.path(),
         {.first = [&](LibraryListing some) { first.push_back(some); }, .progressed = [&] { ++steps; }});

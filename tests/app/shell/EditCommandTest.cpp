@@ -8,6 +8,7 @@
 #include "core/reel/TakeJournal.h"
 #include "tests/app/shell/Program.h"
 #include "tests/app/shell/ReelFixtures.h"
+#include "tests/support/Files.h"
 
 namespace glintro {
 namespace {
@@ -78,10 +79,10 @@ TEST_F(EditCommandTest, SaysWhatItDid) {
     EXPECT_EQ(result.out,
               "Shot 2 cut · 4.0s shorter\nRenamed to “New [2Jname”\nNew [2Jname: 00:16.00, 3 shots\n");
     EXPECT_EQ(Project::load(reel.folder())->info.name, "New\x1B[2Jname");
-    const auto before = filesBelow(library_);
+    const auto before = test::filesIn(library_);
     const ProgramResult nothing = edit({reel.folder(), "cut", "2"});
     EXPECT_EQ(nothing.out, "Nothing changed\nNew [2Jname: 00:16.00, 3 shots\n");
-    EXPECT_TRUE(filesBelow(library_) == before);
+    EXPECT_TRUE(test::filesIn(library_) == before);
 }
 
 TEST_F(EditCommandTest, PrintsWhatInspectWouldPrint) {
@@ -90,10 +91,10 @@ TEST_F(EditCommandTest, PrintsWhatInspectWouldPrint) {
                                              "1",    "19",     "look", "Mono", "auto-zoom"};
     auto dry = arguments;
     dry.push_back("--dry-run");
-    const auto before = filesBelow(library_);
+    const auto before = test::filesIn(library_);
     const ProgramResult wouldBe = edit(dry);
     EXPECT_EQ(wouldBe.status, 0) << wouldBe.error;
-    EXPECT_TRUE(filesBelow(library_) == before);
+    EXPECT_TRUE(test::filesIn(library_) == before);
     const ProgramResult result = edit(arguments);
     EXPECT_EQ(result.out, run({"inspect", "Demo", "--json"}).out);
     auto expected = nlohmann::json::parse(wouldBe.out);
@@ -114,7 +115,7 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
     fs::remove(library_ / "rec/project.json");
     const auto journal = TakeJournal::create(library_ / "rec").value();
     put("bad", "Bad");
-    writeText(library_ / "bad/project.json", "{");
+    test::putFile(library_ / "bad/project.json", "{");
     const std::string recorded = library_ / "rec";
     const struct {
         std::vector<std::string> arguments;
@@ -139,13 +140,13 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
         {{recorded, "cut", "1"}, 1, "is being recorded right now. Stop the recording first."},
         {{library_ / "bad", "cut", "1"}, 1, "is damaged: “glintro recover” rebuilds it."},
     };
-    const auto before = filesBelow(library_);
+    const auto before = test::filesIn(library_);
     for (const auto& row : rows) {
         const ProgramResult result = edit(row.arguments);
         EXPECT_EQ(result.status, row.status) << row.sentence << result.error;
         EXPECT_NE(result.error.find(row.sentence), std::string::npos) << result.error;
         EXPECT_EQ(result.out, "");
-        EXPECT_TRUE(filesBelow(library_) == before) << row.sentence;
+        EXPECT_TRUE(test::filesIn(library_) == before) << row.sentence;
     }
     const ProgramResult help = edit({"Demo", "cut", "1", "--help"});
     EXPECT_EQ(help.status, 0);
@@ -185,7 +186,7 @@ TEST_F(EditCommandTest, AppliesTheChangeAgainWhenSomebodySavedMeanwhile) {
     const Project reel = put("a", "Demo");
     const fs::path abandoned = reel.folder() / ".ABCD.partial.json";
     const fs::path young = reel.folder() / ".EF01.partial.json";
-    for (const fs::path& file : {abandoned, young}) writeText(file, "{");
+    for (const fs::path& file : {abandoned, young}) test::putFile(file, "{");
     fs::last_write_time(abandoned, fs::file_time_type::clock::now() - std::chrono::minutes(11));
     int calls = 0;
     const auto done = updateProject(reel.folder(), [&](ProjectInfo& info) -> Result<void> {

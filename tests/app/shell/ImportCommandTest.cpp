@@ -6,6 +6,7 @@
 
 #include "tests/app/shell/Program.h"
 #include "tests/app/shell/ReelFixtures.h"
+#include "tests/support/Files.h"
 
 namespace glintro {
 namespace {
@@ -18,7 +19,7 @@ class ImportCommandTest : public testing::Test {
         const Project reel = tinyReel(work_ / "made");
         fs::rename(reel.rawURL(), work_ / "Démo 🎬 take.mov");
         fs::rename(reel.cameraURL(), work_ / "camera.mp4");
-        writeText(work_ / "text.mov", "no movie");
+        test::putFile(work_ / "text.mov", "no movie");
     }
     ProgramCall call(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), "import");

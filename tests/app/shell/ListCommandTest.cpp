@@ -6,6 +6,7 @@
 #include "core/reel/TakeJournal.h"
 #include "tests/app/shell/Program.h"
 #include "tests/app/shell/ReelFixtures.h"
+#include "tests/support/Files.h"
 
 namespace glintro {
 namespace {
@@ -57,7 +58,7 @@ TEST_F(ListCommandTest, PrintsTheReelsByDay) {
 
 TEST_F(ListCommandTest, NamesWhatHasToBeRecovered) {
     put("damaged", "Damaged", {});
-    writeText(library_ / "damaged/project.json", "{");
+    test::putFile(library_ / "damaged/project.json", "{");
     fs::create_directories(library_ / "2026-11-22/taken");
     (void)TakeJournal::create(library_ / "2026-11-22/taken");
     fs::create_directories(library_ / "running");
@@ -84,7 +85,7 @@ TEST_F(ListCommandTest, SaysWhatAnEmptyLibraryIs) {
     EXPECT_EQ(latest.status, 1);
     EXPECT_EQ(latest.error, "glintro: There is no reel in “" + library_.string() + "” yet.\n");
     fs::remove(library_);
-    writeText(library_, "");
+    test::putFile(library_, "");
     const ProgramResult file = run({"list"});
     EXPECT_EQ(file.status, 1);
     EXPECT_EQ(file.error,

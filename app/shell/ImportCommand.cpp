@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "app/library/LibraryScan.h"
 #include "app/library/ReelImport.h"
 #include "app/shell/JsonOutput.h"
 #include "app/shell/ProgressBar.h"
@@ -80,10 +81,17 @@ nlohmann::json toJson(const Project& reel) {
             {"height", info.height},          {"hasAudio", info.hasAudio}};
 }
 
+// What earlier imports left when they were killed.
+void removeAbandonedImports(const LibraryFolder& library) {
+    for (const fs::path& folder : scanLibrary(library.root()).content.abandonedImports)
+        removeAbandonedImport(folder);
+}
+
 } // namespace
 
 Result<void> runImport(const ImportArguments& arguments, const LibraryFolder& library,
                        const ReelDefaults& defaults, const Console& console) {
+    removeAbandonedImports(library);
     const StopOnSignal stop;
     const std::size_t count = arguments.files.size();
     nlohmann::json all = nlohmann::json::array();

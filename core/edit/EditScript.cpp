@@ -17,6 +17,7 @@ namespace {
 
 using namespace operation;
 
+constexpr Seconds kRounding = 1e-9; // of a difference of times as they were typed
 constexpr Seconds kAtTheEnd = 0.01; // a trim this near the recording's end is none
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
@@ -139,7 +140,7 @@ Editing::Outcome Editing::operator()(const Trim& trim) {
     if (trim.start > duration || trim.end > duration + kAtTheEnd)
         return refused(fmt::format("the recording ends at {} s", duration));
     const bool toTheEnd = trim.end >= duration - kAtTheEnd;
-    if ((toTheEnd ? duration : trim.end) - trim.start < Storyboard::kShortestShot)
+    if ((toTheEnd ? duration : trim.end) - trim.start < Storyboard::kShortestShot - kRounding)
         return refused(fmt::format("less than {} s would be left", Storyboard::kShortestShot));
     settings().trimStart = trim.start;
     settings().trimEnd = toTheEnd ? std::nullopt : std::optional(trim.end);

@@ -1,6 +1,7 @@
 #include "core/reel/Recovery.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <system_error>
@@ -11,6 +12,7 @@
 #include <sys/stat.h>
 
 #include "core/base/FileDescriptor.h"
+#include "core/base/FileIO.h"
 #include "core/media/fragments/MovieSealing.h"
 #include "core/reel/MediaTraces.h"
 #include "core/reel/TakeJournal.h"
@@ -69,6 +71,7 @@ class ReelRecovery {
   private:
     Result<RecoveredReel> finish(Outcome outcome);
     Result<RecoveredReel> discard() const;
+    std::optional<Failure> whyNoRebuild() const;
     std::optional<Failure> whyNoDiscard() const;
     std::string folderName() const;
     std::string path() const { return reel_.folder().string(); }
@@ -89,9 +92,19 @@ Result<RecoveredReel> ReelRecovery::run() {
         case Status::damaged:
             break;
     }
+    if (auto why = whyNoRebuild()) return std::unexpected(*why);
     const auto movie = sealMovie(reel_.rawURL());
     if (movie && !movie->hasFrames && take_) return discard();
     return finish(Outcome::recovered);
+}
+
+// A project file that the system does not let us read, for now or to this user, may be as good as ever.
+std::optional<Failure> ReelRecovery::whyNoRebuild() const {
+    constexpr std::array kNoSuchFile{0, ENOENT, ENOTDIR, EISDIR, EINVAL, ELOOP, EFBIG};
+    const auto text = readFile(reel_.infoURL(), kLongestProjectText);
+    if (text || std::ranges::find(kNoSuchFile, text.error().nativeCode) != kNoSuchFile.end())
+        return std::nullopt;
+    return text.error();
 }
 
 Result<RecoveredReel> ReelRecovery::finish(Outcome outcome) {

@@ -32,7 +32,8 @@ struct RecoveredReel {
 //
 // Interrupted itself at whatever moment, it can be called again, also for a take whose process died between
 // two steps of its stop. Fails, with all files kept, when the folder is no reel, is being recorded or
-// recovered by a living process, or cannot be written, and when what a movie holds cannot be read any more.
+// recovered by a living process, or cannot be written, when its project file is there and the system refuses
+// to read it, and when what a movie holds cannot be read any more.
 // Opens the movies: not for the main thread.
 [[nodiscard]] Result<RecoveredReel> recoverReel(const std::filesystem::path& folder,
                                                 const ReelDefaults& defaults);

@@ -14,6 +14,7 @@
 #include "core/reel/TakeJournal.h"
 #include "tests/core/reel/InterruptedTakes.h"
 #include "tests/support/Files.h"
+#include "tests/support/ForkedProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace glintro {
@@ -290,6 +291,20 @@ TEST_F(RecoveryTest, RebuildsADamagedRecordAndKeepsIt) {
     EXPECT_EQ(filesIn(reel)["project-damaged.json"], "damaged");
     EXPECT_EQ(filesIn(reel)["raw.mov"], movie);
     EXPECT_EQ(recoverReel(reel, {})->outcome, Outcome::fine);
+}
+
+TEST_F(RecoveryTest, RebuildsNothingWhoseRecordTheSystemDoesNotShow) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can stand for another user";
+    const fs::path reel = folder("reel");
+    putFinishedMovie(reel / "raw.mov");
+    ASSERT_TRUE(recoverReel(reel, {}));
+    for (const fs::path& open : {reel.parent_path(), reel, reel / "raw.mov"})
+        fs::permissions(open, fs::perms::all);
+    fs::permissions(reel / "project.json", fs::perms::none);
+    const auto before = filesIn(reel);
+    test::ForkedProcess other([&] { return ::setuid(65534) == 0 && !recoverReel(reel, {}); });
+    EXPECT_TRUE(other.succeeds());
+    EXPECT_EQ(filesIn(reel), before);
 }
 
 TEST_F(RecoveryTest, ChangesNothingWhereItCannotHelp) {

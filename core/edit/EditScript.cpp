@@ -159,8 +159,9 @@ Editing::Outcome Editing::operator()(const ApplyLook& look) {
 }
 
 Editing::Outcome Editing::operator()(const RebuildZooms& zooms) {
-    settings().zooms =
-        AutoZoom::segments(inputs_.clicks, info_.duration, zooms.level.value_or(inputs_.defaultZoom));
+    auto made = AutoZoom::segments(inputs_.clicks, info_.duration, zooms.level.value_or(inputs_.defaultZoom));
+    AutoZoom::keepIdentities(made, settings().zooms);
+    settings().zooms = std::move(made);
     const std::size_t count = settings().zooms.size();
     return fmt::format("{} automatic zoom{}", count, count == 1 ? "" : "s");
 }

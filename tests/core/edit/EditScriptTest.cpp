@@ -68,6 +68,7 @@ TEST(EditScript, DoesEachOperation) {
         EXPECT_EQ(reel->done.empty() ? "" : reel->done.back(), row.done) << row.script;
         EXPECT_TRUE(!reel->done.empty() || reel->info == reelOf(row.before)) << row.script;
     }
+    EXPECT_EQ(edited(kZoomed, "auto-zoom auto-zoom")->done.size(), 1U) << "the same zooms are a change";
 }
 
 TEST(EditScript, RefusesWhatTheReelCannotDo) {

@@ -117,6 +117,8 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
     writeText(library_ / "bad/project.json", "{");
     const std::string recorded = library_ / "rec";
     const struct {
+    put("deaf", "Deaf");
+    writeText(library_ / "deaf/events.json", "{");
         std::vector<std::string> arguments;
         int status;
         std::string sentence;
@@ -140,6 +142,7 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
         {{library_ / "bad", "cut", "1"}, 1, "is damaged: “glintro recover” rebuilds it."},
     };
     const auto before = filesBelow(library_);
+        {{"Deaf", "auto-zoom"}, 1, "(events.json) can’t be read, so no zooms can be made from them.\n"},
     for (const auto& row : rows) {
         const ProgramResult result = edit(row.arguments);
         EXPECT_EQ(result.status, row.status) << row.sentence << result.error;

@@ -4,6 +4,7 @@
 #include <QPointer>
 #include <QStringList>
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <memory>
 #include <utility>
@@ -239,16 +240,20 @@ void Library::save(const Project& project, std::function<void(ProjectInfo&)> cha
             change(info);
             return {};
         };
-        const bool isSaved = updateProject(project.folder(), apply).has_value();
-        return [this, project, isSaved] { saved(project, isSaved); };
+        const auto result = updateProject(project.folder(), apply);
+        return [this, project, result] { saved(project, result); };
     });
 }
 
-void Library::saved(const Project& project, bool isSaved) {
+void Library::saved(const Project& project, const Result<void>& result) {
     const auto waiting = saving_.find(project.folder().native());
     if (waiting != saving_.end() && --waiting->second <= 0) saving_.erase(waiting);
-    if (!isSaved)
-        showProblem(QStringLiteral("“%1” couldn’t be saved").arg(QString::fromStdString(project.info.name)));
+    if (!result)
+        showProblem(QStringLiteral("“%1” couldn’t be saved%2")
+                        .arg(QString::fromStdString(project.info.name),
+                             result.error().nativeCode == EAGAIN
+                                 ? QStringLiteral(": another program is saving it")
+                                 : QString()));
     reader_.read({project.folder()}, projects()); // what others have written meanwhile
 }
 

@@ -141,7 +141,7 @@ class Library : public QObject {
     void restore(const std::filesystem::path& inTrash, const std::filesystem::path& folder);
     // `change` is made to what the project file holds then.
     void save(const Project& project, std::function<void(ProjectInfo&)> change);
-    void saved(const Project& project, bool isSaved);
+    void saved(const Project& project, const Result<void>& result);
     void show(const QString& text, const QString& symbol);
     void showProblem(const QString& text);
     void setAccess(Access access);

@@ -105,17 +105,17 @@ void Library::scanned(const LibraryReading& reading) {
         });
 }
 
-// Of reels whose settings are not what they were. Both lists are in one order.
+// Of reels that have gone, or whose settings are not what they were. Both lists are in one order.
 void Library::refreshCards(const ReelPtrs& before) {
-    auto old = before.begin();
-    for (const ReelPtr& reel : projects()) {
-        old = std::find_if(old, before.end(), [&](const ReelPtr& each) {
-            return !isListedBefore(each->project, reel->project);
+    auto reel = projects().begin();
+    for (const ReelPtr& old : before) {
+        reel = std::find_if(reel, projects().end(), [&](const ReelPtr& each) {
+            return !isListedBefore(each->project, old->project);
         });
-        if (old == before.end()) return;
-        const Project& known = (*old)->project;
-        if (known == reel->project && known.info.settings != reel->project.info.settings)
-            thumbnails_.looksChanged(reel->project);
+        if (reel == projects().end() || (*reel)->project != old->project)
+            thumbnails_.forget(old->folder);
+        else if (*reel != old && (*reel)->project.info.settings != old->project.info.settings)
+            thumbnails_.looksChanged((*reel)->project);
     }
 }
 
@@ -125,20 +125,19 @@ void Library::entriesRead(const std::vector<EntryReading>& readings) {
     for (const EntryReading& reading : readings) recoverFrom(reading.reading.listing.content);
 }
 
-// What was read of a reel that waits to be saved is old already.
+// What was read of a reel that waits to be saved is old already: of an entry with many, the others count.
 void Library::replaceEntry(const EntryReading& reading) {
     const auto& [entry, read] = reading;
-    const auto isSaved = [&](const ReelPtr& reel) {
+    const auto isSaving = [&](const ReelPtr& reel) {
         return saving_.contains(reel->project.folder().native());
     };
-    if (saving_.contains(entry.native()) || std::ranges::any_of(read.reels, isSaved)) return;
-    const ReelPtr before = shelf_.find(entry);
-    shelf_.replaceEntry(entry, read.reels);
+    ReelPtrs reels = read.reels;
+    std::erase_if(reels, isSaving);
+    std::ranges::copy_if(shelf_.allBelow(entry), std::back_inserter(reels), isSaving);
+    const ReelPtrs before = projects();
+    shelf_.replaceEntry(entry, reels);
     touched_.insert(entry.native());
-    const ReelPtr after = shelf_.find(entry);
-    if (before && !after) thumbnails_.forget(before->folder);
-    if (before && after && before->project.info.settings != after->project.info.settings)
-        thumbnails_.looksChanged(after->project);
+    refreshCards(before);
 }
 
 void Library::recoverFrom(const FolderContent& content) {

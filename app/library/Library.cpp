@@ -45,7 +45,8 @@ Library::Library(Seams seams, const Timing& timing, QObject* parent)
 
 Library::~Library() {
     reader_.stopScan(); // writes wait behind it
-    if (!saving_.empty() || !trashing_.empty()) static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
+    if (!saving_.empty() || !trashing_.empty() || restoring_ > 0)
+        static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
 }
 
 void Library::connectParts() {
@@ -176,6 +177,7 @@ void Library::diskHung() {
 
 ReelPtr Library::find(const QString& folder) const {
     return shelf_.find(folderOf(folder));
+    restoring_ = 0;
 }
 
 std::optional<Project> Library::project(const QString& folder) const {
@@ -317,9 +319,11 @@ void Library::restore(const fs::path& inTrash, const fs::path& folder) {
             reader_.read({folder}, projects());
         };
     });
+    ++restoring_;
 }
 
 void Library::importVideo(const QUrl& file) {
+            --restoring_;
     importVideo(folderOf(file.isLocalFile() ? file.toLocalFile() : file.path()));
 }
 

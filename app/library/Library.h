@@ -166,6 +166,7 @@ class Library : public QObject {
     std::map<std::string, int> saving_;          // how often each folder waits to be saved
     std::set<std::string> trashing_;
     std::optional<Project> openProject_;
+    int restoring_ = 0;
     bool hasScreenAccess_ = false;
     bool showPermissionSheet_ = false;
     bool showWelcome_ = false;

@@ -63,10 +63,12 @@ void Library::connectParts() {
         emit openProjectChanged();
     });
     connect(&imports_, &ImportQueue::failed, this, &Library::showProblem);
-    connect(&thumbnails_, &ReelThumbnails::thumbnailChanged, &reels_,
-            [this](const QString& folder) { reels_.pictureChanged(folder, ReelList::PictureRole); });
-    connect(&thumbnails_, &ReelThumbnails::scrubFramesChanged, &reels_,
-            [this](const QString& folder) { reels_.pictureChanged(folder, ReelList::ScrubRole); });
+    connect(&thumbnails_, &ReelThumbnails::thumbnailChanged, &reels_, [this](const QString& folder) {
+        reels_.pictureChanged(folder, ReelList::PictureRole, thumbnails_.hasThumbnail(folder));
+    });
+    connect(&thumbnails_, &ReelThumbnails::scrubFramesChanged, &reels_, [this](const QString& folder) {
+        reels_.pictureChanged(folder, ReelList::ScrubRole, thumbnails_.hasScrubFrames(folder));
+    });
     midnight_.setSingleShot(true);
     midnight_.setTimerType(Qt::PreciseTimer);
     connect(&midnight_, &QTimer::timeout, this, &Library::waitForMidnight);

@@ -57,8 +57,9 @@ void Library::connectParts() {
     connect(&recovery_, &LibraryRecovery::rested, this,
             [this](const std::vector<fs::path>& folders) { reader_.read(folders, projects()); });
     connect(&recovery_, &LibraryRecovery::recovered, this, &Library::recovered);
-    connect(&imports_, &ImportQueue::imported, this, [this](const Project& project) {
+    connect(&imports_, &ImportQueue::imported, this, [this](const Project& project, bool wasCancelled) {
         put({project, true});
+        if (wasCancelled) return;
         openProject_ = project;
         emit openProjectChanged();
     });

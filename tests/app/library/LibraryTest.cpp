@@ -221,6 +221,42 @@ TEST_F(LibraryModel, LosesNothingWhenItIsKilledWhileTrashing) {
     }
 }
 
+TEST_F(LibraryModel, PutsAReelBackAlthoughItQuitsRightAfterwards) {
+    putReel(root_ / "d/1", "One");
+    Library& library = open();
+    library.trash(folder("d/1"));
+    ASSERT_TRUE(handleUntil([&] { return !toasts_.empty(); }));
+    toasts_.back().run();
+    library_.reset();
+    EXPECT_TRUE(Project::load(root_ / "d/1"));
+}
+
+TEST_F(LibraryModel, AsksAgainForPicturesThatHadToGo) {
+    for (const char* name : {"d/1", "d/2", "d/3"}) putReel(root_ / name, name);
+    Library& library = open();
+    const auto picture = [&](const char* name) {
+        const ReelList& reels = *library.reels();
+        return reels.data(reels.index(reels.rowOf(folder(name))), ReelList::PictureRole).toInt();
+    };
+    const QImage large(2048, 2048, QImage::Format_ARGB32); // there is room for two
+    for (const char* name : {"d/1", "d/2", "d/3"}) library.thumbnails()->cardReady(folder(name), large);
+    EXPECT_EQ(picture("d/1"), 0);
+    EXPECT_NE(picture("d/2"), 0);
+    library.thumbnails()->forget(folder("d/2"));
+    EXPECT_EQ(picture("d/2"), 0);
+    EXPECT_NE(picture("d/3"), 0);
+}
+
+TEST_F(LibraryModel, DoesNotOpenAnImportThatWasCancelledTooLate) {
+    Library& library = open();
+    const Project project = putReel(root_ / "d/1", "One");
+    emit library.imports()->imported(project, true);
+    EXPECT_EQ(names(), (Names{"One"}));
+    EXPECT_FALSE(library.openProject());
+    emit library.imports()->imported(project, false);
+    EXPECT_TRUE(library.openProject());
+}
+
 TEST_F(LibraryModel, ShowsWhatOthersChange) {
     Library& library = open();
     putReel(root_ / "d/1", "One", 10);

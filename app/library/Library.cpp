@@ -85,6 +85,8 @@ void Library::reload() {
 
 void Library::activated() {
     waitForMidnight();
+    const bool isWaited = access_ == Access::notAnswering && (isLoading_ || reader_.disk().isStuck());
+    if (isWaited && seams_.folder().root() == root_) return;
     if (access_ != Access::readable || !reader_.seesChanges()) reload();
 }
 
@@ -171,16 +173,18 @@ void Library::changedOutside(const LibraryChanges& changes) {
 }
 
 void Library::diskHung() {
+    const bool isKnown =
+        access_ == Access::notAnswering && saving_.empty() && trashing_.empty() && restoring_ == 0;
     saving_.clear();
     trashing_.clear();
+    restoring_ = 0;
     setLoading(false);
     setAccess(Access::notAnswering);
-    showProblem(QStringLiteral("The disk with the reels doesn’t answer"));
+    if (!isKnown) showProblem(QStringLiteral("The disk with the reels doesn’t answer"));
 }
 
 ReelPtr Library::find(const QString& folder) const {
     return shelf_.find(folderOf(folder));
-    restoring_ = 0;
 }
 
 std::optional<Project> Library::project(const QString& folder) const {
@@ -315,18 +319,18 @@ std::function<void()> Library::undoOf(const ReelPtr& reel, const fs::path& inTra
 }
 
 void Library::restore(const fs::path& inTrash, const fs::path& folder) {
+    ++restoring_;
     reader_.disk().post([this, inTrash, folder] {
         auto restored = restoreFromTrash(inTrash, folder);
         return [this, folder, restored = std::move(restored)] {
+            --restoring_;
             if (!restored) return showProblem(QString::fromStdString(restored.error().message));
             reader_.read({folder}, projects());
         };
     });
-    ++restoring_;
 }
 
 void Library::importVideo(const QUrl& file) {
-            --restoring_;
     importVideo(folderOf(file.isLocalFile() ? file.toLocalFile() : file.path()));
 }
 

@@ -73,7 +73,8 @@ class Library : public QObject {
 
     // Reads the disk again; `projects` change when that is done.
     Q_INVOKABLE void reload();
-    // The program has become the active one: reads again what could not be watched.
+    // The program has become the active one: reads again what could not be watched. A disk that hangs is
+    // tried once more, and then left alone until it answers.
     Q_INVOKABLE void activated();
 
     const ReelPtrs& projects() const { return shelf_.all(); } // newest first
@@ -165,8 +166,8 @@ class Library : public QObject {
     std::set<std::string, std::less<>> touched_; // entries that are newer than the scan that runs
     std::map<std::string, int> saving_;          // how often each folder waits to be saved
     std::set<std::string> trashing_;
-    std::optional<Project> openProject_;
     int restoring_ = 0;
+    std::optional<Project> openProject_;
     bool hasScreenAccess_ = false;
     bool showPermissionSheet_ = false;
     bool showWelcome_ = false;

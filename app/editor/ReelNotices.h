@@ -52,6 +52,8 @@ constexpr std::string_view notSaved(int error) {
         case ENOENT:
         case ENOTDIR:
             return "Not saved: the reel’s folder is gone";
+        case EAGAIN:
+            return "Not saved: another program is saving the reel";
         case ETIMEDOUT:
             return "Not saved: the disk doesn’t answer";
         default:

@@ -25,16 +25,6 @@ Toast withUndo(Toast toast, ReelEdits& edits) {
     return toast;
 }
 
-// Zooms that are made again just as they were stay the same ones.
-void keepIdentities(std::vector<ZoomSegment>& zooms, const std::vector<ZoomSegment>& old) {
-    for (ZoomSegment& zoom : zooms) {
-        const auto same = std::ranges::find_if(old, [&](const ZoomSegment& each) {
-            return each.start == zoom.start && each.end == zoom.end && each.scale == zoom.scale;
-        });
-        if (same != old.end()) zoom.id = same->id;
-    }
-}
-
 double nextRate(double rate) {
     const double r = rate + 0.01;
     if (r >= 1 && r < 2) return 2;
@@ -144,7 +134,7 @@ void ShotActions::autoShots() {
     if (!clicks_) return;
     const bool isDone = edits_.edit([&](ProjectSettings& settings) {
         auto zooms = AutoZoom::segments(*clicks_, edits_.duration(), preferences_.defaultZoom());
-        keepIdentities(zooms, settings.zooms);
+        AutoZoom::keepIdentities(zooms, settings.zooms);
         settings.zooms = std::move(zooms);
     });
     selection_.clear();

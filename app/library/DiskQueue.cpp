@@ -33,6 +33,10 @@ bool DiskQueue::waitUntilIdle(milliseconds timeout) {
     return background_.waitUntilIdle(timeout);
 }
 
+bool DiskQueue::isStuck() const {
+    return hangs_ > 1 && progress_->load(std::memory_order_relaxed) == seenProgress_;
+}
+
 void DiskQueue::post(Work work) {
     if (waiting_++ == 0) {
         seenAt_ = std::chrono::steady_clock::now();
@@ -59,11 +63,13 @@ void DiskQueue::watch() {
     if (progress != seenProgress_) {
         seenProgress_ = progress;
         seenAt_ = now;
+        hangs_ = 0;
         return;
     }
     if (now - seenAt_ < timeout_) return;
     background_.abandon();
     ++generation_;
+    ++hangs_;
     waiting_ = 0;
     tick_.stop();
     emit hung();

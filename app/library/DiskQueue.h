@@ -31,6 +31,8 @@ class DiskQueue : public QObject {
     // To be called by long work now and then, from any thread, also when the queue is gone.
     std::function<void()> progress() const;
     bool isBusy() const { return waiting_ > 0; }
+    // Tasks were left behind twice, and not even those have made progress since.
+    bool isStuck() const;
     // False when tasks still wait or run at the end of the timeout. Their results are not published yet.
     [[nodiscard]] bool waitUntilIdle(std::chrono::milliseconds timeout);
 
@@ -48,6 +50,7 @@ class DiskQueue : public QObject {
     QTimer tick_; // while there is work
     std::uint64_t generation_ = 0;
     int waiting_ = 0; // and running
+    int hangs_ = 0;   // since there was progress
     std::uint64_t seenProgress_ = 0;
     std::chrono::steady_clock::time_point seenAt_;
 };

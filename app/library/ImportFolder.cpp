@@ -95,23 +95,13 @@ ImportFolder::~ImportFolder() {
     for (const fs::path& folder : made_) fs::remove(folder, ignored); // those that are empty
 }
 
-// A rename replaces an empty folder. Somebody may have put something into it.
 Result<fs::path> ImportFolder::publish(const LibraryFolder& library, Timestamp date) {
-    for (int i = 0;; ++i) {
-        auto place = library.newProjectFolder(date);
-        if (!place) return place;
-        if (::rename(path_.c_str(), place->c_str()) == 0) {
-            path_.clear();
-            syncFolder(place->parent_path());
-            syncFolder(library.root());
-            return place;
-        }
-        const int code = errno;
-        std::error_code ignored;
-        fs::remove(*place, ignored);
-        if (code != ENOTEMPTY && code != EEXIST) return cannotWrite(place->parent_path(), code);
-        if (i == kMostTries) return cannotWrite(place->parent_path(), code);
-    }
+    auto place = library.moveToProjectFolder(path_, date);
+    if (!place) return place;
+    path_.clear();
+    syncFolder(place->parent_path());
+    syncFolder(library.root());
+    return place;
 }
 
 } // namespace glintro

@@ -84,11 +84,10 @@ void ImportQueue::progressed(const ImportPtr& import) {
     if (row >= 0) emit dataChanged(index(row), index(row), {ProgressRole, TextRole});
 }
 
-// A cancelled one has left the list; what it made in its last moment is a reel nevertheless.
 void ImportQueue::finished(const ImportPtr& import, const Result<Project>& result) {
     if (const int row = rowOf(import); row >= 0) remove(row);
     if (result)
-        emit imported(*result);
+        emit imported(*result, import->stop.stop_requested());
     else if (!result.error().isCancelled())
         emit failed(QString::fromStdString(result.error().message));
     start();

@@ -42,7 +42,8 @@ class ImportQueue : public QAbstractListModel {
 
   signals:
     void countChanged();
-    void imported(const glintro::Project& project);
+    // One that was cancelled in its last moment is a reel nevertheless.
+    void imported(const glintro::Project& project, bool wasCancelled);
     void failed(const QString& message);
 
   private:

@@ -4,6 +4,7 @@
 #include <QPointer>
 #include <QStringList>
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 #include <memory>
 #include <utility>
@@ -44,7 +45,8 @@ Library::Library(Seams seams, const Timing& timing, QObject* parent)
 
 Library::~Library() {
     reader_.stopScan(); // writes wait behind it
-    if (!saving_.empty() || !trashing_.empty()) static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
+    if (!saving_.empty() || !trashing_.empty() || restoring_ > 0)
+        static_cast<void>(reader_.disk().waitUntilIdle(kLastWrites));
 }
 
 void Library::connectParts() {
@@ -55,16 +57,19 @@ void Library::connectParts() {
     connect(&recovery_, &LibraryRecovery::rested, this,
             [this](const std::vector<fs::path>& folders) { reader_.read(folders, projects()); });
     connect(&recovery_, &LibraryRecovery::recovered, this, &Library::recovered);
-    connect(&imports_, &ImportQueue::imported, this, [this](const Project& project) {
+    connect(&imports_, &ImportQueue::imported, this, [this](const Project& project, bool wasCancelled) {
         put({project, true});
+        if (wasCancelled) return;
         openProject_ = project;
         emit openProjectChanged();
     });
     connect(&imports_, &ImportQueue::failed, this, &Library::showProblem);
-    connect(&thumbnails_, &ReelThumbnails::thumbnailChanged, &reels_,
-            [this](const QString& folder) { reels_.pictureChanged(folder, ReelList::PictureRole); });
-    connect(&thumbnails_, &ReelThumbnails::scrubFramesChanged, &reels_,
-            [this](const QString& folder) { reels_.pictureChanged(folder, ReelList::ScrubRole); });
+    connect(&thumbnails_, &ReelThumbnails::thumbnailChanged, &reels_, [this](const QString& folder) {
+        reels_.pictureChanged(folder, ReelList::PictureRole, thumbnails_.hasThumbnail(folder));
+    });
+    connect(&thumbnails_, &ReelThumbnails::scrubFramesChanged, &reels_, [this](const QString& folder) {
+        reels_.pictureChanged(folder, ReelList::ScrubRole, thumbnails_.hasScrubFrames(folder));
+    });
     midnight_.setSingleShot(true);
     midnight_.setTimerType(Qt::PreciseTimer);
     connect(&midnight_, &QTimer::timeout, this, &Library::waitForMidnight);
@@ -80,6 +85,8 @@ void Library::reload() {
 
 void Library::activated() {
     waitForMidnight();
+    const bool isWaited = access_ == Access::notAnswering && (isLoading_ || reader_.disk().isStuck());
+    if (isWaited && seams_.folder().root() == root_) return;
     if (access_ != Access::readable || !reader_.seesChanges()) reload();
 }
 
@@ -104,17 +111,17 @@ void Library::scanned(const LibraryReading& reading) {
         });
 }
 
-// Of reels whose settings are not what they were. Both lists are in one order.
+// Of reels that have gone, or whose settings are not what they were. Both lists are in one order.
 void Library::refreshCards(const ReelPtrs& before) {
-    auto old = before.begin();
-    for (const ReelPtr& reel : projects()) {
-        old = std::find_if(old, before.end(), [&](const ReelPtr& each) {
-            return !isListedBefore(each->project, reel->project);
+    auto reel = projects().begin();
+    for (const ReelPtr& old : before) {
+        reel = std::find_if(reel, projects().end(), [&](const ReelPtr& each) {
+            return !isListedBefore(each->project, old->project);
         });
-        if (old == before.end()) return;
-        const Project& known = (*old)->project;
-        if (known == reel->project && known.info.settings != reel->project.info.settings)
-            thumbnails_.looksChanged(reel->project);
+        if (reel == projects().end() || (*reel)->project != old->project)
+            thumbnails_.forget(old->folder);
+        else if (*reel != old && (*reel)->project.info.settings != old->project.info.settings)
+            thumbnails_.looksChanged((*reel)->project);
     }
 }
 
@@ -124,20 +131,19 @@ void Library::entriesRead(const std::vector<EntryReading>& readings) {
     for (const EntryReading& reading : readings) recoverFrom(reading.reading.listing.content);
 }
 
-// What was read of a reel that waits to be saved is old already.
+// What was read of a reel that waits to be saved is old already: of an entry with many, the others count.
 void Library::replaceEntry(const EntryReading& reading) {
     const auto& [entry, read] = reading;
-    const auto isSaved = [&](const ReelPtr& reel) {
+    const auto isSaving = [&](const ReelPtr& reel) {
         return saving_.contains(reel->project.folder().native());
     };
-    if (saving_.contains(entry.native()) || std::ranges::any_of(read.reels, isSaved)) return;
-    const ReelPtr before = shelf_.find(entry);
-    shelf_.replaceEntry(entry, read.reels);
+    ReelPtrs reels = read.reels;
+    std::erase_if(reels, isSaving);
+    std::ranges::copy_if(shelf_.allBelow(entry), std::back_inserter(reels), isSaving);
+    const ReelPtrs before = projects();
+    shelf_.replaceEntry(entry, reels);
     touched_.insert(entry.native());
-    const ReelPtr after = shelf_.find(entry);
-    if (before && !after) thumbnails_.forget(before->folder);
-    if (before && after && before->project.info.settings != after->project.info.settings)
-        thumbnails_.looksChanged(after->project);
+    refreshCards(before);
 }
 
 void Library::recoverFrom(const FolderContent& content) {
@@ -167,11 +173,14 @@ void Library::changedOutside(const LibraryChanges& changes) {
 }
 
 void Library::diskHung() {
+    const bool isKnown =
+        access_ == Access::notAnswering && saving_.empty() && trashing_.empty() && restoring_ == 0;
     saving_.clear();
     trashing_.clear();
+    restoring_ = 0;
     setLoading(false);
     setAccess(Access::notAnswering);
-    showProblem(QStringLiteral("The disk with the reels doesn’t answer"));
+    if (!isKnown) showProblem(QStringLiteral("The disk with the reels doesn’t answer"));
 }
 
 ReelPtr Library::find(const QString& folder) const {
@@ -239,16 +248,20 @@ void Library::save(const Project& project, std::function<void(ProjectInfo&)> cha
             change(info);
             return {};
         };
-        const bool isSaved = updateProject(project.folder(), apply).has_value();
-        return [this, project, isSaved] { saved(project, isSaved); };
+        const auto result = updateProject(project.folder(), apply);
+        return [this, project, result] { saved(project, result); };
     });
 }
 
-void Library::saved(const Project& project, bool isSaved) {
+void Library::saved(const Project& project, const Result<void>& result) {
     const auto waiting = saving_.find(project.folder().native());
     if (waiting != saving_.end() && --waiting->second <= 0) saving_.erase(waiting);
-    if (!isSaved)
-        showProblem(QStringLiteral("“%1” couldn’t be saved").arg(QString::fromStdString(project.info.name)));
+    if (!result)
+        showProblem(QStringLiteral("“%1” couldn’t be saved%2")
+                        .arg(QString::fromStdString(project.info.name),
+                             result.error().nativeCode == EAGAIN
+                                 ? QStringLiteral(": another program is saving it")
+                                 : QString()));
     reader_.read({project.folder()}, projects()); // what others have written meanwhile
 }
 
@@ -306,9 +319,11 @@ std::function<void()> Library::undoOf(const ReelPtr& reel, const fs::path& inTra
 }
 
 void Library::restore(const fs::path& inTrash, const fs::path& folder) {
+    ++restoring_;
     reader_.disk().post([this, inTrash, folder] {
         auto restored = restoreFromTrash(inTrash, folder);
         return [this, folder, restored = std::move(restored)] {
+            --restoring_;
             if (!restored) return showProblem(QString::fromStdString(restored.error().message));
             reader_.read({folder}, projects());
         };

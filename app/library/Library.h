@@ -73,7 +73,8 @@ class Library : public QObject {
 
     // Reads the disk again; `projects` change when that is done.
     Q_INVOKABLE void reload();
-    // The program has become the active one: reads again what could not be watched.
+    // The program has become the active one: reads again what could not be watched. A disk that hangs is
+    // tried once more, and then left alone until it answers.
     Q_INVOKABLE void activated();
 
     const ReelPtrs& projects() const { return shelf_.all(); } // newest first
@@ -141,7 +142,7 @@ class Library : public QObject {
     void restore(const std::filesystem::path& inTrash, const std::filesystem::path& folder);
     // `change` is made to what the project file holds then.
     void save(const Project& project, std::function<void(ProjectInfo&)> change);
-    void saved(const Project& project, bool isSaved);
+    void saved(const Project& project, const Result<void>& result);
     void show(const QString& text, const QString& symbol);
     void showProblem(const QString& text);
     void setAccess(Access access);
@@ -165,6 +166,7 @@ class Library : public QObject {
     std::set<std::string, std::less<>> touched_; // entries that are newer than the scan that runs
     std::map<std::string, int> saving_;          // how often each folder waits to be saved
     std::set<std::string> trashing_;
+    int restoring_ = 0;
     std::optional<Project> openProject_;
     bool hasScreenAccess_ = false;
     bool showPermissionSheet_ = false;

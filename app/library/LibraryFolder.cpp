@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "app/library/FolderMove.h"
 #include "core/base/FileIO.h"
 
 namespace glintro {
@@ -133,20 +134,30 @@ Result<fs::path> LibraryFolder::makeDayFolder(Timestamp date) const {
     return day;
 }
 
+Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
+    return claimProjectFolder(
+        date, [](const fs::path& folder) { return ::mkdir(folder.c_str(), kOwnerOnly) == 0 ? 0 : errno; });
+}
+
+Result<fs::path> LibraryFolder::moveToProjectFolder(const fs::path& folder, Timestamp date) const {
+    return claimProjectFolder(date, [&](const fs::path& to) { return renameToFreeName(folder, to); });
+}
+
 // Making the folder is the test of whether its name is free: nobody can come in between. An import that was
 // cancelled may remove the day's folder just before.
-Result<fs::path> LibraryFolder::newProjectFolder(Timestamp date) const {
+Result<fs::path> LibraryFolder::claimProjectFolder(Timestamp date, const Claim& claim) const {
     const std::string time = fmt::format("{:%H.%M.%S}", localTime(date));
     auto day = makeDayFolder(date);
     for (int number = 1, vanished = 0; day;) {
         fs::path folder = *day / (number == 1 ? time : fmt::format("{}-{}", time, number));
-        if (::mkdir(folder.c_str(), kOwnerOnly) == 0) return folder;
-        if (errno == EEXIST) {
+        const int code = claim(folder);
+        if (code == 0) return folder;
+        if (code == EEXIST) {
             ++number;
-        } else if (errno == ENOENT && ++vanished < kMostVanishings) {
+        } else if (code == ENOENT && ++vanished < kMostVanishings) {
             day = makeDayFolder(date);
         } else {
-            return cannotMake(folder, errno);
+            return cannotMake(folder, code);
         }
     }
     return day;

@@ -41,6 +41,11 @@ class LibraryFolder {
     // can be read by its owner only: a recording may show anything.
     [[nodiscard]] Result<std::filesystem::path> newProjectFolder(Timestamp date) const;
 
+    // Gives a folder that is complete the name that newProjectFolder() would have made, in one step: it must
+    // stand on the library's file system.
+    [[nodiscard]] Result<std::filesystem::path> moveToProjectFolder(const std::filesystem::path& folder,
+                                                                    Timestamp date) const;
+
     // Where reels of a date stand, and the same made with all its parents.
     std::filesystem::path dayFolder(Timestamp date) const;
     [[nodiscard]] Result<std::filesystem::path> makeDayFolder(Timestamp date) const;
@@ -52,6 +57,10 @@ class LibraryFolder {
                                                                 const ReelDefaults& defaults);
 
   private:
+    // Answers 0, EEXIST for a name that is used, or another number of the system.
+    using Claim = std::function<int(const std::filesystem::path& folder)>;
+    [[nodiscard]] Result<std::filesystem::path> claimProjectFolder(Timestamp date, const Claim& claim) const;
+
     std::filesystem::path root_;
 };
 

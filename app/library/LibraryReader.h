@@ -45,6 +45,9 @@ class LibraryReader : public QObject {
     // Reads entries of the root and of its days.
     void read(const std::vector<std::filesystem::path>& entries, const ReelPtrs& known);
 
+    // The scan that runs says nothing any more.
+    void stopScan() { scanning_.request_stop(); }
+
     DiskQueue& disk() { return disk_; }
     // Whether changes from outside are told by themselves.
     bool seesChanges() const { return watch_ && watch_->isComplete(); }

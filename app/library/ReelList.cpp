@@ -163,8 +163,12 @@ int ReelList::rowOf(const QString& folder) const {
     return found == reels_.end() ? -1 : static_cast<int>(found - reels_.begin());
 }
 
-void ReelList::pictureChanged(const QString& folder, int role) {
-    (role == ScrubRole ? scrubs_ : cards_)[folder] = ++lastPicture_;
+void ReelList::pictureChanged(const QString& folder, int role, bool hasPicture) {
+    QHash<QString, int>& pictures = role == ScrubRole ? scrubs_ : cards_;
+    if (hasPicture)
+        pictures[folder] = ++lastPicture_;
+    else
+        pictures.remove(folder);
     const int row = rowOf(folder);
     if (row >= 0) emit dataChanged(index(row), index(row), {role});
 }

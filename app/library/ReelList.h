@@ -48,7 +48,7 @@ class ReelList : public QAbstractListModel {
     // Call when a day has begun, or the clock was set: titles are another.
     void refreshDays();
     // A reel has a new picture, or has lost it.
-    void pictureChanged(const QString& folder, int role);
+    void pictureChanged(const QString& folder, int role, bool hasPicture);
 
     int count() const { return static_cast<int>(reels_.size()); }
     const ReelPtrs& reels() const { return reels_; }

@@ -36,6 +36,13 @@ ReelPtr ReelShelf::find(const fs::path& folder) const {
     return found == all_.end() ? nullptr : *found;
 }
 
+ReelPtrs ReelShelf::allBelow(const fs::path& entry) const {
+    ReelPtrs reels;
+    std::ranges::copy_if(all_, std::back_inserter(reels),
+                         [&](const ReelPtr& reel) { return isAtOrBelow(reel->project.folder(), entry); });
+    return reels;
+}
+
 void ReelShelf::replaceAll(ReelPtrs reels, const Entries& except) {
     const auto isExcepted = [&](const ReelPtr& reel) {
         const std::string_view folder = reel->project.folder().native();

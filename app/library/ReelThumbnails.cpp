@@ -1,5 +1,6 @@
 #include "app/library/ReelThumbnails.h"
 
+#include <QStringList>
 #include <numeric>
 #include <utility>
 
@@ -13,6 +14,14 @@ constexpr int kScrubRoom = 32 * 1024;
 
 int costOf(const QImage& image) {
     return static_cast<int>(image.sizeInBytes() / 1024) + 1;
+}
+
+// Those that had to go when `added` came.
+QStringList droppedOf(const QStringList& before, const QString& added, const auto& cache) {
+    QStringList dropped;
+    for (const QString& folder : before)
+        if (folder != added && !cache.contains(folder)) dropped << folder;
+    return dropped;
 }
 
 } // namespace
@@ -52,21 +61,25 @@ void ReelThumbnails::looksChanged(const Project& project) {
 
 void ReelThumbnails::forget(const QString& folder) {
     cancel(folder);
-    thumbnails_.remove(folder);
-    scrubFrames_.remove(folder);
+    if (thumbnails_.remove(folder)) emit thumbnailChanged(folder);
+    if (scrubFrames_.remove(folder)) emit scrubFramesChanged(folder);
 }
 
 void ReelThumbnails::cardReady(const QString& folder, const QImage& picture) {
+    const QStringList before = thumbnails_.keys();
     thumbnails_.insert(folder, new QImage(picture), costOf(picture));
     emit thumbnailChanged(folder);
+    for (const QString& other : droppedOf(before, folder, thumbnails_)) emit thumbnailChanged(other);
 }
 
 void ReelThumbnails::scrubReady(const QString& folder, const QList<QImage>& frames) {
     loadingScrubs_.remove(folder);
     const int cost = std::accumulate(frames.begin(), frames.end(), 0,
                                      [](int sum, const QImage& frame) { return sum + costOf(frame); });
+    const QStringList before = scrubFrames_.keys();
     scrubFrames_.insert(folder, new QList<QImage>(frames), cost);
     emit scrubFramesChanged(folder);
+    for (const QString& other : droppedOf(before, folder, scrubFrames_)) emit scrubFramesChanged(other);
 }
 
 void ReelThumbnails::scrubFailed(const QString& folder) {

@@ -32,6 +32,9 @@ class ReelThumbnails : public QObject {
     // Null or empty when there is none. Asking counts as looking.
     QImage thumbnail(const QString& folder) const;
     QList<QImage> scrubFrames(const QString& folder) const;
+    // Asking this does not.
+    bool hasThumbnail(const QString& folder) const { return thumbnails_.contains(folder); }
+    bool hasScrubFrames(const QString& folder) const { return scrubFrames_.contains(folder); }
 
     // Does nothing when the picture is there.
     void makeThumbnail(const Project& project);
@@ -50,6 +53,7 @@ class ReelThumbnails : public QObject {
     void scrubFailed(const QString& folder);
 
   signals:
+    // Also when it is gone, to make room or because it was forgotten.
     void thumbnailChanged(const QString& folder);
     void scrubFramesChanged(const QString& folder);
 

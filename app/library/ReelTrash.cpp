@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <ctime>
 #include <string>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "app/library/FolderMove.h"
 #include "app/library/TrashFolder.h"
 #include "core/base/FileDescriptor.h"
 #include "core/base/FileIO.h"
@@ -73,15 +73,6 @@ void makeParent(const fs::path& folder, std::error_code& error) {
         error.assign(errno, std::generic_category());
 }
 
-// Never over anything, where the file system can do that.
-int renameToFreeName(const fs::path& from, const fs::path& to) {
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-    if (errno != EINVAL && errno != ENOSYS) return errno;
-    std::error_code ignored;
-    if (fs::exists(fs::symlink_status(to, ignored))) return EEXIST;
-    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
 // Under its own name, or with the first number that is free. The note is written first: without it, what lies
 // in the Trash could not be put back.
 int moveUnder(const TrashFolder& trash, const std::string& name, const fs::path& folder) {
@@ -89,7 +80,7 @@ int moveUnder(const TrashFolder& trash, const std::string& name, const fs::path&
     if (const int code = writeNewFile(info, infoOf(folder, trash))) return code;
     const int code = renameToFreeName(folder, trash.files() / name);
     if (code != 0) ::unlink(info.c_str());
-    return code == ENOTEMPTY ? EEXIST : code;
+    return code;
 }
 
 } // namespace
@@ -117,7 +108,7 @@ Result<void> restoreFromTrash(const fs::path& inTrash, const fs::path& folder) {
     std::error_code error;
     makeParent(folder, error);
     const int code = error ? error.value() : renameToFreeName(inTrash, folder);
-    if (code == EEXIST || code == ENOTEMPTY)
+    if (code == EEXIST)
         return failure("Another reel stands where this one was, so it was left in the Trash.", {}, code);
     if (code == ENOENT) return failure("The reel is no longer in the Trash.", {}, code);
     if (code != 0)

@@ -1,6 +1,7 @@
 #include "app/shell/EditCommand.h"
 
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -24,6 +25,18 @@ Result<Project> openToEdit(const fs::path& folder) {
         return failure(
             fmt::format("“{}” is being recorded right now. Stop the recording first.", folder.string()));
     return openReel(folder);
+}
+
+// A reel without the file has no clicks. One whose file is damaged would lose the zooms made from them.
+Result<RecordingEvents> eventsToEditWith(const Project& project) {
+    std::error_code ignored;
+    auto events = readEvents(project.eventsURL());
+    if (events) return events;
+    if (fs::status(project.eventsURL(), ignored).type() == fs::file_type::not_found) return RecordingEvents{};
+    return failure(
+        fmt::format("The clicks of “{}” (events.json) can’t be read, so no zooms can be made from them.",
+                    project.folder().string()),
+        events.error().detail, events.error().nativeCode);
 }
 
 // What the file holds at the moment of the change, edited, is what is answered and saved.
@@ -57,7 +70,11 @@ Result<void> runEdit(const EditArguments& arguments, const ReelFinder& reels, do
     auto project = openToEdit(*folder);
     if (!project) return std::unexpected(project.error());
     EditInputs inputs{.defaultZoom = defaultZoom};
-    if (arguments.script.needsClicks()) inputs.clicks = eventsOrWarning(*project, console).clicks;
+    if (arguments.script.needsClicks()) {
+        auto events = eventsToEditWith(*project);
+        if (!events) return std::unexpected(events.error());
+        inputs.clicks = std::move(events->clicks);
+    }
     auto edited = arguments.isDryRun ? arguments.script.apply(project->info, inputs)
                                      : editAndSave(*folder, arguments.script, inputs);
     if (!edited) return std::unexpected(edited.error());

@@ -98,7 +98,10 @@ Result<void> runImport(const ImportArguments& arguments, const LibraryFolder& li
     std::size_t failures = 0;
     for (const fs::path& file : arguments.files) {
         const auto reel = importFile(file, library, defaults, stop.token());
-        if (!reel && (count == 1 || reel.error().isCancelled())) return std::unexpected(reel.error());
+        if (!reel && (count == 1 || reel.error().isCancelled())) {
+            if (count > 1 && arguments.report == Report::json) printJson(all, console); // what was imported
+            return std::unexpected(reel.error());
+        }
         if (!reel) console.warn(fmt::format("{}: {}", file.string(), reel.error().message));
         if (reel && arguments.report == Report::text) printLine(*reel, console);
         failures += reel ? 0 : 1;

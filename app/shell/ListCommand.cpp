@@ -61,7 +61,7 @@ std::vector<DayGroup> LibraryReport::days() const {
     return dayGroups(created, calendar_);
 }
 
-// Relative to the library: short, and what other commands accept when they run in the library.
+// Relative to the library: short, and what other commands accept.
 std::string LibraryReport::folderText(const fs::path& folder) const {
     return printable(folder.lexically_relative(root_).string());
 }

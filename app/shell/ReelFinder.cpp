@@ -44,11 +44,21 @@ Failure ambiguity(const std::string& name, const std::vector<fs::path>& folders)
     return {text + "."};
 }
 
+// A folder as “list” shows it: relative to the library. Empty when there is none.
+fs::path folderInLibrary(const fs::path& named, const fs::path& root) {
+    std::error_code ignored;
+    const fs::path below = named.lexically_normal();
+    if (below.is_absolute() || below.empty() || *below.begin() == "..") return {};
+    return fs::is_directory(root / below, ignored) ? root / below : fs::path();
+}
+
 } // namespace
 
 Result<fs::path> ReelFinder::find(const fs::path& named) const {
     std::error_code error;
     if (named.empty() || fs::status(named, error).type() != fs::file_type::not_found) return named;
+    const fs::path inLibrary = folderInLibrary(named, library_.root());
+    if (named.has_parent_path() && !inLibrary.empty()) return inLibrary;
     const std::vector<ListedReel> reels = scanLibrary(library_.root()).content.reels;
     if (named == "latest") {
         if (!reels.empty()) return reels.front().project.folder();
@@ -56,7 +66,8 @@ Result<fs::path> ReelFinder::find(const fs::path& named) const {
     }
     const std::vector<fs::path> folders = foldersOf(named.string(), reels);
     if (folders.size() > 1) return std::unexpected(ambiguity(named.string(), folders));
-    return folders.empty() ? named : folders.front();
+    if (!folders.empty()) return folders.front();
+    return inLibrary.empty() ? named : inLibrary;
 }
 
 } // namespace glintro

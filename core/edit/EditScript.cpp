@@ -47,7 +47,7 @@ class Editing {
     ProjectSettings& settings() { return info_.settings; }
     std::vector<Shot> shots() const { return Storyboard::shots(info_.settings, info_.duration); }
     std::expected<Shot, std::string> shot(std::int64_t number) const;
-    bool canMove(Seconds edge) const;
+    bool canMove(Seconds from, Seconds edge) const;
 
     ProjectInfo& info_;
     const EditInputs& inputs_;
@@ -121,18 +121,20 @@ Editing::Outcome Editing::operator()(const MoveEdge& move) {
         edges, [&](Seconds each) { return std::abs(each - move.from) < Storyboard::kSameMoment; });
     if (edge == edges.end())
         return refused(fmt::format("no edge is within {} s of {}", Storyboard::kSameMoment, move.from));
-    if (!canMove(*edge)) return refused("the edges beside it are too close");
+    if (!canMove(move.from, *edge)) return refused("the edges beside it are too close");
     const Seconds moved = Storyboard::moveBoundary(settings(), move.from, move.to, info_.duration);
     return fmt::format("Edge moved from {} to {} s", milliseconds(*edge), milliseconds(moved));
 }
 
-// Neither to the left nor to the right is there room for an edge without any.
-bool Editing::canMove(Seconds edge) const {
+// Neither to the left nor to the right is there room for an edge without any. It is tried by the time that
+// was given: another edge may be as near to this one.
+bool Editing::canMove(Seconds from, Seconds edge) const {
     const auto reaches = [&](Seconds to) {
         ProjectSettings tried = info_.settings;
-        return Storyboard::moveBoundary(tried, edge, to, info_.duration);
+        return Storyboard::moveBoundary(tried, from, to, info_.duration);
     };
-    return reaches(-kInfinity) != edge || reaches(kInfinity) != edge;
+    const Seconds left = reaches(-kInfinity);
+    return reaches(kInfinity) != left || (left != from && left != edge);
 }
 
 Editing::Outcome Editing::operator()(const Trim& trim) {
@@ -160,8 +162,9 @@ Editing::Outcome Editing::operator()(const ApplyLook& look) {
 }
 
 Editing::Outcome Editing::operator()(const RebuildZooms& zooms) {
-    settings().zooms =
-        AutoZoom::segments(inputs_.clicks, info_.duration, zooms.level.value_or(inputs_.defaultZoom));
+    auto made = AutoZoom::segments(inputs_.clicks, info_.duration, zooms.level.value_or(inputs_.defaultZoom));
+    AutoZoom::keepIdentities(made, settings().zooms);
+    settings().zooms = std::move(made);
     const std::size_t count = settings().zooms.size();
     return fmt::format("{} automatic zoom{}", count, count == 1 ? "" : "s");
 }

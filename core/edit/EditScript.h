@@ -37,7 +37,8 @@ class EditScript {
 
     // What the script makes of a reel. Fails with a sentence that names the operation which this reel
     // refuses; shots are counted as the operations before it left them. Segments that operations make have
-    // new random identities, all else depends on the arguments alone.
+    // new random identities, save for automatic zooms that were there before; all else depends on the
+    // arguments alone.
     [[nodiscard]] Result<EditedReel> apply(const ProjectInfo& to, const EditInputs& inputs) const;
 
   private:

@@ -23,13 +23,14 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kLongestWait = std::chrono::seconds(20); // for other processes; a save takes well under one
+// For other processes; a save takes well under a second. Shorter than what a disk is given that may hang.
+constexpr auto kLongestWait = std::chrono::seconds(5);
 constexpr auto kAbandoned = std::chrono::minutes(10);
 constexpr auto kRetry = std::chrono::milliseconds(5);
 
 Failure busyFailure(const fs::path& folder) {
-    return {fmt::format("“{}” is being changed by another program all the time. Try again later.",
-                        folder.string())};
+    return {
+        fmt::format("“{}” is being saved by another program. Try again later.", folder.string()), {}, EAGAIN};
 }
 
 // Equal for two looks at a file that nobody has written or replaced between them.

@@ -18,7 +18,8 @@ namespace glintro {
 //
 // So `change` may be called several times. Nothing is written when it fails, or leaves the record as it is.
 // Unfinished files that killed processes have left beside it are removed after ten minutes.
-// Waits for the disk and for other processes: not for the main thread.
+// Waits for the disk, and up to five seconds for other processes, after which nativeCode is EAGAIN: not for
+// the main thread.
 [[nodiscard]] Result<void> updateProject(const std::filesystem::path& folder,
                                          const std::function<Result<void>(ProjectInfo&)>& change);
 

@@ -75,4 +75,15 @@ std::vector<ZoomSegment> AutoZoom::segments(const std::vector<EventSample>& clic
     return zooms;
 }
 
+void AutoZoom::keepIdentities(std::vector<ZoomSegment>& zooms, const std::vector<ZoomSegment>& old) {
+    auto from = old.begin();
+    for (ZoomSegment& zoom : zooms) {
+        from =
+            std::find_if(from, old.end(), [&](const ZoomSegment& each) { return each.start >= zoom.start; });
+        if (from == old.end()) return;
+        if (from->start == zoom.start && from->end == zoom.end && from->scale == zoom.scale)
+            zoom.id = from->id;
+    }
+}
+
 } // namespace glintro

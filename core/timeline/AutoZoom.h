@@ -21,6 +21,10 @@ struct AutoZoom {
     // ascends and does not overlap; it is empty for a recording of a second or less.
     static std::vector<ZoomSegment> segments(const std::vector<EventSample>& clicks, Seconds duration,
                                              double level);
+
+    // Zooms that are made again just as they were stay the same ones: gives those of `zooms` that equal one
+    // of `old` its identity. Both ascend.
+    static void keepIdentities(std::vector<ZoomSegment>& zooms, const std::vector<ZoomSegment>& old);
 };
 
 } // namespace glintro

@@ -221,6 +221,42 @@ TEST_F(LibraryModel, LosesNothingWhenItIsKilledWhileTrashing) {
     }
 }
 
+TEST_F(LibraryModel, PutsAReelBackAlthoughItQuitsRightAfterwards) {
+    putReel(root_ / "d/1", "One");
+    Library& library = open();
+    library.trash(folder("d/1"));
+    ASSERT_TRUE(handleUntil([&] { return !toasts_.empty(); }));
+    toasts_.back().run();
+    library_.reset();
+    EXPECT_TRUE(Project::load(root_ / "d/1"));
+}
+
+TEST_F(LibraryModel, AsksAgainForPicturesThatHadToGo) {
+    for (const char* name : {"d/1", "d/2", "d/3"}) putReel(root_ / name, name);
+    Library& library = open();
+    const auto picture = [&](const char* name) {
+        const ReelList& reels = *library.reels();
+        return reels.data(reels.index(reels.rowOf(folder(name))), ReelList::PictureRole).toInt();
+    };
+    const QImage large(2048, 2048, QImage::Format_ARGB32); // there is room for two
+    for (const char* name : {"d/1", "d/2", "d/3"}) library.thumbnails()->cardReady(folder(name), large);
+    EXPECT_EQ(picture("d/1"), 0);
+    EXPECT_NE(picture("d/2"), 0);
+    library.thumbnails()->forget(folder("d/2"));
+    EXPECT_EQ(picture("d/2"), 0);
+    EXPECT_NE(picture("d/3"), 0);
+}
+
+TEST_F(LibraryModel, DoesNotOpenAnImportThatWasCancelledTooLate) {
+    Library& library = open();
+    const Project project = putReel(root_ / "d/1", "One");
+    emit library.imports()->imported(project, true);
+    EXPECT_EQ(names(), (Names{"One"}));
+    EXPECT_FALSE(library.openProject());
+    emit library.imports()->imported(project, false);
+    EXPECT_TRUE(library.openProject());
+}
+
 TEST_F(LibraryModel, ShowsWhatOthersChange) {
     Library& library = open();
     putReel(root_ / "d/1", "One", 10);
@@ -326,11 +362,21 @@ TEST_F(LibraryModel, LeavesADiskThatHangsBehind) {
     EXPECT_FALSE(library.isLoading());
     EXPECT_EQ(library.accessTitle(), "The reels can’t be read");
     EXPECT_EQ(lastToast(), "The disk with the reels doesn’t answer");
-    *hangs = false;
+    toasts_.clear();
     library.activated();
-    ASSERT_TRUE(handleUntil([&] { return library.access() == Library::Access::readable; }));
-    EXPECT_EQ(names(), (Names{"One"}));
+    EXPECT_TRUE(library.isLoading()) << "it is tried once more";
+    ASSERT_TRUE(handleUntil([&] { return !library.isLoading(); }));
+    library.activated();
+    EXPECT_FALSE(library.isLoading()) << "but not for ever";
+    EXPECT_EQ(lastToast(), "") << "it was told already";
     released->set_value();
+    *hangs = false;
+    const auto recovers = [&] {
+        library.activated();
+        return library.access() == Library::Access::readable;
+    };
+    ASSERT_TRUE(handleUntil(recovers));
+    EXPECT_EQ(names(), (Names{"One"}));
     std::this_thread::sleep_for(50ms);
     QCoreApplication::processEvents();
     EXPECT_EQ(names(), (Names{"One"}));

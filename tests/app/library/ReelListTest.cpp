@@ -152,8 +152,10 @@ TEST(ReelList, SaysWhatACardShows) {
     EXPECT_FALSE(role(ReelList::HasCameraRole).toBool());
     EXPECT_EQ(list.dayList().at(0).toMap()["durationText"], "1:15");
     EXPECT_EQ(role(ReelList::PictureRole), 0);
-    list.pictureChanged("/library/a", ReelList::PictureRole);
+    list.pictureChanged("/library/a", ReelList::PictureRole, true);
     EXPECT_NE(role(ReelList::PictureRole), 0);
+    list.pictureChanged("/library/a", ReelList::PictureRole, false);
+    EXPECT_EQ(role(ReelList::PictureRole), 0);
     EXPECT_FALSE(list.data(list.index(7), ReelList::NameRole).isValid());
 }
 

@@ -55,6 +55,8 @@ TEST_F(EditCommandTest, EditsTheReelThatIsMeant) {
         {"/", "older", older},
         {"/", "DÉMO / two", newer},
         {"/", "latest", newer},
+        {"/", "2026-11-22/b", newer},
+        {"/", "a", older},
         {work_ / "here", "latest", work_ / "here/latest"},
         {work_ / "here", "./latest/", work_ / "here/latest"},
     };
@@ -116,6 +118,8 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
     const auto journal = TakeJournal::create(library_ / "rec").value();
     put("bad", "Bad");
     test::putFile(library_ / "bad/project.json", "{");
+    put("deaf", "Deaf");
+    test::putFile(library_ / "deaf/events.json", "{");
     const std::string recorded = library_ / "rec";
     const struct {
         std::vector<std::string> arguments;
@@ -139,6 +143,7 @@ TEST_F(EditCommandTest, ChangesNoByteWhenItRefuses) {
          "glintro: There is no folder “Nobody”, and the library has no reel of that name.\n"},
         {{recorded, "cut", "1"}, 1, "is being recorded right now. Stop the recording first."},
         {{library_ / "bad", "cut", "1"}, 1, "is damaged: “glintro recover” rebuilds it."},
+        {{"Deaf", "auto-zoom"}, 1, "(events.json) can’t be read, so no zooms can be made from them.\n"},
     };
     const auto before = test::filesIn(library_);
     for (const auto& row : rows) {

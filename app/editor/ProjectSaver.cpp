@@ -135,6 +135,7 @@ void ProjectSaver::finishSave(int ticket, const Outcome& outcome) {
 // What another program changed goes into the newest value, and the news to those who show it.
 void ProjectSaver::absorb(const ProjectFile::News& news) {
     onDisk_ = news.now;
+    isDamaged_ = news.isDamaged; // or half written: it is looked at once more before it is replaced
     const ProjectInfo ours = newest_;
     if (news.theirs) {
         const bool isRenamed = ours.name == news.before.name && news.theirs->name != ours.name;

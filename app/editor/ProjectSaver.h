@@ -16,7 +16,7 @@ namespace glintro {
 // Keeps the project file of an open reel up to date, without the main thread ever waiting for the disk: the
 // newest value is written 600 ms after the last change, and a save that failed is tried again until it
 // succeeds. Other programs may write the file too. What they changed comes in, unless it was changed here as
-// well: then the later save holds. Main thread.
+// well: then the later save holds. A file that they damage is written anew. Main thread.
 //
 //   saved ──change──► unsaved ──600 ms──► saving ──► saved
 //                                            └──► failed ──change, back-off, "Try again"──► failed or saved
@@ -76,7 +76,7 @@ class ProjectSaver : public QObject {
     struct Worker;
     using Outcome = Result<ProjectFile::News>;
 
-    bool isUnsaved() const { return newest_ != onDisk_; }
+    bool isUnsaved() const { return isDamaged_ || newest_ != onDisk_; }
     void schedule();
     void awaitDisk();
     void scheduleLook();
@@ -92,7 +92,8 @@ class ProjectSaver : public QObject {
 
     const Project project_;
     ProjectInfo newest_;
-    ProjectInfo onDisk_; // as far as this thread knows
+    ProjectInfo onDisk_;     // as far as this thread knows
+    bool isDamaged_ = false; // what is on the disk
     State state_ = State::saved;
     QString message_;        // of the failure that was not yet overcome; empty for none
     ProjectInfo handedOver_; // to the thread last, with this ticket

@@ -298,6 +298,40 @@ TEST_F(ProjectSaverTest, AFileThatNobodyCanReadIsKeptBesideTheNewOne) {
     EXPECT_EQ(readFile(saving.project.damagedURL(), 100).value_or(""), "{ half");
 }
 
+// Else a library that watches the folder would rebuild it, with the settings of a new reel.
+TEST_F(ProjectSaverTest, AFileThatAnotherProgramDamagesIsWrittenAnewWithoutAChangeFromHere) {
+    Saving saving(makeProject(folder / "reel"), time);
+    saving.setPadding(0.1);
+    saving.saver.saveNow();
+    ASSERT_TRUE(saving.reaches(State::saved));
+    saving.saver.watch();
+    ASSERT_TRUE(saving.looksAgain(time));
+    std::ofstream(saving.project.infoURL()) << "{ half";
+    ASSERT_TRUE(handleUntil([&] {
+        time.pass(50ms);
+        return saving.saves == 2;
+    }));
+    EXPECT_EQ(saving.saver.state(), State::saved);
+    EXPECT_EQ(onDisk(saving.project).settings.padding, 0.1);
+    EXPECT_EQ(readFile(saving.project.damagedURL(), 100).value_or(""), "{ half");
+
+    // One that was only half written when it was looked at comes in whole.
+    ProjectInfo theirs = onDisk(saving.project);
+    theirs.settings.shadow = 0.1;
+    std::ofstream(saving.project.infoURL()) << "{ ha";
+    ASSERT_TRUE(handleUntil([&] {
+        time.pass(50ms);
+        return saving.saver.state() == State::unsaved;
+    }));
+    std::ofstream(saving.project.infoURL()) << *encodeProjectInfo(theirs);
+    ASSERT_TRUE(handleUntil([&] {
+        time.pass(50ms);
+        return !saving.arrived.empty();
+    }));
+    EXPECT_EQ(saving.saver.newest().settings.padding, 0.1);
+    EXPECT_EQ(onDisk(saving.project).settings.shadow, 0.1);
+}
+
 // Two that save as fast as they can: every reader sees a whole file, and the last word is somebody's.
 TEST_F(ProjectSaverTest, NothingIsTornBetweenTwoProcesses) {
     Saving saving(makeProject(folder / "reel"), time);

@@ -218,6 +218,37 @@ TEST_F(ReelPlayerTest, ShowsTheWallpaperHoweverLateItComes) {
     }
 }
 
+// While one is being loaded, for however long.
+TEST_F(ReelPlayerTest, LoadsTheWallpaperOfTheNewestSizeOnly) {
+    struct Loading {
+        std::atomic<bool> mayEnd = false;
+        std::atomic<int> count = 0;
+        std::atomic<int> width = 0;
+    };
+    const auto loading = std::make_shared<Loading>();
+    settings.background = BackgroundKind::wallpaper;
+    auto handed = parts();
+    handed.loadWallpaper = [loading](PixelSize canvas) {
+        loading->mayEnd.wait(false);
+        loading->width = canvas.width;
+        ++loading->count;
+        return nullptr;
+    };
+    makePlayer(handed);
+    EXPECT_TRUE(open(2));
+    PixelSize view;
+    for (int i = 1; i <= 10; ++i) {
+        view = {320 + 16 * i, 180 + 9 * i};
+        player->setViewSize(view);
+        EXPECT_TRUE(rests());
+    }
+    loading->mayEnd = true;
+    loading->mayEnd.notify_all();
+    const int newest = canvasWithin(view, settings.aspect, project->sourceSize()).width;
+    EXPECT_TRUE(handleUntil([&] { return loading->width == newest; }));
+    EXPECT_EQ(loading->count, 2);
+}
+
 TEST_F(ReelPlayerTest, CloseLetsGoOfTheFilesAndAnotherReelCanBeOpened) {
     const auto holdsFiles = [&] {
         return std::ranges::any_of(std::filesystem::directory_iterator("/proc/self/fd"), [&](const auto&

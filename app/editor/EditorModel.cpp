@@ -50,10 +50,8 @@ void EditorModel::connectParts() {
     connect(&playback_, &Playback::rested, this, &EditorModel::refreshLooks);
     connect(&actions_, &ShotActions::toastShown, this, &EditorModel::toastShown);
     connect(&actions_, &ShotActions::beeped, this, &EditorModel::beeped);
-    connect(&player_, &PlayerTransport::failed, this, [this] {
-        hasFailed_ = true;
-        emit failureChanged();
-    });
+    connect(&player_, &PlayerTransport::opened, this, [this] { isShown_ = true; });
+    connect(&player_, &PlayerTransport::failed, this, &EditorModel::handlePlayerFailure);
 }
 
 void EditorModel::connectSaver() {
@@ -67,6 +65,8 @@ void EditorModel::connectSaver() {
 
 void EditorModel::open() {
     isOpen_ = true;
+    isShown_ = false;
+    setHasFailed(false);
     player_.open(project(), edits_.settings(), playback_.playerTime());
     saver_.watch();
     reading_.post([post = post_, project = project(), this] {
@@ -155,6 +155,16 @@ void EditorModel::handleGone() {
     emit toastShown({.text = toQt(isGone ? notice::kReelGone : notice::kReelIsBack),
                      .symbol = isGone ? "warning" : "info",
                      .tone = isGone ? Toast::Tone::problem : Toast::Tone::plain});
+}
+
+// A recording that plays but for a frame, or a disk that stalls, leaves the editor of use.
+void EditorModel::handlePlayerFailure(const QString& message) {
+    if (!isShown_) return setHasFailed(true);
+    emit toastShown({.text = message, .symbol = "warning", .tone = Toast::Tone::problem});
+}
+
+void EditorModel::setHasFailed(bool hasFailed) {
+    if (std::exchange(hasFailed_, hasFailed) != hasFailed) emit failureChanged();
 }
 
 void EditorModel::handleMaterial(ReelMaterial material) {

@@ -108,6 +108,8 @@ class EditorModel : public QObject {
     void handleTheirs(const ProjectSettings& theirs);
     void handleOverruled(const ProjectSettings& theirs);
     void handleGone();
+    void handlePlayerFailure(const QString& message);
+    void setHasFailed(bool hasFailed);
     void handleMaterial(ReelMaterial material);
 
     const std::filesystem::path folder_;
@@ -130,7 +132,8 @@ class EditorModel : public QObject {
     bool showsEdge_ = false; // of a drag, instead of the playhead
     bool isOpen_ = false;
     bool hasLooked_ = false; // at the project file, since it was opened
-    bool hasFailed_ = false;
+    bool isShown_ = false;   // by the player, since it was opened
+    bool hasFailed_ = false; // before that
     std::shared_ptr<MainThreadPost> post_;
     BackgroundQueue reading_;
 };

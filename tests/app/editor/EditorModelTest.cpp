@@ -199,6 +199,24 @@ TEST_F(EditorModelTest, RenamesAtOnce) {
     EXPECT_EQ(Project::load(project.folder())->info.name, "Renamed ✂️ reel");
 }
 
+TEST_F(EditorModelTest, OnlyARecordingThatCannotBeOpenedReplacesTheEditor) {
+    const Project project = reelOf("reel");
+    auto model = open(project);
+    emit player.failed("There is no such movie file.");
+    EXPECT_EQ(model->failure().toStdString(), notice::kCannotOpen);
+    EXPECT_TRUE(toasts.empty());
+
+    model = open(project);
+    emit player.opened();
+    emit player.failed("A frame cannot be decoded.");
+    EXPECT_EQ(model->failure(), "");
+    EXPECT_EQ(toasts, std::vector<std::string>{"A frame cannot be decoded."});
+    model->close();
+    model->open();
+    emit player.failed("There is no such movie file.");
+    EXPECT_EQ(model->failure().toStdString(), notice::kCannotOpen);
+}
+
 TEST_F(EditorModelTest, CardsAndLooksGetTheirPictures) {
     const auto project = test::makeReel(folder / "real", {});
     ASSERT_TRUE(project);

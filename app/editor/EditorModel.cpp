@@ -37,7 +37,7 @@ EditorModel::EditorModel(const Project& project, const EditorSurroundings& surro
 }
 
 EditorModel::~EditorModel() {
-    if (isOpen_) close();
+    if (isOpen_) closeAndWait();
     post_->close();
 }
 
@@ -50,12 +50,13 @@ void EditorModel::connectParts() {
     connect(&playback_, &Playback::rested, this, &EditorModel::refreshLooks);
     connect(&actions_, &ShotActions::toastShown, this, &EditorModel::toastShown);
     connect(&actions_, &ShotActions::beeped, this, &EditorModel::beeped);
-    connect(&player_, &PlayerTransport::opened, this, [this] { isShown_ = true; });
+    connect(&player_, &PlayerTransport::opened, this, [this] { isPlayable_ = true; });
     connect(&player_, &PlayerTransport::failed, this, &EditorModel::handlePlayerFailure);
 }
 
 void EditorModel::connectSaver() {
     connect(&saver_, &ProjectSaver::saved, this, &EditorModel::saved);
+    connect(&saver_, &ProjectSaver::closed, this, &EditorModel::closed);
     connect(&saver_, &ProjectSaver::nameArrived, this, &EditorModel::nameChanged);
     connect(&saver_, &ProjectSaver::settingsArrived, this, &EditorModel::handleTheirs);
     connect(&saver_, &ProjectSaver::settingsOverruled, this, &EditorModel::handleOverruled);
@@ -65,7 +66,7 @@ void EditorModel::connectSaver() {
 
 void EditorModel::open() {
     isOpen_ = true;
-    isShown_ = false;
+    isPlayable_ = false;
     setHasFailed(false);
     player_.open(project(), edits_.settings(), playback_.playerTime());
     saver_.watch();
@@ -77,16 +78,24 @@ void EditorModel::open() {
     refreshLooks(kLooksAfterOpening);
 }
 
-bool EditorModel::close() {
-    if (std::exchange(isOpen_, false)) {
-        edits_.endEdgeDrag();
-        edits_.endGesture();
-        playback_.pause();
-        player_.close();
-        pictures_.request({});
-        lookPreviews_.cancel();
-    }
-    return saver_.close();
+void EditorModel::close() {
+    stop();
+    saver_.close();
+}
+
+bool EditorModel::closeAndWait() {
+    stop();
+    return saver_.closeAndWait();
+}
+
+void EditorModel::stop() {
+    if (!std::exchange(isOpen_, false)) return;
+    edits_.endEdgeDrag();
+    edits_.endGesture();
+    playback_.pause();
+    player_.close();
+    pictures_.request({});
+    lookPreviews_.cancel();
 }
 
 // The one place that decides what a change of the settings sets in motion.
@@ -159,7 +168,7 @@ void EditorModel::handleGone() {
 
 // A recording that plays but for a frame, or a disk that stalls, leaves the editor of use.
 void EditorModel::handlePlayerFailure(const QString& message) {
-    if (!isShown_) return setHasFailed(true);
+    if (!isPlayable_) return setHasFailed(true);
     emit toastShown({.text = message, .symbol = "warning", .tone = Toast::Tone::problem});
 }
 

@@ -68,7 +68,7 @@ ProjectSaver::ProjectSaver(const Project& project, const DelayTimers& timers, QO
       queue_(std::make_shared<BackgroundQueue>()) {}
 
 ProjectSaver::~ProjectSaver() {
-    if (!isClosed_) close();
+    if (!isClosed_) closeAndWait();
     worker_->post.close();
 }
 
@@ -123,13 +123,15 @@ void ProjectSaver::finishSave(int ticket, const Outcome& outcome) {
         setIsReelGone(outcome.error().nativeCode == ENOENT);
         setFailure(outcome.error().nativeCode);
         if (!isSaving_) retryLater();
-        return updateState();
+        updateState();
+    } else {
+        setIsReelGone(false);
+        message_.clear();
+        nextRetry_ = kFirstRetry;
+        absorb(*outcome);
+        emit saved(Project(project_.folder(), outcome->now));
     }
-    setIsReelGone(false);
-    message_.clear();
-    nextRetry_ = kFirstRetry;
-    absorb(*outcome);
-    emit saved(Project(project_.folder(), outcome->now));
+    if (isClosed_ && !isSaving_) emit closed(!isUnsaved());
 }
 
 // What another program changed goes into the newest value, and the news to those who show it.
@@ -223,11 +225,16 @@ void ProjectSaver::watchFile() {
     looksAgain_ |= isNew; // for what happened between the last look and now
 }
 
-bool ProjectSaver::close(std::chrono::milliseconds timeout) {
+void ProjectSaver::close() {
     watcher_.reset();
     lookDelay_->stop();
     saveNow();
     isClosed_ = true;
+    if (!isSaving_) worker_->post([this] { emit closed(!isUnsaved()); });
+}
+
+bool ProjectSaver::closeAndWait(std::chrono::milliseconds timeout) {
+    close();
     if (queue_->waitUntilIdle(timeout)) QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     return !isUnsaved() && !isSaving_;
 }

@@ -51,10 +51,13 @@ class ProjectSaver : public QObject {
 
     // Writes at once what is not written. Also the way to try again.
     Q_INVOKABLE void saveNow();
-    // The same, and waits for the disk no longer than the timeout: whether everything is saved. Watching
-    // ends. What is not saved is tried again as long as this object lives; a write that the disk has not
-    // answered yet goes on as long as the program does.
-    bool close(std::chrono::milliseconds timeout = kCloseTimeout);
+    // The same, and watching ends. closed() tells when the disk has answered. What is not saved then is tried
+    // again as long as this object lives; a write that was begun goes on without it, as long as the program
+    // does.
+    void close();
+    // For the program's end: the same, and waits for the disk no longer than the timeout: whether everything
+    // is saved. A saver that was not closed does this when it is destroyed.
+    bool closeAndWait(std::chrono::milliseconds timeout = kCloseTimeout);
 
     State state() const { return state_; }
     QString message() const { return message_; } // what the user is told, when failed
@@ -69,6 +72,8 @@ class ProjectSaver : public QObject {
     // Another program changed the settings, and those from here hold.
     void settingsOverruled(const ProjectSettings& theirs);
     void nameArrived(const std::string& name);
+    // No write goes on any more since close(); again after each further try.
+    void closed(bool isSaved);
     // What watch() looked at first has been judged.
     void looked();
 

@@ -85,8 +85,12 @@ TEST_F(EditorModelTest, CanBeUsedFromItsFirstMoment) {
     EXPECT_EQ(model->edits()->shots()[0].kind, Shot::Kind::cut);
     ASSERT_TRUE(handleUntil([&] { return model->edits()->settings().zooms.size() == 1; }));
     EXPECT_EQ(model->clickTimes(), QList<double>{8});
-    EXPECT_TRUE(model->close());
+    std::vector<bool> closings;
+    QObject::connect(model.get(), &EditorModel::closed, [&](bool isSaved) { closings.push_back(isSaved); });
+    model->close();
     EXPECT_FALSE(player.isOpen);
+    ASSERT_TRUE(handleUntil([&] { return !closings.empty(); }));
+    EXPECT_EQ(closings, std::vector<bool>{true});
     EXPECT_EQ(Project::load(project.folder())->info.settings, model->edits()->settings());
 }
 
@@ -158,7 +162,7 @@ TEST_F(EditorModelTest, ChangesFromElsewhereAreOneStepAndSaid) {
     EXPECT_EQ(toasts, std::vector<std::string>{"This reel was changed outside this window"});
     model->edits()->undo();
     EXPECT_EQ(model->shots()->count(), 1);
-    EXPECT_TRUE(model->close());
+    EXPECT_TRUE(model->closeAndWait());
     EXPECT_EQ(Project::load(project.folder())->info.settings, ProjectSettings());
 }
 
@@ -167,7 +171,7 @@ TEST_F(EditorModelTest, WhenBothChangedTheirsIsReachedByUndo) {
     const auto model = open(project);
     model->panels()->set("padding", 0.2);
     saveElsewhere(project, [](ProjectInfo& theirs) { theirs.settings.shadow = 0; });
-    EXPECT_TRUE(model->saver()->close());
+    EXPECT_TRUE(model->saver()->closeAndWait());
     EXPECT_EQ(toasts, std::vector<std::string>{"This reel was also changed elsewhere. Your version is kept; "
                                                "Undo brings the other one"});
     EXPECT_EQ(Project::load(project.folder())->info.settings.padding, 0.2);

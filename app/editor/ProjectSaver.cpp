@@ -175,8 +175,10 @@ void ProjectSaver::updateState() {
     }
     State state = isSaving_ ? State::saving : isUnsaved() ? State::unsaved : State::saved;
     if (!message_.isEmpty()) state = State::failed;
+    const bool isSame = state == state_ && message_ == toldMessage_;
     state_ = state;
-    emit stateChanged();
+    toldMessage_ = message_;
+    if (!isSame) emit stateChanged();
 }
 
 void ProjectSaver::watch() {

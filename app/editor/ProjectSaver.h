@@ -101,6 +101,7 @@ class ProjectSaver : public QObject {
     bool isDamaged_ = false; // what is on the disk
     State state_ = State::saved;
     QString message_;        // of the failure that was not yet overcome; empty for none
+    QString toldMessage_;    // the one that stateChanged() has told
     ProjectInfo handedOver_; // to the thread last, with this ticket
     int ticket_ = 0;
     bool isSaving_ = false;

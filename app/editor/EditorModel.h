@@ -56,8 +56,8 @@ class EditorModel : public QObject {
     // Lets the player open the reel, and reads what else it holds in the background. Call it once.
     void open();
     // Ends playing and writes what is not saved. Returns at once: closed() tells when the disk has answered.
-    // The settings stay; call it again to try again. A write that was begun goes on without the model, as long
-    // as the program does.
+    // The settings stay; call it again to try again. A write that was begun goes on without the model, as
+    // long as the program does.
     Q_INVOKABLE void close();
     // For the program's end: the same, and waits a bounded time: whether all is saved. A model that is open
     // does this when it is destroyed.
@@ -138,7 +138,7 @@ class EditorModel : public QObject {
     int lastInSight_ = 0;
     bool showsEdge_ = false; // of a drag, instead of the playhead
     bool isOpen_ = false;
-    bool hasLooked_ = false; // at the project file, since it was opened
+    bool hasLooked_ = false;  // at the project file, since it was opened
     bool isPlayable_ = false; // the player has opened the recording
     bool hasFailed_ = false;  // to open it
     std::shared_ptr<MainThreadPost> post_;

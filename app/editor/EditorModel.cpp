@@ -37,7 +37,7 @@ EditorModel::EditorModel(const Project& project, const EditorSurroundings& surro
 }
 
 EditorModel::~EditorModel() {
-    if (isOpen_) close();
+    if (isOpen_) closeAndWait();
     post_->close();
 }
 
@@ -50,14 +50,13 @@ void EditorModel::connectParts() {
     connect(&playback_, &Playback::rested, this, &EditorModel::refreshLooks);
     connect(&actions_, &ShotActions::toastShown, this, &EditorModel::toastShown);
     connect(&actions_, &ShotActions::beeped, this, &EditorModel::beeped);
-    connect(&player_, &PlayerTransport::failed, this, [this] {
-        hasFailed_ = true;
-        emit failureChanged();
-    });
+    connect(&player_, &PlayerTransport::opened, this, [this] { isPlayable_ = true; });
+    connect(&player_, &PlayerTransport::failed, this, &EditorModel::handlePlayerFailure);
 }
 
 void EditorModel::connectSaver() {
     connect(&saver_, &ProjectSaver::saved, this, &EditorModel::saved);
+    connect(&saver_, &ProjectSaver::closed, this, &EditorModel::closed);
     connect(&saver_, &ProjectSaver::nameArrived, this, &EditorModel::nameChanged);
     connect(&saver_, &ProjectSaver::settingsArrived, this, &EditorModel::handleTheirs);
     connect(&saver_, &ProjectSaver::settingsOverruled, this, &EditorModel::handleOverruled);
@@ -67,6 +66,8 @@ void EditorModel::connectSaver() {
 
 void EditorModel::open() {
     isOpen_ = true;
+    isPlayable_ = false;
+    setHasFailed(false);
     player_.open(project(), edits_.settings(), playback_.playerTime());
     saver_.watch();
     reading_.post([post = post_, project = project(), this] {
@@ -77,16 +78,24 @@ void EditorModel::open() {
     refreshLooks(kLooksAfterOpening);
 }
 
-bool EditorModel::close() {
-    if (std::exchange(isOpen_, false)) {
-        edits_.endEdgeDrag();
-        edits_.endGesture();
-        playback_.pause();
-        player_.close();
-        pictures_.request({});
-        lookPreviews_.cancel();
-    }
-    return saver_.close();
+void EditorModel::close() {
+    stop();
+    saver_.close();
+}
+
+bool EditorModel::closeAndWait() {
+    stop();
+    return saver_.closeAndWait();
+}
+
+void EditorModel::stop() {
+    if (!std::exchange(isOpen_, false)) return;
+    edits_.endEdgeDrag();
+    edits_.endGesture();
+    playback_.pause();
+    player_.close();
+    pictures_.request({});
+    lookPreviews_.cancel();
 }
 
 // The one place that decides what a change of the settings sets in motion.
@@ -155,6 +164,16 @@ void EditorModel::handleGone() {
     emit toastShown({.text = toQt(isGone ? notice::kReelGone : notice::kReelIsBack),
                      .symbol = isGone ? "warning" : "info",
                      .tone = isGone ? Toast::Tone::problem : Toast::Tone::plain});
+}
+
+// A recording that plays but for a frame, or a disk that stalls, leaves the editor of use.
+void EditorModel::handlePlayerFailure(const QString& message) {
+    if (!isPlayable_) return setHasFailed(true);
+    emit toastShown({.text = message, .symbol = "warning", .tone = Toast::Tone::problem});
+}
+
+void EditorModel::setHasFailed(bool hasFailed) {
+    if (std::exchange(hasFailed_, hasFailed) != hasFailed) emit failureChanged();
 }
 
 void EditorModel::handleMaterial(ReelMaterial material) {

@@ -55,9 +55,13 @@ class EditorModel : public QObject {
 
     // Lets the player open the reel, and reads what else it holds in the background. Call it once.
     void open();
-    // Ends playing and writes what is not saved, for which it waits a bounded time: whether all is saved. The
-    // settings stay; call it again to try again.
-    Q_INVOKABLE bool close();
+    // Ends playing and writes what is not saved. Returns at once: closed() tells when the disk has answered.
+    // The settings stay; call it again to try again. A write that was begun goes on without the model, as
+    // long as the program does.
+    Q_INVOKABLE void close();
+    // For the program's end: the same, and waits a bounded time: whether all is saved. A model that is open
+    // does this when it is destroyed.
+    bool closeAndWait();
 
     // The shots whose cards a view shows, by their numbers: their pictures are made first.
     Q_INVOKABLE void setCardsInSight(int first, int last);
@@ -97,10 +101,13 @@ class EditorModel : public QObject {
     void beeped();
     // The project file was written.
     void saved(const glintro::Project& project);
+    // No write goes on any more since close(); again after each further try.
+    void closed(bool isSaved);
 
   private:
     void connectParts();
     void connectSaver();
+    void stop();
     void handleChange(const SettingsChange& change);
     void showSettings(bool isOtherStructure);
     void requestPictures();
@@ -108,6 +115,8 @@ class EditorModel : public QObject {
     void handleTheirs(const ProjectSettings& theirs);
     void handleOverruled(const ProjectSettings& theirs);
     void handleGone();
+    void handlePlayerFailure(const QString& message);
+    void setHasFailed(bool hasFailed);
     void handleMaterial(ReelMaterial material);
 
     const std::filesystem::path folder_;
@@ -129,8 +138,9 @@ class EditorModel : public QObject {
     int lastInSight_ = 0;
     bool showsEdge_ = false; // of a drag, instead of the playhead
     bool isOpen_ = false;
-    bool hasLooked_ = false; // at the project file, since it was opened
-    bool hasFailed_ = false;
+    bool hasLooked_ = false;  // at the project file, since it was opened
+    bool isPlayable_ = false; // the player has opened the recording
+    bool hasFailed_ = false;  // to open it
     std::shared_ptr<MainThreadPost> post_;
     BackgroundQueue reading_;
 };

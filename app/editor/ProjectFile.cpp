@@ -56,7 +56,9 @@ Result<ProjectFile::News> ProjectFile::look() {
     const auto found = find();
     if (!found) return std::unexpected(found.error());
     const ProjectInfo now = found->info.value_or(known_);
-    return settle(now, now);
+    News news = settle(now, now);
+    news.isDamaged = found->isThere && !found->info;
+    return news;
 }
 
 Result<void> ProjectFile::replaceDamaged(const Found& found, const ProjectInfo& ours) const {

@@ -17,13 +17,14 @@ class ProjectFile {
     struct News {
         ProjectInfo before;                     // what the file held when it was read or written last
         std::optional<ProjectInfo> theirs = {}; // what another program has written since
-        ProjectInfo now;                        // what it holds now
+        ProjectInfo now;                        // what it holds now, or held before it was damaged
+        bool isDamaged = false;                 // it is there, but nobody can decode it
     };
 
     // `project` is the reel as it was loaded.
     explicit ProjectFile(const Project& project);
 
-    // A file that cannot be read or decoded at the moment is no news.
+    // A file that cannot be read at the moment is no news, one that cannot be decoded is damaged.
     [[nodiscard]] Result<News> look();
 
     // Writes the reel's name and settings. Those of the two that did not change here since the file was read

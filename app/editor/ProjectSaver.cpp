@@ -4,11 +4,10 @@
 #include <QEvent>
 #include <algorithm>
 #include <cerrno>
-#include <mutex>
-#include <optional>
 #include <utility>
 
 #include "app/base/MainThreadPost.h"
+#include "app/base/NewestOrder.h"
 #include "app/base/Text.h"
 #include "app/editor/ReelNotices.h"
 
@@ -26,33 +25,16 @@ QString pathOf(const std::filesystem::path& path) {
 
 // What the background thread works on. It may outlive the saver, when the disk does not answer.
 struct ProjectSaver::Worker {
-    struct Wanted {
+    struct SaveOrder {
         ProjectInfo info;
         int ticket = 0;
     };
 
     Worker(const Project& project, QObject& receiver) : file(project), post(receiver) {}
 
-    // The value to be written next, in place of one that nobody has begun to write. Whether somebody will
-    // write it: the caller has to see to it else.
-    bool wish(Wanted value) {
-        const std::scoped_lock lock(mutex_);
-        wanted_ = std::move(value);
-        return std::exchange(isWriting_, true);
-    }
-    std::optional<Wanted> next() {
-        const std::scoped_lock lock(mutex_);
-        isWriting_ = wanted_.has_value();
-        return std::exchange(wanted_, std::nullopt);
-    }
-
+    NewestOrder<SaveOrder> orders;
     ProjectFile file; // background thread only
     MainThreadPost post;
-
-  private:
-    std::mutex mutex_;
-    std::optional<Wanted> wanted_; // guarded by mutex_
-    bool isWriting_ = false;       // guarded by mutex_: a task asks for the next one until there is none
 };
 
 ProjectSaver::ProjectSaver(const Project& project, const DelayTimers& timers, QObject* parent)
@@ -68,7 +50,7 @@ ProjectSaver::ProjectSaver(const Project& project, const DelayTimers& timers, QO
       queue_(std::make_shared<BackgroundQueue>()) {}
 
 ProjectSaver::~ProjectSaver() {
-    if (!isClosed_) close();
+    if (!isClosed_) closeAndWait();
     worker_->post.close();
 }
 
@@ -96,12 +78,12 @@ void ProjectSaver::saveNow() {
     if (isSaving_ ? handedOver_ == newest_ : !isUnsaved()) return;
     isSaving_ = true;
     handedOver_ = newest_;
-    if (!worker_->wish({newest_, ++ticket_})) {
+    if (!worker_->orders.put({newest_, ++ticket_})) {
         awaitDisk();
         queue_->post([worker = worker_, queue = queue_, this] {
             // The calls run on the saver's thread, and only while there is a saver.
-            while (auto wanted = worker->next())
-                worker->post([this, ticket = wanted->ticket, outcome = worker->file.save(wanted->info)] {
+            while (const auto order = worker->orders.next())
+                worker->post([this, ticket = order->ticket, outcome = worker->file.save(order->info)] {
                     finishSave(ticket, outcome);
                 });
         });
@@ -123,18 +105,21 @@ void ProjectSaver::finishSave(int ticket, const Outcome& outcome) {
         setIsReelGone(outcome.error().nativeCode == ENOENT);
         setFailure(outcome.error().nativeCode);
         if (!isSaving_) retryLater();
-        return updateState();
+        updateState();
+    } else {
+        setIsReelGone(false);
+        message_.clear();
+        nextRetry_ = kFirstRetry;
+        absorb(*outcome);
+        emit saved(Project(project_.folder(), outcome->now));
     }
-    setIsReelGone(false);
-    message_.clear();
-    nextRetry_ = kFirstRetry;
-    absorb(*outcome);
-    emit saved(Project(project_.folder(), outcome->now));
+    if (isClosed_ && !isSaving_) emit closed(!isUnsaved());
 }
 
 // What another program changed goes into the newest value, and the news to those who show it.
 void ProjectSaver::absorb(const ProjectFile::News& news) {
     onDisk_ = news.now;
+    isDamaged_ = news.isDamaged; // or half written: it is looked at once more before it is replaced
     const ProjectInfo ours = newest_;
     if (news.theirs) {
         const bool isRenamed = ours.name == news.before.name && news.theirs->name != ours.name;
@@ -172,8 +157,10 @@ void ProjectSaver::updateState() {
     }
     State state = isSaving_ ? State::saving : isUnsaved() ? State::unsaved : State::saved;
     if (!message_.isEmpty()) state = State::failed;
+    const bool isSame = state == state_ && message_ == toldMessage_;
     state_ = state;
-    emit stateChanged();
+    toldMessage_ = message_;
+    if (!isSame) emit stateChanged();
 }
 
 void ProjectSaver::watch() {
@@ -222,11 +209,16 @@ void ProjectSaver::watchFile() {
     looksAgain_ |= isNew; // for what happened between the last look and now
 }
 
-bool ProjectSaver::close(std::chrono::milliseconds timeout) {
+void ProjectSaver::close() {
     watcher_.reset();
     lookDelay_->stop();
     saveNow();
     isClosed_ = true;
+    if (!isSaving_) worker_->post([this] { emit closed(!isUnsaved()); });
+}
+
+bool ProjectSaver::closeAndWait(std::chrono::milliseconds timeout) {
+    close();
     if (queue_->waitUntilIdle(timeout)) QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     return !isUnsaved() && !isSaving_;
 }

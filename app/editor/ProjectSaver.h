@@ -16,7 +16,7 @@ namespace glintro {
 // Keeps the project file of an open reel up to date, without the main thread ever waiting for the disk: the
 // newest value is written 600 ms after the last change, and a save that failed is tried again until it
 // succeeds. Other programs may write the file too. What they changed comes in, unless it was changed here as
-// well: then the later save holds. Main thread.
+// well: then the later save holds. A file that they damage is written anew. Main thread.
 //
 //   saved ──change──► unsaved ──600 ms──► saving ──► saved
 //                                            └──► failed ──change, back-off, "Try again"──► failed or saved
@@ -51,10 +51,13 @@ class ProjectSaver : public QObject {
 
     // Writes at once what is not written. Also the way to try again.
     Q_INVOKABLE void saveNow();
-    // The same, and waits for the disk no longer than the timeout: whether everything is saved. Watching
-    // ends. What is not saved is tried again as long as this object lives; a write that the disk has not
-    // answered yet goes on as long as the program does.
-    bool close(std::chrono::milliseconds timeout = kCloseTimeout);
+    // The same, and watching ends. closed() tells when the disk has answered. What is not saved then is tried
+    // again as long as this object lives; a write that was begun goes on without it, as long as the program
+    // does.
+    void close();
+    // For the program's end: the same, and waits for the disk no longer than the timeout: whether everything
+    // is saved. A saver that was not closed does this when it is destroyed.
+    bool closeAndWait(std::chrono::milliseconds timeout = kCloseTimeout);
 
     State state() const { return state_; }
     QString message() const { return message_; } // what the user is told, when failed
@@ -69,6 +72,8 @@ class ProjectSaver : public QObject {
     // Another program changed the settings, and those from here hold.
     void settingsOverruled(const ProjectSettings& theirs);
     void nameArrived(const std::string& name);
+    // No write goes on any more since close(); again after each further try.
+    void closed(bool isSaved);
     // What watch() looked at first has been judged.
     void looked();
 
@@ -76,7 +81,7 @@ class ProjectSaver : public QObject {
     struct Worker;
     using Outcome = Result<ProjectFile::News>;
 
-    bool isUnsaved() const { return newest_ != onDisk_; }
+    bool isUnsaved() const { return isDamaged_ || newest_ != onDisk_; }
     void schedule();
     void awaitDisk();
     void scheduleLook();
@@ -92,9 +97,11 @@ class ProjectSaver : public QObject {
 
     const Project project_;
     ProjectInfo newest_;
-    ProjectInfo onDisk_; // as far as this thread knows
+    ProjectInfo onDisk_;     // as far as this thread knows
+    bool isDamaged_ = false; // what is on the disk
     State state_ = State::saved;
     QString message_;        // of the failure that was not yet overcome; empty for none
+    QString toldMessage_;    // the one that stateChanged() has told
     ProjectInfo handedOver_; // to the thread last, with this ticket
     int ticket_ = 0;
     bool isSaving_ = false;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "app/base/BackgroundQueue.h"
+#include "app/base/NewestOrder.h"
 #include "app/player/PictureDrawer.h"
 #include "platform/ThreadPriority.h"
 
@@ -74,7 +75,8 @@ void decodePictures(PictureSchedule& schedule, const Project& project, const Ope
     }
 }
 
-// Loads the wallpaper of each canvas size once, in the background.
+// Loads the wallpaper of each canvas size once, in the background. While the view is resized, only the newest
+// size waits for its wallpaper.
 class WallpaperLoading {
   public:
     WallpaperLoading(SchedulePtr schedule, LoadWallpaper load)
@@ -84,18 +86,24 @@ class WallpaperLoading {
     bool prepare(const PictureLook& look, PixelSize canvas) {
         if (!load_ || look.settings->background != BackgroundKind::wallpaper || canvas.width == 0)
             return true;
-        if (std::exchange(asked_, canvas) != canvas)
-            queue_.post(
-                [schedule = schedule_, load = load_, canvas] { schedule->setWallpaper(load(canvas)); });
+        if (std::exchange(asked_, canvas) != canvas) loadFor(canvas);
         if (look.isWallpaperKnown || std::exchange(hasWaited_, true)) return true;
         return !schedule_->awaitWallpaper(kWallpaperWait);
     }
 
   private:
+    void loadFor(PixelSize canvas) {
+        if (canvases_->put(canvas)) return;
+        queue_.post([schedule = schedule_, load = load_, canvases = canvases_] {
+            while (const auto next = canvases->next()) schedule->setWallpaper(load(*next));
+        });
+    }
+
     SchedulePtr schedule_;
     LoadWallpaper load_;
     PixelSize asked_;
     bool hasWaited_ = false;
+    std::shared_ptr<NewestOrder<PixelSize>> canvases_ = std::make_shared<NewestOrder<PixelSize>>();
     BackgroundQueue queue_;
 };
 

@@ -25,13 +25,13 @@ std::int64_t strideAt(double rate) {
 }
 
 // Leaving pictures out saves their drawing. At high speeds that is little beside the frames between them,
-// which have to be decoded all the same, unless one leaps across a key frame: then pictures come a little
-// late until it is time to leap. In composition time.
+// which have to be decoded all the same, unless one skips to a key frame: then pictures come a little late
+// until it is time to skip. In composition time.
 constexpr double kHighSpeed = 2;
-Seconds bearable(double rate) {
+Seconds tolerableLateness(double rate) {
     return rate > kHighSpeed ? 0.06 * rate : 0;
 }
-Seconds leap(double rate) {
+Seconds skipToKeyFrame(double rate) {
     return rate > kHighSpeed ? 0.2 * rate : 0;
 }
 
@@ -154,8 +154,8 @@ std::optional<PictureSchedule::Wanted> PictureSchedule::plan() {
 // The next picture; where decoding cannot keep up, one that can still be ready when it is due.
 std::optional<PictureSchedule::Wanted> PictureSchedule::planPlayed() {
     const Seconds now = clock_.at(hostTime_());
-    if (clock_.isRunning() && now - timeOf(nextPicture_) > bearable(order_.rate)) {
-        const Seconds ready = now + std::max(decodingTime_ * order_.rate, leap(order_.rate));
+    if (clock_.isRunning() && now - timeOf(nextPicture_) > tolerableLateness(order_.rate)) {
+        const Seconds ready = now + std::max(decodingTime_ * order_.rate, skipToKeyFrame(order_.rate));
         const std::int64_t stride = strideAt(order_.rate);
         const Seconds late = (ready - timeOf(nextPicture_)) * kPicturesASecond;
         const auto skipped = static_cast<std::int64_t>(std::ceil(late / static_cast<double>(stride)));

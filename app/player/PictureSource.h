@@ -29,7 +29,6 @@ class PictureSource {
     struct Properties {
         PixelSize size;       // of the recording
         Seconds duration = 0; // of the recording, source time
-        double frameRate = 0; // of the recording; 0: not known
         bool hasAudio = false;
     };
 

@@ -35,7 +35,7 @@ ReelPictureSource::ReelPictureSource(const Project& project, std::unique_ptr<Mov
 
 PictureSource::Properties ReelPictureSource::properties() const {
     const MovieProperties& movie = screen_->properties();
-    return {movie.naturalSize, duration_, movie.frameRate, movie.hasAudio};
+    return {movie.naturalSize, duration_, movie.hasAudio};
 }
 
 Result<SourcePictures> ReelPictureSource::at(const SourceRequest& request) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <utility>
 
 namespace glintro {
@@ -18,14 +17,6 @@ constexpr milliseconds kLongestEnd{500};
 constexpr Seconds kLongestDecoding = 8;
 constexpr auto kDiskHangs =
     "The recording’s disk doesn’t answer. Check that it is still connected, then open the reel again.";
-
-constexpr double kUsualFrameRate = 60;
-constexpr double kHighestFrameRate = 240;
-
-double frameRateOf(const PictureSource::Properties& movie) {
-    if (!(movie.frameRate >= 1)) return kUsualFrameRate;
-    return std::min(movie.frameRate, kHighestFrameRate);
-}
 
 } // namespace
 
@@ -138,16 +129,6 @@ void ReelPlayer::pause() {
     orderPictures();
     emit advanced(position());
     emit isPlayingChanged();
-}
-
-void ReelPlayer::stepFrames(int count) {
-    if (!movie_) return;
-    pause();
-    constexpr double kRounding = 1e-3;
-    const double rate = frameRateOf(*movie_);
-    const double last = std::max(std::ceil(duration() * rate - kRounding) - 1, 0.0);
-    const double frame = std::min(std::floor(position() * rate + kRounding), last);
-    seek(std::clamp(frame + count, 0.0, last) / rate, SeekKind::exact);
 }
 
 void ReelPlayer::setRate(double rate) {

@@ -49,8 +49,6 @@ class ReelPlayer final : public PlayerTransport {
     // The files are closed as soon as the disk lets go of them.
     void close() override;
 
-    // So many pictures of the recording's frame rate on, or back; pauses.
-    Q_INVOKABLE void stepFrames(int count);
     // How many times as fast as the reel itself; held to 0.25..8.
     void setRate(double rate) override;
     // Over the whole reel, or the range.

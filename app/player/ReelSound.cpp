@@ -55,7 +55,7 @@ void ReelSound::pause() {
 void ReelSound::seek(Seconds compositionTime) {
     seekGeneration_ = wanted_.load(std::memory_order_relaxed) + 1;
     sought_ = compositionTime;
-    give(compositionTime);
+    orderFrom(compositionTime);
 }
 
 void ReelSound::setMap(const TimeMap& map, Seconds compositionTime) {
@@ -67,10 +67,10 @@ void ReelSound::setRate(double rate) {
     const double held = std::clamp(rate, kSlowest, kFastest);
     if (std::exchange(rate_, held) == held) return;
     // From the last moment handed over, not the one that is heard: what lies between is still to be heard.
-    give(heardTime());
+    orderFrom(heardTime());
 }
 
-void ReelSound::give(Seconds compositionTime) {
+void ReelSound::orderFrom(Seconds compositionTime) {
     {
         const std::scoped_lock guard(mutex_);
         const std::uint32_t generation = wanted_.load(std::memory_order_relaxed) + 1;
@@ -164,11 +164,11 @@ void ReelSound::decode(const std::stop_token& stop) {
         if (opened)
             mix_ = *std::move(opened);
         else
-            complain(opened.error());
+            setFailure(opened.error());
     }
     if (!mix_) mix_ = AudioMix::silent({});
     while (!stop.stop_requested()) {
-        if (auto order = awaitWork(stop)) begin(*std::move(order));
+        if (auto order = awaitWork(stop)) startOrder(*std::move(order));
         MixedBlock* block = isAtEnd_ ? nullptr : ring_.toWrite();
         if (block == nullptr) continue;
         fillBlock(*block);
@@ -191,7 +191,7 @@ std::optional<ReelSound::Order> ReelSound::awaitWork(const std::stop_token& stop
     return std::exchange(order_, std::nullopt);
 }
 
-void ReelSound::begin(Order order) {
+void ReelSound::startOrder(Order order) {
     current_ = std::move(order);
     mix_->setPieces(atRate(current_.pieces, current_.rate));
     mix_->seek(current_.compositionTime / current_.rate);
@@ -203,7 +203,7 @@ void ReelSound::fillBlock(MixedBlock& block) {
     const std::int64_t position = mix_->position();
     auto count = mix_->read(block.samples);
     if (!count) {
-        complain(count.error());
+        setFailure(count.error());
         mix_->mute();
         mix_->seek(static_cast<Seconds>(position) / AudioMix::kSampleRate);
         count = mix_->read(block.samples);
@@ -220,7 +220,7 @@ void ReelSound::fillBlock(MixedBlock& block) {
     }
 }
 
-void ReelSound::complain(const Failure& why) {
+void ReelSound::setFailure(const Failure& why) {
     const std::scoped_lock guard(mutex_);
     if (!failure_) failure_ = why;
 }

@@ -83,12 +83,12 @@ class ReelSound {
         double rate = 1;
     };
 
-    void give(Seconds compositionTime);
+    void orderFrom(Seconds compositionTime);
     void decode(const std::stop_token& stop);
     std::optional<Order> awaitWork(const std::stop_token& stop);
-    void begin(Order order);
+    void startOrder(Order order);
     void fillBlock(MixedBlock& block);
-    void complain(const Failure& why);
+    void setFailure(const Failure& why);
 
     const MixedBlock* currentBlock() noexcept;
     bool mayStart(std::uint32_t generation) const noexcept;

@@ -85,8 +85,12 @@ TEST_F(EditorModelTest, CanBeUsedFromItsFirstMoment) {
     EXPECT_EQ(model->edits()->shots()[0].kind, Shot::Kind::cut);
     ASSERT_TRUE(handleUntil([&] { return model->edits()->settings().zooms.size() == 1; }));
     EXPECT_EQ(model->clickTimes(), QList<double>{8});
-    EXPECT_TRUE(model->close());
+    std::vector<bool> closings;
+    QObject::connect(model.get(), &EditorModel::closed, [&](bool isSaved) { closings.push_back(isSaved); });
+    model->close();
     EXPECT_FALSE(player.isOpen);
+    ASSERT_TRUE(handleUntil([&] { return !closings.empty(); }));
+    EXPECT_EQ(closings, std::vector<bool>{true});
     EXPECT_EQ(Project::load(project.folder())->info.settings, model->edits()->settings());
 }
 
@@ -158,7 +162,7 @@ TEST_F(EditorModelTest, ChangesFromElsewhereAreOneStepAndSaid) {
     EXPECT_EQ(toasts, std::vector<std::string>{"This reel was changed outside this window"});
     model->edits()->undo();
     EXPECT_EQ(model->shots()->count(), 1);
-    EXPECT_TRUE(model->close());
+    EXPECT_TRUE(model->closeAndWait());
     EXPECT_EQ(Project::load(project.folder())->info.settings, ProjectSettings());
 }
 
@@ -167,7 +171,7 @@ TEST_F(EditorModelTest, WhenBothChangedTheirsIsReachedByUndo) {
     const auto model = open(project);
     model->panels()->set("padding", 0.2);
     saveElsewhere(project, [](ProjectInfo& theirs) { theirs.settings.shadow = 0; });
-    EXPECT_TRUE(model->saver()->close());
+    EXPECT_TRUE(model->saver()->closeAndWait());
     EXPECT_EQ(toasts, std::vector<std::string>{"This reel was also changed elsewhere. Your version is kept; "
                                                "Undo brings the other one"});
     EXPECT_EQ(Project::load(project.folder())->info.settings.padding, 0.2);
@@ -197,6 +201,24 @@ TEST_F(EditorModelTest, RenamesAtOnce) {
     EXPECT_EQ(toasts, std::vector<std::string>{"Renamed to “Renamed ✂️ reel”"});
     ASSERT_TRUE(handleUntil([&] { return model->saver()->state() == ProjectSaver::State::saved; }));
     EXPECT_EQ(Project::load(project.folder())->info.name, "Renamed ✂️ reel");
+}
+
+TEST_F(EditorModelTest, OnlyARecordingThatCannotBeOpenedReplacesTheEditor) {
+    const Project project = reelOf("reel");
+    auto model = open(project);
+    emit player.failed("There is no such movie file.");
+    EXPECT_EQ(model->failure().toStdString(), notice::kCannotOpen);
+    EXPECT_TRUE(toasts.empty());
+
+    model = open(project);
+    emit player.opened();
+    emit player.failed("A frame cannot be decoded.");
+    EXPECT_EQ(model->failure(), "");
+    EXPECT_EQ(toasts, std::vector<std::string>{"A frame cannot be decoded."});
+    model->close();
+    model->open();
+    emit player.failed("There is no such movie file.");
+    EXPECT_EQ(model->failure().toStdString(), notice::kCannotOpen);
 }
 
 TEST_F(EditorModelTest, CardsAndLooksGetTheirPictures) {

@@ -54,6 +54,8 @@ class ProjectSaverTest : public testing::Test {
         Saving(const Project& reel, test::ManualTime& time) : project(reel), saver(reel, time.timers()) {
             QObject::connect(&saver, &ProjectSaver::saved, [this] { ++saves; });
             QObject::connect(&saver, &ProjectSaver::looked, [this] { ++looks; });
+            QObject::connect(&saver, &ProjectSaver::closed,
+                             [this](bool isSaved) { closings.push_back(isSaved); });
             QObject::connect(&saver, &ProjectSaver::settingsArrived,
                              [this](const ProjectSettings& theirs) { arrived.push_back(theirs); });
             QObject::connect(&saver, &ProjectSaver::settingsOverruled,
@@ -82,6 +84,7 @@ class ProjectSaverTest : public testing::Test {
         int looks = 0;
         std::vector<ProjectSettings> arrived;
         std::vector<ProjectSettings> overruled;
+        std::vector<bool> closings; // whether all was saved
     };
 
     TemporaryFolder folder;
@@ -101,7 +104,7 @@ TEST_F(ProjectSaverTest, ABurstOfChangesIsOneSaveAfterTheLast) {
     ASSERT_TRUE(saving.reaches(State::saved));
     EXPECT_EQ(onDisk(saving.project).settings.padding, 0.05);
     time.pass(5s);
-    EXPECT_TRUE(saving.saver.close());
+    EXPECT_TRUE(saving.saver.closeAndWait());
     EXPECT_EQ(saving.saves, 1);
 }
 
@@ -111,7 +114,7 @@ TEST_F(ProjectSaverTest, WhatIsOnTheDiskIsNotWrittenAgain) {
     saving.setPadding(ProjectSettings().padding); // undone
     EXPECT_EQ(saving.saver.state(), State::saved);
     time.pass(5s);
-    EXPECT_TRUE(saving.saver.close());
+    EXPECT_TRUE(saving.saver.closeAndWait());
     EXPECT_EQ(saving.saves, 0);
 }
 
@@ -126,7 +129,7 @@ TEST_F(ProjectSaverTest, TheNewestValueIsOnTheDiskAfterCloseHoweverItCameAbout) 
             saving.saver.saveNow();
             saving.setPadding(0.13 + isClosed);
             if (isClosed) {
-                EXPECT_TRUE(saving.saver.close());
+                EXPECT_TRUE(saving.saver.closeAndWait());
             }
         }
         EXPECT_EQ(onDisk(project).settings.padding, 0.13 + isClosed);
@@ -145,7 +148,8 @@ TEST_F(ProjectSaverTest, AFailedSaveIsSaidAndTriedAgainUntilItSucceeds) {
     EXPECT_NE(onDisk(saving.project).settings.padding, 0.1); // and is whole
     saving.setPadding(0.2);                                  // stays said
     EXPECT_EQ(saving.saver.state(), State::failed);
-    EXPECT_FALSE(saving.saver.close());
+    EXPECT_FALSE(saving.saver.closeAndWait());
+    EXPECT_EQ(saving.closings, std::vector<bool>{false});
     disk.empty();
     ASSERT_TRUE(handleUntil([&] {
         time.pass(500ms);
@@ -178,7 +182,11 @@ TEST_F(ProjectSaverTest, TheNewestValueIsWrittenOnceTheDiskAnswersAlsoAfterAll) 
         EXPECT_EQ(saving.saver.state(), State::failed);
         EXPECT_EQ(saving.saver.message().toStdString(), "Not saved: the disk doesn’t answer");
         saving.setPadding(0.2);
-        EXPECT_FALSE(saving.saver.close(10ms));
+        const auto start = std::chrono::steady_clock::now();
+        saving.saver.close();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+        EXPECT_FALSE(saving.saver.closeAndWait(10ms));
+        EXPECT_TRUE(saving.closings.empty());
     }
     EXPECT_TRUE(test::waitUntil([&] { return onDisk(project).settings.padding == 0.2; }));
 }
@@ -203,7 +211,7 @@ TEST_F(ProjectSaverTest, WhatAnotherProcessChangedComesIn) {
         time.pass(50ms);
         return saving.saver.newest().name == "Show";
     }));
-    EXPECT_TRUE(saving.saver.close());
+    EXPECT_TRUE(saving.saver.closeAndWait());
     EXPECT_EQ(saving.saves, 0);
     EXPECT_EQ(saving.arrived.size(), 1u);
 }
@@ -226,7 +234,7 @@ TEST_F(ProjectSaverTest, TheLaterSaveHoldsAndTheOtherIsTold) {
         Saving saving(makeProject(folder / row.name), time);
         saving.setPadding(0.1);
         saveElsewhere(saving.project, row.theirs);
-        EXPECT_TRUE(saving.saver.close()) << row.name;
+        EXPECT_TRUE(saving.saver.closeAndWait()) << row.name;
         const ProjectInfo after = onDisk(saving.project);
         EXPECT_EQ(after.name, row.nameAfter) << row.name;
         EXPECT_EQ(after.settings, saving.settings) << row.name;
@@ -239,7 +247,7 @@ TEST_F(ProjectSaverTest, ANameFromHereAndSettingsFromElsewhereAreBothKept) {
     Saving saving(makeProject(folder / "reel"), time);
     saving.saver.setName("Ours");
     saveElsewhere(saving.project, [](ProjectInfo& theirs) { theirs.settings.shadow = 0.1; });
-    EXPECT_TRUE(saving.saver.close());
+    EXPECT_TRUE(saving.saver.closeAndWait());
     EXPECT_EQ(onDisk(saving.project).name, "Ours");
     EXPECT_EQ(saving.arrived.size(), 1u);
 }
@@ -260,10 +268,11 @@ TEST_F(ProjectSaverTest, AReelThatIsGoneIsNotMadeAgain) {
     EXPECT_FALSE(fs::exists(folder / "reel"));
     // A folder without its recording is no reel either.
     fs::create_directories(folder / "reel");
-    int changes = 0; // when a save begins, and when it ends
+    int changes = 0;
     QObject::connect(&saving.saver, &ProjectSaver::stateChanged, [&] { ++changes; });
     saving.saver.saveNow();
-    ASSERT_TRUE(handleUntil([&] { return changes >= 2; }));
+    ASSERT_TRUE(saving.looksAgain(time)); // after that
+    EXPECT_EQ(changes, 0);
     EXPECT_TRUE(saving.saver.isReelGone());
     EXPECT_TRUE(fs::is_empty(folder / "reel"));
     fs::remove(folder / "reel");
@@ -281,7 +290,7 @@ TEST_F(ProjectSaverTest, AnotherReelInItsPlaceIsLeftAlone) {
     saveElsewhere(saving.project, [](ProjectInfo& theirs) { theirs.duration = 7; });
     const auto before = readFile(saving.project.infoURL(), 1 << 20);
     saving.setPadding(0.1);
-    EXPECT_FALSE(saving.saver.close());
+    EXPECT_FALSE(saving.saver.closeAndWait());
     EXPECT_TRUE(saving.saver.isReelGone());
     EXPECT_EQ(readFile(saving.project.infoURL(), 1 << 20), before);
 }
@@ -293,9 +302,43 @@ TEST_F(ProjectSaverTest, AFileThatNobodyCanReadIsKeptBesideTheNewOne) {
     ASSERT_TRUE(saving.reaches(State::saved));
     std::ofstream(saving.project.infoURL()) << "{ half";
     saving.setPadding(0.2);
-    EXPECT_TRUE(saving.saver.close());
+    EXPECT_TRUE(saving.saver.closeAndWait());
     EXPECT_EQ(onDisk(saving.project).settings.padding, 0.2);
     EXPECT_EQ(readFile(saving.project.damagedURL(), 100).value_or(""), "{ half");
+}
+
+// Else a library that watches the folder would rebuild it, with the settings of a new reel.
+TEST_F(ProjectSaverTest, AFileThatAnotherProgramDamagesIsWrittenAnewWithoutAChangeFromHere) {
+    Saving saving(makeProject(folder / "reel"), time);
+    saving.setPadding(0.1);
+    saving.saver.saveNow();
+    ASSERT_TRUE(saving.reaches(State::saved));
+    saving.saver.watch();
+    ASSERT_TRUE(saving.looksAgain(time));
+    std::ofstream(saving.project.infoURL()) << "{ half";
+    ASSERT_TRUE(handleUntil([&] {
+        time.pass(50ms);
+        return saving.saves == 2;
+    }));
+    EXPECT_EQ(saving.saver.state(), State::saved);
+    EXPECT_EQ(onDisk(saving.project).settings.padding, 0.1);
+    EXPECT_EQ(readFile(saving.project.damagedURL(), 100).value_or(""), "{ half");
+
+    // One that was only half written when it was looked at comes in whole.
+    ProjectInfo theirs = onDisk(saving.project);
+    theirs.settings.shadow = 0.1;
+    std::ofstream(saving.project.infoURL()) << "{ ha";
+    ASSERT_TRUE(handleUntil([&] {
+        time.pass(50ms);
+        return saving.saver.state() == State::unsaved;
+    }));
+    std::ofstream(saving.project.infoURL()) << *encodeProjectInfo(theirs);
+    ASSERT_TRUE(handleUntil([&] {
+        time.pass(50ms);
+        return !saving.arrived.empty();
+    }));
+    EXPECT_EQ(saving.saver.newest().settings.padding, 0.1);
+    EXPECT_EQ(onDisk(saving.project).settings.shadow, 0.1);
 }
 
 // Two that save as fast as they can: every reader sees a whole file, and the last word is somebody's.
@@ -319,7 +362,7 @@ TEST_F(ProjectSaverTest, NothingIsTornBetweenTwoProcesses) {
     std::ofstream(folder / "reel" / "stop") << "";
     EXPECT_EQ(other.wait(), 0);
     saving.setPadding(0.15);
-    EXPECT_TRUE(saving.saver.close());
+    EXPECT_TRUE(saving.saver.closeAndWait());
     EXPECT_EQ(onDisk(saving.project).settings.padding, 0.15);
 }
 

@@ -1,6 +1,7 @@
 // The player by what it shows: every picture is held against the one that an export draws at its time.
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <random>
 
@@ -104,7 +105,9 @@ TEST_F(ReelPlayerTest, EndsOnTheRightPictureAfterAnySequence) {
                     player->seek(any(6), SeekKind::scrubbing);
                     break;
                 case 5:
-                    player->stepFrames(static_cast<int>(random() % 7) - 3);
+                    player->pause();
+                    player->seek(player->position() + static_cast<double>(random() % 7) / kFps - 0.1,
+                                 SeekKind::exact);
                     break;
                 case 6:
                     player->setRate(any(8));
@@ -127,20 +130,6 @@ TEST_F(ReelPlayerTest, EndsOnTheRightPictureAfterAnySequence) {
         expectExported(picture, exported);
     }
     EXPECT_TRUE(failures.isEmpty()) << failures.join("; ").toStdString();
-}
-
-TEST_F(ReelPlayerTest, StepsByThePicturesOfTheRecordingBothWays) {
-    ASSERT_TRUE(open(1));
-    for (const auto& [count, frame] :
-         {std::pair{1, 31}, {1, 32}, {-1, 31}, {-3, 28}, {-99, 0}, {999, 179}, {1, 179}, {-1, 178}}) {
-        player->stepFrames(count);
-        ASSERT_TRUE(rests());
-        EXPECT_NEAR(player->position(), frame / 30.0, 1e-9);
-        EXPECT_EQ(shown().compositionTime, player->position());
-    }
-    player->seek(1.51, SeekKind::exact);
-    player->stepFrames(-1);
-    EXPECT_NEAR(player->position(), 44 / 30.0, 1e-9) << "from the picture that is on screen";
 }
 
 TEST_F(ReelPlayerTest, FitsTheReelsShapeIntoAnyView) {
@@ -216,6 +205,37 @@ TEST_F(ReelPlayerTest, ShowsTheWallpaperHoweverLateItComes) {
         const BgraImage wanted = exported.at(2);
         EXPECT_TRUE(handleUntil([&] { return shown().image->pixels == wanted.pixels; }));
     }
+}
+
+// While one is being loaded, for however long.
+TEST_F(ReelPlayerTest, LoadsTheWallpaperOfTheNewestSizeOnly) {
+    struct Loading {
+        std::atomic<bool> mayEnd = false;
+        std::atomic<int> count = 0;
+        std::atomic<int> width = 0;
+    };
+    const auto loading = std::make_shared<Loading>();
+    settings.background = BackgroundKind::wallpaper;
+    auto handed = parts();
+    handed.loadWallpaper = [loading](PixelSize canvas) {
+        loading->mayEnd.wait(false);
+        loading->width = canvas.width;
+        ++loading->count;
+        return nullptr;
+    };
+    makePlayer(handed);
+    EXPECT_TRUE(open(2));
+    PixelSize view;
+    for (int i = 1; i <= 10; ++i) {
+        view = {320 + 16 * i, 180 + 9 * i};
+        player->setViewSize(view);
+        EXPECT_TRUE(rests());
+    }
+    loading->mayEnd = true;
+    loading->mayEnd.notify_all();
+    const int newest = canvasWithin(view, settings.aspect, project->sourceSize()).width;
+    EXPECT_TRUE(handleUntil([&] { return loading->width == newest; }));
+    EXPECT_EQ(loading->count, 2);
 }
 
 TEST_F(ReelPlayerTest, CloseLetsGoOfTheFilesAndAnotherReelCanBeOpened) {

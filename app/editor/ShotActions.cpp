@@ -43,7 +43,7 @@ std::optional<Shot> ShotActions::shotOf(int number) const {
     const std::vector<Shot>& shots = edits_.shotsToEdit();
     const Shot* shot = nullptr;
     if (number == 0) {
-        if (selection_.time()) shot = Storyboard::shot(*selection_.time(), shots);
+        if (const auto time = selection_.time()) shot = Storyboard::shot(*time, shots);
         if (!shot) shot = Storyboard::shot(playback_.clock()->time(), shots);
     } else if (number > 0 && number <= static_cast<int>(shots.size())) {
         shot = &shots[static_cast<std::size_t>(number) - 1];

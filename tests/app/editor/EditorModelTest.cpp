@@ -6,7 +6,7 @@
 #include "core/base/FileIO.h"
 #include "tests/app/editor/ManualTime.h"
 #include "tests/app/editor/StillPlayer.h"
-#include "tests/app/recording/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"
 

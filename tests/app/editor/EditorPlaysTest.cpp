@@ -2,7 +2,7 @@
 
 #include "app/editor/EditorModel.h"
 #include "app/player/ReelPlayer.h"
-#include "tests/app/recording/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"
 

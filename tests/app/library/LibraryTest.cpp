@@ -11,7 +11,7 @@
 #include "app/library/ReelRegistrar.h"
 #include "app/library/ReelTrash.h"
 #include "tests/app/library/LibraryReels.h"
-#include "tests/app/recording/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/ScopedEnvironment.h"
 

@@ -7,7 +7,7 @@
 #include "app/pictures/LookPreviews.h"
 #include "core/model/Look.h"
 #include "core/render/StillSource.h"
-#include "tests/app/pictures/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -5,7 +5,7 @@
 
 #include "app/pictures/MomentPictures.h"
 #include "app/pictures/Moments.h"
-#include "tests/app/pictures/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -8,10 +8,11 @@
 #include "app/pictures/PictureCache.h"
 #include "core/base/FileIO.h"
 #include "tests/app/pictures/CachePictures.h"
-#include "tests/app/pictures/EventLoop.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WaitUntil.h"
 
 namespace glintro {
 namespace {

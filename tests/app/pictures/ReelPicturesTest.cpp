@@ -8,7 +8,7 @@
 #include "app/pictures/ReelStills.h"
 #include "core/base/FileIO.h"
 #include "core/render/StillSource.h"
-#include "tests/app/pictures/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"
 

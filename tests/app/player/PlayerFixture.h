@@ -8,7 +8,7 @@
 #include "app/player/ReelPlayer.h"
 #include "core/raster/Convert.h"
 #include "core/render/ReelCompositor.h"
-#include "tests/app/recording/EventLoop.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/Reels.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -38,12 +38,6 @@ class ExportedPictures {
     ReelCompositor compositor_;
     PictureBuffer canvas_;
 };
-
-// Handles events for some time, by the clock on the wall.
-inline void handleFor(std::chrono::milliseconds duration) {
-    const QDeadlineTimer end(duration);
-    (void)handleUntil([&] { return end.hasExpired(); });
-}
 
 // A reel of six seconds whose every frame has a colour of its own, with a camera, a pointer and clicks, and a
 // player for it whose host clock the test moves.

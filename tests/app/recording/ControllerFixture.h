@@ -9,8 +9,8 @@
 #include "app/recording/RecordingController.h"
 #include "core/reel/TakeJournal.h"
 #include "tests/app/recording/DeskPlatform.h"
-#include "tests/app/recording/EventLoop.h"
 #include "tests/app/recording/FolderLibrary.h"
+#include "tests/support/EventLoop.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WaitUntil.h"
 

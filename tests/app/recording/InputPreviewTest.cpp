@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "app/recording/InputPreview.h"
-#include "tests/app/recording/EventLoop.h"
+#include "tests/support/EventLoop.h"
 
 namespace glintro {
 namespace {

@@ -16,7 +16,7 @@ inline QCoreApplication& application() {
     return application;
 }
 
-// Handles events until the answer is yes.
+// Handles events until the answer is yes: whether it became yes in time.
 template <class Predicate>
 [[nodiscard]] bool handleUntil(Predicate predicate) {
     const QDeadlineTimer limit(std::chrono::seconds(60));
@@ -25,6 +25,12 @@ template <class Predicate>
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return predicate();
+}
+
+// Handles what comes for a while, by the clock on the wall.
+inline void handleFor(std::chrono::milliseconds duration) {
+    const QDeadlineTimer end(duration);
+    (void)handleUntil([&] { return end.hasExpired(); });
 }
 
 } // namespace glintro::test

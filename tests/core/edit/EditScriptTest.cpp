@@ -87,7 +87,6 @@ TEST(EditScript, RefusesWhatTheReelCannotDo) {
         {kZoomed, "join 3", "“join 3” can’t be done: shot 3 is the last one."},
         {kZoomed, "move 6 7", "“move 6 7” can’t be done: no edge is within 0.05 s of 6."},
         {Edits{.splits = {4, 4.2, 4.4}}, "move 4.2 4.3", "can’t be done: the edges beside it are too close."},
-        {Edits{.splits = {4, 4.04, 4.5}}, "move 4.08 4.3", "the edges beside it are too close."},
         {kZoomed, "trim 1 20.02", "“trim 1 20.02” can’t be done: the recording ends at 20 s."},
         {kZoomed, "trim 19.6 19.895", "“trim 19.6 19.895” can’t be done: less than 0.3 s would be left."},
         {Edits{.trimStart = 30}, "cut 1", "“cut 1” can’t be done: the reel has no shots."},

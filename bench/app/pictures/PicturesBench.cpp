@@ -89,11 +89,12 @@ void stillOfReel(benchmark::State& state) {
 class NewCards {
   public:
     void draw() {
-        reel_.info.settings.cornerRadius += 0.001;
+        reel_.info.settings.cornerRadius = nextRadius_ += 0.001;
         waitFor(pictures_, &ReelPictures::cardReady, [&] { pictures_.requestCard(reel_); });
     }
 
   private:
+    static inline double nextRadius_ = 1; // of all objects: they share a cache
     Project reel_ = BenchReel::shared().reel();
     ReelPictures pictures_{std::make_shared<PictureCache>(BenchReel::shared().folder() / "new"), {}};
 };

@@ -45,7 +45,7 @@ struct LibraryListing {
 
 struct ScanOptions {
     std::stop_token stop = {}; // looked at between two folders
-    int threads = 2;
+    int threads = 6;           // more than cores: with a cold disk they mostly wait
     // Called once, with the reels of the latest folders by name, when the library holds more than those.
     std::function<void(LibraryListing)> first = {};
     // Called after each folder, on any of the threads: a disk that hangs makes no progress.

@@ -110,7 +110,8 @@ TEST(PortalScreen, RecordsAnAreaOfTheScreen) {
         EXPECT_EQ((*stream)->frame(), (Rect{200, 100, 300, 200}));
         FrameLog log;
         ASSERT_TRUE((*stream)->start({}, log.handlers()));
-        ASSERT_TRUE(waitUntil([&] { return log.colourAt(0, 0) == kRed; }));
+        ASSERT_TRUE(waitUntil([&] { return log.colourAt(0, 0) == kRed; }))
+            << "colour " << log.colourAt(0, 0).value_or(0) << " after " << log.entries().size() << " frames";
         EXPECT_EQ(log.colourAt(299, 199), kRed);
         EXPECT_EQ(log.entries().front().size, (PixelSize{300, 200}));
     });

@@ -16,7 +16,7 @@ namespace glintro {
 // Keeps the project file of an open reel up to date, without the main thread ever waiting for the disk: the
 // newest value is written 600 ms after the last change, and a save that failed is tried again until it
 // succeeds. Other programs may write the file too. What they changed comes in, unless it was changed here as
-// well: then the later save holds. A file that they damage is written anew. Main thread.
+// well: then the later save holds. A file that they damage is written again. Main thread.
 //
 //   saved ──change──► unsaved ──600 ms──► saving ──► saved
 //                                            └──► failed ──change, back-off, "Try again"──► failed or saved

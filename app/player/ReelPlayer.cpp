@@ -86,7 +86,7 @@ void ReelPlayer::close() {
     if (wasPlaying) emit isPlayingChanged();
 }
 
-// What differs decides what is done: other pieces of the recording are laid anew, all else is drawn anew.
+// What differs decides what is done: other pieces of the recording need another map, all else is drawn again.
 void ReelPlayer::setSettings(const ProjectSettings& settings, Seconds compositionTime) {
     if (!pipeline_ || settings == settings_) return;
     const ProjectSettings old = std::exchange(settings_, settings);

@@ -38,7 +38,7 @@ class Transport {
     // A reel of this length, paused at a time. `sound` may be null.
     void open(Seconds duration, Seconds compositionTime, std::unique_ptr<SoundPlayback> sound);
     void close();
-    // The same recording cut anew, playing on from a time.
+    // The same recording under other cuts, playing on from a time.
     void setMap(const TimeMap& map, Seconds compositionTime, Seconds hostTime);
 
     void seek(Seconds compositionTime, Seconds hostTime);

@@ -21,7 +21,7 @@ constexpr Seconds kRounding = 1e-9; // of a difference of times as they were typ
 constexpr Seconds kAtTheEnd = 0.01; // a trim this near the recording's end is none
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// Does one operation after the other. Each answers what it did, in a line for people, or why this reel
+// Does one operation after the other. Each answers what it did, in one line of text, or why this reel
 // refuses it: what stands behind "can’t be done: ".
 class Editing {
   public:

@@ -19,7 +19,7 @@ struct EditInputs {
 
 struct EditedReel {
     ProjectInfo info;
-    std::vector<std::string> done = {}; // a line for people on each operation that changed something
+    std::vector<std::string> done = {}; // a line of text on each operation that changed something
 };
 
 // Operations on one reel, which are done in their order, all or none. A value; pure functions on values.

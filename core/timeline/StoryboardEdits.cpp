@@ -75,7 +75,7 @@ void clear(std::vector<Segment>& segments, const Shot& range) {
 template <TimeSegment Segment>
 void divide(std::vector<Segment>& segments, Seconds at) {
     segments = Storyboard::splitSegments(segments, at);
-    sortByStart(segments); // of overlapping ones, all begin anew at the split
+    sortByStart(segments); // of overlapping ones, all begin again at the split
 }
 
 template <TimeSegment Segment>

@@ -317,12 +317,11 @@ TEST_F(ReelPlayerTest, ADiskThatHangsIsSaidAndHoldsNobodyUp) {
     }));
     EXPECT_FALSE(player->isPlaying());
     EXPECT_TRUE(failures.first().startsWith("The recording’s disk doesn’t answer."));
-    const auto start = std::chrono::steady_clock::now();
+    // The disk hangs on until all of this has returned: who waits for it never does.
     player->seek(2, SeekKind::exact);
     player->close();
     player->open(*project, settings, 1);
     player.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     *hangs = false;
     hangs->notify_all();
 }

@@ -2,18 +2,9 @@
 #include <future>
 #include <random>
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include "app/library/Library.h"
 #include "app/library/LibraryPictures.h"
 #include "app/library/ReelRegistrar.h"
-#include "app/library/ReelTrash.h"
-#include "tests/app/library/LibraryReels.h"
-#include "tests/support/EventLoop.h"
-#include "tests/support/Reels.h"
-#include "tests/support/ScopedEnvironment.h"
+#include "tests/app/library/LibraryFixture.h"
 
 namespace glintro {
 namespace {
@@ -23,60 +14,6 @@ using namespace std::chrono_literals;
 using test::allBelow;
 using test::handleUntil;
 using test::putReel;
-
-class LibraryModel : public ::testing::Test {
-  protected:
-    LibraryModel() : data_("XDG_DATA_HOME", (home_ / "data").string()) {
-        test::application();
-        fs::create_directories(home_ / "data");
-        fs::create_directory(root_);
-    }
-    Library& open(LibraryReader::Scan scan = scanLibrary, std::chrono::milliseconds diskTimeout = 8000ms) {
-        if (!maker_.card) maker_.card = [this](const Project& project) { cards_.push_back(project); };
-        const Library::Seams seams{.preferences = preferences_,
-                                   .folder = [this] { return LibraryFolder(root_); },
-                                   .pictures = maker_,
-                                   .calendar = calendar_,
-                                   .scan = std::move(scan)};
-        library_ = std::make_unique<Library>(
-            seams, Library::Timing{.diskTimeout = diskTimeout, .recoveryRest = 300ms});
-        QObject::connect(library_.get(), &Library::toastShown,
-                         [this](const Toast& toast) { toasts_.push_back(toast); });
-        library_->reload();
-        EXPECT_TRUE(handleUntil([&] { return !library_->isLoading(); }));
-        return *library_;
-    }
-    std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        for (const ReelPtr& reel : library_->reels()->reels()) names.push_back(reel->project.info.name);
-        return names;
-    }
-    QString folder(const std::string& name) const { return folderText(root_ / name); }
-    std::string lastToast() const { return toasts_.empty() ? "" : toasts_.back().text.toStdString(); }
-    // Whether the library shows what a fresh scan finds, within a time that a user would not notice much.
-    bool showsTheDisk() {
-        const auto isShown = [&] {
-            const auto found = scanLibrary(root_).content.reels;
-            return std::ranges::equal(found, library_->projects(), [](const ListedReel& a, const ReelPtr& b) {
-                return a.project == b->project && a.project.info == b->project.info
-                       && a.isImported == b->isImported;
-            });
-        };
-        return handleUntil(isShown);
-    }
-
-    const TemporaryFolder home_;
-    const test::ScopedEnvironment data_;
-    const fs::path root_ = home_ / "library";
-    TransientPreferenceStore store_;
-    Preferences preferences_{store_};
-    DayCalendar calendar_;
-    std::vector<Toast> toasts_;
-    std::vector<Project> cards_;
-    PictureMaker maker_;
-    std::unique_ptr<Library> library_;
-};
-
 using Names = std::vector<std::string>;
 
 TEST_F(LibraryModel, ListsSearchesAndRenames) {
@@ -119,116 +56,6 @@ TEST_F(LibraryModel, SaysThatARenamedReelCouldNotBeSaved) {
     fs::create_directory(root_ / "d/1/project.json");
     library.rename(folder("d/1"), "New");
     EXPECT_TRUE(handleUntil([&] { return lastToast() == "“New” couldn’t be saved"; }));
-}
-
-TEST_F(LibraryModel, MovesToTheTrashAndBack) {
-    const Project project = putReel(root_ / "2026-01-01/10.00.00", "A reel");
-    Library& library = open();
-    const auto before = readFile(project.infoURL(), 1U << 20);
-    for (const bool parentGoes : {false, true}) {
-        library.trash(folder("2026-01-01/10.00.00"));
-        library.trash(folder("2026-01-01/10.00.00"));
-        ASSERT_TRUE(handleUntil([&] { return library.count() == 0; }));
-        EXPECT_EQ(lastToast(), "Moved “A reel” to the Trash");
-        EXPECT_EQ(toasts_.size(), 1U);
-        EXPECT_EQ(toasts_.back().symbol, "trash");
-        EXPECT_EQ(toasts_.back().action, "Undo");
-        EXPECT_FALSE(fs::exists(project.folder()));
-        if (parentGoes) fs::remove(project.folder().parent_path());
-        toasts_.back().run();
-        toasts_.back().run();
-        ASSERT_TRUE(handleUntil([&] { return library.count() == 1; }));
-        EXPECT_EQ(readFile(project.infoURL(), 1U << 20), before);
-        for (const std::string& name : allBelow(home_ / "data"))
-            EXPECT_TRUE(fs::is_directory(home_ / "data" / name)) << name << " is left in the Trash";
-        toasts_.clear();
-    }
-}
-
-TEST_F(LibraryModel, LeavesAReelInTheTrashWhenItsPlaceIsUsed) {
-    putReel(root_ / "d/1", "First");
-    Library& library = open();
-    library.trash(folder("d/1"));
-    ASSERT_TRUE(handleUntil([&] { return library.count() == 0 && !toasts_.empty(); }));
-    const Toast undo = toasts_.back();
-    putReel(root_ / "d/1", "Second");
-    undo.run();
-    ASSERT_TRUE(handleUntil([&] { return toasts_.size() == 2; }));
-    EXPECT_EQ(lastToast(), "Another reel stands where this one was, so it was left in the Trash.");
-    EXPECT_EQ(Project::load(root_ / "d/1")->info.name, "Second");
-    library_.reset();
-    undo.run(); // outlives the library
-}
-
-TEST_F(LibraryModel, KeepsAReelThatTheTrashRefuses) {
-    putReel(root_ / "d/1", "Stays");
-    Library& library = open();
-    fs::remove_all(home_ / "data");
-    ASSERT_TRUE(writeFile(home_ / "data", "no folder"));
-    library.trash(folder("d/1"));
-    ASSERT_TRUE(handleUntil([&] { return !toasts_.empty(); }));
-    EXPECT_EQ(lastToast(), "The Trash can’t take the reel, so it was left where it is.");
-    EXPECT_EQ(names(), (Names{"Stays"}));
-    EXPECT_TRUE(Project::load(root_ / "d/1"));
-}
-
-// Many reels of one name, and a name that is as long as names can be.
-TEST_F(LibraryModel, FindsANameInTheTrash) {
-    const std::string longest(255, 'x');
-    std::set<fs::path> places;
-    for (const std::string& name : {std::string("1"), longest})
-        for (const char* day : {"a", "b", "c"}) {
-            putReel(root_ / day / name);
-            const auto inTrash = moveToTrash(root_ / day / name);
-            ASSERT_TRUE(inTrash) << inTrash.error().message;
-            places.insert(*inTrash);
-            EXPECT_TRUE(
-                fs::exists(home_ / "data/Trash/info" / (inTrash->filename().string() + ".trashinfo")));
-        }
-    EXPECT_EQ(places.size(), 6U);
-}
-
-TEST_F(LibraryModel, TrashesFromAnotherFileSystemToo) {
-    const test::SmallDisk disk("size=8m");
-    if (!disk.isMounted()) GTEST_SKIP() << "A small file system can only be mounted by root.";
-    const Project project = putReel(disk.path() / "library/d é/1");
-    const auto inTrash = moveToTrash(project.folder());
-    ASSERT_TRUE(inTrash) << inTrash.error().message;
-    EXPECT_TRUE(inTrash->native().starts_with(disk.path().native())) << "it did not leave its disk";
-    const auto info = readFile(inTrash->parent_path().parent_path() / "info/1.trashinfo", 1000);
-    EXPECT_NE(info->find("\nPath=library/d%20%C3%A9/1\nDeletionDate=20"), std::string::npos) << *info;
-    EXPECT_FALSE(fs::exists(project.folder()));
-    EXPECT_TRUE(fs::exists(*inTrash / "project.json"));
-    ASSERT_TRUE(restoreFromTrash(*inTrash, project.folder()));
-    EXPECT_TRUE(Project::load(project.folder()));
-}
-
-// Whenever the process is killed, the whole reel is in one place.
-TEST_F(LibraryModel, LosesNothingWhenItIsKilledWhileTrashing) {
-    std::mt19937 random(9);
-    for (int round = 0; round < 40; ++round) {
-        const Project project = putReel(root_ / "d" / std::to_string(round));
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const auto inTrash = moveToTrash(project.folder());
-            ::_exit(inTrash && restoreFromTrash(*inTrash, project.folder()) ? 0 : 1);
-        }
-        ::usleep(std::uniform_int_distribution<useconds_t>(0, 4000)(random));
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-        const fs::path inTrash = home_ / "data/Trash/files" / std::to_string(round);
-        EXPECT_NE(Project::load(project.folder()).has_value(), Project::load(inTrash).has_value()) << round;
-    }
-}
-
-TEST_F(LibraryModel, PutsAReelBackAlthoughItQuitsRightAfterwards) {
-    putReel(root_ / "d/1", "One");
-    Library& library = open();
-    library.trash(folder("d/1"));
-    ASSERT_TRUE(handleUntil([&] { return !toasts_.empty(); }));
-    toasts_.back().run();
-    library_.reset();
-    EXPECT_TRUE(Project::load(root_ / "d/1"));
 }
 
 TEST_F(LibraryModel, AsksAgainForPicturesThatHadToGo) {
